@@ -1,0 +1,170 @@
+#include "Namespaces.h"
+
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+namespace Simulator
+{
+
+namespace
+{
+
+constexpr int MessageLimit = 32; // messages in a queue; the daemon needs 14, a system's default is 10
+
+[[noreturn]] void Fail(const std::string& what, int error)
+{
+    throw std::runtime_error(what + ": " + strerror(error));
+}
+
+// In one write, as the kernel demands of these files. The result is errno, or 0.
+int WriteFile(const std::string& path, const std::string& text)
+{
+    const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+    if (fd == -1)
+    {
+        return errno;
+    }
+    const int error = write(fd, text.data(), text.size()) == -1 ? errno : 0;
+    close(fd);
+    return error;
+}
+
+// The numbers that this process knows, each mapped to itself.
+std::string IdentityMap(const std::string& path)
+{
+    std::ifstream known(path);
+    std::ostringstream map;
+    unsigned long inside = 0;
+    unsigned long outside = 0;
+    unsigned long count = 0;
+    while (known >> inside >> outside >> count)
+    {
+        map << inside << ' ' << inside << ' ' << count << '\n';
+    }
+    return map.str();
+}
+
+// Runs outside of the new namespace, where root has the right to map more than itself.
+int MapUsers(pid_t pid)
+{
+    const std::string process = "/proc/" + std::to_string(pid);
+    const bool root = geteuid() == 0;
+    if (!root)
+    {
+        WriteFile(process + "/setgroups", "deny"); // without this an ordinary user may map no group
+    }
+    const int error = WriteFile(process + "/uid_map",
+                                root ? IdentityMap("/proc/self/uid_map") : "0 " + std::to_string(geteuid()) + " 1");
+    if (error != 0)
+    {
+        return error;
+    }
+    return WriteFile(process + "/gid_map",
+                     root ? IdentityMap("/proc/self/gid_map") : "0 " + std::to_string(getegid()) + " 1");
+}
+
+// Unshares with a user namespace. A child that stays outside writes the maps. The result is errno, or 0.
+int UnshareWithUser()
+{
+    std::array<int, 2> unshared{};
+    if (pipe2(unshared.data(), O_CLOEXEC) == -1)
+    {
+        return errno;
+    }
+    const pid_t self = getpid();
+    const pid_t helper = fork();
+    if (helper == -1)
+    {
+        return errno;
+    }
+    if (helper == 0)
+    {
+        close(unshared[1]);
+        char go = 0;
+        _exit(read(unshared[0], &go, 1) == 1 ? MapUsers(self) : 0);
+    }
+    close(unshared[0]);
+    int error = unshare(CLONE_NEWUSER | CLONE_NEWNS | CLONE_NEWIPC) == -1 ? errno : 0;
+    if (error == 0 && write(unshared[1], "u", 1) == -1)
+    {
+        error = errno;
+    }
+    close(unshared[1]);
+    int status = 0;
+    waitpid(helper, &status, 0);
+    return error != 0 ? error : WEXITSTATUS(status);
+}
+
+} // namespace
+
+void EnterNamespaces()
+{
+    if (const int error = UnshareWithUser(); error != 0)
+    {
+        if (geteuid() != 0)
+        {
+            Fail(
+                "this system gives an ordinary user no user namespace (see the sysctl user.max_user_namespaces and the "
+                "rules of its security module); run as root instead",
+                error);
+        }
+        if (unshare(CLONE_NEWNS | CLONE_NEWIPC) == -1)
+        {
+            Fail("cannot create mount and IPC namespaces (root needs CAP_SYS_ADMIN)", errno);
+        }
+    }
+    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == -1)
+    {
+        Fail("cannot make the mounts private", errno);
+    }
+    SetMessageLimit(MessageLimit);
+}
+
+void JoinNamespaces(pid_t pid)
+{
+    const std::string directory = "/proc/" + std::to_string(pid) + "/ns/";
+    constexpr std::array<const char*, 3> Kinds{"user", "ipc", "mnt"};
+    std::array<int, Kinds.size()> namespaces{};
+    for (std::size_t index = 0; index < Kinds.size(); ++index)
+    {
+        namespaces[index] = open((directory + Kinds[index]).c_str(), O_RDONLY | O_CLOEXEC);
+        if (namespaces[index] == -1)
+        {
+            Fail("cannot open the namespaces of process " + std::to_string(pid), errno);
+        }
+    }
+    std::error_code ignored;
+    const auto workingDirectory = std::filesystem::current_path(ignored);
+    for (std::size_t index = 0; index < Kinds.size(); ++index)
+    {
+        // Joining the user namespace that one is in already is an error of no consequence.
+        if (setns(namespaces[index], 0) == -1 && !(index == 0 && errno == EINVAL))
+        {
+            Fail("cannot join the namespaces of process " + std::to_string(pid), errno);
+        }
+        close(namespaces[index]);
+    }
+    std::filesystem::current_path(workingDirectory, ignored); // joining a mount namespace leads to its root directory
+}
+
+void SetMessageLimit(int messages)
+{
+    if (const int error = WriteFile("/proc/sys/fs/mqueue/msg_max", std::to_string(messages)); error != 0)
+    {
+        Fail("cannot set fs.mqueue.msg_max (needs /proc, and as an ordinary user a kernel of 5.19 or later)", error);
+    }
+}
+
+} // namespace Simulator
