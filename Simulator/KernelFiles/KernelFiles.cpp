@@ -1,0 +1,163 @@
+#include "KernelFiles.h"
+
+#include "FileRequests.h"
+#include "FuseSession.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+#include <thread>
+
+namespace Simulator
+{
+
+class KernelFiles::Implementation
+{
+public:
+    Implementation(const std::filesystem::path& mountPoint, const Listeners& listeners)
+        : faults([this] { wakeUp.Signal(); })
+        , gpio(listeners.onPin)
+        , uleds(listeners.onLed, [this] { wakeUp.Signal(); })
+        , requests(gpio, uleds, faults)
+        , session(mountPoint, FileRequests::Operations(), &requests)
+        , thread(WithoutSignals([this] { Answer(); }))
+    {
+    }
+
+    ~Implementation()
+    {
+        stopping = true;
+        wakeUp.Signal();
+        thread.join();
+    }
+
+    Implementation(const Implementation&) = delete;
+    Implementation& operator=(const Implementation&) = delete;
+
+private:
+    class WakeUp
+    {
+    public:
+        WakeUp()
+            : descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+        {
+            if (descriptor == -1)
+            {
+                throw std::runtime_error(std::string("cannot create an event descriptor: ") + strerror(errno));
+            }
+        }
+
+        ~WakeUp()
+        {
+            close(descriptor);
+        }
+
+        WakeUp(const WakeUp&) = delete;
+        WakeUp& operator=(const WakeUp&) = delete;
+
+        void Signal() const
+        {
+            eventfd_write(descriptor, 1);
+        }
+
+        void Clear() const
+        {
+            eventfd_t count = 0;
+            eventfd_read(descriptor, &count);
+        }
+
+        const int descriptor;
+    };
+
+    // The signals of the process are for its other threads.
+    template<typename Function>
+    static std::thread WithoutSignals(Function function)
+    {
+        sigset_t all;
+        sigset_t before;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before);
+        std::thread started(function);
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        return started;
+    }
+
+    void Answer()
+    {
+        std::array<pollfd, 2> set{pollfd{session.Descriptor(), POLLIN, 0}, pollfd{wakeUp.descriptor, POLLIN, 0}};
+        bool connected = true;
+        while (connected && !stopping)
+        {
+            poll(set.data(), set.size(), Timeout());
+            if (set[1].revents != 0)
+            {
+                wakeUp.Clear();
+                requests.WakePollers();
+            }
+            if (set[0].revents != 0)
+            {
+                connected = session.HandleRequest();
+            }
+            requests.AnswerWaiting();
+        }
+        requests.Abort();
+    }
+
+    // In milliseconds, rounded up: until an answer is due, or without a limit.
+    int Timeout() const
+    {
+        const auto next = requests.NextDue();
+        if (!next)
+        {
+            return -1;
+        }
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - std::chrono::steady_clock::now());
+        return std::max(0, static_cast<int>(left.count()));
+    }
+
+    WakeUp wakeUp;
+
+public:
+    FaultPlan faults;
+    Gpio gpio;
+    Uleds uleds;
+
+private:
+    FileRequests requests;
+    FuseSession session;
+    std::atomic<bool> stopping{false};
+    std::thread thread; // last: it uses all of the above from its first moment
+};
+
+KernelFiles::KernelFiles(const std::filesystem::path& mountPoint, const Listeners& listeners)
+    : implementation(std::make_unique<Implementation>(mountPoint, listeners))
+{
+}
+
+KernelFiles::~KernelFiles() = default;
+
+Gpio& KernelFiles::TheGpio()
+{
+    return implementation->gpio;
+}
+
+Uleds& KernelFiles::TheUleds()
+{
+    return implementation->uleds;
+}
+
+FaultPlan& KernelFiles::TheFaults()
+{
+    return implementation->faults;
+}
+
+} // namespace Simulator

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "FaultPlan.h"
+#include "Gpio.h"
+#include "Uleds.h"
+
+#include <filesystem>
+#include <memory>
+
+namespace Simulator
+{
+
+/// The kernel's files for GPIO pins and userspace LEDs, for any program, as a file system:
+///
+///     uleds                                               like "/dev/uleds"
+///     gpio/{export,unexport}                              like "/sys/class/gpio"
+///     gpio/gpioN/{direction,value,active_low,edge}
+///     leds/NAME/{brightness,max_brightness}               like "/sys/class/leds"
+///
+/// A thread of its own answers. That has two consequences for the program it is part of:
+/// - Threads of this program had better not wait in a read. Killed meanwhile, it would wait for its own answer for ever.
+/// - A process forked from it keeps the connection to the kernel open until it becomes another program. It can hang in
+///   the files when this object is gone, unless it has closed what it inherited.
+class KernelFiles
+{
+public:
+    /// Called on the files' own thread, or on the one that uses a model directly, until the destructor returns. A listener
+    /// must not use the files, which only that thread could answer, nor change pins and LEDs.
+    struct Listeners
+    {
+        PinListener onPin;
+        LedListener onLed;
+    };
+
+    /// Mounts at `mountPoint`, a directory; needs root or root of a user namespace.
+    /// Throws std::runtime_error with one line that says what is missing.
+    explicit KernelFiles(const std::filesystem::path& mountPoint, const Listeners& listeners = {});
+
+    /// Closes what is still open: reads that wait fail with ENODEV, polls report POLLERR, later calls fail. Then unmounts.
+    ~KernelFiles();
+
+    KernelFiles(const KernelFiles&) = delete;
+    KernelFiles& operator=(const KernelFiles&) = delete;
+
+    Gpio& TheGpio();
+    Uleds& TheUleds();
+    FaultPlan& TheFaults();
+
+private:
+    class Implementation;
+    std::unique_ptr<Implementation> implementation;
+};
+
+} // namespace Simulator
