@@ -1,0 +1,18 @@
+#include "Sleep.h"
+
+#include <cerrno>
+#include <ctime>
+
+namespace OrvelDriver
+{
+
+void Sleep(std::chrono::nanoseconds duration)
+{
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
+    timespec remaining{seconds.count(), (duration - seconds).count()};
+    while (nanosleep(&remaining, &remaining) == -1 && errno == EINTR)
+    {
+    }
+}
+
+} // namespace OrvelDriver

@@ -1,0 +1,5 @@
+#include "Orvel/Protocol.h"
+
+#include "ProtocolValues.h"
+
+const struct ProtocolValues ProtocolAsC = PROTOCOL_VALUES;

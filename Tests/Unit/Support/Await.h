@@ -1,0 +1,34 @@
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+
+namespace UnitTests
+{
+
+/// How long a test waits for something that must happen. Generous: the machine may be loaded and the program slowed
+/// down by a sanitizer.
+constexpr auto AwaitLimit = std::chrono::seconds(10);
+
+/// Waits for a condition that nobody announces. False when it did not come true.
+template<typename Condition>
+bool Await(Condition condition)
+{
+    constexpr auto Pause = std::chrono::milliseconds(1);
+    const auto end = std::chrono::steady_clock::now() + AwaitLimit;
+    std::mutex mutex;
+    std::condition_variable never;
+    std::unique_lock<std::mutex> lock(mutex);
+    while (!condition())
+    {
+        if (std::chrono::steady_clock::now() > end)
+        {
+            return false;
+        }
+        never.wait_for(lock, Pause); // not a sleep: that would be a call of the intercepted nanosleep
+    }
+    return true;
+}
+
+} // namespace UnitTests

@@ -1,0 +1,223 @@
+#include "ScriptedHub.h"
+
+#include "Await.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace UnitTests
+{
+
+namespace
+{
+
+std::string TransmitText(uint16_t topic, const uint8_t* data, uint16_t length)
+{
+    std::ostringstream text;
+    text << "Transmit " << topic << ":" << std::hex;
+    for (uint16_t index = 0; index < length; ++index)
+    {
+        text << ' ' << (data[index] < 0x10 ? "0" : "") << static_cast<int>(data[index]);
+    }
+    return text.str();
+}
+
+} // namespace
+
+ScriptedHub& ScriptedHub::Instance()
+{
+    static ScriptedHub hub;
+    return hub;
+}
+
+Nemt::CommHub* ScriptedHub::Hub()
+{
+    return Nemt::CommHub::Instance();
+}
+
+void ScriptedHub::Reset()
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    calls.clear();
+    topicListeners.clear();
+    connectionListeners.clear();
+    observe = nullptr;
+    transmitAnswer = true;
+    isConnectedAnswer = false;
+    reconnectAnswer = true;
+}
+
+void ScriptedHub::AnswerTransmit(bool accepted)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    transmitAnswer = accepted;
+}
+
+void ScriptedHub::AnswerIsConnected(bool connected)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    isConnectedAnswer = connected;
+}
+
+void ScriptedHub::AnswerReconnect(bool succeeds)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    reconnectAnswer = succeeds;
+}
+
+void ScriptedHub::Observe(std::function<void(const HubCall&)> observer)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    observe = std::move(observer);
+}
+
+std::vector<HubCall> ScriptedHub::Calls() const
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    return calls;
+}
+
+std::vector<std::string> ScriptedHub::Texts() const
+{
+    std::vector<std::string> texts;
+    for (const HubCall& call : Calls())
+    {
+        texts.push_back(call.text);
+    }
+    return texts;
+}
+
+bool ScriptedHub::Await(const std::string& text, int count)
+{
+    std::unique_lock<std::mutex> lock(mutex);
+    return called.wait_for(lock, AwaitLimit,
+                           [&] {
+                               return std::count_if(calls.begin(), calls.end(),
+                                                    [&](const HubCall& call) { return call.text == text; }) >= count;
+                           });
+}
+
+void ScriptedHub::Receive(uint16_t topic, const Bytes& payload)
+{
+    std::vector<Nemt::ITopicListener*> listeners;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        listeners = topicListeners;
+    }
+    for (Nemt::ITopicListener* listener : listeners)
+    {
+        const auto passing =
+            std::make_unique<Bytes>(payload); // gone after the call, and without a spare byte behind it
+        listener->OnTopicData(topic, passing->data(), static_cast<uint16_t>(passing->size()));
+    }
+}
+
+void ScriptedHub::Report(bool connected)
+{
+    std::vector<Nemt::IConnectionListener*> listeners;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        listeners = connectionListeners;
+    }
+    for (Nemt::IConnectionListener* listener : listeners)
+    {
+        listener->OnConnectionChanged(connected);
+    }
+}
+
+void ScriptedHub::Record(std::string text, const void* listener)
+{
+    const HubCall call{std::move(text), listener, std::this_thread::get_id()};
+    std::function<void(const HubCall&)> observer;
+    {
+        const std::lock_guard<std::mutex> lock(mutex);
+        observer = observe;
+        calls.push_back(call);
+        called.notify_all();
+    }
+    if (observer)
+    {
+        observer(call);
+    }
+}
+
+bool ScriptedHub::Answer(const bool& answer) const
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    return answer;
+}
+
+} // namespace UnitTests
+
+using UnitTests::ScriptedHub;
+
+namespace Nemt
+{
+
+CommHub* CommHub::Instance()
+{
+    static CommHub hub;
+    return &hub;
+}
+
+bool CommHub::IsConnected() const
+{
+    ScriptedHub::Instance().Record("IsConnected");
+    return ScriptedHub::Instance().Answer(ScriptedHub::Instance().isConnectedAnswer);
+}
+
+bool CommHub::Reconnect()
+{
+    ScriptedHub::Instance().Record("Reconnect");
+    return ScriptedHub::Instance().Answer(ScriptedHub::Instance().reconnectAnswer);
+}
+
+bool CommHub::Transmit(uint16_t topic, const uint8_t* data, uint16_t length)
+{
+    ScriptedHub::Instance().Record(UnitTests::TransmitText(topic, data, length));
+    return ScriptedHub::Instance().Answer(ScriptedHub::Instance().transmitAnswer);
+}
+
+void CommHub::RegisterTopicListener(ITopicListener* listener)
+{
+    ScriptedHub& script = ScriptedHub::Instance();
+    {
+        const std::lock_guard<std::mutex> lock(script.mutex);
+        script.topicListeners.push_back(listener);
+    }
+    script.Record("RegisterTopicListener", listener);
+}
+
+void CommHub::UnregisterTopicListener(const ITopicListener* listener)
+{
+    ScriptedHub& script = ScriptedHub::Instance();
+    {
+        const std::lock_guard<std::mutex> lock(script.mutex);
+        auto& all = script.topicListeners;
+        all.erase(std::remove(all.begin(), all.end(), listener), all.end());
+    }
+    script.Record("UnregisterTopicListener", listener);
+}
+
+void CommHub::RegisterConnectionListener(IConnectionListener* listener)
+{
+    ScriptedHub& script = ScriptedHub::Instance();
+    {
+        const std::lock_guard<std::mutex> lock(script.mutex);
+        script.connectionListeners.push_back(listener);
+    }
+    script.Record("RegisterConnectionListener", listener);
+}
+
+void CommHub::UnregisterConnectionListener(const IConnectionListener* listener)
+{
+    ScriptedHub& script = ScriptedHub::Instance();
+    {
+        const std::lock_guard<std::mutex> lock(script.mutex);
+        auto& all = script.connectionListeners;
+        all.erase(std::remove(all.begin(), all.end(), listener), all.end());
+    }
+    script.Record("UnregisterConnectionListener", listener);
+}
+
+} // namespace Nemt
