@@ -1,0 +1,112 @@
+#pragma once
+
+#include "EventLog.h"
+#include "Frame.h"
+#include "Hex.h"
+#include "SerialLine.h"
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace Simulator
+{
+
+/// The STM32 at the other end of the serial line: its reset input, its LEDs, its button and its KNX side.
+///
+/// Runs on a thread of its own. All operations may be called by any thread and do not wait for the line. Whatever happens
+/// is told to the event log, as the texts in this class's source.
+class CoProcessor
+{
+public:
+    static constexpr std::chrono::milliseconds BootTime{5}; ///< from the release of its reset to its first answer
+
+    CoProcessor(SerialLine& serialLine, EventLog& eventLog);
+    ~CoProcessor();
+
+    CoProcessor(const CoProcessor&) = delete;
+    CoProcessor& operator=(const CoProcessor&) = delete;
+
+    /// While the line is low it is held in reset. When it goes high it boots and has forgotten its LEDs, a press of the
+    /// button and the session with the driver, and a hang is over.
+    void SetResetLine(bool high);
+
+    /// A press is reported, and remembered until the next reset.
+    void SetButton(bool pressed);
+
+    /// A frame from the KNX side, as it is.
+    void InjectTelegram(const Bytes& cemi);
+
+    /// Hangs until the next reset: answers nothing, takes nothing in.
+    void Hang();
+
+    // What follows makes it misbehave, for tests. A reset does not mend it.
+
+    /// Never answers again while `dead` is true.
+    void SetDead(bool dead);
+    /// Everything that it sends leaves it so much later.
+    void SetDelay(std::chrono::milliseconds delay);
+    /// Sends the message `count` times at once.
+    void Flood(uint16_t topic, const Bytes& payload, int count);
+    /// Sends bytes that are no frame.
+    void SendGarbage(const Bytes& garbage);
+
+    /// 0 or 1; outputs of the LEDs have the numbers 1 to 4.
+    int LedState(uint8_t number) const;
+    int Rs485TerminationState() const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    enum class State
+    {
+        HeldInReset,
+        Booting,
+        Running
+    };
+
+    struct Outgoing
+    {
+        Clock::time_point due;
+        Bytes bytes;
+    };
+
+    void ThreadFunction();
+    int PollTimeout() const;
+    void BootWhenDue();
+    void TakeIn(const Bytes& bytes);
+    void SendWhenDue();
+    void OnFrame(const Wire::Frame& frame);
+    void OnCemi(const Bytes& cemi);
+    void OnDeviceMessage(const Bytes& message);
+    bool SendMessage(uint16_t topic, const Bytes& payload);
+    void Send(const Wire::Frame& frame);
+    void Queue(Bytes bytes);
+    void Wake() const;
+
+    SerialLine& line;
+    EventLog& events;
+    mutable std::mutex mutex;     // for all that follows
+    State state = State::Running; // it has booted long before Linux comes up
+    Clock::time_point bootsAt;
+    Clock::time_point lowSince;
+    Wire::Decoder decoder;
+    Bytes session; // of the driver, empty when there is none
+    std::deque<Outgoing> outgoing;
+    std::chrono::milliseconds sendDelay{0};
+    bool hung = false;
+    bool isDead = false;
+    bool buttonPressed = false;
+    bool pressedSinceBoot = false;
+    std::array<uint8_t, 5> leds{};
+    uint8_t rs485Termination = 0;
+    bool running = true;
+    int wakeUp = -1;
+    std::thread thread;
+};
+
+} // namespace Simulator

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Hex.h"
+
+#include <atomic>
+#include <string>
+
+namespace Simulator
+{
+
+/// A serial line as a pseudo-terminal: the co-processor holds this end, the Linux side opens the device.
+class SerialLine
+{
+public:
+    /// Throws std::runtime_error where the system has no pseudo-terminal to give.
+    SerialLine();
+    ~SerialLine();
+
+    SerialLine(const SerialLine&) = delete;
+    SerialLine& operator=(const SerialLine&) = delete;
+
+    /// Path of the device for the Linux side.
+    const std::string& Device() const
+    {
+        return device;
+    }
+
+    /// For poll. Both operations below are non-blocking.
+    int Descriptor() const
+    {
+        return coProcessorEnd;
+    }
+
+    /// What has arrived; empty when nothing has.
+    Bytes Read();
+
+    /// How many of the bytes were taken; the others have to wait for POLLOUT.
+    std::size_t Write(const uint8_t* data, std::size_t size);
+
+    /// Pulled, the line loses everything that either side sends. Any thread.
+    void SetPlugged(bool plugged);
+    bool IsPlugged() const
+    {
+        return connected;
+    }
+
+private:
+    std::string device;
+    int coProcessorEnd = -1;
+    int linuxEnd = -1; // kept open: otherwise this end reports errors whenever nobody has the device open
+    std::atomic<bool> connected{true};
+};
+
+} // namespace Simulator
