@@ -1,0 +1,97 @@
+#include "Board.h"
+
+#include "Overlay.h"
+
+#include <sys/mount.h>
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+
+namespace Simulator
+{
+
+namespace
+{
+
+// In the covered "/dev", where nobody looks and which goes with the namespace.
+constexpr const char* FilesDirectory = "/dev/orvel-board";
+
+} // namespace
+
+Board::Board(EventLog& eventLog, int resetGpio)
+    : events(eventLog)
+    , coProcessor(line, eventLog)
+{
+    try
+    {
+        Build(resetGpio);
+    }
+    catch (...)
+    {
+        TakeDown();
+        throw;
+    }
+}
+
+Board::~Board()
+{
+    TakeDown();
+}
+
+void Board::Build(int resetGpio)
+{
+    for (const char* const directory : {"/dev", "/sys/class"})
+    {
+        CoverDirectory(directory);
+        mounts.emplace_back(directory);
+    }
+
+    std::filesystem::create_directory(FilesDirectory);
+    KernelFiles::Listeners listeners;
+    listeners.onPin = [this, resetGpio](int pin, bool driven, bool high)
+    {
+        if (pin == resetGpio)
+        {
+            coProcessor.SetResetLine(!driven || high); // released, a pull-up holds it high
+        }
+    };
+    files = std::make_unique<KernelFiles>(FilesDirectory, listeners);
+
+    const auto show = [this](const std::filesystem::path& source, const std::filesystem::path& target)
+    {
+        BindMount(source, target);
+        mounts.push_back(target);
+    };
+    const std::filesystem::path directory = FilesDirectory;
+    show(directory / "uleds", "/dev/uleds");
+    show(directory / "gpio", "/sys/class/gpio");
+    show(directory / "leds", "/sys/class/leds");
+    show(line.Device(), "/dev/ttymxc2");
+
+    // The queues of this IPC namespace, not those of the system.
+    std::filesystem::create_directory("/dev/mqueue");
+    if (mount("mqueue", "/dev/mqueue", "mqueue", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == -1)
+    {
+        throw std::runtime_error(std::string("cannot mount /dev/mqueue: ") + strerror(errno));
+    }
+    mounts.emplace_back("/dev/mqueue");
+}
+
+void Board::TakeDown()
+{
+    // The files first: whoever still waits in one of them is let go.
+    files.reset();
+    for (; !mounts.empty(); mounts.pop_back())
+    {
+        Unmount(mounts.back());
+    }
+}
+
+void Board::SetPlugged(bool plugged)
+{
+    line.SetPlugged(plugged);
+    events.Add(plugged ? "serial line plugged in" : "serial line pulled");
+}
+
+} // namespace Simulator

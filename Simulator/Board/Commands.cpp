@@ -1,0 +1,94 @@
+#include "Commands.h"
+
+#include <sstream>
+
+namespace Simulator
+{
+
+namespace
+{
+
+constexpr std::size_t MaxTelegram = 1024; // bytes; the line's own limit, beyond that of the driver, which tests need
+
+std::string WithoutMargin(const std::string& text)
+{
+    const std::size_t first = text.find_first_not_of(" \t\r");
+    const std::size_t last = text.find_last_not_of(" \t\r");
+    return first == std::string::npos ? "" : text.substr(first, last - first + 1);
+}
+
+} // namespace
+
+std::string Commands::Execute(const std::string& line)
+{
+    std::istringstream words(line);
+    std::string name;
+    std::string rest;
+    words >> name;
+    std::getline(words, rest);
+    rest = WithoutMargin(rest);
+
+    if (name.empty())
+    {
+        return "";
+    }
+    if (name == "telegram")
+    {
+        return InjectTelegram(rest);
+    }
+    if (!rest.empty())
+    {
+        return "'" + name + "' takes no argument, or is no command; 'help' lists them";
+    }
+    if (name == "press" || name == "release")
+    {
+        board.TheCoProcessor().SetButton(name == "press");
+    }
+    else if (name == "plug" || name == "unplug")
+    {
+        board.SetPlugged(name == "plug");
+    }
+    else if (name == "mute")
+    {
+        board.TheCoProcessor().Hang();
+    }
+    else if (name == "quit")
+    {
+        quitRequested = true;
+    }
+    else if (name == "help")
+    {
+        return Help();
+    }
+    else
+    {
+        return "'" + name + "' is no command; 'help' lists them";
+    }
+    return "";
+}
+
+std::string Commands::Help()
+{
+    return "press           press the programming button\n"
+           "release         let it go\n"
+           "telegram HEX    a cEMI frame from KNX, such as 29 00 bc e0 11 01 0a 03 01 00 81\n"
+           "unplug          pull the serial line\n"
+           "plug            plug it in again\n"
+           "mute            let the co-processor hang until it is reset\n"
+           "quit            stop the daemon and the board\n"
+           "help            this list";
+}
+
+std::string Commands::InjectTelegram(const std::string& hex)
+{
+    const auto telegram = FromHex(hex);
+    if (!telegram || telegram->empty() || telegram->size() > MaxTelegram)
+    {
+        return "'telegram' takes 1 to " + std::to_string(MaxTelegram) +
+               " bytes of two hexadecimal digits each; spaces and colons may stand between them";
+    }
+    board.TheCoProcessor().InjectTelegram(*telegram);
+    return "";
+}
+
+} // namespace Simulator

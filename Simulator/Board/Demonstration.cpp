@@ -1,0 +1,205 @@
+#include "Demonstration.h"
+
+#include "Orvel/Protocol.h"
+
+#include <fcntl.h>
+#include <mqueue.h>
+#include <poll.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+namespace Simulator
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+constexpr auto Patience = 20s; // with each step, on a busy machine
+constexpr auto Glance = 50ms;  // between two looks at whether it has been cancelled
+
+// A message queue as an application opens it: the daemon has created it.
+class Queue
+{
+public:
+    Queue(const char* queueName, int access)
+        : name(queueName)
+        , queue(mq_open(queueName, access | O_NONBLOCK | O_CLOEXEC))
+    {
+        if (queue == -1)
+        {
+            throw std::runtime_error("cannot open " + name + ": " + strerror(errno));
+        }
+    }
+
+    ~Queue()
+    {
+        mq_close(queue);
+    }
+
+    Queue(const Queue&) = delete;
+    Queue& operator=(const Queue&) = delete;
+
+    void Send(const Bytes& message) const
+    {
+        if (mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0) == -1)
+        {
+            throw std::runtime_error("cannot write to " + name + ": " + strerror(errno));
+        }
+    }
+
+    // Empty when nothing came within a glance.
+    Bytes Receive() const
+    {
+        pollfd entry{queue, POLLIN, 0};
+        poll(&entry, 1, static_cast<int>(std::chrono::milliseconds(Glance).count()));
+        Bytes message(ORVEL_CEMI_MESSAGE_SIZE);
+        const ssize_t size = mq_receive(queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
+        message.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+        return message;
+    }
+
+private:
+    std::string name;
+    mqd_t queue;
+};
+
+class Walk
+{
+public:
+    Walk(Board& theBoard, EventLog& eventLog, const std::atomic<bool>& isCancelled,
+         const std::function<void(const std::string&)>& sayLine)
+        : board(theBoard)
+        , events(eventLog)
+        , cancelled(isCancelled)
+        , say(sayLine)
+    {
+    }
+
+    void Run()
+    {
+        Await("link up");
+        // The daemon opens its queues and registers its LEDs on threads of its own.
+        AwaitFile("/dev/mqueue/cemiFromLL", "the daemon opens its queues");
+        AwaitFile("/dev/mqueue/progButton", "the daemon opens its queue for the button");
+        const Queue fromLink(ORVEL_CEMI_FROM_LL_QUEUE, O_RDONLY);
+        const Queue button(ORVEL_PROG_BUTTON_QUEUE, O_RDONLY);
+        Read(fromLink, "the link is usable");
+        const Queue toLink(ORVEL_CEMI_TO_LL_QUEUE, O_WRONLY);
+
+        say("an application switches group address 1/2/3 on");
+        toLink.Send({0x0b, 0x11, 0x00, 0xbc, 0xe0, 0x00, 0x00, 0x0a, 0x03, 0x01, 0x00, 0x81});
+        Read(fromLink, "the confirmation");
+
+        say("somebody on the bus switches it off");
+        board.TheCoProcessor().InjectTelegram({0x29, 0x00, 0xbc, 0xe0, 0x11, 0x01, 0x0a, 0x03, 0x01, 0x00, 0x80});
+        Read(fromLink, "the telegram");
+
+        say("an application writes 100 to /sys/class/leds/prg1/brightness");
+        SetLed("prg1", 100);
+        Await("LED red KNX on");
+
+        say("somebody presses the programming button");
+        board.TheCoProcessor().SetButton(true);
+        Read(button, "pressed");
+        board.TheCoProcessor().SetButton(false);
+        Read(button, "released");
+
+        say("the co-processor hangs; the daemon notices, resets it and reconnects");
+        board.TheCoProcessor().Hang();
+        Await("reset line low");
+        Await("link up");
+        Read(fromLink, "the link is usable again");
+    }
+
+private:
+    // Tries again and again; each try takes a glance.
+    template<typename Try>
+    void Insist(const std::string& what, const Try& succeeds)
+    {
+        const auto limit = std::chrono::steady_clock::now() + Patience;
+        while (!succeeds())
+        {
+            if (cancelled || std::chrono::steady_clock::now() > limit)
+            {
+                throw std::runtime_error("this did not happen: " + what);
+            }
+        }
+    }
+
+    void Await(const std::string& event)
+    {
+        Insist(event,
+               [&]
+               {
+                   const std::size_t next = events.Await(event, seen, Glance);
+                   seen = next != 0 ? next : seen;
+                   return next != 0;
+               });
+    }
+
+    // The kernel tells nobody of a new queue or LED.
+    void AwaitFile(const std::filesystem::path& file, const std::string& meaning)
+    {
+        Insist(meaning,
+               [&]
+               {
+                   std::error_code ignored;
+                   const bool there = std::filesystem::exists(file, ignored);
+                   return there || (poll(nullptr, 0, static_cast<int>(Glance.count())), false);
+               });
+    }
+
+    void Read(const Queue& queue, const std::string& meaning)
+    {
+        Bytes message;
+        Insist(meaning, [&] { return !(message = queue.Receive()).empty(); });
+        say("an application reads " + ToHex(message) + " (" + meaning + ")");
+    }
+
+    void SetLed(const std::string& name, int brightness)
+    {
+        const auto file = std::filesystem::path("/sys/class/leds") / name / "brightness";
+        AwaitFile(file, "the daemon registers the LED " + name + " (rarely it does not; then start again)");
+        std::ofstream stream(file);
+        stream << brightness << std::endl;
+        if (!stream)
+        {
+            throw std::runtime_error("cannot write to " + file.string());
+        }
+    }
+
+    Board& board;
+    EventLog& events;
+    const std::atomic<bool>& cancelled;
+    const std::function<void(const std::string&)>& say;
+    std::size_t seen = 0;
+};
+
+} // namespace
+
+void Demonstrate(Board& board, EventLog& events, const std::atomic<bool>& cancelled,
+                 const std::function<void(const std::string&)>& say)
+{
+    try
+    {
+        Walk(board, events, cancelled, say).Run();
+        say("that was all; the daemon goes on, and 'help' lists what you can do");
+    }
+    catch (const std::runtime_error& failure)
+    {
+        if (!cancelled)
+        {
+            say(std::string("the demonstration failed: ") + failure.what());
+        }
+    }
+}
+
+} // namespace Simulator

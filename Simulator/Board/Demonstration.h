@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Board.h"
+#include "EventLog.h"
+
+#include <atomic>
+#include <functional>
+#include <string>
+
+namespace Simulator
+{
+
+/// Plays an application and the world around the board once: a telegram each way, an LED, the button, a link that is lost
+/// and recovers. Each step is told to `say`. Blocks until all is shown, a step did not happen (which is told too), or
+/// `cancelled` becomes true.
+void Demonstrate(Board& board, EventLog& events, const std::atomic<bool>& cancelled,
+                 const std::function<void(const std::string&)>& say);
+
+} // namespace Simulator

@@ -1,0 +1,110 @@
+#include "Options.h"
+
+#include <cxxopts.hpp>
+
+#include <algorithm>
+#include <stdexcept>
+#include <string_view>
+
+namespace Simulator
+{
+
+namespace
+{
+
+constexpr int MaxGpio = 31; // the simulated chip has the pins 0 to 31
+
+cxxopts::Options Definitions()
+{
+    cxxopts::Options definitions("orvel-board", "Runs the unmodified orvel daemon on a simulated board.\n"
+                                                "Type 'help' to the running board for its commands.\n");
+    definitions.custom_help("[OPTION...] [-- ORVEL OPTION...]\n"
+                            "  orvel-board exec [--name NAME] -- COMMAND [ARGUMENT...]");
+    // clang-format off
+    definitions.add_options()
+        ("h,help", "Print this help message and exit.")
+        ("demo", "First show a telegram each way, an LED, the button and a recovered link.")
+        ("name", "Name of the board, to have several and to find them with exec, default is: board",
+            cxxopts::value<std::string>())
+        ("reset_gpio", "GPIO pin that the co-processor's reset is wired to, default is: 3", cxxopts::value<int>())
+        ("driver", "The daemon to run, default is the one installed or built beside this program.",
+            cxxopts::value<std::string>())
+        ("library", "Directory of the libNemt.so that the daemon loads, default is the stand-in's.",
+            cxxopts::value<std::string>());
+    // clang-format on
+    return definitions;
+}
+
+void Check(bool condition, const std::string& otherwise)
+{
+    if (!condition)
+    {
+        throw std::runtime_error(otherwise);
+    }
+}
+
+} // namespace
+
+Options ParseOptions(int argc, const char* const* argv)
+{
+    Options options;
+    const auto* const end = argv + argc;
+    const auto* const separator =
+        std::find_if(argv, end, [](const char* argument) { return std::string_view(argument) == "--"; });
+    if (separator != end)
+    {
+        options.command.assign(separator + 1, end);
+    }
+
+    std::vector<const char*> own(argv, separator);
+    if (own.size() > 1 && std::string_view(own[1]) == "exec")
+    {
+        options.mode = Options::Mode::Exec;
+        own.erase(own.begin() + 1);
+    }
+
+    cxxopts::Options definitions = Definitions();
+    try
+    {
+        const auto given = definitions.parse(static_cast<int>(own.size()), own.data());
+        Check(given.unmatched().empty(),
+              given.unmatched().empty() ? "" : "'" + given.unmatched()[0] + "' is not understood");
+        if (given.count("help") != 0)
+        {
+            options.mode = Options::Mode::Help;
+            options.help = definitions.help();
+            return options;
+        }
+        const auto takeOver = [&given](const char* option, auto& setting)
+        {
+            if (given.count(option) != 0)
+            {
+                setting = given[option].as<std::decay_t<decltype(setting)>>();
+            }
+        };
+        std::string driver;
+        std::string library;
+        takeOver("name", options.name);
+        takeOver("reset_gpio", options.resetGpio);
+        takeOver("driver", driver);
+        takeOver("library", library);
+        options.driver = driver;
+        options.library = library;
+        options.demo = given.count("demo") != 0;
+
+        Check(options.resetGpio >= 0 && options.resetGpio <= MaxGpio,
+              "reset_gpio must be 0 to " + std::to_string(MaxGpio) + ", not " + std::to_string(options.resetGpio));
+        if (options.mode == Options::Mode::Exec)
+        {
+            Check(!options.command.empty(), "exec needs a command behind --");
+            Check(given.arguments().size() == given.count("name"), "exec takes no other option than --name");
+        }
+    }
+    catch (const cxxopts::exceptions::exception& rejected)
+    {
+        throw std::runtime_error(rejected.what());
+    }
+    return options;
+}
+
+} // namespace Simulator

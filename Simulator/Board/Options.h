@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace Simulator
+{
+
+/// What was asked of orvel-board.
+struct Options
+{
+    enum class Mode
+    {
+        Run,  ///< start the board and the daemon
+        Exec, ///< run `command` on a running board
+        Help
+    };
+
+    Mode mode = Mode::Run;
+    std::string name = "board";
+    int resetGpio = 3;
+    bool demo = false;
+    std::filesystem::path driver;     ///< the daemon
+    std::filesystem::path library;    ///< directory of the link library that it loads
+    std::vector<std::string> command; ///< behind "--": the daemon's options, or the program and its arguments
+    std::string help;
+};
+
+/// Throws std::runtime_error with one line when the options are wrong.
+Options ParseOptions(int argc, const char* const* argv);
+
+} // namespace Simulator

@@ -1,0 +1,122 @@
+#include "Process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+namespace Simulator
+{
+
+namespace
+{
+
+// In the new process. Returns only when the program could not be started.
+void Execute(const Process::Start& start, pid_t parent)
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent)
+    {
+        return; // the board died before it could be told so
+    }
+    // Ctrl-C in a terminal is for the board, which then stops the program in its own way.
+    setpgid(0, 0);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    if (start.standardInput != -1)
+    {
+        dup2(start.standardInput, STDIN_FILENO);
+    }
+    if (start.standardOutput != -1)
+    {
+        dup2(start.standardOutput, STDOUT_FILENO);
+        dup2(start.standardOutput, STDERR_FILENO);
+    }
+    for (const auto& [name, value] : start.environment)
+    {
+        setenv(name.c_str(), value.c_str(), 1);
+    }
+    std::vector<char*> arguments;
+    for (const std::string& argument : start.command)
+    {
+        arguments.push_back(const_cast<char*>(argument.c_str())); // exec does not write to them
+    }
+    arguments.push_back(nullptr);
+    execvp(arguments[0], arguments.data());
+}
+
+} // namespace
+
+Process::Process(const Start& start)
+{
+    // Closed by a successful exec; otherwise it brings the reason.
+    std::array<int, 2> failure{};
+    if (pipe2(failure.data(), O_CLOEXEC) == -1)
+    {
+        throw std::runtime_error(std::string("cannot make a pipe: ") + strerror(errno));
+    }
+    const pid_t parent = getpid();
+    id = fork();
+    if (id == 0)
+    {
+        Execute(start, parent);
+        const int error = errno;
+        static_cast<void>(write(failure[1], &error, sizeof(error)) == -1);
+        _exit(127);
+    }
+    close(failure[1]);
+    int error = id == -1 ? errno : 0;
+    if (id != -1 && read(failure[0], &error, sizeof(error)) > 0)
+    {
+        waitpid(id, nullptr, 0);
+    }
+    close(failure[0]);
+    if (error != 0)
+    {
+        throw std::runtime_error("cannot start " + start.command.front() + ": " + strerror(error));
+    }
+    descriptor = static_cast<int>(syscall(SYS_pidfd_open, id, 0)); // the C library has it only since lately
+}
+
+Process::~Process()
+{
+    if (!status)
+    {
+        Signal(SIGKILL);
+        Wait();
+    }
+    close(descriptor);
+}
+
+void Process::Signal(int signal) const
+{
+    if (!status)
+    {
+        kill(id, signal);
+    }
+}
+
+int Process::Wait()
+{
+    if (!status)
+    {
+        int result = 0;
+        while (waitpid(id, &result, 0) == -1 && errno == EINTR)
+        {
+        }
+        status = WIFSIGNALED(result) ? 128 + WTERMSIG(result) : WEXITSTATUS(result);
+    }
+    return *status;
+}
+
+} // namespace Simulator
