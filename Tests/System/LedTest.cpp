@@ -1,0 +1,138 @@
+// The LEDs of the kernel's LED class and the co-processor's outputs.
+
+#include "OnBoard.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <filesystem>
+
+using testing::ElementsAre;
+
+namespace
+{
+
+class Led : public OnBoard
+{
+protected:
+    static std::vector<std::string> Names()
+    {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator("/sys/class/leds"))
+        {
+            names.push_back(entry.path().filename());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    // The kernel reports 0 for each LED when it is registered; what the test does comes behind that.
+    bool AwaitFirstReports()
+    {
+        return AwaitEvent("LED red KNX off") && AwaitEvent("LED yellow KNX off") &&
+               AwaitEvent("LED green device off") && AwaitEvent("LED orange device off");
+    }
+};
+
+TEST_F(Led, EachLedDrivesItsOutput)
+{
+    Daemon daemon;
+    ASSERT_TRUE(AwaitRunning(daemon));
+    EXPECT_THAT(Names(), ElementsAre("knx", "prg1", "prg2", "system"));
+    ASSERT_TRUE(AwaitFirstReports());
+    const std::vector<std::pair<std::string, std::string>> outputs{
+        {"prg1", "red KNX"}, {"prg2", "yellow KNX"}, {"system", "green device"}, {"knx", "orange device"}};
+    for (const auto& [name, output] : outputs)
+    {
+        EXPECT_TRUE(SetBrightness(name, "100"));
+        EXPECT_TRUE(AwaitEvent("LED " + output + " on"));
+        EXPECT_TRUE(daemon.AwaitLine("DEBUG Leds <> - Set brightness of led " + name + " to 100"));
+        EXPECT_TRUE(SetBrightness(name, "0"));
+        EXPECT_TRUE(AwaitEvent("LED " + output + " off"));
+        EXPECT_TRUE(daemon.AwaitLine("DEBUG Leds <> - Set brightness of led " + name + " to 0"));
+    }
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Led, AnyBrightnessAbove0IsOnAndIsLoggedAsItIs)
+{
+    Daemon daemon;
+    ASSERT_TRUE(AwaitRunning(daemon));
+    ASSERT_TRUE(AwaitFirstReports());
+    EXPECT_TRUE(SetBrightness("prg1", "1"));
+    EXPECT_TRUE(AwaitEvent("LED red KNX on"));
+    EXPECT_TRUE(daemon.AwaitLine("DEBUG Leds <> - Set brightness of led prg1 to 1"));
+    EXPECT_EQ(TheCoProcessor().LedState(3), 1);
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Led, TheFifthDrivesTheRs485TerminationWhenEnabled)
+{
+    Daemon daemon({"--enable_rs485"});
+    ASSERT_TRUE(AwaitRunning(daemon, 5));
+    EXPECT_TRUE(AwaitEvent("RS485 termination off"));
+    EXPECT_TRUE(SetBrightness("rs485termination", "100"));
+    EXPECT_TRUE(AwaitEvent("RS485 termination on"));
+    EXPECT_EQ(TheCoProcessor().Rs485TerminationState(), 1);
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Led, EnableRs485WithTheValueFalseEnablesIt)
+{
+    Daemon daemon({"--enable_rs485=false"});
+    EXPECT_TRUE(AwaitRunning(daemon, 5));
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Led, NamesComeFromTheCommandLine)
+{
+    Daemon daemon({"-r", "red", "-y", "yellow", "-g", "green", "-o", "orange", "-s", "termination", "-e"});
+    ASSERT_TRUE(AwaitRunning(daemon, 5));
+    EXPECT_THAT(Names(), ElementsAre("green", "orange", "red", "termination", "yellow"));
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Led, ANameOf70CharactersIsCutTo63)
+{
+    const std::string name(70, 'n');
+    Daemon daemon({"--led_knx_red_name", name});
+    ASSERT_TRUE(AwaitRunning(daemon));
+    EXPECT_TRUE(std::filesystem::exists("/sys/class/leds/" + name.substr(0, 63)));
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Led, AChangeThatTheLinkRefusesIsLostWithItsLine)
+{
+    auto daemon = Daemon::OnTraceLibrary({}, {{"TRACE_TRANSMIT", "0"}});
+    ASSERT_TRUE(AwaitRunning(daemon));
+    EXPECT_TRUE(SetBrightness("system", "50"));
+    EXPECT_TRUE(daemon.AwaitLine("ERROR Leds <> - Failed to transmit LED state for led system"));
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Led, AReadThatFindsNothingIsLoggedAndChangesNothing)
+{
+    Daemon daemon;
+    ASSERT_TRUE(AwaitRunning(daemon));
+    ASSERT_TRUE(AwaitFirstReports());
+    FailOnce(Simulator::Operation::UledsRead, EAGAIN);
+    EXPECT_TRUE(SetBrightness("prg1", "100"));
+    EXPECT_TRUE(daemon.AwaitLine(
+        "ERROR Leds <> - Failed to read from /dev/uleds for led prg1: Resource temporarily unavailable"));
+    EXPECT_TRUE(AwaitEvent("LED red KNX on"));
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Led, ABrokenHandleEndsTheDaemonWithTheLineThatNamesTheOtherError)
+{
+    Daemon daemon;
+    ASSERT_TRUE(AwaitRunning(daemon));
+    ASSERT_TRUE(AwaitFirstReports());
+    FailOnce(Simulator::Operation::UledsRead, EBADF);
+    EXPECT_TRUE(SetBrightness("prg2", "100"));
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_EQ(daemon.Count("ERROR Leds Failed to read from /dev/uleds for led prg2: Bad file descriptor"), 1);
+    EXPECT_EQ(daemon.Count("FATAL Leds Read reported bad file descriptor (EBADFD)"), 1);
+}
+
+} // namespace

@@ -1,0 +1,259 @@
+// The command line, the order of the start, and what happens when a part of it fails.
+
+#include "Namespaces.h"
+#include "OnBoard.h"
+#include "Overlay.h"
+
+#include <gmock/gmock.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <regex>
+
+using Simulator::Operation;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace
+{
+
+class Start : public OnBoard
+{
+protected:
+    // Neither the reset line nor the link nor anything else was used.
+    void ExpectNothingTouched(const Daemon& daemon)
+    {
+        EXPECT_THAT(GpioWrites(), IsEmpty());
+        EXPECT_THAT(daemon.LogLines(), IsEmpty());
+        EXPECT_FALSE(Queue::Exists("/cemiFromLL"));
+        EXPECT_FALSE(Queue::Exists("/progButton"));
+        EXPECT_TRUE(std::filesystem::is_empty("/sys/class/leds"));
+    }
+};
+
+TEST_F(Start, HelpIsPrintedAndEndsWithStatus0BeforeAnythingIsTouched)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--help", "--reset_gpio", "12", "--enable_rs485"});
+    EXPECT_EQ(daemon.Wait(), 0);
+    ASSERT_FALSE(daemon.Lines().empty());
+    EXPECT_EQ(daemon.Lines()[0], "ORVEL userspace driver");
+    ExpectNothingTouched(daemon);
+}
+
+TEST_F(Start, HelpWinsOverVersion)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--version", "--help"});
+    EXPECT_EQ(daemon.Wait(), 0);
+    for (const std::string& line : daemon.Lines())
+    {
+        EXPECT_NE(line.find("Version "), 0U) << line;
+    }
+}
+
+TEST_F(Start, HelpWithTheValueFalseIsHelp)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--help=false"});
+    EXPECT_EQ(daemon.Wait(), 0);
+    ExpectNothingTouched(daemon);
+}
+
+TEST_F(Start, VersionIsPrintedAndTheDaemonGoesOn)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--version"});
+    EXPECT_TRUE(daemon.AwaitLine("IsConnected()"));
+    EXPECT_TRUE(std::regex_match(daemon.Lines().at(0), std::regex("Version [0-9a-f]{40}"))) << daemon.Lines().at(0);
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Start, AnUnknownOptionGivesOneLineAndStatus255BeforeAnythingIsTouched)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--foo"});
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_EQ(daemon.Lines().size(), 1U);
+    ExpectNothingTouched(daemon);
+}
+
+TEST_F(Start, AnOptionWithoutItsValueGivesOneLineAndStatus255)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--led_green_name"});
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_EQ(daemon.Lines().size(), 1U);
+    ExpectNothingTouched(daemon);
+}
+
+TEST_F(Start, AResetGpioThatIsNoNumberGivesOneLineAndStatus255)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--reset_gpio", "three"});
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_EQ(daemon.Lines().size(), 1U);
+    ExpectNothingTouched(daemon);
+}
+
+TEST_F(Start, ResetsTheCoProcessorThenOpensTheLinkThenBuildsTheComponentsInOrder)
+{
+    auto daemon = Daemon::OnTraceLibrary();
+    EXPECT_TRUE(daemon.AwaitLine("IsConnected()"));
+    EXPECT_EQ(daemon.Stop(), 0);
+    auto lines = daemon.MainThreadLines();
+    lines.resize(17);
+    EXPECT_THAT(lines, ElementsAre("DEBUG Reset Resetting STM32 using GPIO 3", //
+                                   "DEBUG Nemt Instance()",                    //
+                                   "DEBUG Nemt Open(/dev/ttymxc2, 0)",         //
+                                   "WARN Nemt a warning",                      //
+                                   "WARN Nemt a warning",                      //
+                                   "ERROR Nemt an error",                      //
+                                   "ERROR Nemt an error",                      //
+                                   "DEBUG Nemt Instance()",                    // for the LEDs
+                                   "DEBUG Nemt Instance()",                    // for the button
+                                   "DEBUG Buttons Opened message queue /progButton successfully",
+                                   "DEBUG Nemt Transmit(257): 8 1",            //
+                                   "DEBUG Nemt RegisterTopicListener(1)",      //
+                                   "DEBUG Nemt Instance()",                    // for the bridge
+                                   "DEBUG Nemt Instance()",                    // for the connection
+                                   "DEBUG Nemt RegisterConnectionListener(1)", //
+                                   "DEBUG Nemt IsConnected()",                 //
+                                   "DEBUG Nemt Instance()"));                  // for the closing
+    EXPECT_THAT(GpioWrites(), ElementsAre("export 3", "gpio3/direction in", "gpio3/direction out", "gpio3/value 01",
+                                          "gpio3/direction in"));
+}
+
+TEST_F(Start, TheBridgeRegistersAfterItHasToldTheApplicationsThatTheLinkIsUsable)
+{
+    auto daemon = Daemon::OnTraceLibrary();
+    EXPECT_TRUE(daemon.AwaitLine("Opened message queue /cemiFromLL successfully"));
+    EXPECT_TRUE(daemon.AwaitLine("Opened message queue /cemiToLL successfully"));
+    EXPECT_TRUE(daemon.AwaitLine("Sended cemi message with size 4 from LL to user message queue"));
+    EXPECT_TRUE(daemon.AwaitLine("RegisterTopicListener(2)"));
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Start, AnotherGpioIsPulsedWhenSoConfigured)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--reset_gpio", "12"});
+    EXPECT_TRUE(daemon.AwaitLine("DEBUG Reset <> - Resetting STM32 using GPIO 12"));
+    EXPECT_TRUE(daemon.AwaitLine("IsConnected()"));
+    EXPECT_EQ(daemon.Stop(), 0);
+    EXPECT_THAT(GpioWrites(), ElementsAre("export 12", "gpio12/direction in", "gpio12/direction out", "gpio12/value 01",
+                                          "gpio12/direction in"));
+}
+
+TEST_F(Start, AnotherDeviceIsAcceptedAndWithoutEffect)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--device", "/dev/ttyS9"});
+    EXPECT_TRUE(daemon.AwaitLine("Open(/dev/ttymxc2, 0)"));
+    EXPECT_TRUE(daemon.AwaitLine("IsConnected()"));
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Start, AnExportFileThatCannotBeOpenedEndsWithStatus255BeforeTheLinkIsTouched)
+{
+    Fail(Operation::ExportOpen, EACCES);
+    auto daemon = Daemon::OnTraceLibrary();
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_THAT(daemon.LogLines(), ElementsAre("ERROR Reset Failed to export STM32 reset GPIO 3: Permission denied"));
+    EXPECT_THAT(GpioWrites(), IsEmpty());
+}
+
+TEST_F(Start, AGpioThatTheBoardLacksEndsWithStatus255BeforeTheLinkIsTouched)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--reset_gpio", "99"});
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_THAT(daemon.LogLines(),
+                ElementsAre("ERROR Reset Cannot set direction of STM32 reset GPIO 99: No such file or directory"));
+}
+
+TEST_F(Start, AGpioThatIsExportedAlreadyIsTaken)
+{
+    Daemon first;
+    EXPECT_TRUE(AwaitRunning(first));
+    EXPECT_EQ(first.Stop(), 0);
+    Daemon second;
+    EXPECT_TRUE(AwaitRunning(second));
+    EXPECT_EQ(second.Stop(), 0);
+    EXPECT_THAT(second.LogLines(), Not(Contains(testing::StartsWith("ERROR"))));
+}
+
+TEST_F(Start, AFailureOfTheVeryFirstResetPulseIsOnlySeenAfterTheFirstPeriod)
+{
+    Fail(Operation::ValueOpen, EIO);
+    auto daemon = Daemon::OnTraceLibrary();
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_EQ(daemon.Count("ERROR Reset Cannot set value of STM32 reset GPIO 3: Input/output error"), 1);
+    EXPECT_EQ(daemon.Count("DEBUG Nemt Open(/dev/ttymxc2, 0)"), 1);
+    const auto supervising = daemon.TimeOf("DEBUG Nemt IsConnected()");
+    const auto closed = daemon.TimeOf("DEBUG Nemt Close()");
+    ASSERT_TRUE(supervising && closed);
+    EXPECT_GE((*closed - *supervising).count(), 249); // the period of 250 ms, in a log of whole milliseconds
+    EXPECT_THAT(GpioWrites(),
+                ElementsAre("export 3", "gpio3/direction in", "gpio3/direction out", "gpio3/direction in"));
+}
+
+TEST_F(Start, ALinkThatCannotBeOpenedEndsWithStatus255AfterTheResetAndBeforeAnyComponentIsBuilt)
+{
+    auto daemon = Daemon::OnTraceLibrary({}, {{"TRACE_OPEN", "0"}});
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_EQ(daemon.LogLines().back(),
+              "ERROR Main Failed to open port /dev/ttymxc2 for NEMT communication, aborting.");
+    EXPECT_EQ(daemon.Count("DEBUG Nemt Instance()"), 1);
+    EXPECT_EQ(daemon.Count("DEBUG Nemt Close()"), 0);
+    EXPECT_EQ(GpioWrites().size(), 5U);
+    EXPECT_FALSE(Queue::Exists("/progButton"));
+    EXPECT_TRUE(std::filesystem::is_empty("/sys/class/leds"));
+}
+
+TEST_F(Start, ASerialDeviceThatIsMissingGivesTheLineThatNamesIt)
+{
+    Simulator::BindMount("/dev/null", "/dev/ttymxc2"); // no serial device
+    Daemon daemon;
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_EQ(daemon.LogLines().back(),
+              "ERROR Main Failed to open port /dev/ttymxc2 for NEMT communication, aborting.");
+    Simulator::Unmount("/dev/ttymxc2");
+}
+
+TEST_F(Start, WithoutTheKernelsUserspaceLedsTheDaemonEndsWithStatus255)
+{
+    Fail(Operation::UledsOpen, ENODEV);
+    auto daemon = Daemon::OnTraceLibrary();
+    AwaitLedWorker(daemon);
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_EQ(daemon.Count("ERROR Leds Failed to open /dev/uleds: No such device"), 1);
+    EXPECT_EQ(daemon.Count("DEBUG Nemt Close()"), 1);
+}
+
+TEST_F(Start, AnLedNameThatTheKernelRefusesEndsWithStatus255AndKeepsTheLedsBeforeIt)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--led_green_name", "a/b"});
+    AwaitLedWorker(daemon);
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_EQ(daemon.Count("DEBUG Leds Created virtual led device prg1"), 1);
+    EXPECT_EQ(daemon.Count("DEBUG Leds Created virtual led device prg2"), 1);
+    EXPECT_EQ(daemon.Count("ERROR Leds Failed to write to /dev/uleds for virtual led device a/b: Invalid argument"), 1);
+    EXPECT_EQ(daemon.Count("DEBUG Leds Created virtual led device knx"), 0);
+    EXPECT_TRUE(Await([] { return std::filesystem::is_empty("/sys/class/leds"); }));
+}
+
+TEST_F(Start, AQueueLimitBelow14EndsWithStatus255)
+{
+    Simulator::SetMessageLimit(10);
+    Daemon daemon;
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_EQ(daemon.Count("ERROR Cemi Failed to open message queue /cemiFromLL"), 1);
+    EXPECT_FALSE(Queue::Exists("/progButton"));
+    Simulator::SetMessageLimit(32);
+}
+
+TEST_F(Start, AButtonQueueThatCannotBeOpenedEndsWithStatus255)
+{
+    auto daemon = Daemon::OnTraceLibrary({"-p", "/good", "-p", "without slash"});
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_EQ(daemon.Count("DEBUG Buttons Opened message queue /good successfully"), 1);
+    EXPECT_EQ(daemon.Count("ERROR Buttons Failed to open message queue without slash"), 1);
+    EXPECT_EQ(daemon.Count("DEBUG Nemt Transmit(257): 8 1"), 0);
+    EXPECT_EQ(daemon.Count("DEBUG Nemt RegisterTopicListener(1)"), 1);
+    EXPECT_FALSE(Queue::Exists("/good"));
+}
+
+} // namespace

@@ -1,0 +1,219 @@
+#include "Daemon.h"
+
+#include "Await.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <regex>
+#include <stdexcept>
+
+namespace
+{
+
+std::vector<std::string> DriverCommand(std::vector<std::string> options)
+{
+    options.insert(options.begin(), DRIVER);
+    return options;
+}
+
+} // namespace
+
+Daemon::Daemon(std::vector<std::string> options)
+    : Daemon(DriverCommand(std::move(options)), {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}})
+{
+}
+
+Daemon Daemon::OnTraceLibrary(std::vector<std::string> options, Environment environment)
+{
+    environment.emplace_back("LD_LIBRARY_PATH", TRACE_LIBRARY);
+    return {DriverCommand(std::move(options)), std::move(environment)};
+}
+
+Daemon::Daemon(std::vector<std::string> command, Environment environment, int standardInput)
+{
+    start.command = std::move(command);
+    start.environment = std::move(environment);
+    start.standardInput = standardInput;
+#ifdef __SANITIZE_THREAD__
+    start.environment.emplace_back("LD_PRELOAD", LATE_THREADS);
+#endif
+    Begin();
+}
+
+void Daemon::Begin()
+{
+    std::array<int, 2> pipe{};
+    if (pipe2(pipe.data(), O_CLOEXEC) == -1)
+    {
+        throw std::runtime_error("no pipe");
+    }
+    output = pipe[0];
+    start.standardOutput = pipe[1];
+    process = std::make_unique<Simulator::Process>(start);
+    close(pipe[1]);
+    reader = std::thread(&Daemon::ReadOutput, this);
+}
+
+void Daemon::Restart()
+{
+    Stop();
+    close(output);
+    lines.clear();
+    awaited = 0;
+    Begin();
+}
+
+Daemon::~Daemon()
+{
+    process.reset();
+    if (reader.joinable())
+    {
+        reader.join();
+    }
+    close(output);
+}
+
+void Daemon::ReadOutput()
+{
+    std::string pending;
+    std::array<char, 4096> buffer{};
+    for (;;)
+    {
+        const ssize_t size = read(output, buffer.data(), buffer.size());
+        const std::lock_guard lock(mutex);
+        if (size <= 0)
+        {
+            if (!pending.empty())
+            {
+                lines.push_back(pending);
+            }
+            added.notify_all();
+            return;
+        }
+        pending.append(buffer.data(), static_cast<std::size_t>(size));
+        for (std::size_t end = pending.find('\n'); end != std::string::npos; end = pending.find('\n'))
+        {
+            lines.push_back(pending.substr(0, end));
+            pending.erase(0, end + 1);
+        }
+        added.notify_all();
+    }
+}
+
+bool Daemon::AwaitLine(const std::string& text)
+{
+    std::unique_lock lock(mutex);
+    return added.wait_for(lock, Patience,
+                          [&]
+                          {
+                              while (awaited < lines.size())
+                              {
+                                  if (lines[awaited++].find(text) != std::string::npos)
+                                  {
+                                      return true;
+                                  }
+                              }
+                              return false;
+                          });
+}
+
+void Daemon::Interrupt() const
+{
+    Signal(SIGINT);
+}
+
+void Daemon::Signal(int signal) const
+{
+    process->Signal(signal);
+}
+
+pid_t Daemon::Id() const
+{
+    return process->Id();
+}
+
+int Daemon::Wait()
+{
+    const int status = process->Wait();
+    if (reader.joinable())
+    {
+        reader.join();
+    }
+    return status;
+}
+
+int Daemon::Stop()
+{
+    Interrupt();
+    return Wait();
+}
+
+std::vector<std::string> Daemon::Lines() const
+{
+    const std::lock_guard lock(mutex);
+    return lines;
+}
+
+std::vector<Daemon::LogLine> Daemon::Log() const
+{
+    // 03.07.2024 14:05:09.042 [140089525880640] ERROR Reset <> - Failed ...
+    static const std::regex pattern(
+        R"(^\d\d\.\d\d\.\d{4} (\d\d):(\d\d):(\d\d)\.(\d{3}) \[(\d+)\] ([A-Z]+) +(\w+) <> - (.*)$)");
+    std::vector<LogLine> found;
+    for (const std::string& line : Lines())
+    {
+        if (std::smatch part; std::regex_match(line, part, pattern))
+        {
+            const auto time = std::chrono::hours(std::stoi(part[1])) + std::chrono::minutes(std::stoi(part[2])) +
+                              std::chrono::seconds(std::stoi(part[3])) + std::chrono::milliseconds(std::stoi(part[4]));
+            found.push_back({time, part[5], part[6].str() + " " + part[7].str() + " " + part[8].str()});
+        }
+    }
+    return found;
+}
+
+std::vector<std::string> Daemon::LogLines() const
+{
+    std::vector<std::string> found;
+    for (const LogLine& line : Log())
+    {
+        found.push_back(line.text);
+    }
+    return found;
+}
+
+std::vector<std::string> Daemon::MainThreadLines() const
+{
+    std::vector<std::string> found;
+    const auto log = Log();
+    for (const LogLine& line : log)
+    {
+        if (line.thread == log.front().thread)
+        {
+            found.push_back(line.text);
+        }
+    }
+    return found;
+}
+
+long Daemon::Count(const std::string& line) const
+{
+    const auto log = LogLines();
+    return std::count(log.begin(), log.end(), line);
+}
+
+std::optional<std::chrono::milliseconds> Daemon::TimeOf(const std::string& text) const
+{
+    for (const LogLine& line : Log())
+    {
+        if (line.text == text)
+        {
+            return line.time;
+        }
+    }
+    return std::nullopt;
+}

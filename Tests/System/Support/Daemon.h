@@ -1,0 +1,87 @@
+#pragma once
+
+#include "Process.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+/// A program as a process, with its output: the unmodified daemon, or the board's own program.
+class Daemon
+{
+public:
+    using Environment = std::vector<std::pair<std::string, std::string>>;
+
+    /// The daemon on the stand-in link library.
+    explicit Daemon(std::vector<std::string> options = {});
+
+    /// The daemon on the link library that traces every call.
+    static Daemon OnTraceLibrary(std::vector<std::string> options = {}, Environment environment = {});
+
+    /// Any program. Its standard input is the test's own unless another descriptor is given.
+    Daemon(std::vector<std::string> command, Environment environment, int standardInput = -1);
+
+    /// Kills it if it still runs.
+    ~Daemon();
+
+    Daemon(const Daemon&) = delete;
+    Daemon& operator=(const Daemon&) = delete;
+
+    /// Stops it and starts it again as at first, with no line written yet.
+    void Restart();
+
+    /// Waits for a line that contains `text`, behind those that were awaited before. False when none came for long.
+    bool AwaitLine(const std::string& text);
+
+    void Interrupt() const;
+    void Signal(int signal) const;
+    pid_t Id() const;
+
+    /// Waits for its end and returns the exit status; all of its output has been read then.
+    int Wait();
+
+    /// SIGINT, then Wait.
+    int Stop();
+
+    /// All that it wrote so far.
+    std::vector<std::string> Lines() const;
+
+    /// Its log lines so far as "LEVEL Logger text", without date and thread.
+    std::vector<std::string> LogLines() const;
+
+    /// Those of the thread that logged first, which is the main thread.
+    std::vector<std::string> MainThreadLines() const;
+
+    /// How many of the log lines are `line`, as LogLines gives them.
+    long Count(const std::string& line) const;
+
+    /// The time that the first log line with this text bears; nothing when there is none.
+    std::optional<std::chrono::milliseconds> TimeOf(const std::string& text) const;
+
+private:
+    struct LogLine
+    {
+        std::chrono::milliseconds time; // of day
+        std::string thread;
+        std::string text;
+    };
+
+    std::vector<LogLine> Log() const;
+    void Begin();
+    void ReadOutput();
+
+    Simulator::Process::Start start;
+    int output = -1; // the reading end of the pipe that is its standard output and error
+    mutable std::mutex mutex;
+    std::condition_variable added;
+    std::vector<std::string> lines;
+    std::size_t awaited = 0; // lines up to the last one that was waited for
+    std::unique_ptr<Simulator::Process> process;
+    std::thread reader;
+};

@@ -1,0 +1,117 @@
+#pragma once
+
+#include "Await.h"
+#include "Board.h"
+#include "Daemon.h"
+#include "EventLog.h"
+#include "Queue.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <string>
+#include <vector>
+
+/// A test on a simulated board of its own, on which no daemon runs yet.
+class OnBoard : public testing::Test
+{
+protected:
+    static constexpr int ResetGpio = 3;
+
+    /// Waits for an event on the board that begins with `start`, behind those that were awaited before.
+    bool AwaitEvent(const std::string& start)
+    {
+        const std::size_t next = events.Await(start, seen, Patience);
+        seen = next != 0 ? next : seen;
+        return next != 0;
+    }
+
+    /// Waits until the daemon has opened its queues, registered its LEDs and is supervising the link.
+    testing::AssertionResult AwaitRunning(Daemon& daemon, long leds = 4)
+    {
+        AwaitLedWorker(daemon);
+        const bool runs = Await([&] { return CountOf(daemon, "DEBUG Leds Created") == leds && HasOpened(daemon); });
+        return runs ? testing::AssertionSuccess()
+                    : testing::AssertionFailure() << testing::PrintToString(daemon.Lines());
+    }
+
+    /// Waits for the first line about an LED. Starts the daemon and the board's pin anew when there is none: on a busy
+    /// machine the LED worker can come before its table is filled, and then serves no LED. That is by design; a test that
+    /// needs the LEDs cannot use such a start.
+    void AwaitLedWorker(Daemon& daemon)
+    {
+        constexpr std::chrono::seconds enough{2}; // a wrong guess costs a restart, no more
+        const auto begun = [&] { return CountOf(daemon, " Leds ") > 0; };
+        for (int restarts = 0; restarts < 10; ++restarts)
+        {
+            if (!Await([&] { return begun() || HasOpened(daemon); }) || Await(begun, enough))
+            {
+                return;
+            }
+            daemon.Restart();
+            board.Files().TheGpio().Unexport(std::to_string(ResetGpio));
+            board.Files().TheGpio().ForgetWrites();
+            seen = events.Count();
+        }
+    }
+
+    Simulator::CoProcessor& TheCoProcessor()
+    {
+        return board.TheCoProcessor();
+    }
+
+    /// What was written to the GPIO files so far, as "path text".
+    std::vector<std::string> GpioWrites()
+    {
+        std::vector<std::string> writes;
+        for (const auto& write : board.Files().TheGpio().Writes())
+        {
+            writes.push_back(write.path + " " + write.text);
+        }
+        return writes;
+    }
+
+    void Fail(Simulator::Operation operation, int error)
+    {
+        board.Files().TheFaults().Fail(operation, error);
+    }
+
+    void FailOnce(Simulator::Operation operation, int error)
+    {
+        board.Files().TheFaults().Fail(operation, error, 1, 1);
+    }
+
+    /// Every LED reports these events, whatever is true.
+    void FailPoll(short reported)
+    {
+        Simulator::Fault fault;
+        fault.events = reported;
+        fault.onlyTheseEvents = true;
+        board.Files().TheFaults().Set(Simulator::Operation::UledsPoll, fault);
+    }
+
+    static long CountOf(const Daemon& daemon, const std::string& text)
+    {
+        const auto lines = daemon.LogLines();
+        return std::count_if(lines.begin(), lines.end(),
+                             [&](const std::string& line) { return line.find(text) != std::string::npos; });
+    }
+
+    static bool HasOpened(const Daemon& daemon)
+    {
+        return daemon.Count("DEBUG Cemi Sended cemi message with size 4 from LL to user message queue") > 0;
+    }
+
+    Simulator::EventLog events;
+    std::size_t seen = 0;
+    Simulator::Board board{events, ResetGpio};
+};
+
+/// Sets the brightness of an LED as an application does; false when the kernel refuses.
+inline bool SetBrightness(const std::string& led, const std::string& brightness)
+{
+    std::ofstream file("/sys/class/leds/" + led + "/brightness");
+    file << brightness << std::flush;
+    return file.good();
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Hex.h"
+
+#include <mqueue.h>
+
+#include <optional>
+#include <string>
+
+/// A message queue as an application uses it: the daemon creates and removes it.
+class Queue
+{
+public:
+    enum class For
+    {
+        Reading,
+        Writing
+    };
+
+    /// Waits until the queue exists.
+    Queue(const std::string& name, For access);
+    ~Queue();
+
+    Queue(const Queue&) = delete;
+    Queue& operator=(const Queue&) = delete;
+
+    /// False when there is no room.
+    bool Send(const Simulator::Bytes& message) const;
+
+    /// Waits for the next message; nothing when none came for long.
+    std::optional<Simulator::Bytes> Receive() const;
+
+    /// The next message, if there is one now.
+    std::optional<Simulator::Bytes> ReceiveNow() const;
+
+    long Pending() const;
+
+    static bool Exists(const std::string& name);
+
+private:
+    mqd_t queue = -1;
+};

@@ -1,0 +1,134 @@
+// A link library that writes each call of the daemon into the daemon's own log, where it stands in order among the other
+// lines. Built apart from the daemon, against nothing but the library's interface.
+//
+// What it answers is set in the environment: TRACE_OPEN, TRACE_CONNECTED, TRACE_TRANSMIT (0 or 1), TRACE_RECONNECT (a
+// sequence of 0 and 1, the last of which stays), TRACE_RECONNECT_DELAY (ms).
+
+#include "Nemt/CommHub.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+
+extern "C"
+{
+    void NemtLog_Debug(char* text);
+    void NemtLog_DebugFmt(char* format, ...);
+    void NemtLog_Warn(char* text);
+    void NemtLog_WarnFmt(char* format, ...);
+    void NemtLog_Error(char* text);
+    void NemtLog_ErrorFmt(char* format, ...);
+    void NemtLog_DebugHex(char* text, unsigned char* data, unsigned int length);
+}
+
+namespace
+{
+
+// Listeners are told apart by their order of registration.
+using Numbers = std::map<const void*, int>;
+
+std::mutex mutex;
+Numbers topicListeners;
+Numbers connectionListeners;
+
+void Trace(std::string line)
+{
+    NemtLog_Debug(line.data());
+}
+
+std::string Setting(const char* name, const char* otherwise)
+{
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : otherwise;
+}
+
+bool Answer(const char* name)
+{
+    return Setting(name, "1") != "0";
+}
+
+void TraceListener(const std::string& call, Numbers& numbers, const void* listener)
+{
+    const std::lock_guard lock(mutex);
+    const auto number = numbers.emplace(listener, static_cast<int>(numbers.size()) + 1).first->second;
+    Trace(call + "(" + std::to_string(number) + ")");
+}
+
+} // namespace
+
+namespace Nemt
+{
+
+CommHub* CommHub::Instance()
+{
+    static CommHub hub;
+    Trace("Instance()");
+    return &hub;
+}
+
+bool CommHub::Open(const char* port, unsigned int flags)
+{
+    std::string format = "Open(%s, %u)";
+    NemtLog_DebugFmt(format.data(), port, flags);
+    std::string warning = "a warning";
+    std::string error = "an error";
+    NemtLog_Warn(warning.data());
+    NemtLog_WarnFmt(warning.data());
+    NemtLog_Error(error.data());
+    NemtLog_ErrorFmt(error.data());
+    return Answer("TRACE_OPEN");
+}
+
+void CommHub::Close()
+{
+    Trace("Close()");
+}
+
+bool CommHub::IsConnected() const
+{
+    Trace("IsConnected()");
+    return Answer("TRACE_CONNECTED");
+}
+
+bool CommHub::Reconnect()
+{
+    static std::size_t calls = 0;
+    Trace("Reconnect()");
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::stol(Setting("TRACE_RECONNECT_DELAY", "0"))));
+    const std::string answers = Setting("TRACE_RECONNECT", "1");
+    return answers[std::min(calls++, answers.size() - 1)] == '1';
+}
+
+bool CommHub::Transmit(uint16_t topic, const uint8_t* data, uint16_t length)
+{
+    std::string text = "Transmit(" + std::to_string(topic) + "):";
+    auto* const bytes = const_cast<uint8_t*>(data); // the log function does not write to them
+    NemtLog_DebugHex(text.data(), bytes, length);
+    return Answer("TRACE_TRANSMIT");
+}
+
+void CommHub::RegisterTopicListener(ITopicListener* listener)
+{
+    TraceListener("RegisterTopicListener", topicListeners, listener);
+}
+
+void CommHub::UnregisterTopicListener(const ITopicListener* listener)
+{
+    TraceListener("UnregisterTopicListener", topicListeners, listener);
+}
+
+void CommHub::RegisterConnectionListener(IConnectionListener* listener)
+{
+    TraceListener("RegisterConnectionListener", connectionListeners, listener);
+}
+
+void CommHub::UnregisterConnectionListener(const IConnectionListener* listener)
+{
+    TraceListener("UnregisterConnectionListener", connectionListeners, listener);
+}
+
+} // namespace Nemt
