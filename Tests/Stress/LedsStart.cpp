@@ -1,0 +1,141 @@
+// How often the LED worker starts before its table is filled, on a machine that is busy with other things.
+//
+// Prints how many of the constructions lost a device. Not a test: it depends on the machine's scheduler. Each construction
+// happens in a process of its own, right after a pause, as in the daemon: code that runs for the first time is slow.
+// Half of the busy processes take short naps, as a machine's own services do when it starts.
+//   leds-start [CONSTRUCTIONS [BUSY PROCESSES]]
+
+#include "Leds.h"
+
+#include <sys/prctl.h>
+#include <sys/types.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace Nemt
+{
+
+// The LEDs are switched by nobody here.
+bool CommHub::Transmit(uint16_t /*topic*/, const uint8_t* /*data*/, uint16_t /*length*/)
+{
+    return true;
+}
+
+} // namespace Nemt
+
+namespace
+{
+
+constexpr int Devices = 5;
+constexpr const char* Once = "once";
+std::atomic<int> registered{0};
+
+pid_t StartBusyProcess(bool napping)
+{
+    constexpr unsigned int WorkBetweenNaps = 100'000;
+    const pid_t process = fork();
+    if (process == 0)
+    {
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        for (volatile unsigned int counter = 1;; counter = counter + 1)
+        {
+            if (napping && counter % WorkBetweenNaps == 0)
+            {
+                std::this_thread::sleep_for(std::chrono::microseconds(300));
+            }
+        }
+    }
+    return process;
+}
+
+// The daemon's start as far as the LEDs see it; false when a device was lost.
+bool ConstructOnce()
+{
+    log4cplus::Logger::getRoot().setLogLevel(log4cplus::OFF_LOG_LEVEL);
+    std::map<int, std::string> names{{0, "prg1"}, {1, "prg2"}, {2, "system"}, {3, "knx"}, {4, "rs485termination"}};
+    std::this_thread::sleep_for(std::chrono::milliseconds(10)); // the co-processor's time to boot
+    {
+        const OrvelDriver::Leds leds(nullptr, std::move(names), true);
+    }
+    return registered == Devices;
+}
+
+bool ConstructInNewProcess(char* program)
+{
+    const pid_t process = fork();
+    if (process == 0)
+    {
+        execl("/proc/self/exe", program, Once, nullptr);
+        _exit(EXIT_FAILURE);
+    }
+    int status = 0;
+    waitpid(process, &status, 0);
+    return WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;
+}
+
+} // namespace
+
+// The daemon's calls come here instead of the kernel: "/dev/uleds" takes everything, and nothing ever happens to an LED.
+extern "C"
+{
+    int __wrap_open(const char* /*path*/, int /*flags*/, ...)
+    {
+        return 1000;
+    }
+
+    ssize_t __wrap_write(int /*fd*/, const void* /*data*/, size_t size)
+    {
+        ++registered;
+        return static_cast<ssize_t>(size);
+    }
+
+    int __wrap_fcntl(int /*fd*/, int /*command*/, ...)
+    {
+        return 0;
+    }
+
+    int __wrap_poll(void* /*set*/, unsigned long /*count*/, int /*timeout*/)
+    {
+        std::this_thread::yield();
+        return 0;
+    }
+}
+
+int main(int argc, char** argv)
+{
+    if (argc > 1 && argv[1] == std::string(Once))
+    {
+        return ConstructOnce() ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    const int constructions = argc > 1 ? std::stoi(argv[1]) : 10'000;
+    const auto busy =
+        argc > 2 ? static_cast<unsigned int>(std::stoi(argv[2])) : 2 * std::thread::hardware_concurrency();
+    std::vector<pid_t> processes;
+    while (processes.size() < busy)
+    {
+        processes.push_back(StartBusyProcess(processes.size() % 2 == 1));
+    }
+    int lost = 0;
+    for (int construction = 0; construction < constructions; ++construction)
+    {
+        lost += ConstructInNewProcess(argv[0]) ? 0 : 1;
+    }
+    std::printf("%d of %d constructions lost a device, beside %u busy processes on %u cores\n", lost, constructions,
+                busy, std::thread::hardware_concurrency());
+    for (const pid_t process : processes)
+    {
+        kill(process, SIGKILL);
+        waitpid(process, nullptr, 0);
+    }
+    return EXIT_SUCCESS;
+}
