@@ -1,0 +1,49 @@
+# Sourced by the other scripts, which run in the source tree.
+set -eu
+cd "$(dirname "$0")/.."
+
+say() { printf '\n== %s\n' "$*"; }
+die() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
+
+build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplus-dev libcxxopts-dev libfuse3-dev"
+test_packages="libgtest-dev libgmock-dev"
+check_packages="clang clang-format clang-tidy gcovr binutils"
+
+# need_packages PACKAGE...: installs those that are missing.
+need_packages() {
+  command -v apt-get >/dev/null || { say "no apt-get here: taking it that these are installed: $*"; return; }
+  missing=""
+  for package in "$@"; do
+    dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing="$missing $package"
+  done
+  [ -n "$missing" ] || return 0
+  root=""
+  if [ "$(id -u)" != 0 ]; then
+    root="sudo"
+    command -v sudo >/dev/null || die "missing packages; as root: apt-get install$missing"
+  fi
+  say "installing$missing"
+  log=$(mktemp)
+  # shellcheck disable=SC2086 # lists of words
+  if ! { $root apt-get update && $root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $missing; } >"$log" 2>&1; then
+    tail -n 5 "$log" >&2
+    rm -f "$log"
+    die "cannot install$missing"
+  fi
+  rm -f "$log"
+}
+
+# build PRESET [CMAKE OPTION...]: configures and builds into build/PRESET.
+build() {
+  preset=$1
+  shift
+  say "building ($preset)"
+  cmake --preset "$preset" ${ORVEL_REVISION:+-DORVEL_REVISION="$ORVEL_REVISION"} "$@" >"/tmp/orvel-configure.$$" 2>&1 || {
+    tail -n 20 "/tmp/orvel-configure.$$" >&2
+    rm -f "/tmp/orvel-configure.$$"
+    die "cannot configure"
+  }
+  grep -E -- '^-- log4cplus' "/tmp/orvel-configure.$$" || true
+  rm -f "/tmp/orvel-configure.$$"
+  cmake --build --preset "$preset" || die "cannot build"
+}
