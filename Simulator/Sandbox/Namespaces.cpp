@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace Simulator
 {
@@ -107,6 +109,48 @@ int UnshareWithUser()
     return error != 0 ? error : WEXITSTATUS(status);
 }
 
+// Tells directories apart.
+std::pair<ino_t, dev_t> WorkingDirectory()
+{
+    struct stat status = {};
+    return stat(".", &status) == 0 ? std::pair(status.st_ino, status.st_dev) : std::pair<ino_t, dev_t>();
+}
+
+// Makes the mount private that a chroot's directory lies in, which has no path in there: with the root directory elsewhere,
+// ".." leads up to it.
+bool MakePrivateAroundRoot(unsigned long flags)
+{
+    const int root = open("/", O_PATH | O_DIRECTORY | O_CLOEXEC);
+    bool done = root != -1 && chdir("/") == 0 && chroot("/proc") == 0;
+    for (auto last = std::pair<ino_t, dev_t>(); done && WorkingDirectory() != last;)
+    {
+        last = WorkingDirectory();
+        done = chdir("..") == 0;
+    }
+    done = done && mount(nullptr, ".", nullptr, flags, nullptr) == 0;
+    done = root != -1 && fchdir(root) == 0 && chroot(".") == 0 && done;
+    close(root);
+    return done;
+}
+
+// Keeps what is mounted from now on from every other namespace.
+void MakeMountsPrivate()
+{
+    constexpr unsigned long Private = MS_REC | MS_PRIVATE;
+    if (mount(nullptr, "/", nullptr, Private, nullptr) == 0)
+    {
+        return;
+    }
+    const int error = errno;
+    std::error_code ignored;
+    const auto workingDirectory = std::filesystem::current_path(ignored);
+    if (error != EINVAL || !MakePrivateAroundRoot(Private))
+    {
+        Fail("cannot make the mounts private", error);
+    }
+    std::filesystem::current_path(workingDirectory, ignored);
+}
+
 } // namespace
 
 void EnterNamespaces()
@@ -125,10 +169,7 @@ void EnterNamespaces()
             Fail("cannot create mount and IPC namespaces (root needs CAP_SYS_ADMIN)", errno);
         }
     }
-    if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == -1)
-    {
-        Fail("cannot make the mounts private", errno);
-    }
+    MakeMountsPrivate();
     SetMessageLimit(MessageLimit);
 }
 
@@ -145,6 +186,7 @@ void JoinNamespaces(pid_t pid)
             Fail("cannot open the namespaces of process " + std::to_string(pid), errno);
         }
     }
+    const int root = open(("/proc/" + std::to_string(pid) + "/root").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     std::error_code ignored;
     const auto workingDirectory = std::filesystem::current_path(ignored);
     for (std::size_t index = 0; index < Kinds.size(); ++index)
@@ -156,7 +198,13 @@ void JoinNamespaces(pid_t pid)
         }
         close(namespaces[index]);
     }
-    std::filesystem::current_path(workingDirectory, ignored); // joining a mount namespace leads to its root directory
+    // Joining a mount namespace leads to the top of it, which is not where a process in a chroot has its root directory.
+    if (root == -1 || fchdir(root) == -1 || chroot(".") == -1)
+    {
+        Fail("cannot enter the root directory of process " + std::to_string(pid), errno);
+    }
+    close(root);
+    std::filesystem::current_path(workingDirectory, ignored);
 }
 
 void SetMessageLimit(int messages)
