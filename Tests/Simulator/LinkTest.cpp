@@ -1658,7 +1658,7 @@ TEST_F(LinkTest, LetsListenersTransmitWithinTheirCalls)
     EXPECT_EQ(peer.Observed().messages, (Messages{{257, {2}}, {256, {1}}}));
 }
 
-TEST_F(LinkTest, AcceptsRegistrationsInAllStates)
+TEST_F(LinkTest, AcceptsRegistrationAndUnregistrationInAllStatesAlsoAfterClose)
 {
     link.UnregisterTopicListener(&topics); // never registered
     link.RegisterTopicListener(&topics);

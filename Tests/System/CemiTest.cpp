@@ -85,10 +85,11 @@ TEST_F(CemiBridge, DropsLinkMessagesOfOtherLengthsAndTopicsWithoutALine)
     const auto before = daemon.Count("DEBUG Cemi Sended cemi message with size 4 from LL to user message queue");
     TheCoProcessor().Flood(0x100, {}, 1);
     TheCoProcessor().Flood(0x100, Frame(261), 1);
-    TheCoProcessor().Flood(0x102, Frame(3), 1);
+    TheCoProcessor().Flood(0x102, {0x07, 0x01, 0x01}, 1); // on the topic of devices it would be the button
     TheCoProcessor().Flood(0x101, {0x42, 0x01, 0x01}, 1);
     TheCoProcessor().InjectTelegram({0x29, 0x77});
     EXPECT_EQ(fromLink.Receive(), (Bytes{0x02, 0x29, 0x77}));
+    EXPECT_EQ(Queue("/progButton", Queue::For::Reading).Pending(), 0);
     EXPECT_EQ(before, daemon.Count("DEBUG Cemi Sended cemi message with size 4 from LL to user message queue"));
     for (const std::string& line : daemon.LogLines())
     {

@@ -110,6 +110,17 @@ TEST_F(Led, AChangeThatTheLinkRefusesIsLostWithItsLine)
     EXPECT_EQ(daemon.Stop(), 0);
 }
 
+TEST_F(Led, AChangeAfterTheLinkWasClosedIsLostWithItsLineAndTheStatusIs0)
+{
+    auto daemon = Daemon::OnTraceLibrary({}, {{"TRACE_CLOSE_DELAY", "500"}});
+    ASSERT_TRUE(AwaitRunning(daemon));
+    daemon.Interrupt();
+    ASSERT_TRUE(daemon.AwaitLine("Close()"));
+    EXPECT_TRUE(SetBrightness("system", "50"));
+    EXPECT_EQ(daemon.Wait(), 0);
+    EXPECT_EQ(daemon.Count("ERROR Leds Failed to transmit LED state for led system"), 1);
+}
+
 TEST_F(Led, AReadThatFindsNothingIsLoggedAndChangesNothing)
 {
     Daemon daemon;

@@ -107,6 +107,24 @@ TEST_F(Stop, ASigintInTheMiddleOfAPassLetsItsRemainingStepsRun)
                             "DEBUG Nemt UnregisterTopicListener(2)", "DEBUG Nemt UnregisterTopicListener(1)"));
 }
 
+TEST_F(Stop, ASigintDuringTheStartEndsTheDaemonOnceItIsBuilt)
+{
+    auto daemon = Daemon::OnTraceLibrary({}, {{"TRACE_OPEN_DELAY", "300"}});
+    ASSERT_TRUE(daemon.AwaitLine("Open("));
+    EXPECT_EQ(daemon.Stop(), 0);
+    EXPECT_THAT(Behind(daemon.MainThreadLines(), "DEBUG Nemt RegisterConnectionListener(1)"),
+                ElementsAre("DEBUG Nemt IsConnected()", "DEBUG Nemt Instance()", "DEBUG Nemt Close()",
+                            "DEBUG Nemt UnregisterConnectionListener(1)", "DEBUG Nemt UnregisterTopicListener(2)",
+                            "DEBUG Nemt UnregisterTopicListener(1)"));
+}
+
+TEST_F(Stop, AnExceptionOfTheLinkLibraryEndsTheProcess)
+{
+    auto daemon = Daemon::OnTraceLibrary({}, {{"TRACE_CONNECTED", "0"}, {"TRACE_RECONNECT", "throw"}});
+    EXPECT_EQ(daemon.Wait(), 128 + SIGABRT);
+    EXPECT_EQ(daemon.Count("DEBUG Nemt Close()"), 0);
+}
+
 TEST_F(Stop, AFailedComponentEndsTheDaemonInOrderAndWithoutALineOfTheMainProgram)
 {
     auto daemon = Daemon::OnTraceLibrary();

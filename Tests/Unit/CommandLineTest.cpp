@@ -327,7 +327,7 @@ TEST_F(CommandLine, KeepsAllTheHelpInTheUnnamedGroup)
     EXPECT_EQ(commandLine.options.groups(), Texts{""});
 }
 
-// The default of the GPIO has always been skipped from the text instead of being appended to it.
+// The default of the GPIO is skipped from the text instead of being appended to it.
 TEST_F(CommandLine, BeginsTheHelpOfTheGpioInTheMiddleOfAWord)
 {
     const auto& options = commandLine.options.group_help("").options;

@@ -32,6 +32,7 @@ public:
         original = dup(STDOUT_FILENO);
         EXPECT_EQ(pipe2(ends.data(), O_NONBLOCK | O_CLOEXEC), 0);
         dup2(ends[1], STDOUT_FILENO);
+        OrvelDriver::WriteOutputByLine();
     }
 
     ~OutputPipe()
@@ -126,7 +127,7 @@ TEST_F(Logging, WritesTheDateWithDayMonthAndYearInThisOrder)
     {
         const time_t now = time(nullptr);
         tm parts{};
-        EXPECT_GT(std::strftime(text.data(), text.size(), "%d.%m.%Y", gmtime_r(&now, &parts)), 0U);
+        EXPECT_GT(std::strftime(text.data(), text.size(), "%d.%m.%Y", localtime_r(&now, &parts)), 0U);
     };
     const OutputPipe console;
     OrvelDriver::ConfigureLogging("");
@@ -141,6 +142,7 @@ TEST_F(Logging, ShowsEachLineAtOnceAlsoWhereTheConsoleIsAPipe)
 {
     const OutputPipe console;
     std::setvbuf(stdout, nullptr, _IOFBF, BUFSIZ); // as the C library begins with a pipe
+    OrvelDriver::WriteOutputByLine();
     OrvelDriver::ConfigureLogging("");
     LOG4CPLUS_DEBUG(log4cplus::Logger::getInstance("Cemi"), "first");
     EXPECT_NE(console.Arrived().find("first\n"), std::string::npos);

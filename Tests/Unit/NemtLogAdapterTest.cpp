@@ -252,7 +252,7 @@ TEST_F(NemtLogAdapter, TouchesAPlainTextAtTheLoggersLevel)
     EXPECT_EQ(log->Lines(), Texts{"DEBUG Nemt text"});
 }
 
-// Formatting has always been paid for on each call, so that its cost does not change with the level.
+// The cost of a call does not change with the level.
 TEST_F(NemtLogAdapter, FormatsAlsoBelowTheLoggersLevel)
 {
     SetLevel(log4cplus::FATAL_LOG_LEVEL);

@@ -46,7 +46,7 @@ private:
     bool OpenQueues();
 
     Nemt::CommHub* hub;
-    bool failed = false; // plain: written by one side, changes once, polled by the other
+    bool failed = false; // plain: changes once, whoever sets it, and is polled by the main thread
     std::vector<std::string> queueNames;
     std::vector<mqd_t> queues; // one for each name; -1 where the queue could not be opened
     log4cplus::Logger logger;

@@ -47,7 +47,7 @@ private:
     void SendCemiToUser(const uint8_t* data, uint16_t length);
     void SendToUser(const char* data, uint16_t length);
 
-    // The flags are plain bytes: each is written by one side, changes once and is polled by the other.
+    // The flags are plain bytes: each changes once, whoever sets it, and is polled.
     Nemt::CommHub* commHub;
     bool failed = false;
     bool running = true;

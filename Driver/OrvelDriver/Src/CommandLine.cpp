@@ -13,7 +13,7 @@ CommandLine::CommandLine()
     , options("orvel", "ORVEL userspace driver\n")
 {
     // The default of the GPIO is skipped from the text instead of appended to it: with 3 the line begins with "ber of".
-    // The help is visible output that scripts compare, so it stays as it always was.
+    // The help is visible output that scripts compare, so it stays that way.
     const std::string resetGpioHelp = "Number of the GPIO pin that is connected to the STM32 reset line, default is: ";
 
     // No option gets a default from the parser: whether an option occurs decides, and the defaults live in the members.

@@ -70,8 +70,7 @@ Leds::Leds(Nemt::CommHub* hub, std::map<int, std::string> ledNames, bool enableR
 }
 
 // The worker starts before the table is filled, and nothing but the time that a new thread takes to be scheduled lets it
-// find the rows. So all that can be done beforehand is: what is left here are a few moves into room reserved already. Each
-// row becomes visible by one store, when it is whole.
+// find the rows. So all that can be done beforehand is: what is left here are a few moves into room reserved already.
 Leds::Leds(Nemt::CommHub* hub, std::vector<VirtualLedDevice> rows)
     : commHub(hub)
     , devices(EmptyTable())

@@ -8,11 +8,14 @@
 namespace OrvelDriver
 {
 
-void ConfigureLogging(const std::string& configFile)
+void WriteOutputByLine()
 {
     // The console appender does not flush. Without this a pipe, a file or the journal would see lines late, in blocks.
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
+}
 
+void ConfigureLogging(const std::string& configFile)
+{
     log4cplus::Hierarchy& hierarchy = log4cplus::Logger::getDefaultHierarchy();
     if (!configFile.empty())
     {

@@ -41,6 +41,8 @@ void HandleSignal(int signal)
 
 int main(int argc, char** argv)
 {
+    WriteOutputByLine();
+
     CommandLine commandLine;
     if (!commandLine.Parse(argc, argv))
     {

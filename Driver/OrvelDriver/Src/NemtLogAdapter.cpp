@@ -19,7 +19,7 @@ constexpr std::size_t FormattedSize = 256; // bytes, terminating zero included; 
 
 using FormattedText = std::array<char, FormattedSize>;
 
-// The level is tested after this, by the caller: formatting has always been paid for on each call.
+// The level is tested after this, by the caller: the cost of a call does not change with the level.
 FormattedText Format(const char* format, va_list arguments)
 {
     FormattedText text;

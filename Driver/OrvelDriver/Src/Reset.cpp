@@ -23,7 +23,6 @@ constexpr auto SettleTime = 10ms; // until the co-processor is out of reset and 
 
 Reset::Reset(int gpioNumber)
     : gpio(gpioNumber)
-
     , logger(log4cplus::Logger::getInstance("Reset"))
 {
     failed = !Export() || !SetDirection(Direction::In);

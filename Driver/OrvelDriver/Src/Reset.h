@@ -14,12 +14,22 @@ namespace OrvelDriver
 class Reset
 {
 public:
+    enum class Direction
+    {
+        In = 0, ///< the pin is released
+        Out = 1 ///< the pin is driven, low at first
+    };
+
     /// Exports the pin and makes it an input; HasFailed tells whether that went wrong.
     explicit Reset(int gpioNumber);
 
     /// Blocks for at least 11 ms: the line is low for 1 ms, then the co-processor has 10 ms to boot. Sets the failure
     /// flag, and skips the 10 ms, when the line could not be driven or released.
     void ResetStm32();
+
+    /// Both succeed when the file could be opened; what the kernel makes of the text is not looked at.
+    bool Export();
+    bool SetDirection(Direction direction);
 
     /// Never cleared once set.
     bool HasFailed() const
@@ -28,16 +38,6 @@ public:
     }
 
 private:
-    enum class Direction
-    {
-        In = 0, // the pin is released
-        Out = 1 // the pin is driven, low at first
-    };
-
-    // Both succeed when the file could be opened; what the kernel makes of the text is not looked at.
-    bool Export();
-    bool SetDirection(Direction direction);
-
     std::stringstream PinDirectory() const;
 
     int32_t gpio;

@@ -9,7 +9,7 @@ namespace OrvelDriver
 void Sleep(std::chrono::nanoseconds duration)
 {
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(duration);
-    timespec remaining{seconds.count(), (duration - seconds).count()};
+    timespec remaining{static_cast<time_t>(seconds.count()), static_cast<long>((duration - seconds).count())};
     while (nanosleep(&remaining, &remaining) == -1 && errno == EINTR)
     {
     }

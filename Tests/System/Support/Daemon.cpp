@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <ctime>
 #include <regex>
 #include <stdexcept>
 
@@ -162,15 +163,16 @@ std::vector<Daemon::LogLine> Daemon::Log() const
 {
     // 03.07.2024 14:05:09.042 [140089525880640] ERROR Reset <> - Failed ...
     static const std::regex pattern(
-        R"(^\d\d\.\d\d\.\d{4} (\d\d):(\d\d):(\d\d)\.(\d{3}) \[(\d+)\] ([A-Z]+) +(\w+) <> - (.*)$)");
+        R"(^(\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d)\.(\d{3}) \[(\d+)\] ([A-Z]+) +(\w+) <> - (.*)$)");
     std::vector<LogLine> found;
     for (const std::string& line : Lines())
     {
         if (std::smatch part; std::regex_match(line, part, pattern))
         {
-            const auto time = std::chrono::hours(std::stoi(part[1])) + std::chrono::minutes(std::stoi(part[2])) +
-                              std::chrono::seconds(std::stoi(part[3])) + std::chrono::milliseconds(std::stoi(part[4]));
-            found.push_back({time, part[5], part[6].str() + " " + part[7].str() + " " + part[8].str()});
+            tm date{};
+            strptime(part[1].str().c_str(), "%d.%m.%Y %H:%M:%S", &date);
+            const auto time = std::chrono::seconds(timegm(&date)) + std::chrono::milliseconds(std::stoi(part[2]));
+            found.push_back({time, part[3], part[4].str() + " " + part[5].str() + " " + part[6].str()});
         }
     }
     return found;

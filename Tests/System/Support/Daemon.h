@@ -67,7 +67,7 @@ public:
 private:
     struct LogLine
     {
-        std::chrono::milliseconds time; // of day
+        std::chrono::milliseconds time; // as the clock on the wall shows it
         std::string thread;
         std::string text;
     };

@@ -2,15 +2,18 @@
 // lines. Built apart from the daemon, against nothing but the library's interface.
 //
 // What it answers is set in the environment: TRACE_OPEN, TRACE_CONNECTED, TRACE_TRANSMIT (0 or 1), TRACE_RECONNECT (a
-// sequence of 0 and 1, the last of which stays), TRACE_RECONNECT_DELAY (ms).
+// sequence of 0 and 1, the last of which stays; or "throw"). How long it takes: TRACE_OPEN_DELAY, TRACE_RECONNECT_DELAY,
+// TRACE_CLOSE_DELAY (ms). Once closed it transmits nothing.
 
 #include "Nemt/CommHub.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <map>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -32,6 +35,7 @@ namespace
 using Numbers = std::map<const void*, int>;
 
 std::mutex mutex;
+std::atomic<bool> closed{false};
 Numbers topicListeners;
 Numbers connectionListeners;
 
@@ -49,6 +53,11 @@ std::string Setting(const char* name, const char* otherwise)
 bool Answer(const char* name)
 {
     return Setting(name, "1") != "0";
+}
+
+void Delay(const char* name)
+{
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::stol(Setting(name, "0"))));
 }
 
 void TraceListener(const std::string& call, Numbers& numbers, const void* listener)
@@ -80,12 +89,15 @@ bool CommHub::Open(const char* port, unsigned int flags)
     NemtLog_WarnFmt(warning.data());
     NemtLog_Error(error.data());
     NemtLog_ErrorFmt(error.data());
+    Delay("TRACE_OPEN_DELAY");
     return Answer("TRACE_OPEN");
 }
 
 void CommHub::Close()
 {
+    closed = true;
     Trace("Close()");
+    Delay("TRACE_CLOSE_DELAY");
 }
 
 bool CommHub::IsConnected() const
@@ -98,8 +110,12 @@ bool CommHub::Reconnect()
 {
     static std::size_t calls = 0;
     Trace("Reconnect()");
-    std::this_thread::sleep_for(std::chrono::milliseconds(std::stol(Setting("TRACE_RECONNECT_DELAY", "0"))));
+    Delay("TRACE_RECONNECT_DELAY");
     const std::string answers = Setting("TRACE_RECONNECT", "1");
+    if (answers == "throw")
+    {
+        throw std::runtime_error("thrown by the link library");
+    }
     return answers[std::min(calls++, answers.size() - 1)] == '1';
 }
 
@@ -108,7 +124,7 @@ bool CommHub::Transmit(uint16_t topic, const uint8_t* data, uint16_t length)
     std::string text = "Transmit(" + std::to_string(topic) + "):";
     auto* const bytes = const_cast<uint8_t*>(data); // the log function does not write to them
     NemtLog_DebugHex(text.data(), bytes, length);
-    return Answer("TRACE_TRANSMIT");
+    return !closed && Answer("TRACE_TRANSMIT");
 }
 
 void CommHub::RegisterTopicListener(ITopicListener* listener)
