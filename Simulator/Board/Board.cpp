@@ -88,10 +88,15 @@ void Board::TakeDown()
     }
 }
 
-void Board::SetPlugged(bool plugged)
+bool Board::SetPlugged(bool plugged)
 {
+    if (line.IsPlugged() == plugged)
+    {
+        return false;
+    }
     line.SetPlugged(plugged);
     events.Add(plugged ? "serial line plugged in" : "serial line pulled");
+    return true;
 }
 
 } // namespace Simulator

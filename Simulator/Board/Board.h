@@ -38,8 +38,8 @@ public:
         return *files;
     }
 
-    /// Pulls or plugs the serial line. Any thread.
-    void SetPlugged(bool plugged);
+    /// Pulls or plugs the serial line; false when it is so already. One thread at a time.
+    bool SetPlugged(bool plugged);
 
 private:
     void Build(int resetGpio);

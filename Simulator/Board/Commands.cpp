@@ -2,6 +2,8 @@
 
 #include <sstream>
 
+using namespace std::string_literals;
+
 namespace Simulator
 {
 
@@ -42,11 +44,15 @@ std::string Commands::Execute(const std::string& line)
     }
     if (name == "press" || name == "release")
     {
-        board.TheCoProcessor().SetButton(name == "press");
+        return board.TheCoProcessor().SetButton(name == "press")
+                   ? ""
+                   : "the button is "s + (name == "press" ? "pressed" : "released") + " already";
     }
     else if (name == "plug" || name == "unplug")
     {
-        board.SetPlugged(name == "plug");
+        return board.SetPlugged(name == "plug")
+                   ? ""
+                   : "the serial line is "s + (name == "plug" ? "plugged in" : "pulled") + " already";
     }
     else if (name == "mute")
     {

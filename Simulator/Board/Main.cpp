@@ -13,15 +13,18 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <thread>
 
@@ -32,7 +35,10 @@ namespace
 
 constexpr int UsageError = 2;
 constexpr int BoardError = 1;
-constexpr int StopLimit = 15'000; // ms; the daemon ends in a fraction of a second unless it is in a long reconnection
+// The daemon ends in a fraction of a second unless it is in a long reconnection.
+constexpr std::chrono::seconds StopLimit{15};
+// A stop that comes again so soon is the same one: some programs signal a process and then its group.
+constexpr std::chrono::seconds ForceAfter{1};
 
 void Say(const char* who, std::chrono::microseconds since, const std::string& text)
 {
@@ -68,7 +74,12 @@ Process::Start DaemonStart(const Options& options)
     Process::Start start;
     start.command = options.command;
     start.command.insert(start.command.begin(), std::filesystem::absolute(driver).lexically_normal());
-    start.environment = {{"LD_LIBRARY_PATH", std::filesystem::absolute(library).lexically_normal()}};
+    std::string path = std::filesystem::absolute(library).lexically_normal();
+    if (const char* const others = std::getenv("LD_LIBRARY_PATH"); others != nullptr && *others != '\0')
+    {
+        path += std::string(":") + others;
+    }
+    start.environment = {{"LD_LIBRARY_PATH", path}};
     return start;
 }
 
@@ -116,15 +127,21 @@ private:
 class CommandInput
 {
 public:
-    /// Reads what is there and hands each whole line to `onLine`. False at the end of the input.
+    /// Reads what is there and hands each line to `onLine`, at the end of the input also one without its newline. False at
+    /// the end.
     template<typename Handler>
     bool Read(const Handler& onLine)
     {
         std::array<char, 4096> buffer{};
         const ssize_t size = read(STDIN_FILENO, buffer.data(), buffer.size());
+        if (size == -1 && (errno == EINTR || errno == EAGAIN))
+        {
+            return true;
+        }
         if (size <= 0)
         {
-            return size == -1 && (errno == EINTR || errno == EAGAIN);
+            onLine(pending);
+            return false;
         }
         pending.append(buffer.data(), static_cast<std::size_t>(size));
         for (std::size_t end = pending.find('\n'); end != std::string::npos; end = pending.find('\n'))
@@ -194,6 +211,8 @@ public:
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     // False when the daemon has ended.
     bool Step()
     {
@@ -202,7 +221,7 @@ private:
                                    {rendezvous.Descriptor(), POLLIN, 0},
                                    {demonstrationDone, POLLIN, 0},
                                    {reading ? STDIN_FILENO : -1, POLLIN, 0}}};
-        if (poll(set.data(), set.size(), stopping ? StopLimit : -1) == 0)
+        if (poll(set.data(), set.size(), PollTimeout()) == 0)
         {
             daemon.Signal(SIGKILL);
         }
@@ -235,17 +254,36 @@ private:
         {
             std::fprintf(stderr, "%s\n", answer.c_str());
         }
-        if (commands.QuitRequested())
+        if (commands.QuitRequested() && !stopBegan)
         {
             Stop();
         }
     }
 
-    // At the first time in the daemon's own way, at the second by force.
+    // At first in the daemon's own way, when it is asked for again by force.
     void Stop()
     {
-        daemon.Signal(stopping ? SIGKILL : SIGINT);
-        stopping = true;
+        const auto now = Clock::now();
+        if (!stopBegan)
+        {
+            stopBegan = now;
+            daemon.Signal(SIGINT);
+        }
+        else if (now - *stopBegan > ForceAfter)
+        {
+            daemon.Signal(SIGKILL);
+        }
+    }
+
+    // ms until the daemon has had its time to end; -1 while it need not.
+    int PollTimeout() const
+    {
+        if (!stopBegan)
+        {
+            return -1;
+        }
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*stopBegan + StopLimit - Clock::now());
+        return static_cast<int>(std::max(left, std::chrono::milliseconds(0)).count());
     }
 
     Board& board;
@@ -255,7 +293,7 @@ private:
     Commands commands;
     CommandInput input;
     bool reading = true;
-    bool stopping = false;
+    std::optional<Clock::time_point> stopBegan;
     int demonstrationDone;
     std::atomic<bool> demonstrationCancelled{false};
     std::thread demonstration;

@@ -26,7 +26,7 @@ cxxopts::Options Definitions()
         ("demo", "First show a telegram each way, an LED, the button and a recovered link.")
         ("name", "Name of the board, to have several and to find them with exec, default is: board",
             cxxopts::value<std::string>())
-        ("reset_gpio", "GPIO pin that the co-processor's reset is wired to, default is: 3", cxxopts::value<int>())
+        ("reset_gpio", "GPIO pin that the co-processor's reset is wired to; tell the daemon the same, default is: 3", cxxopts::value<int>())
         ("driver", "The daemon to run, default is the one installed or built beside this program.",
             cxxopts::value<std::string>())
         ("library", "Directory of the libNemt.so that the daemon loads, default is the stand-in's.",

@@ -49,7 +49,12 @@ Rendezvous::Rendezvous(const std::string& boardName)
     socket = MakeSocket();
     if (bind(socket, reinterpret_cast<const sockaddr*>(&address), size) == -1)
     {
+        const int error = errno;
         close(socket);
+        if (error != EADDRINUSE)
+        {
+            throw std::runtime_error(std::string("cannot be found by others: ") + strerror(error));
+        }
         throw std::runtime_error("a board named '" + boardName + "' is running already; give this one another --name");
     }
 }

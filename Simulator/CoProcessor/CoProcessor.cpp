@@ -103,12 +103,12 @@ void CoProcessor::SetResetLine(bool high)
     }
 }
 
-void CoProcessor::SetButton(bool pressed)
+bool CoProcessor::SetButton(bool pressed)
 {
     const std::lock_guard lock(mutex);
     if (buttonPressed == pressed)
     {
-        return;
+        return false;
     }
     buttonPressed = pressed;
     events.Add(pressed ? "button pressed" : "button released");
@@ -117,13 +117,14 @@ void CoProcessor::SetButton(bool pressed)
         pressedSinceBoot = pressedSinceBoot || pressed;
         SendMessage(DeviceTopic, {ButtonMessage, ButtonNumber, static_cast<uint8_t>(pressed ? 1 : 0)});
     }
+    return true;
 }
 
 void CoProcessor::InjectTelegram(const Bytes& cemi)
 {
     const std::lock_guard lock(mutex);
     events.Add("telegram from KNX: " + ToHex(cemi));
-    if (!SendMessage(CemiTopic, cemi))
+    if (!SendMessage(CemiTopic, cemi) || !line.IsPlugged())
     {
         events.Add("telegram lost: no link to the driver");
     }
@@ -180,10 +181,11 @@ void CoProcessor::ThreadFunction()
     std::unique_lock lock(mutex);
     while (running)
     {
-        const bool hasDue = !outgoing.empty() && outgoing.front().due <= Clock::now();
+        const auto now = Clock::now();
+        const bool hasDue = !outgoing.empty() && outgoing.front().due <= now;
         std::array<pollfd, 2> set{
             {{line.Descriptor(), static_cast<short>(POLLIN | (hasDue ? POLLOUT : 0)), 0}, {wakeUp, POLLIN, 0}}};
-        const int timeout = PollTimeout();
+        const int timeout = PollTimeout(now);
         lock.unlock();
         poll(set.data(), set.size(), timeout);
         lock.lock();
@@ -197,10 +199,9 @@ void CoProcessor::ThreadFunction()
 }
 
 // ms until the next thing that has its time; -1 when nothing has.
-int CoProcessor::PollTimeout() const
+int CoProcessor::PollTimeout(Clock::time_point now) const
 {
     auto next = Clock::time_point::max();
-    const auto now = Clock::now();
     if (state == State::Booting)
     {
         next = bootsAt;

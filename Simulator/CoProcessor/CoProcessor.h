@@ -35,8 +35,8 @@ public:
     /// button and the session with the driver, and a hang is over.
     void SetResetLine(bool high);
 
-    /// A press is reported, and remembered until the next reset.
-    void SetButton(bool pressed);
+    /// A press is reported, and remembered until the next reset. False when the button was so already.
+    bool SetButton(bool pressed);
 
     /// A frame from the KNX side, as it is.
     void InjectTelegram(const Bytes& cemi);
@@ -76,7 +76,7 @@ private:
     };
 
     void ThreadFunction();
-    int PollTimeout() const;
+    int PollTimeout(Clock::time_point now) const;
     void BootWhenDue();
     void TakeIn(const Bytes& bytes);
     void SendWhenDue();

@@ -159,10 +159,10 @@ void EnterNamespaces()
     {
         if (geteuid() != 0)
         {
-            Fail(
+            // Without the error's own text: for a limit of 0 it would speak of a full device.
+            throw std::runtime_error(
                 "this system gives an ordinary user no user namespace (see the sysctl user.max_user_namespaces and the "
-                "rules of its security module); run as root instead",
-                error);
+                "rules of its security module); run as root instead");
         }
         if (unshare(CLONE_NEWNS | CLONE_NEWIPC) == -1)
         {

@@ -43,11 +43,10 @@ void MakeMountPoint(const std::filesystem::path& target, bool directory)
 
 void CoverDirectory(const std::filesystem::path& directory)
 {
-    MakeMountPoint(directory, true);
     const int original = open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
     if (original == -1)
     {
-        Fail("cannot open " + directory.string(), errno);
+        Fail("the board needs the directory " + directory.string(), errno);
     }
     if (mount("tmpfs", directory.c_str(), "tmpfs", MS_NOSUID, "mode=755") == -1)
     {

@@ -46,7 +46,12 @@ public:
 
     void Type(const std::string& line) const
     {
-        EXPECT_EQ(write(input, (line + "\n").data(), line.size() + 1), static_cast<ssize_t>(line.size()) + 1);
+        TypeRaw(line + "\n");
+    }
+
+    void TypeRaw(const std::string& text) const
+    {
+        EXPECT_EQ(write(input, text.data(), text.size()), static_cast<ssize_t>(text.size()));
     }
 
     void EndInput()
@@ -171,6 +176,46 @@ TEST(BoardProgram, AWrongCommandGetsOneLineAndChangesNothing)
     board.Type("press");
     EXPECT_TRUE(board->AwaitLine("button pressed"));
     board.Type("quit");
+    EXPECT_EQ(board->Wait(), 0);
+}
+
+TEST(BoardProgram, ACommandThatChangesNothingSaysSo)
+{
+    BoardProgram board;
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    board.Type("release");
+    EXPECT_TRUE(board->AwaitLine("the button is released already"));
+    board.Type("press");
+    board.Type("press");
+    EXPECT_TRUE(board->AwaitLine("the button is pressed already"));
+    board.Type("plug");
+    EXPECT_TRUE(board->AwaitLine("the serial line is plugged in already"));
+    board.Type("unplug");
+    board.Type("unplug");
+    EXPECT_TRUE(board->AwaitLine("the serial line is pulled already"));
+    board.Type("telegram 29 00");
+    EXPECT_TRUE(board->AwaitLine("telegram lost: no link to the driver"));
+    board.Type("quit");
+    EXPECT_EQ(board->Wait(), 0);
+}
+
+TEST(BoardProgram, TakesALastCommandWithoutItsNewline)
+{
+    BoardProgram board;
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    board.TypeRaw("quit");
+    board.EndInput();
+    EXPECT_EQ(board->Wait(), 0);
+}
+
+TEST(BoardProgram, TwoStopsAtOnceAreOne)
+{
+    BoardProgram board;
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    board.Type("quit");
+    board.Type("quit");
+    board->Signal(SIGTERM);
+    board->Signal(SIGINT);
     EXPECT_EQ(board->Wait(), 0);
 }
 
