@@ -17,7 +17,7 @@ endif()
 string(LENGTH "${hash}" length)
 if(NOT length EQUAL 40 OR NOT hash MATCHES "^[0-9a-f]+$")
   message(FATAL_ERROR
-    "Cannot tell the build revision: ${SOURCE_DIR} is not a git checkout with a commit, and ORVEL_REVISION is not a hash "
+    "Cannot tell the build revision: git is not installed, or ${SOURCE_DIR} is not a checkout with a commit, and ORVEL_REVISION is not a hash "
     "of 40 lower-case hexadecimal digits. Configure with -DORVEL_REVISION=HASH.")
 endif()
 

@@ -33,12 +33,12 @@ need_packages() {
   rm -f "$log"
 }
 
-# build PRESET [CMAKE OPTION...]: configures and builds into build/PRESET.
+# build PRESET [CMAKE OPTION...]: configures and builds into build/PRESET, whatever was configured there before.
 build() {
   preset=$1
   shift
   say "building ($preset)"
-  cmake --preset "$preset" ${ORVEL_REVISION:+-DORVEL_REVISION="$ORVEL_REVISION"} "$@" >"/tmp/orvel-configure.$$" 2>&1 || {
+  cmake --preset "$preset" -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DNEMT_LIBRARY= ${ORVEL_REVISION:+-DORVEL_REVISION="$ORVEL_REVISION"} "$@" >"/tmp/orvel-configure.$$" 2>&1 || {
     tail -n 20 "/tmp/orvel-configure.$$" >&2
     rm -f "/tmp/orvel-configure.$$"
     die "cannot configure"
