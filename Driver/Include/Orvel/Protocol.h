@@ -3,7 +3,8 @@
  * in them. Valid C and C++; depends on nothing.
  *
  * Every message is sent with priority 0. Open the queues without O_CREAT: the daemon creates them when it starts and
- * removes them when it stops.
+ * removes them when it stops. Open them again after it was restarted: what was open before is a queue that nobody else
+ * has any more. They belong to the daemon's user, who alone may write; everybody may read.
  */
 #ifndef ORVEL_PROTOCOL_H
 #define ORVEL_PROTOCOL_H
