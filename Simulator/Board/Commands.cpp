@@ -44,27 +44,25 @@ std::string Commands::Execute(const std::string& line)
     }
     if (name == "press" || name == "release")
     {
-        return board.TheCoProcessor().SetButton(name == "press")
-                   ? ""
-                   : "the button is "s + (name == "press" ? "pressed" : "released") + " already";
+        const bool changed = board.TheCoProcessor().SetButton(name == "press");
+        return changed ? "" : "the button is "s + (name == "press" ? "pressed" : "released") + " already";
     }
-    else if (name == "plug" || name == "unplug")
+    if (name == "plug" || name == "unplug")
     {
-        return board.SetPlugged(name == "plug")
-                   ? ""
-                   : "the serial line is "s + (name == "plug" ? "plugged in" : "pulled") + " already";
+        const bool changed = board.SetPlugged(name == "plug");
+        return changed ? "" : "the serial line is "s + (name == "plug" ? "plugged in" : "pulled") + " already";
     }
-    else if (name == "mute")
+    if (name == "help")
+    {
+        return Help();
+    }
+    if (name == "mute")
     {
         board.TheCoProcessor().Hang();
     }
     else if (name == "quit")
     {
         quitRequested = true;
-    }
-    else if (name == "help")
-    {
-        return Help();
     }
     else
     {
