@@ -82,7 +82,7 @@ class File
 {
 public:
     File(const fs::path& path, int flags)
-        : descriptor(open(path.c_str(), flags | O_CLOEXEC))
+        : descriptor(open(path.c_str(), flags | O_CLOEXEC, 0))
         , error(descriptor == -1 ? errno : 0)
     {
     }

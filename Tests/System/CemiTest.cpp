@@ -44,13 +44,13 @@ protected:
 TEST_F(CemiBridge, ARequestReachesTheBusAndItsConfirmationComesBack)
 {
     const Bytes request{0x11, 0x00, 0xbc, 0xe0, 0x00, 0x00, 0x0a, 0x03, 0x01, 0x00, 0x81};
-    Bytes message{0x0b};
-    message.insert(message.end(), request.begin(), request.end());
+    Bytes message = request;
+    message.insert(message.begin(), 0x0b);
     EXPECT_TRUE(toLink.Send(message));
     EXPECT_TRUE(AwaitEvent("telegram to KNX: 11 00 bc e0 00 00 0a 03 01 00 81"));
     message[1] = 0x2e;
     EXPECT_EQ(fromLink.Receive(), message);
-    EXPECT_EQ(daemon.Count("DEBUG Cemi Enqueued 11 cemi bytes from message queue to LL"), 1);
+    EXPECT_TRUE(daemon.AwaitLine("DEBUG Cemi <> - Enqueued 11 cemi bytes from message queue to LL"));
 }
 
 TEST_F(CemiBridge, ATelegramFromTheBusReachesTheApplication)
