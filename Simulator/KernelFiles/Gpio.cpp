@@ -27,6 +27,16 @@ int PinIn(std::string_view text, int& error)
     return error == 0 ? static_cast<int>(number) : NoPin;
 }
 
+template<typename Record>
+void Remember(std::deque<Record>& records, Record record)
+{
+    records.push_back(std::move(record));
+    if (records.size() > Gpio::MaxWrites)
+    {
+        records.pop_front();
+    }
+}
+
 } // namespace
 
 Gpio::Gpio(PinListener pinListener)
@@ -137,10 +147,11 @@ int Gpio::Change(int pin, const std::string& path, std::string_view text, const 
         error = change();
         after = now();
         changed = before.output != after.output || before.IsHigh() != after.IsHigh();
-        writes.push_back({path, std::string(text), error, std::chrono::steady_clock::now()});
-        if (writes.size() > MaxWrites)
+        const auto time = std::chrono::steady_clock::now();
+        Remember<GpioWrite>(writes, {path, std::string(text), error, time});
+        if (changed)
         {
-            writes.pop_front();
+            Remember<PinChange>(changes, {pin, after.output, after.IsHigh(), time});
         }
     }
     if (changed && listener)
@@ -200,10 +211,17 @@ std::vector<GpioWrite> Gpio::Writes() const
     return {writes.begin(), writes.end()};
 }
 
-void Gpio::ForgetWrites()
+std::vector<PinChange> Gpio::Changes() const
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    return {changes.begin(), changes.end()};
+}
+
+void Gpio::Forget()
 {
     const std::lock_guard<std::mutex> lock(mutex);
     writes.clear();
+    changes.clear();
 }
 
 } // namespace Simulator

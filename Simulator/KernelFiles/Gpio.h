@@ -31,6 +31,15 @@ struct GpioWrite
     std::chrono::steady_clock::time_point time;
 };
 
+/// A pin whose direction or level changed.
+struct PinChange
+{
+    int pin;
+    bool driven; ///< an output
+    bool high;   ///< the level of the line, also of one that is not driven
+    std::chrono::steady_clock::time_point time;
+};
+
 /// Told of a pin whose direction or level changed. `high` is the level of the line, also of one that is not driven.
 using PinListener = std::function<void(int pin, bool driven, bool high)>;
 
@@ -43,7 +52,7 @@ class Gpio
 {
 public:
     static constexpr int PinCount = 32;
-    static constexpr std::size_t MaxWrites = 10000; ///< that are remembered
+    static constexpr std::size_t MaxWrites = 10000; ///< and changes, that are remembered
 
     explicit Gpio(PinListener pinListener = {});
 
@@ -75,7 +84,11 @@ public:
 
     /// All writes so far, refused ones included, the oldest first; the last 10000 of them.
     std::vector<GpioWrite> Writes() const;
-    void ForgetWrites();
+    /// All changes of pins so far, the oldest first; the last 10000 of them.
+    std::vector<PinChange> Changes() const;
+
+    /// Forgets the writes and the changes.
+    void Forget();
 
 private:
     struct Pin
@@ -103,6 +116,7 @@ private:
     std::array<Pin, PinCount> pins;
     uint64_t exports = 0;
     std::deque<GpioWrite> writes;
+    std::deque<PinChange> changes;
 };
 
 } // namespace Simulator

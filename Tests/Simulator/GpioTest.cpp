@@ -353,10 +353,28 @@ TEST_F(Gpio, ForgetsTheOldestOfManyWrites)
     EXPECT_EQ(gpio.Writes().front().path, "gpio3/edge");
 }
 
-TEST_F(Gpio, ForgetsTheWritesWhenTold)
+TEST_F(Gpio, RemembersHowPinsChangedAndNotWhatChangedNone)
 {
-    gpio.ForgetWrites();
+    Write(PinFile::Direction, "in");
+    Write(PinFile::Direction, "out");
+    Write(PinFile::Value, "0");
+    Write(PinFile::Value, "1");
+    Write(PinFile::Direction, "in");
+
+    std::vector<std::tuple<int, bool, bool>> seen;
+    for (const auto& change : gpio.Changes())
+    {
+        seen.emplace_back(change.pin, change.driven, change.high);
+    }
+    EXPECT_THAT(seen, ElementsAre(std::tuple(3, true, false), std::tuple(3, true, true), std::tuple(3, false, true)));
+}
+
+TEST_F(Gpio, ForgetsTheWritesAndTheChangesWhenTold)
+{
+    Write(PinFile::Direction, "out");
+    gpio.Forget();
     EXPECT_THAT(gpio.Writes(), IsEmpty());
+    EXPECT_THAT(gpio.Changes(), IsEmpty());
 }
 
 } // namespace

@@ -123,6 +123,7 @@ TEST_F(Led, AChangeAfterTheLinkWasClosedIsLostWithItsLineAndTheStatusIs0)
 
 TEST_F(Led, AReadThatFindsNothingIsLoggedAndChangesNothing)
 {
+    NEEDS_FAILURE("the read that finds nothing where poll saw something");
     Daemon daemon;
     ASSERT_TRUE(AwaitRunning(daemon));
     ASSERT_TRUE(AwaitFirstReports());
@@ -136,6 +137,7 @@ TEST_F(Led, AReadThatFindsNothingIsLoggedAndChangesNothing)
 
 TEST_F(Led, ABrokenHandleEndsTheDaemonWithTheLineThatNamesTheOtherError)
 {
+    NEEDS_FAILURE("the read of a handle that is broken");
     Daemon daemon;
     ASSERT_TRUE(AwaitRunning(daemon));
     ASSERT_TRUE(AwaitFirstReports());

@@ -25,9 +25,13 @@ protected:
     // Neither the reset line nor the link nor anything else was used.
     void ExpectNothingTouched(const Daemon& daemon)
     {
-        EXPECT_THAT(GpioWrites(), IsEmpty());
+        EXPECT_THAT(PinChanges(), IsEmpty());
+        EXPECT_FALSE(std::filesystem::exists("/sys/class/gpio/gpio3"));
         EXPECT_THAT(daemon.LogLines(), IsEmpty());
-        EXPECT_EQ(board.Files().TheFaults().Calls(Operation::UledsOpen), 0U);
+        if (board->Faults() != nullptr) // a real kernel does not tell who opened a device
+        {
+            EXPECT_EQ(board->Faults()->Calls(Operation::UledsOpen), 0U);
+        }
     }
 };
 
@@ -113,8 +117,20 @@ TEST_F(Start, ResetsTheCoProcessorThenOpensTheLinkThenBuildsTheComponentsInOrder
                                    "DEBUG Nemt RegisterConnectionListener(1)", //
                                    "DEBUG Nemt IsConnected()",                 //
                                    "DEBUG Nemt Instance()"));                  // for the closing
-    EXPECT_THAT(GpioWrites(), ElementsAre("export 3", "gpio3/direction in", "gpio3/direction out", "gpio3/value 01",
-                                          "gpio3/direction in"));
+    EXPECT_THAT(PinChanges(), ElementsAre("3 low", "3 high", "3 released"));
+}
+
+TEST_F(Start, TheResetPulseIsMadeOfTheseWrites)
+{
+    if (board->Faults() == nullptr)
+    {
+        GTEST_SKIP() << "a real kernel tells what became of the pin, not which texts were written";
+    }
+    auto daemon = Daemon::OnTraceLibrary();
+    EXPECT_TRUE(daemon.AwaitLine("IsConnected()"));
+    EXPECT_EQ(daemon.Stop(), 0);
+    EXPECT_THAT(board->GpioWrites(), ElementsAre("export 3", "gpio3/direction in", "gpio3/direction out",
+                                                 "gpio3/value 01", "gpio3/direction in"));
 }
 
 TEST_F(Start, TheBridgeRegistersAfterItHasToldTheApplicationsThatTheLinkIsUsable)
@@ -133,8 +149,7 @@ TEST_F(Start, AnotherGpioIsPulsedWhenSoConfigured)
     EXPECT_TRUE(daemon.AwaitLine("DEBUG Reset <> - Resetting STM32 using GPIO 12"));
     EXPECT_TRUE(daemon.AwaitLine("IsConnected()"));
     EXPECT_EQ(daemon.Stop(), 0);
-    EXPECT_THAT(GpioWrites(), ElementsAre("export 12", "gpio12/direction in", "gpio12/direction out", "gpio12/value 01",
-                                          "gpio12/direction in"));
+    EXPECT_THAT(PinChanges(), ElementsAre("12 low", "12 high", "12 released"));
 }
 
 TEST_F(Start, AnotherDeviceIsAcceptedAndWithoutEffect)
@@ -147,11 +162,12 @@ TEST_F(Start, AnotherDeviceIsAcceptedAndWithoutEffect)
 
 TEST_F(Start, AnExportFileThatCannotBeOpenedEndsWithStatus255BeforeTheLinkIsTouched)
 {
+    NEEDS_FAILURE("the export file that cannot be opened");
     Fail(Operation::ExportOpen, EACCES);
     auto daemon = Daemon::OnTraceLibrary();
     EXPECT_EQ(daemon.Wait(), 255);
     EXPECT_THAT(daemon.LogLines(), ElementsAre("ERROR Reset Failed to export STM32 reset GPIO 3: Permission denied"));
-    EXPECT_THAT(GpioWrites(), IsEmpty());
+    EXPECT_THAT(PinChanges(), IsEmpty());
 }
 
 TEST_F(Start, AGpioThatTheBoardLacksEndsWithStatus255BeforeTheLinkIsTouched)
@@ -175,6 +191,7 @@ TEST_F(Start, AGpioThatIsExportedAlreadyIsTaken)
 
 TEST_F(Start, AFailureOfTheVeryFirstResetPulseIsOnlySeenAfterTheFirstPeriod)
 {
+    NEEDS_FAILURE("the value file that cannot be opened");
     Fail(Operation::ValueOpen, EIO);
     auto daemon = Daemon::OnTraceLibrary();
     EXPECT_EQ(daemon.Wait(), 255);
@@ -184,8 +201,7 @@ TEST_F(Start, AFailureOfTheVeryFirstResetPulseIsOnlySeenAfterTheFirstPeriod)
     const auto closed = daemon.TimeOf("DEBUG Nemt Close()");
     ASSERT_TRUE(supervising && closed);
     EXPECT_GE((*closed - *supervising).count(), 249); // the period of 250 ms, in a log of whole milliseconds
-    EXPECT_THAT(GpioWrites(),
-                ElementsAre("export 3", "gpio3/direction in", "gpio3/direction out", "gpio3/direction in"));
+    EXPECT_THAT(PinChanges(), ElementsAre("3 low", "3 released"));
 }
 
 TEST_F(Start, ALinkThatCannotBeOpenedEndsWithStatus255AfterTheResetAndBeforeAnyComponentIsBuilt)
@@ -197,8 +213,7 @@ TEST_F(Start, ALinkThatCannotBeOpenedEndsWithStatus255AfterTheResetAndBeforeAnyC
                             "DEBUG Nemt Open(/dev/ttymxc2, 0)", "WARN Nemt a warning", "WARN Nemt a warning",
                             "ERROR Nemt an error", "ERROR Nemt an error",
                             "ERROR Main Failed to open port /dev/ttymxc2 for NEMT communication, aborting."));
-    EXPECT_EQ(GpioWrites().size(), 5U);
-    EXPECT_EQ(board.Files().TheFaults().Calls(Operation::UledsOpen), 0U);
+    EXPECT_THAT(PinChanges(), ElementsAre("3 low", "3 high", "3 released"));
 }
 
 TEST_F(Start, ASerialDeviceThatIsMissingGivesTheLineThatNamesIt)
@@ -212,6 +227,7 @@ TEST_F(Start, ASerialDeviceThatIsMissingGivesTheLineThatNamesIt)
 
 TEST_F(Start, WithoutTheKernelsUserspaceLedsTheDaemonEndsWithStatus255)
 {
+    NEEDS_FAILURE("/dev/uleds without a driver behind it");
     Fail(Operation::UledsOpen, ENODEV);
     auto daemon = Daemon::OnTraceLibrary();
     AwaitLedWorker(daemon);

@@ -1,19 +1,25 @@
 #pragma once
 
 #include "Await.h"
-#include "Board.h"
 #include "Daemon.h"
 #include "EventLog.h"
 #include "Queue.h"
+#include "TestBoard.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <vector>
 
-/// A test on a simulated board of its own, on which no daemon runs yet.
+/// Skips the test where system calls cannot be made to fail. `failure` says which one the test needs.
+#define NEEDS_FAILURE(failure)                                                                                         \
+    if (board->Faults() == nullptr)                                                                                    \
+    GTEST_SKIP() << "a real kernel does not show this failure on demand: " << (failure)
+
+/// A test on a board of its own, on which no daemon runs yet.
 class OnBoard : public testing::Test
 {
 protected:
@@ -50,36 +56,36 @@ protected:
                 return;
             }
             daemon.Restart();
-            board.Files().TheGpio().Unexport(std::to_string(ResetGpio));
-            board.Files().TheGpio().ForgetWrites();
+            board->StartPinsAnew();
             seen = events.Count();
         }
     }
 
     Simulator::CoProcessor& TheCoProcessor()
     {
-        return board.TheCoProcessor();
+        return board->TheCoProcessor();
     }
 
-    /// What was written to the GPIO files so far, as "path text".
-    std::vector<std::string> GpioWrites()
+    /// What happened to the pins so far: "3 low" and "3 high" for one that is driven, "3 released".
+    std::vector<std::string> PinChanges()
     {
-        std::vector<std::string> writes;
-        for (const auto& write : board.Files().TheGpio().Writes())
+        std::vector<std::string> changes;
+        for (const auto& change : board->PinChanges())
         {
-            writes.push_back(write.path + " " + write.text);
+            const char* const state = change.driven ? (change.high ? " high" : " low") : " released";
+            changes.push_back(std::to_string(change.pin) + state);
         }
-        return writes;
+        return changes;
     }
 
     void Fail(Simulator::Operation operation, int error)
     {
-        board.Files().TheFaults().Fail(operation, error);
+        board->Faults()->Fail(operation, error);
     }
 
     void FailOnce(Simulator::Operation operation, int error)
     {
-        board.Files().TheFaults().Fail(operation, error, 1, 1);
+        board->Faults()->Fail(operation, error, 1, 1);
     }
 
     /// Every LED reports these events, whatever is true.
@@ -88,7 +94,7 @@ protected:
         Simulator::Fault fault;
         fault.events = reported;
         fault.onlyTheseEvents = true;
-        board.Files().TheFaults().Set(Simulator::Operation::UledsPoll, fault);
+        board->Faults()->Set(Simulator::Operation::UledsPoll, fault);
     }
 
     static long CountOf(const Daemon& daemon, const std::string& text)
@@ -105,7 +111,7 @@ protected:
 
     Simulator::EventLog events;
     std::size_t seen = 0;
-    Simulator::Board board{events, ResetGpio};
+    std::unique_ptr<TestBoard> board = TestBoard::Make(events, ResetGpio);
 };
 
 /// Sets the brightness of an LED as an application does; false when the kernel refuses.
