@@ -54,6 +54,38 @@ TEST_F(Led, EachLedDrivesItsOutput)
     EXPECT_EQ(daemon.Stop(), 0);
 }
 
+TEST_F(Led, EachHasTheMaximalBrightness100)
+{
+    Daemon daemon({"--enable_rs485"});
+    ASSERT_TRUE(AwaitRunning(daemon, 5));
+    for (const std::string& name : Names())
+    {
+        int maximum = 0;
+        std::ifstream("/sys/class/leds/" + name + "/max_brightness") >> maximum;
+        EXPECT_EQ(maximum, 100) << name;
+    }
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Led, TheKernelRenamesThoseOfASecondDaemonAndEachDaemonGetsTheChangesOfItsOwn)
+{
+    auto first = Daemon::OnTraceLibrary();
+    ASSERT_TRUE(AwaitRunning(first));
+    auto second = Daemon::OnTraceLibrary();
+    ASSERT_TRUE(AwaitRunning(second));
+    EXPECT_THAT(Names(), ElementsAre("knx", "knx_1", "prg1", "prg1_1", "prg2", "prg2_1", "system", "system_1"));
+
+    EXPECT_TRUE(SetBrightness("prg1_1", "1"));
+    EXPECT_TRUE(second.AwaitLine("DEBUG Leds <> - Set brightness of led prg1 to 1")); // it does not know the new name
+    EXPECT_TRUE(SetBrightness("prg1", "2"));
+    EXPECT_TRUE(first.AwaitLine("DEBUG Leds <> - Set brightness of led prg1 to 2"));
+
+    EXPECT_EQ(first.Stop(), 0);
+    EXPECT_TRUE(Await([] { return Names().size() == 4; }));
+    EXPECT_THAT(Names(), ElementsAre("knx_1", "prg1_1", "prg2_1", "system_1"));
+    EXPECT_EQ(second.Stop(), 0);
+}
+
 TEST_F(Led, AnyBrightnessAbove0IsOnAndIsLoggedAsItIs)
 {
     Daemon daemon;

@@ -30,8 +30,8 @@ TEST_F(Link, ACoProcessorThatHangsIsResetAndReconnectedAndTheApplicationsAreTold
     EXPECT_TRUE(AwaitEvent("co-processor booted"));
     EXPECT_TRUE(AwaitEvent("link up"));
     EXPECT_EQ(fromLink.Receive(), LinkUsable);
-    EXPECT_EQ(daemon.Count("ERROR Main Lost connection to STM32, resetting and trying to reconnect."), 1);
     EXPECT_EQ(daemon.Stop(), 0);
+    EXPECT_EQ(daemon.Count("ERROR Main Lost connection to STM32, resetting and trying to reconnect."), 1);
 }
 
 TEST_F(Link, FramesFlowAgainAfterARecovery)

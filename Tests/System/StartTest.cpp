@@ -1,6 +1,6 @@
 // The command line, the order of the start, and what happens when a part of it fails.
 
-#include "Namespaces.h"
+#include "MessageLimit.h"
 #include "OnBoard.h"
 #include "Overlay.h"
 
@@ -250,12 +250,14 @@ TEST_F(Start, AnLedNameThatTheKernelRefusesEndsWithStatus255AndKeepsTheLedsBefor
 
 TEST_F(Start, AQueueLimitBelow14EndsWithStatus255)
 {
-    Simulator::SetMessageLimit(10);
-    Daemon daemon;
-    EXPECT_EQ(daemon.Wait(), 255);
-    EXPECT_EQ(daemon.Count("ERROR Cemi Failed to open message queue /cemiFromLL"), 1);
-    EXPECT_FALSE(Queue::Exists("/progButton"));
-    Simulator::SetMessageLimit(32);
+    WithMessageLimit(10,
+                     []
+                     {
+                         Daemon daemon;
+                         EXPECT_EQ(daemon.Wait(), 255);
+                         EXPECT_EQ(daemon.Count("ERROR Cemi Failed to open message queue /cemiFromLL"), 1);
+                         EXPECT_FALSE(Queue::Exists("/progButton"));
+                     });
 }
 
 TEST_F(Start, AButtonQueueThatCannotBeOpenedEndsWithStatus255)

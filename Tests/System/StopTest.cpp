@@ -65,6 +65,18 @@ TEST_F(Stop, OnSigintTheQueuesAndLedsAreGoneAndThePinStaysExported)
     EXPECT_TRUE(std::filesystem::exists("/sys/class/gpio/gpio3"));
 }
 
+TEST_F(Stop, TheLedsStayUntilTheProcessIsGone)
+{
+    auto daemon = Daemon::OnTraceLibrary({}, {{"TRACE_EXIT_DELAY", "2000"}});
+    ASSERT_TRUE(AwaitRunning(daemon));
+    daemon.Interrupt();
+    ASSERT_TRUE(daemon.AwaitLine("UnregisterTopicListener(1)"));
+    ASSERT_TRUE(Await([&] { return IsAsleep(daemon.Id()); })); // the worker has ended, and the components are gone
+    EXPECT_TRUE(std::filesystem::exists("/sys/class/leds/prg1"));
+    EXPECT_EQ(daemon.Wait(), 0);
+    EXPECT_TRUE(Await([] { return std::filesystem::is_empty("/sys/class/leds"); }));
+}
+
 TEST_F(Stop, ASigintDuringThePeriodDoesNotShortenIt)
 {
     auto daemon = Daemon::OnTraceLibrary();

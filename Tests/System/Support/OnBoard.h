@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,6 +25,14 @@ class OnBoard : public testing::Test
 {
 protected:
     static constexpr int ResetGpio = 3;
+
+    void TearDown() override
+    {
+        if (HasFailure())
+        {
+            std::cout << "on the board:\n" << events.Text();
+        }
+    }
 
     /// Waits for an event on the board that begins with `start`, behind those that were awaited before.
     bool AwaitEvent(const std::string& start)

@@ -3,7 +3,8 @@
 //
 // What it answers is set in the environment: TRACE_OPEN, TRACE_CONNECTED, TRACE_TRANSMIT (0 or 1), TRACE_RECONNECT (a
 // sequence of 0 and 1, the last of which stays; or "throw"). How long it takes: TRACE_OPEN_DELAY, TRACE_RECONNECT_DELAY,
-// TRACE_CLOSE_DELAY (ms). Once closed it transmits nothing.
+// TRACE_CLOSE_DELAY (ms). Once closed it transmits nothing. TRACE_EXIT_DELAY (ms) keeps the process so long behind the end
+// of its main function.
 
 #include "Nemt/CommHub.h"
 
@@ -59,6 +60,22 @@ void Delay(const char* name)
 {
     std::this_thread::sleep_for(std::chrono::milliseconds(std::stol(Setting(name, "0"))));
 }
+
+class LateExit
+{
+public:
+    LateExit() = default;
+
+    ~LateExit()
+    {
+        Delay("TRACE_EXIT_DELAY");
+    }
+
+    LateExit(const LateExit&) = delete;
+    LateExit& operator=(const LateExit&) = delete;
+};
+
+const LateExit AtExit;
 
 void TraceListener(const std::string& call, Numbers& numbers, const void* listener)
 {

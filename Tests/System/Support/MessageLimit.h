@@ -1,0 +1,29 @@
+#pragma once
+
+#include "Namespaces.h"
+
+#include <gtest/gtest.h>
+
+#include <linux/capability.h>
+#include <sys/prctl.h>
+
+#include <fstream>
+#include <thread>
+
+/// Runs `function` where no queue may have more than `messages` messages: on a thread without CAP_SYS_RESOURCE, which
+/// would go over the limit. Programs that it starts lack the capability too, and end with the thread.
+template<typename Function>
+void WithMessageLimit(int messages, const Function& function)
+{
+    int before = 0;
+    std::ifstream("/proc/sys/fs/mqueue/msg_max") >> before;
+    Simulator::SetMessageLimit(messages);
+    std::thread(
+        [&]
+        {
+            EXPECT_EQ(prctl(PR_CAPBSET_DROP, CAP_SYS_RESOURCE, 0, 0, 0), 0);
+            function();
+        })
+        .join();
+    Simulator::SetMessageLimit(before);
+}
