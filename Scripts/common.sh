@@ -7,6 +7,7 @@ die() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
 
 build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplus-dev libcxxopts-dev libfuse3-dev"
 test_packages="libgtest-dev libgmock-dev"
+kernel_packages="qemu-system-x86 busybox-static gcc make xz-utils binutils"
 check_packages="clang clang-format clang-tidy gcovr binutils"
 
 # need_packages PACKAGE...: installs those that are missing.
@@ -33,7 +34,8 @@ need_packages() {
   rm -f "$log"
 }
 
-# build PRESET [CMAKE OPTION...]: configures and builds into build/PRESET, whatever was configured there before.
+# build PRESET [CMAKE OPTION...]: configures and builds into build/PRESET, whatever was configured there before; everything,
+# or the targets in $build_targets.
 build() {
   preset=$1
   shift
@@ -45,5 +47,6 @@ build() {
   }
   grep -E -- '^-- log4cplus' "/tmp/orvel-configure.$$" || true
   rm -f "/tmp/orvel-configure.$$"
-  cmake --build --preset "$preset" || die "cannot build"
+  # shellcheck disable=SC2086 # a list of words
+  cmake --build --preset "$preset" ${build_targets:+--target $build_targets} || die "cannot build"
 }

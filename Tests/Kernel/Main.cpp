@@ -1,0 +1,9 @@
+// The main function of the tests on a real kernel. The virtual machine is all that they need around them.
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,107 @@
+#include "RealBoard.h"
+
+#include "Overlay.h"
+
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+namespace
+{
+
+constexpr const char* SerialDevice = "/dev/ttymxc2";
+
+// A process that was killed leaves its queues.
+void RemoveQueues()
+{
+    for (const auto& queue : std::filesystem::directory_iterator("/dev/mqueue"))
+    {
+        std::filesystem::remove(queue);
+    }
+}
+
+void UnexportPins()
+{
+    for (int pin = 0; pin < Simulator::Gpio::PinCount; ++pin)
+    {
+        if (std::filesystem::exists("/sys/class/gpio/gpio" + std::to_string(pin)))
+        {
+            std::ofstream("/sys/class/gpio/unexport") << pin;
+        }
+    }
+}
+
+} // namespace
+
+RealBoard::RealBoard(Simulator::EventLog& eventLog, int resetGpio)
+    : events(eventLog)
+    , coProcessor(line, eventLog)
+    , trace(
+          [this, resetGpio](int pin, bool driven, bool high)
+          {
+              if (pin == resetGpio)
+              {
+                  coProcessor.SetResetLine(!driven || high);
+              }
+          })
+{
+    for (const char* const needed : {"/dev/uleds", "/sys/class/gpio/export", "/dev/mqueue"})
+    {
+        if (!std::filesystem::exists(needed))
+        {
+            throw std::runtime_error(std::string("this kernel has no ") + needed);
+        }
+    }
+    Simulator::BindMount(line.Device(), SerialDevice);
+    UnexportPins();
+    RemoveQueues();
+}
+
+RealBoard::~RealBoard()
+{
+    UnexportPins();
+    RemoveQueues();
+    Simulator::Unmount(SerialDevice);
+}
+
+Simulator::CoProcessor& RealBoard::TheCoProcessor()
+{
+    return coProcessor;
+}
+
+void RealBoard::SetPlugged(bool plugged)
+{
+    line.SetPlugged(plugged);
+    events.Add(plugged ? "serial line plugged in" : "serial line pulled");
+}
+
+std::vector<Simulator::PinChange> RealBoard::PinChanges()
+{
+    return trace.Changes();
+}
+
+void RealBoard::StartPinsAnew()
+{
+    UnexportPins();
+    trace.Forget();
+}
+
+std::vector<std::string> RealBoard::GpioWrites()
+{
+    return {};
+}
+
+Simulator::FaultPlan* RealBoard::Faults()
+{
+    return nullptr;
+}
+
+GpioTrace& RealBoard::Trace()
+{
+    return trace;
+}
+
+std::unique_ptr<TestBoard> TestBoard::Make(Simulator::EventLog& events, int resetGpio)
+{
+    return std::make_unique<RealBoard>(events, resetGpio);
+}
