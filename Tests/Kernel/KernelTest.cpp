@@ -19,7 +19,7 @@ class Kernel : public OnBoard
 protected:
     GpioTrace& Trace()
     {
-        return static_cast<RealBoard&>(*board).Trace();
+        return dynamic_cast<RealBoard&>(*board).Trace();
     }
 };
 
