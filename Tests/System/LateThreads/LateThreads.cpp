@@ -9,38 +9,52 @@
 #include <memory>
 #include <thread>
 
+// What the standard library calls to run a thread, laid out as its own std::thread::_State, to which newer versions deny
+// access.
+class ThreadState
+{
+public:
+    ThreadState() = default;
+    virtual ~ThreadState() = default;
+    ThreadState(const ThreadState&) = delete;
+    ThreadState& operator=(const ThreadState&) = delete;
+    virtual void Run() = 0;
+};
+
+using ThreadStatePointer = std::unique_ptr<ThreadState>;
+
 namespace
 {
 
-class LateState : public std::thread::_State
+class LateState : public ThreadState
 {
 public:
-    explicit LateState(std::thread::_State_ptr threadState)
+    explicit LateState(ThreadStatePointer threadState)
         : state(std::move(threadState))
     {
     }
 
-    void _M_run() override
+    void Run() override
     {
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        state->_M_run();
+        state->Run();
     }
 
 private:
-    std::thread::_State_ptr state;
+    ThreadStatePointer state;
 };
 
-using StartThread = void (*)(std::thread* self, std::thread::_State_ptr state, void (*depend)());
+using StartThread = void (*)(std::thread* self, ThreadStatePointer state, void (*depend)());
 constexpr const char* StartThreadName =
     "_ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE";
 
 } // namespace
 
 // The standard library's own function that every std::thread is started by.
-void StartThreadLate(std::thread* self, std::thread::_State_ptr state, void (*depend)()) __asm__(
+void StartThreadLate(std::thread* self, ThreadStatePointer state, void (*depend)()) __asm__(
     "_ZNSt6thread15_M_start_threadESt10unique_ptrINS_6_StateESt14default_deleteIS1_EEPFvvE");
 
-void StartThreadLate(std::thread* self, std::thread::_State_ptr state, void (*depend)())
+void StartThreadLate(std::thread* self, ThreadStatePointer state, void (*depend)())
 {
     const auto start = reinterpret_cast<StartThread>(dlsym(RTLD_NEXT, StartThreadName));
     start(self, std::make_unique<LateState>(std::move(state)), depend);
