@@ -1,0 +1,53 @@
+# Sourced behind common.sh by the checks that need another Debian than this machine's. Each has a root directory of its own
+# under build/, made once; removing build/NAME makes it anew.
+if [ "$(id -u)" != 0 ]; then
+  command -v sudo >/dev/null || die "mounts and changes its root directory; run it as root"
+  exec sudo ${ORVEL_REVISION:+ORVEL_REVISION="$ORVEL_REVISION"} "Scripts/$(basename "$0")" "$@"
+fi
+
+# prepare_root NAME SUITE ARCHITECTURES PACKAGE...: makes build/NAME/root, unless it is there with these packages. Mirror and
+# age limits are those of this machine's apt, signatures are checked with its keys.
+prepare_root() {
+  home=$PWD/build/$1 root=$PWD/build/$1/root suite=$2 architectures=$3
+  shift 3
+  contents="$suite $architectures $*"
+  [ "$(cat "$root/orvel-root" 2>/dev/null)" != "$contents" ] || return 0
+  command -v apt-get >/dev/null || die "needs a Debian with apt, from which it takes the mirror"
+  need_packages mmdebstrap debian-archive-keyring util-linux
+  mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Identifier: Packages' 'Label: Debian' | head -n 1)
+  [ -n "$mirror" ] || die "apt knows no Debian mirror here; name one in its sources and run apt-get update"
+  say "making a root of Debian $suite ($home)"
+  new=$home/new log=$home/log
+  rm -rf --one-file-system "$new"
+  mkdir -p "$home"
+  trap 'rm -rf --one-file-system "$new"' EXIT
+  trap 'exit 1' INT TERM HUP
+  mmdebstrap --variant=apt --architectures="$architectures" --include="$*" \
+    --aptopt="$(apt-config dump --format '%F "%v";%n' Acquire::Check-Valid-Until Acquire::Check-Date)" \
+    "$suite" "$new" "$mirror" >"$log" 2>&1 || {
+    # Without the mirror's name, which is this machine's own business.
+    grep '^E: ' "$log" | sed 's|[a-z]*://[^ ]*|(the mirror)|g' >&2
+    die "cannot make the root; all that was said is in $log"
+  }
+  echo "$contents" >"$new/orvel-root"
+  rm -rf --one-file-system "$root"
+  mv "$new" "$root"
+  rm "$log"
+}
+
+# in_root COMMAND...: runs it in the prepared root, in this source tree, which has the same path there. The mounts are in a
+# namespace of the command's own and go with it, however it ends.
+in_root() {
+  # shellcheck disable=SC2016 # expanded by the inner shell
+  unshare --mount --propagation private sh -euc '
+    root=$1 tree=$2
+    shift 2
+    mount --bind "$root" "$root" # only where its root is a mount can a program give the mounts away or keep them
+    for directory in /proc /sys /dev; do
+      mount --rbind "$directory" "$root$directory"
+    done
+    mkdir -p "$root$tree"
+    mount --bind "$tree" "$root$tree"
+    exec chroot "$root" env -i -C "$tree" PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 "$@"
+  ' sh "$root" "$PWD" "$@"
+}
