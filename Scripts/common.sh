@@ -9,6 +9,7 @@ build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplu
 test_packages="libgtest-dev libgmock-dev"
 kernel_packages="qemu-system-x86 busybox-static gcc make xz-utils binutils"
 check_packages="clang clang-format clang-tidy gcovr binutils"
+package_packages="debhelper dpkg-dev lintian"
 
 # need_packages PACKAGE...: installs those that are missing.
 need_packages() {
