@@ -324,7 +324,8 @@ void CoProcessor::OnDeviceMessage(const Bytes& message)
     }
     else if (is(SinceBootRequest, 2) && message[1] == ButtonNumber)
     {
-        SendMessage(DeviceTopic, {SinceBootAnswer, ButtonNumber, static_cast<uint8_t>(pressedSinceBoot ? 1 : 0)});
+        const auto pressed = static_cast<uint8_t>(pressedSinceBoot ? 1 : 0);
+        Send({Wire::Kind::Message, DeviceTopic, {SinceBootAnswer, ButtonNumber, pressed}}, SinceBootAnswerTime);
     }
     else
     {
@@ -342,16 +343,16 @@ bool CoProcessor::SendMessage(uint16_t topic, const Bytes& payload)
     return true;
 }
 
-void CoProcessor::Send(const Wire::Frame& frame)
+void CoProcessor::Send(const Wire::Frame& frame, std::chrono::milliseconds after)
 {
-    Queue(Wire::Encode(frame));
+    Queue(Wire::Encode(frame), after);
 }
 
-void CoProcessor::Queue(Bytes bytes)
+void CoProcessor::Queue(Bytes bytes, std::chrono::milliseconds after)
 {
     if (!isDead && outgoing.size() < MaxOutgoing)
     {
-        outgoing.push_back({Clock::now() + sendDelay, std::move(bytes)});
+        outgoing.push_back({Clock::now() + sendDelay + after, std::move(bytes)});
         Wake();
     }
 }

@@ -24,6 +24,9 @@ class CoProcessor
 {
 public:
     static constexpr std::chrono::milliseconds BootTime{5}; ///< from the release of its reset to its first answer
+    /// From the request for a press since boot to its answer: about what both take on a real serial line. A
+    /// pseudo-terminal takes no time, and the daemon listens a moment after it has asked only.
+    static constexpr std::chrono::milliseconds SinceBootAnswerTime{5};
 
     CoProcessor(SerialLine& serialLine, EventLog& eventLog);
     ~CoProcessor();
@@ -84,8 +87,8 @@ private:
     void OnCemi(const Bytes& cemi);
     void OnDeviceMessage(const Bytes& message);
     bool SendMessage(uint16_t topic, const Bytes& payload);
-    void Send(const Wire::Frame& frame);
-    void Queue(Bytes bytes);
+    void Send(const Wire::Frame& frame, std::chrono::milliseconds after = {});
+    void Queue(Bytes bytes, std::chrono::milliseconds after = {});
     void Wake() const;
 
     SerialLine& line;

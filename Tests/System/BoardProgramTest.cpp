@@ -143,7 +143,7 @@ TEST(BoardProgram, TakesEachCommand)
 {
     BoardProgram board;
     ASSERT_TRUE(board->AwaitLine("link up"));
-    ASSERT_TRUE(board->AwaitLine("Programming button since boot was"));
+    ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 4")); // the daemon has told that it runs
     board.Type("press");
     EXPECT_TRUE(board->AwaitLine("Programming button state changed to: pressed"));
     board.Type("release");

@@ -51,23 +51,30 @@ protected:
                     : testing::AssertionFailure() << testing::PrintToString(daemon.Lines());
     }
 
-    /// Waits for the first line about an LED. Starts the daemon and the board's pin anew when there is none: on a busy
-    /// machine the LED worker can come before its table is filled, and then serves no LED. That is by design; a test that
-    /// needs the LEDs cannot use such a start.
+    /// Waits for the first line about an LED. On a busy machine the LED worker can come before its table is filled, and then
+    /// serves no LED.
     void AwaitLedWorker(Daemon& daemon)
     {
+        AwaitFromStart(daemon, " Leds ");
+    }
+
+    /// Waits for a line of the start that a busy machine can lose by design: starts the daemon and the board's pin anew when
+    /// it does not come, because a test that needs it cannot use such a start.
+    bool AwaitFromStart(Daemon& daemon, const std::string& text)
+    {
         constexpr std::chrono::seconds enough{2}; // a wrong guess costs a restart, no more
-        const auto begun = [&] { return CountOf(daemon, " Leds ") > 0; };
+        const auto begun = [&] { return CountOf(daemon, text) > 0; };
         for (int restarts = 0; restarts < 10; ++restarts)
         {
             if (!Await([&] { return begun() || HasOpened(daemon); }) || Await(begun, enough))
             {
-                return;
+                break;
             }
             daemon.Restart();
             board->StartPinsAnew();
             seen = events.Count();
         }
+        return begun();
     }
 
     Simulator::CoProcessor& TheCoProcessor()
