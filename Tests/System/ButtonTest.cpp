@@ -14,10 +14,14 @@ const Bytes Released{0x01};
 
 using Button = OnBoard;
 
+// Awaited where a press follows: one that comes before the answer would be reported as one since boot as well. An answer
+// that comes before the daemon listens for it is lost.
+constexpr const char* NotPressedSinceBoot = "DEBUG Buttons Programming button since boot was: released";
+
 TEST_F(Button, APressAndAReleaseArriveInverted)
 {
     Daemon daemon;
-    ASSERT_TRUE(AwaitRunning(daemon));
+    ASSERT_TRUE(AwaitFromStart(daemon, NotPressedSinceBoot));
     const Queue queue("/progButton", Queue::For::Reading);
     TheCoProcessor().SetButton(true);
     EXPECT_EQ(queue.Receive(), Pressed);
@@ -31,8 +35,7 @@ TEST_F(Button, APressAndAReleaseArriveInverted)
 TEST_F(Button, NoPressSinceBootSendsNothing)
 {
     Daemon daemon;
-    // An answer that comes before the daemon listens for it is lost.
-    ASSERT_TRUE(AwaitFromStart(daemon, "DEBUG Buttons Programming button since boot was: released"));
+    ASSERT_TRUE(AwaitFromStart(daemon, NotPressedSinceBoot));
     const Queue queue("/progButton", Queue::For::Reading);
     EXPECT_EQ(queue.Pending(), 0);
     EXPECT_EQ(daemon.Stop(), 0);

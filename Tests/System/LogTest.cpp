@@ -8,7 +8,9 @@
 #include <filesystem>
 #include <fstream>
 
+using testing::AnyOf;
 using testing::Contains;
+using testing::Each;
 using testing::ElementsAre;
 using testing::StartsWith;
 
@@ -63,8 +65,12 @@ TEST_F(Log, APropertyFileAtWarnSilencesDebugLinesButNotWarningsAndErrors)
     auto daemon = Daemon::OnTraceLibrary({"--log_config_file", file});
     ASSERT_TRUE(Await([] { return Queue::Exists("/cemiToLL"); }));
     EXPECT_EQ(daemon.Stop(), 0);
-    EXPECT_THAT(daemon.Lines(), ElementsAre("WARN Nemt a warning", "WARN Nemt a warning", "ERROR Nemt an error",
-                                            "ERROR Nemt an error"));
+    auto lines = daemon.Lines();
+    EXPECT_THAT(lines, Each(AnyOf(StartsWith("WARN "), StartsWith("ERROR "))));
+    ASSERT_GE(lines.size(), 4U); // more where the first reports of the LEDs found the link closed
+    lines.resize(4);
+    EXPECT_THAT(
+        lines, ElementsAre("WARN Nemt a warning", "WARN Nemt a warning", "ERROR Nemt an error", "ERROR Nemt an error"));
 }
 
 TEST_F(Log, LinesCarryFileAndFunctionSignature)
