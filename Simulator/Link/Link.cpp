@@ -276,7 +276,7 @@ void Link::KeepTime()
     {
         return;
     }
-    if (!port.IsOpen())
+    if (!port.IsOpen() && !session.IsUp()) // one that was up ends with its port
     {
         OpenPortAgain();
     }
