@@ -620,14 +620,18 @@ protected:
     {
         peer.SetReads(false);
         Messages accepted;
-        auto lastAccepted = std::chrono::steady_clock::now();
-        while (accepted.size() < MoreThanFits && std::chrono::steady_clock::now() - lastAccepted < Glimpse)
+        auto refusedSince = std::chrono::steady_clock::time_point::max();
+        while (accepted.size() < MoreThanFits && std::chrono::steady_clock::now() - refusedSince < Glimpse)
         {
             const Bytes payload(MaxMessage, static_cast<uint8_t>(accepted.size()));
             if (Transmit(256, payload))
             {
                 accepted.push_back({256, payload});
-                lastAccepted = std::chrono::steady_clock::now();
+                refusedSince = std::chrono::steady_clock::time_point::max();
+            }
+            else
+            {
+                refusedSince = std::min(refusedSince, std::chrono::steady_clock::now());
             }
             std::this_thread::yield();
         }
