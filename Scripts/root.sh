@@ -51,3 +51,18 @@ in_root() {
     exec chroot "$root" env -i -C "$tree" PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 "$@"
   ' sh "$root" "$PWD" "$@"
 }
+
+# build_in_root PRESET DIRECTORY [CMAKE OPTION...]: like build, into DIRECTORY. Warnings are errors.
+build_in_root() {
+  preset=$1 directory=$2
+  shift 2
+  say "building ($directory)"
+  in_root cmake --preset "$preset" -B "$directory" -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DORVEL_WARNINGS_AS_ERRORS=ON \
+    -DORVEL_REVISION="${ORVEL_REVISION:-}" "$@" >"$home/log" 2>&1 || {
+    tail -n 20 "$home/log" >&2
+    die "cannot configure"
+  }
+  grep -E -- '^-- log4cplus' "$home/log"
+  # shellcheck disable=SC2086 # a list of words
+  in_root cmake --build "$directory" ${build_targets:+--target $build_targets} || die "cannot build"
+}
