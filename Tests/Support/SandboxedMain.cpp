@@ -15,11 +15,30 @@
 #include <cstdlib>
 #include <exception>
 #include <string>
+#include <vector>
 
 namespace
 {
 
 constexpr const char* InsideMarker = "ORVEL_TEST_INSIDE";
+
+// Returns only when it failed. A program that was built for another processor has to name the emulator that it is run by:
+// the kernel does not know it.
+void StartAnew(char** argv)
+{
+    char* const emulator = getenv("ORVEL_TEST_EMULATOR");
+    if (emulator == nullptr || *emulator == '\0')
+    {
+        execv("/proc/self/exe", argv);
+        return;
+    }
+    std::vector<char*> command{emulator};
+    do
+    {
+        command.push_back(*argv);
+    } while (*argv++ != nullptr);
+    execvp(emulator, command.data());
+}
 
 // In a child and with an exec, because libraries start threads before main, and a process with threads may not enter a
 // user namespace.
@@ -38,7 +57,7 @@ int RunInside(char** argv)
             _exit(EXIT_FAILURE);
         }
         setenv(InsideMarker, "1", 1);
-        execv("/proc/self/exe", argv);
+        StartAnew(argv);
         std::perror("cannot run the tests");
         _exit(EXIT_FAILURE);
     }
