@@ -164,6 +164,7 @@ const char* Link::Enqueue(Wire::Frame message)
 void Link::RegisterTopicListener(Nemt::ITopicListener* listener)
 {
     topicListeners.Add(listener);
+    NemtLog_Debug(LogText("Topic listener registered"));
 }
 
 void Link::UnregisterTopicListener(const Nemt::ITopicListener* listener)

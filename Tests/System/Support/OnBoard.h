@@ -120,9 +120,11 @@ protected:
                              [&](const std::string& line) { return line.find(text) != std::string::npos; });
     }
 
+    // The bridge listens to the link when it has opened its queues, and after the button.
     static bool HasOpened(const Daemon& daemon)
     {
-        return daemon.Count("DEBUG Cemi Sended cemi message with size 4 from LL to user message queue") > 0;
+        return CountOf(daemon, "DEBUG Nemt Topic listener registered") == 2 ||
+               CountOf(daemon, "DEBUG Nemt RegisterTopicListener(2)") == 1; // the link library that traces every call
     }
 
     Simulator::EventLog events;
