@@ -10,6 +10,19 @@
 #include <fstream>
 #include <thread>
 
+/// Runs `function` on a thread whose programs lack a capability that root has; they end with the thread.
+template<typename Function>
+void WithoutCapability(int capability, const Function& function)
+{
+    std::thread(
+        [&]
+        {
+            EXPECT_EQ(prctl(PR_CAPBSET_DROP, capability, 0, 0, 0), 0);
+            function();
+        })
+        .join();
+}
+
 /// Runs `function` where no queue may have more than `messages` messages: on a thread without CAP_SYS_RESOURCE, which
 /// would go over the limit. Programs that it starts lack the capability too, and end with the thread.
 template<typename Function>
@@ -18,12 +31,6 @@ void WithMessageLimit(int messages, const Function& function)
     int before = 0;
     std::ifstream("/proc/sys/fs/mqueue/msg_max") >> before;
     Simulator::SetMessageLimit(messages);
-    std::thread(
-        [&]
-        {
-            EXPECT_EQ(prctl(PR_CAPBSET_DROP, CAP_SYS_RESOURCE, 0, 0, 0), 0);
-            function();
-        })
-        .join();
+    WithoutCapability(CAP_SYS_RESOURCE, function);
     Simulator::SetMessageLimit(before);
 }

@@ -1,0 +1,65 @@
+#include "FrameSender.h"
+
+#include "Failure.h"
+
+#include "Orvel/Protocol.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+
+namespace OrvelClient
+{
+
+FrameSender::FrameSender(const StopSignals& stopSignals, std::chrono::milliseconds wait)
+    : stop(stopSignals)
+    , patience(wait)
+{
+}
+
+void FrameSender::CheckLength(const Bytes& frame)
+{
+    if (frame.empty())
+    {
+        throw Failure(Status::WrongLength, "a frame has at least 1 byte");
+    }
+    if (frame.size() > ORVEL_CEMI_MAX_FRAME_TO_LL)
+    {
+        throw Failure(Status::WrongLength, "a frame has at most " + std::to_string(ORVEL_CEMI_MAX_FRAME_TO_LL) +
+                                               " bytes, and this one " + std::to_string(frame.size()));
+    }
+}
+
+void FrameSender::Send(const Bytes& frame)
+{
+    using namespace std::chrono;
+    CheckLength(frame);
+    if (!queue || queue->IsRemoved())
+    {
+        queue.emplace(ORVEL_CEMI_TO_LL_QUEUE, Queue::For::Writing);
+    }
+    Bytes message = frame;
+    message.insert(message.begin(), static_cast<uint8_t>(frame.size()));
+
+    const auto limit = steady_clock::now() + patience;
+    while (!queue->Send(message))
+    {
+        const auto left = ceil<milliseconds>(limit - steady_clock::now());
+        if (left <= milliseconds::zero())
+        {
+            throw Failure(Status::NoRoom, ORVEL_CEMI_TO_LL_QUEUE " is full" +
+                                              std::string(patience == milliseconds::zero()
+                                                              ? "; --wait waits for room"
+                                                              : ", for " + std::to_string(patience.count()) + " ms"));
+        }
+        std::array<pollfd, 2> set{{{queue->Descriptor(), POLLOUT, 0}, {stop.Descriptor(), POLLIN, 0}}};
+        poll(set.data(), set.size(), static_cast<int>(left.count()));
+        if (set[1].revents != 0)
+        {
+            throw Failure(Status::Interrupted, "stopped while " ORVEL_CEMI_TO_LL_QUEUE " was full");
+        }
+    }
+}
+
+} // namespace OrvelClient

@@ -1,0 +1,33 @@
+#include "Message.h"
+
+#include "Orvel/Protocol.h"
+
+namespace OrvelClient
+{
+
+Message FromQueue(const Bytes& received, std::chrono::microseconds time)
+{
+    Message message;
+    message.time = time;
+    if (received.empty())
+    {
+        return message;
+    }
+    message.frame.assign(received.begin() + 1, received.end());
+    if (received.front() != static_cast<uint8_t>(message.frame.size()) || message.frame.empty())
+    {
+        message.sizeByte = received.front();
+    }
+    return message;
+}
+
+std::optional<uint16_t> LinkState(const Bytes& frame)
+{
+    if (frame.size() != ORVEL_LINK_STATE_MESSAGE_SIZE - 1 || frame[0] != ORVEL_LINK_STATE_CODE)
+    {
+        return std::nullopt;
+    }
+    return static_cast<uint16_t>(static_cast<unsigned>(frame[1]) << 8U | frame[2]);
+}
+
+} // namespace OrvelClient

@@ -1,0 +1,59 @@
+#include "StopSignals.h"
+
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <ctime>
+
+namespace OrvelClient
+{
+
+namespace
+{
+
+sigset_t Signals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    {
+        sigaddset(&signals, signal);
+    }
+    return signals;
+}
+
+} // namespace
+
+StopSignals::StopSignals()
+{
+    const sigset_t signals = Signals();
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+    descriptor = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+}
+
+StopSignals::~StopSignals()
+{
+    close(descriptor);
+}
+
+bool StopSignals::AwaitUntil(std::chrono::steady_clock::time_point time) const
+{
+    using namespace std::chrono;
+    for (;;)
+    {
+        const auto left = std::max(time - steady_clock::now(), steady_clock::duration::zero());
+        const auto wholeSeconds = floor<seconds>(left);
+        const timespec timeout{wholeSeconds.count(), nanoseconds(left - wholeSeconds).count()};
+        pollfd entry{descriptor, POLLIN, 0};
+        const int result = ppoll(&entry, 1, &timeout, nullptr);
+        if (result >= 0)
+        {
+            return result > 0;
+        }
+    }
+}
+
+} // namespace OrvelClient

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+
+namespace OrvelClient
+{
+
+/// SIGINT, SIGTERM and SIGHUP, which ask the program to stop. While it exists they do nothing else.
+class StopSignals
+{
+public:
+    StopSignals();
+    ~StopSignals();
+
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+
+    /// For poll: readable from the first of them on.
+    int Descriptor() const
+    {
+        return descriptor;
+    }
+
+    /// Waits until `time`, or until one has come; true when one has.
+    bool AwaitUntil(std::chrono::steady_clock::time_point time) const;
+
+private:
+    int descriptor;
+};
+
+} // namespace OrvelClient

@@ -1,0 +1,111 @@
+#include "Log.h"
+
+#include "Rejection.h"
+
+#include <sstream>
+
+using namespace std::chrono_literals;
+using OrvelClient::Bytes;
+using OrvelClient::LogLine;
+using OrvelClient::Message;
+using OrvelClient::ReadLog;
+using OrvelClient::Status;
+using OrvelClient::TimeStamp;
+using OrvelClient::TimeStamper;
+
+namespace
+{
+
+constexpr std::chrono::microseconds Start{1763719200123456};
+
+std::vector<Message> Read(const std::string& text)
+{
+    std::istringstream log(text);
+    return ReadLog(log);
+}
+
+TEST(Log, TimeStampsCountFromTheEpochTheFirstOrTheOneBefore)
+{
+    TimeStamper absolute(TimeStamp::Absolute);
+    TimeStamper relative(TimeStamp::Relative);
+    TimeStamper delta(TimeStamp::Delta);
+    const std::vector<std::vector<std::string>> expected{
+        {"(1763719200.123456)", "(0.000000)", "(+0.000000)"},
+        {"(1763719201.123456)", "(1.000000)", "(+1.000000)"},
+        {"(1763719201.123556)", "(1.000100)", "(+0.000100)"},
+    };
+    const std::vector<std::chrono::microseconds> times{Start, Start + 1s, Start + 1s + 100us};
+    for (std::size_t i = 0; i < times.size(); ++i)
+    {
+        EXPECT_EQ(absolute.Stamp(times[i]), expected[i][0]);
+        EXPECT_EQ(relative.Stamp(times[i]), expected[i][1]);
+        EXPECT_EQ(delta.Stamp(times[i]), expected[i][2]);
+    }
+}
+
+TEST(Log, ATimeStampIsNotNegativeWhenTheClockWasSetBack)
+{
+    TimeStamper relative(TimeStamp::Relative);
+    TimeStamper delta(TimeStamp::Delta);
+    relative.Stamp(Start);
+    delta.Stamp(Start);
+    EXPECT_EQ(relative.Stamp(Start - 1s), "(0.000000)");
+    EXPECT_EQ(delta.Stamp(Start - 1s), "(+0.000000)");
+    EXPECT_EQ(delta.Stamp(Start), "(+1.000000)");
+}
+
+TEST(Log, ALineHasTheTimeTheDirectionTheBytesAndTheirMeaning)
+{
+    Message message;
+    message.frame = {0xB9, 0x00, 0x01};
+    EXPECT_EQ(LogLine("(0.000000)", message), "(0.000000) rx b9 00 01  # link usable");
+    message.frame.clear();
+    EXPECT_EQ(LogLine("(0.000000)", message), "(0.000000) rx  # ! ends before the message code");
+}
+
+TEST(Log, ReadsBackWhatWasWritten)
+{
+    for (const TimeStamp kind : {TimeStamp::Absolute, TimeStamp::Relative, TimeStamp::Delta})
+    {
+        TimeStamper stamper(kind);
+        std::string text;
+        const std::vector<std::chrono::microseconds> times{Start, Start + 2s, Start + 2s + 1us, Start + 3s};
+        for (const auto time : times)
+        {
+            Message message;
+            message.frame = {0x29, 0x00, 0xBC};
+            text += LogLine(stamper.Stamp(time), message) + "\n";
+        }
+        const auto messages = Read(text);
+        ASSERT_EQ(messages.size(), times.size());
+        for (std::size_t i = 0; i < times.size(); ++i)
+        {
+            EXPECT_EQ(messages[i].time - messages[0].time, times[i] - times[0]);
+            EXPECT_EQ(messages[i].frame, (Bytes{0x29, 0x00, 0xBC}));
+        }
+    }
+}
+
+TEST(Log, SkipsEmptyLinesAndComments)
+{
+    EXPECT_EQ(Read("\n  \n# a comment\r\n(0.000000) rx 29\n").size(), 1);
+    EXPECT_EQ(Read("").size(), 0);
+    EXPECT_EQ(Read("(0.000000) rx").front().frame, Bytes{});
+}
+
+TEST(Log, SaysWhichLineIsNotUnderstood)
+{
+    const std::string good = "(1763719200.123456) rx 29 00\n";
+    const std::string reason = "is no line of a log, which begins as (1763719200.123456) rx";
+    for (const char* const bad : {"29 00", "(1.5) rx 29", "(1.0000000) rx 29", "(.000000) rx 29", "(-1.000000) rx 29",
+                                  "(1.000000) tx 29", "(1.000000)rx 29", "(1234567890123.000000) rx 29", "(1.000000"})
+    {
+        EXPECT_REJECTED(Read(good + bad), Status::NotUnderstood, "line 2: " + reason) << bad;
+    }
+    EXPECT_REJECTED(Read(good + good + "(1.000000) rx 29 0"), Status::NotUnderstood,
+                    "line 3: byte 2 has one digit only");
+    EXPECT_REJECTED(Read("(1.000000) rx 29 x"), Status::NotUnderstood,
+                    "line 1: 'x' at position 18 is no hexadecimal digit");
+}
+
+} // namespace

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Hex.h"
+
+#include <random>
+
+/// cEMI frames of every kind, good and bad, the same for the same seed on every machine.
+class RandomFrames
+{
+public:
+    explicit RandomFrames(uint32_t seed)
+        : engine(seed)
+    {
+    }
+
+    /// 1 to 260 bytes.
+    OrvelClient::Bytes Next();
+
+private:
+    OrvelClient::Bytes Valid();
+    OrvelClient::Bytes Link(uint8_t code);
+    OrvelClient::Bytes Property(uint8_t code);
+
+    void AppendInfo(OrvelClient::Bytes& frame);
+    void AppendTpdu(OrvelClient::Bytes& frame, std::size_t maxData);
+    uint16_t Apci();
+    void Spoil(OrvelClient::Bytes& frame);
+
+    uint32_t Below(uint32_t limit);
+    bool Percent(uint32_t percent);
+    uint8_t Byte();
+    OrvelClient::Bytes Some(std::size_t size);
+
+    std::mt19937 engine;
+};

@@ -1,0 +1,262 @@
+// orvelctl monitor.
+
+#include "ClientProgram.h"
+#include "OnBoard.h"
+
+#include <gmock/gmock.h>
+
+#include <pty.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+using testing::ContainsRegex;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+namespace
+{
+
+const std::string SwitchOn = "29 00 bc e0 11 01 0a 03 01 00 81";
+
+class ClientMonitor : public testing::Test
+{
+protected:
+    MadeQueue fromLink{"/cemiFromLL"};
+};
+
+class ClientMonitorOnBoard : public OnBoard
+{
+};
+
+TEST_F(ClientMonitorOnBoard, ShowsTheStateOfTheLinkAndTelegramsFromTheBus)
+{
+    Daemon daemon;
+    ASSERT_TRUE(AwaitRunning(daemon));
+    ClientProgram monitor({"monitor"});
+    EXPECT_TRUE(monitor->AwaitLine("rx b9 00 01  # link usable"));
+    TheCoProcessor().InjectTelegram(Simulator::FromHex(SwitchOn).value());
+    EXPECT_TRUE(monitor->AwaitLine("rx " + SwitchOn +
+                                   "  # L_Data.ind 1.1.1 -> 1/2/3 low hops=6 T_Data_Group "
+                                   "A_GroupValue_Write value=0x01"));
+    EXPECT_EQ(RunClient({"send", "1100bce000000a03010081"}).status, 0);
+    EXPECT_TRUE(monitor->AwaitLine("L_Data.con"));
+    EXPECT_EQ(monitor->Stop(), 0);
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(ClientMonitorOnBoard, GoesOverToTheQueueOfADaemonThatWasStartedAnew)
+{
+    Daemon daemon;
+    ASSERT_TRUE(AwaitRunning(daemon));
+    ClientProgram monitor({"monitor"});
+    EXPECT_TRUE(monitor->AwaitLine("link usable"));
+    EXPECT_EQ(daemon.Stop(), 0);
+    board->StartPinsAnew();
+    Daemon another;
+    EXPECT_TRUE(monitor->AwaitLine("link usable"));
+    EXPECT_EQ(monitor->Stop(), 0);
+    EXPECT_EQ(another.Stop(), 0);
+}
+
+TEST_F(ClientMonitor, StampsTheTime)
+{
+    const auto first = [&](const std::string& kind)
+    {
+        fromLink.PutFrame("f0");
+        fromLink.PutFrame("f0");
+        return RunClient({"monitor", "--time", kind, "-n", "2"}).lines;
+    };
+    EXPECT_THAT(first("absolute"), ElementsAre(MatchesRegex(R"(\([0-9]{10}\.[0-9]{6}\) rx f0  # M_Reset.ind)"),
+                                               MatchesRegex(R"(\([0-9]{10}\.[0-9]{6}\) rx f0  # M_Reset.ind)")));
+    EXPECT_THAT(first("relative"), ElementsAre("(0.000000) rx f0  # M_Reset.ind", StartsWith("(0.")));
+    EXPECT_THAT(first("delta"), ElementsAre("(+0.000000) rx f0  # M_Reset.ind", StartsWith("(+0.")));
+}
+
+TEST_F(ClientMonitor, EndsAfterANumberOfMessagesAndLeavesTheOthers)
+{
+    fromLink.PutFrame("f0");
+    fromLink.PutFrame("f1");
+    fromLink.PutFrame("f0");
+    const Outcome outcome = RunClient({"monitor", "--number", "2"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.lines, ElementsAre(EndsWith("M_Reset.ind"), EndsWith("M_Reset.req")));
+    EXPECT_EQ(fromLink.Waiting(), 1);
+}
+
+TEST_F(ClientMonitor, CountsTheMessagesOfEachKind)
+{
+    for (const char* const frame : {"f0", "b9 00 01", "f0", "29 00", "77"})
+    {
+        fromLink.PutFrame(frame);
+    }
+    ClientProgram monitor({"monitor", "--count"});
+    EXPECT_TRUE(Await([&] { return fromLink.Waiting() == 0; }));
+    monitor->Interrupt();
+    const Outcome outcome = monitor.End();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.lines,
+                ElementsAre("         1  L_Data.ind", "         2  M_Reset.ind", "         1  link usable",
+                            "         1  message code 0x77", "         5  in all"));
+}
+
+TEST_F(ClientMonitor, ShowsEachMessageAsAnObject)
+{
+    fromLink.PutFrame("f0");
+    fromLink.PutFrame("b9 ff ff");
+    EXPECT_THAT(
+        RunClient({"monitor", "--json", "-n", "2"}).lines,
+        ElementsAre(
+            MatchesRegex(
+                R"(\{"time":[0-9]{10}\.[0-9]{6},"direction":"rx","hex":"f0","kind":"M_Reset.ind","code":240\})"),
+            MatchesRegex(R"(\{"time":[0-9]{10}\.[0-9]{6},"direction":"rx","hex":"b9ffff","kind":"link lost"\})")));
+}
+
+TEST_F(ClientMonitor, WritesACaptureToAFileOrStandardOutput)
+{
+    std::string pattern = (std::filesystem::temp_directory_path() / "orvelctl-XXXXXX").string();
+    const std::filesystem::path directory = mkdtemp(pattern.data());
+    const std::string file = directory / "capture";
+    for (const std::string& command : {"--pcap " + file, "--pcap - >" + file})
+    {
+        fromLink.PutFrame("f0");
+        EXPECT_EQ(ClientProgram::InShell("$ORVELCTL monitor -n 1 " + command).End().status, 0);
+        std::ifstream stream(file, std::ios::binary);
+        std::ostringstream capture;
+        capture << stream.rdbuf();
+        const std::string text = capture.str();
+        EXPECT_EQ(text.size(), 24 + 16 + 12 + 1) << command;
+        EXPECT_EQ(text.substr(text.size() - 9), std::string("cemi\0\0\0\0\xf0", 9)) << command;
+    }
+    std::filesystem::remove_all(directory);
+}
+
+TEST_F(ClientMonitor, TakesTheLengthThatWasReceivedForThatOfTheFrame)
+{
+    Simulator::Bytes longest(261, 0x55);
+    longest[0] = 4;
+    longest[1] = 0x10;
+    fromLink.Put(longest);
+    fromLink.Put({0x00});
+    fromLink.Put({});
+    fromLink.Put({0x07, 0xF0});
+    const auto lines = RunClient({"monitor", "-n", "4"}).lines;
+    ASSERT_EQ(lines.size(), 4);
+    longest.erase(longest.begin());
+    EXPECT_THAT(lines[0], HasSubstr("rx " + Simulator::ToHex(longest) + "  # L_Raw.req"));
+    EXPECT_THAT(lines[1], EndsWith("rx  # ! size byte 0 on a frame of 0; ends before the message code"));
+    EXPECT_THAT(lines[2], EndsWith("rx  # ! ends before the message code"));
+    EXPECT_THAT(lines[3], EndsWith("rx f0  # M_Reset.ind ! size byte 7 on a frame of 1"));
+}
+
+TEST(ClientMonitorAlone, ReadsAQueueThatWasLeftOverWithOtherSizes)
+{
+    const MadeQueue queue("/cemiFromLL", 2, 8192);
+    Simulator::Bytes message(8192, 0x55);
+    queue.Put(message);
+    EXPECT_THAT(RunClient({"monitor", "-n", "1"}).lines,
+                ElementsAre(EndsWith("! size byte 85 on a frame of 8191; unknown "
+                                     "message code")));
+}
+
+TEST_F(ClientMonitor, ASignalEndsIt)
+{
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    {
+        fromLink.PutFrame("f0");
+        ClientProgram monitor({"monitor"});
+        EXPECT_TRUE(monitor->AwaitLine("M_Reset.ind"));
+        monitor->Signal(signal);
+        EXPECT_EQ(monitor.End().status, 0);
+    }
+}
+
+TEST_F(ClientMonitor, EndsWithTheProgramThatReadsItAndTakesNoMessageMore)
+{
+    fromLink.PutFrame("f0");
+    ClientProgram pipe = ClientProgram::InShell("{ $ORVELCTL monitor; echo \"ended with $?\" >&2; } | head -n 1");
+    EXPECT_TRUE(pipe->AwaitLine("ended with 0"));
+    fromLink.PutFrame("f1");
+    EXPECT_EQ(pipe.End().status, 0);
+    EXPECT_EQ(fromLink.Waiting(), 1);
+}
+
+TEST_F(ClientMonitor, AnOutputThatCannotBeWrittenIsAFailure)
+{
+    fromLink.PutFrame("f0");
+    Outcome outcome = ClientProgram::InShell("$ORVELCTL monitor >/dev/full").End();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: cannot write standard output: No space left on device"));
+
+    outcome = RunClient({"monitor", "--pcap", "/no/such/file"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: cannot write /no/such/file: No such file or directory"));
+}
+
+TEST(ClientMonitorAlone, WithoutADaemonThereIsNoQueue)
+{
+    const Outcome outcome = RunClient({"monitor"});
+    EXPECT_EQ(outcome.status, 5);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: there is no queue /cemiFromLL: does the daemon run?"));
+}
+
+// What the shell command writes to a terminal.
+std::string OnTerminal(const std::string& command)
+{
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0)
+    {
+        setenv("ORVELCTL", CLIENT, 1);
+        execlp("sh", "sh", "-c", command.c_str(), nullptr);
+        _exit(127);
+    }
+    std::string text;
+    std::array<char, 4096> buffer{};
+    for (ssize_t size = 0; (size = read(terminal, buffer.data(), buffer.size())) > 0;)
+    {
+        text.append(buffer.data(), static_cast<std::size_t>(size));
+    }
+    close(terminal);
+    waitpid(child, nullptr, 0);
+    return text;
+}
+
+TEST_F(ClientMonitor, SaysAtATerminalOnlyThatItTakesTheMessagesAway)
+{
+    const std::string notice =
+        "orvelctl: what is read here from /cemiFromLL does not reach other readers; Ctrl-C ends\r\n";
+    fromLink.PutFrame("f0");
+    EXPECT_THAT(OnTerminal("$ORVELCTL monitor -n 1"), StartsWith(notice + "("));
+    fromLink.PutFrame("f0");
+    EXPECT_THAT(OnTerminal("$ORVELCTL monitor -n 1 | cat"), StartsWith("("));
+}
+
+TEST_F(ClientMonitor, DoesNotWriteACaptureToATerminal)
+{
+    EXPECT_EQ(OnTerminal("$ORVELCTL monitor --pcap -; echo $?"),
+              "orvelctl: a capture is nothing for a terminal: let a file or a program take it\r\n2\r\n");
+}
+
+TEST(ClientMonitorAlone, SaysAtATerminalThatTheDaemonHasGoneAndIsBack)
+{
+    auto queue = std::make_unique<MadeQueue>("/cemiFromLL");
+    queue->PutFrame("f0");
+    std::string text;
+    std::thread terminal([&] { text = OnTerminal("$ORVELCTL monitor -n 2"); });
+    EXPECT_TRUE(Await([&] { return queue->Waiting() == 0; }));
+    queue.reset();
+    queue = std::make_unique<MadeQueue>("/cemiFromLL");
+    queue->PutFrame("f0");
+    terminal.join();
+    EXPECT_THAT(text, ContainsRegex("orvelctl: /cemiFromLL was removed; waiting for the daemon\r\n"
+                                    "orvelctl: /cemiFromLL is there again\r\n"));
+}
+
+} // namespace

@@ -1,0 +1,161 @@
+#pragma once
+
+#include "Daemon.h"
+#include "Hex.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <mqueue.h>
+#include <unistd.h>
+
+#include <array>
+#include <string>
+#include <vector>
+
+/// What a program wrote until it ended, and its exit status.
+struct Outcome
+{
+    int status;
+    std::vector<std::string> lines;
+};
+
+/// orvelctl while it runs, with a pipe to type into.
+class ClientProgram
+{
+public:
+    explicit ClientProgram(std::vector<std::string> arguments)
+        : ClientProgram(MakePipe(), Command(std::move(arguments)))
+    {
+    }
+
+    /// A shell command in which "$ORVELCTL" is the program.
+    static ClientProgram InShell(const std::string& command)
+    {
+        return {MakePipe(), {"sh", "-c", command}};
+    }
+
+    ~ClientProgram()
+    {
+        close(input);
+    }
+
+    ClientProgram(const ClientProgram&) = delete;
+    ClientProgram& operator=(const ClientProgram&) = delete;
+
+    void Type(const std::string& text) const
+    {
+        EXPECT_EQ(write(input, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+
+    void EndInput()
+    {
+        close(input);
+        input = -1;
+    }
+
+    Outcome End()
+    {
+        const int status = program.Wait();
+        return {status, program.Lines()};
+    }
+
+    Daemon* operator->()
+    {
+        return &program;
+    }
+
+private:
+    static std::array<int, 2> MakePipe()
+    {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+        return ends;
+    }
+
+    static std::vector<std::string> Command(std::vector<std::string> arguments)
+    {
+        arguments.insert(arguments.begin(), CLIENT);
+        return arguments;
+    }
+
+    ClientProgram(std::array<int, 2> ends, const std::vector<std::string>& command)
+        : input(ends[1])
+        , program(command, {{"ORVELCTL", CLIENT}}, ends[0])
+    {
+        close(ends[0]);
+    }
+
+    int input;
+    Daemon program;
+};
+
+/// Runs it to its end, with `input` as its standard input.
+inline Outcome RunClient(const std::vector<std::string>& arguments, const std::string& input = "")
+{
+    ClientProgram client(arguments);
+    client.Type(input);
+    client.EndInput();
+    return client.End();
+}
+
+/// A queue of the daemon, made by the test in the daemon's place.
+class MadeQueue
+{
+public:
+    explicit MadeQueue(std::string queueName, long messages = 14, long size = 261, mode_t mode = 0644)
+        : name(std::move(queueName))
+    {
+        mq_attr attributes{};
+        attributes.mq_maxmsg = messages;
+        attributes.mq_msgsize = size;
+        queue = mq_open(name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_NONBLOCK | O_CLOEXEC, mode, &attributes);
+        EXPECT_NE(queue, -1) << name;
+    }
+
+    ~MadeQueue()
+    {
+        mq_close(queue);
+        mq_unlink(name.c_str());
+    }
+
+    MadeQueue(const MadeQueue&) = delete;
+    MadeQueue& operator=(const MadeQueue&) = delete;
+
+    void Put(const Simulator::Bytes& message) const
+    {
+        EXPECT_EQ(mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0), 0) << name;
+    }
+
+    /// A frame with its size byte.
+    void PutFrame(const std::string& hex) const
+    {
+        auto message = Simulator::FromHex(hex).value();
+        message.insert(message.begin(), static_cast<uint8_t>(message.size()));
+        Put(message);
+    }
+
+    /// The next message as hexadecimal digits; "nothing" when there is none.
+    std::string Take() const
+    {
+        Simulator::Bytes message(8192);
+        const ssize_t size = mq_receive(queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
+        if (size == -1)
+        {
+            return "nothing";
+        }
+        message.resize(static_cast<std::size_t>(size));
+        return Simulator::ToHex(message);
+    }
+
+    long Waiting() const
+    {
+        mq_attr attributes{};
+        mq_getattr(queue, &attributes);
+        return attributes.mq_curmsgs;
+    }
+
+private:
+    std::string name;
+    mqd_t queue;
+};
