@@ -3,6 +3,7 @@
 #include "Board.h"
 #include "Commands.h"
 #include "Demonstration.h"
+#include "KnxIp.h"
 #include "Namespaces.h"
 #include "Options.h"
 #include "Process.h"
@@ -309,6 +310,11 @@ int RunBoard(const Options& options)
 
     EventLog events([](std::chrono::microseconds since, const std::string& event) { Say("board", since, event); });
     Board board(events, options.resetGpio);
+    std::optional<KnxIp> knxIp;
+    if (options.knxIp)
+    {
+        knxIp.emplace(*options.knxIp, board.TheCoProcessor(), events);
+    }
     rendezvous.Announce();
     Session session(daemonStart, board, events, rendezvous, signals);
     if (options.demo)

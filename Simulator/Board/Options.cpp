@@ -26,6 +26,10 @@ cxxopts::Options Definitions()
         ("demo", "First show a telegram each way, an LED, the button and a recovered link.")
         ("name", "Name of the board, to have several and to find them with exec, default is: board",
             cxxopts::value<std::string>())
+        ("knxip", "Join the board's KNX side to KNXnet/IP routing, multicast 224.0.23.12, port 3671.")
+        ("knxip-interface", "Network interface for --knxip, default is: lo", cxxopts::value<std::string>())
+        ("bus-speed", "With --knxip: tp1 for the pace of a line of 9600 bit/s, or unlimited, default is: tp1",
+            cxxopts::value<std::string>())
         ("reset_gpio", "GPIO pin that the co-processor's reset is wired to; tell the daemon the same, default is: 3", cxxopts::value<int>())
         ("driver", "The daemon to run, default is the one installed or built beside this program.",
             cxxopts::value<std::string>())
@@ -41,6 +45,12 @@ void Check(bool condition, const std::string& otherwise)
     {
         throw std::runtime_error(otherwise);
     }
+}
+
+BusSpeed ToBusSpeed(const std::string& name)
+{
+    Check(name == "tp1" || name == "unlimited", "bus-speed must be tp1 or unlimited, not '" + name + "'");
+    return name == "tp1" ? BusSpeed::Tp1 : BusSpeed::Unlimited;
 }
 
 } // namespace
@@ -91,6 +101,20 @@ Options ParseOptions(int argc, const char* const* argv)
         options.driver = driver;
         options.library = library;
         options.demo = given.count("demo") != 0;
+
+        KnxIp::Settings knxIp;
+        std::string busSpeed = "tp1";
+        takeOver("knxip-interface", knxIp.interface);
+        takeOver("bus-speed", busSpeed);
+        knxIp.speed = ToBusSpeed(busSpeed);
+        if (given.count("knxip") != 0)
+        {
+            options.knxIp = knxIp;
+        }
+        for (const char* const option : {"knxip-interface", "bus-speed"})
+        {
+            Check(options.knxIp || given.count(option) == 0, std::string(option) + " needs --knxip");
+        }
 
         Check(options.resetGpio >= 0 && options.resetGpio <= MaxGpio,
               "reset_gpio must be 0 to " + std::to_string(MaxGpio) + ", not " + std::to_string(options.resetGpio));

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "KnxIp.h"
+
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +24,7 @@ struct Options
     std::string name = "board";
     int resetGpio = 3;
     bool demo = false;
+    std::optional<KnxIp::Settings> knxIp;
     std::filesystem::path driver;     ///< the daemon
     std::filesystem::path library;    ///< directory of the link library that it loads
     std::vector<std::string> command; ///< behind "--": the daemon's options, or the program and its arguments

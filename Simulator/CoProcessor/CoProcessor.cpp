@@ -34,6 +34,12 @@ constexpr uint8_t ConfirmError = 0x01;
 
 constexpr std::size_t MaxOutgoing = 20'000; // frames; more than any test floods
 
+// Behind message code, length of the additional information, and this information.
+std::size_t ControlField(const Bytes& cemi)
+{
+    return cemi.size() < 2 ? 2 : 2U + cemi[1];
+}
+
 const char* LedName(uint8_t number)
 {
     constexpr std::array<const char*, 5> Names{"", "orange device", "green device", "red KNX", "yellow KNX"};
@@ -88,6 +94,7 @@ void CoProcessor::SetResetLine(bool high)
         decoder = Wire::Decoder();
         session.clear();
         outgoing.clear();
+        ++resets;
         hung = false;
         pressedSinceBoot = false;
         leds.fill(0);
@@ -128,6 +135,12 @@ void CoProcessor::InjectTelegram(const Bytes& cemi)
     {
         events.Add("telegram lost: no link to the driver");
     }
+}
+
+void CoProcessor::ConnectBus(Bus theBus)
+{
+    const std::lock_guard lock(mutex);
+    bus = std::move(theBus);
 }
 
 void CoProcessor::Hang()
@@ -296,17 +309,34 @@ void CoProcessor::OnFrame(const Wire::Frame& frame)
 void CoProcessor::OnCemi(const Bytes& cemi)
 {
     events.Add("telegram to KNX: " + ToHex(cemi));
-    // Message code, length of the additional information, the information itself, then the control field.
-    const std::size_t controlField = cemi.size() < 2 ? 2 : 2U + cemi[1];
-    if (cemi.empty() || cemi[0] != DataRequest || cemi.size() <= controlField)
+    if (cemi.empty() || cemi[0] != DataRequest || cemi.size() <= ControlField(cemi))
     {
         return;
     }
-    Bytes confirmation = cemi;
+    if (!bus)
+    {
+        ConfirmRequest(cemi, true);
+        return;
+    }
+    bus(cemi,
+        [this, cemi, before = resets](bool sent)
+        {
+            const std::lock_guard lock(mutex);
+            if (resets == before && !hung) // what was asked before a reset is forgotten
+            {
+                ConfirmRequest(cemi, sent);
+            }
+        });
+}
+
+void CoProcessor::ConfirmRequest(const Bytes& request, bool sent)
+{
+    Bytes confirmation = request;
     confirmation[0] = DataConfirmation;
-    confirmation[controlField] = static_cast<uint8_t>(confirmation[controlField] & ~ConfirmError);
+    uint8_t& control = confirmation[ControlField(request)];
+    control = static_cast<uint8_t>(sent ? control & ~ConfirmError : control | ConfirmError);
     SendMessage(CemiTopic, confirmation);
-    events.Add("telegram confirmed: " + ToHex(confirmation));
+    events.Add((sent ? "telegram confirmed: " : "telegram not sent: ") + ToHex(confirmation));
 }
 
 void CoProcessor::OnDeviceMessage(const Bytes& message)

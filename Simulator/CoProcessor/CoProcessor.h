@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -28,6 +29,13 @@ public:
     /// pseudo-terminal takes no time, and the daemon listens a moment after it has asked only.
     static constexpr std::chrono::milliseconds SinceBootAnswerTime{5};
 
+    /// Told whether a request was sent. Any thread but the bus's caller, meanwhile.
+    using Confirm = std::function<void(bool sent)>;
+
+    /// Takes an L_Data.req of the driver and returns at once; must not use the co-processor. `confirm` is called later, once,
+    /// and only while the co-processor exists.
+    using Bus = std::function<void(const Bytes& request, const Confirm& confirm)>;
+
     CoProcessor(SerialLine& serialLine, EventLog& eventLog);
     ~CoProcessor();
 
@@ -43,6 +51,9 @@ public:
 
     /// A frame from the KNX side, as it is.
     void InjectTelegram(const Bytes& cemi);
+
+    /// What becomes of the driver's requests: without a bus each is confirmed at once.
+    void ConnectBus(Bus theBus);
 
     /// Hangs until the next reset: answers nothing, takes nothing in.
     void Hang();
@@ -85,6 +96,7 @@ private:
     void SendWhenDue();
     void OnFrame(const Wire::Frame& frame);
     void OnCemi(const Bytes& cemi);
+    void ConfirmRequest(const Bytes& request, bool sent);
     void OnDeviceMessage(const Bytes& message);
     bool SendMessage(uint16_t topic, const Bytes& payload);
     void Send(const Wire::Frame& frame, std::chrono::milliseconds after = {});
@@ -101,6 +113,8 @@ private:
     Bytes session; // of the driver, empty when there is none
     std::deque<Outgoing> outgoing;
     std::chrono::milliseconds sendDelay{0};
+    Bus bus;
+    uint64_t resets = 0;
     bool hung = false;
     bool isDead = false;
     bool buttonPressed = false;

@@ -2,6 +2,8 @@
 
 #include "Await.h"
 #include "Daemon.h"
+#include "MulticastSocket.h"
+#include "OwnNetwork.h"
 
 #include <gmock/gmock.h>
 
@@ -249,6 +251,20 @@ TEST(BoardProgram, WiresTheResetToAnotherPin)
     EXPECT_EQ(board->Stop(), 0);
 }
 
+TEST(BoardProgram, JoinsKnxIpOnAnInterface)
+{
+    EnterOwnNetwork();
+    BoardProgram board({"--knxip", "--knxip-interface", "lo", "--bus-speed", "unlimited"});
+    EXPECT_TRUE(board->AwaitLine("KNXnet/IP: joined 224.0.23.12 on lo"));
+    const Simulator::MulticastSocket other("lo");
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    other.Send(Simulator::FromHex("06 10 05 30 00 11 29 00 bc e0 11 01 0a 03 01 00 81").value());
+    EXPECT_TRUE(board->AwaitLine("telegram from KNX: 29 00 bc e0 11 01 0a 03 01 00 81"));
+    board.Type("quit");
+    EXPECT_TRUE(board->AwaitLine("KNXnet/IP: 0 sent, 1 received, 0 refused"));
+    EXPECT_EQ(board->Wait(), 0);
+}
+
 TEST(BoardProgram, SigtermStopsTheDaemonInOrder)
 {
     BoardProgram board;
@@ -306,8 +322,15 @@ TEST(BoardProgram, TwoBoardsOfOneNameAreRefusedAndOfTwoNamesRunBesideEachOther)
 
 TEST(BoardProgram, WrongOptionsGetOneLineAndStatus2)
 {
-    const std::vector<std::vector<std::string>> wrong{
-        {"--foo"}, {"bar"}, {"--reset_gpio", "32"}, {"--reset_gpio", "x"}, {"exec"}, {"exec", "--demo", "--", "true"}};
+    const std::vector<std::vector<std::string>> wrong{{"--foo"},
+                                                      {"bar"},
+                                                      {"--reset_gpio", "32"},
+                                                      {"--reset_gpio", "x"},
+                                                      {"exec"},
+                                                      {"--knxip", "--bus-speed", "fast"},
+                                                      {"--bus-speed", "tp1"},
+                                                      {"--knxip-interface", "lo"},
+                                                      {"exec", "--demo", "--", "true"}};
     for (const auto& options : wrong)
     {
         std::vector<std::string> lines;
@@ -318,8 +341,10 @@ TEST(BoardProgram, WrongOptionsGetOneLineAndStatus2)
 
 TEST(BoardProgram, MissingProgramsAndBoardsGetOneLineAndStatus1)
 {
-    const std::vector<std::vector<std::string>> missing{
-        {"--driver", "/no/driver"}, {"--library", "/no/library"}, {"exec", "--name", "nobody", "--", "true"}};
+    const std::vector<std::vector<std::string>> missing{{"--driver", "/no/driver"},
+                                                        {"--library", "/no/library"},
+                                                        {"exec", "--name", "nobody", "--", "true"},
+                                                        {"--knxip", "--knxip-interface", "none"}};
     for (const auto& options : missing)
     {
         std::vector<std::string> lines;

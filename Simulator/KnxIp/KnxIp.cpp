@@ -1,0 +1,143 @@
+#include "KnxIp.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <random>
+#include <stdexcept>
+
+namespace Simulator
+{
+
+KnxIp::KnxIp(const Settings& settings, CoProcessor& theCoProcessor, EventLog& eventLog)
+    : coProcessor(theCoProcessor)
+    , events(eventLog)
+    , socket(settings.interface)
+    , router(settings.speed, Outside(), std::random_device()())
+    , wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+{
+    if (wakeUp == -1)
+    {
+        throw std::runtime_error(std::string("cannot make an event descriptor: ") + strerror(errno));
+    }
+    events.Add("KNXnet/IP: joined " + std::string(MulticastSocket::Group) + " on " + settings.interface);
+    thread = std::thread(&KnxIp::ThreadFunction, this);
+    // Called with the co-processor locked: the request is only put aside here.
+    coProcessor.ConnectBus(
+        [this](const Bytes& request, const CoProcessor::Confirm& confirm)
+        {
+            {
+                const std::lock_guard lock(mutex);
+                requests.emplace_back(request, confirm);
+            }
+            Wake();
+        });
+}
+
+KnxIp::~KnxIp()
+{
+    coProcessor.ConnectBus({});
+    {
+        const std::lock_guard lock(mutex);
+        running = false;
+    }
+    Wake();
+    thread.join();
+    close(wakeUp);
+    TellCounters();
+}
+
+Router::Outside KnxIp::Outside()
+{
+    return {[this](const Bytes& datagram) { return socket.Send(datagram); },
+            [this](const Bytes& cemi) { coProcessor.InjectTelegram(cemi); },
+            [this](const std::string& event) { events.Add(event); }};
+}
+
+void KnxIp::ThreadFunction()
+{
+    for (;;)
+    {
+        std::array<pollfd, 2> set{{{socket.Descriptor(), POLLIN, 0}, {wakeUp, POLLIN, 0}}};
+        poll(set.data(), set.size(), PollTimeout());
+        eventfd_t ignored = 0;
+        eventfd_read(wakeUp, &ignored);
+        {
+            const std::lock_guard lock(mutex);
+            if (!running)
+            {
+                return;
+            }
+        }
+        TakeRequests();
+        // A few at a time: a flood is not to hold up the line.
+        for (int taken = 0; taken < 64; ++taken)
+        {
+            const auto datagram = socket.Receive();
+            if (!datagram)
+            {
+                break;
+            }
+            router.FromNetwork(*datagram, Router::Clock::now());
+        }
+        router.Advance(Router::Clock::now());
+    }
+}
+
+// ms until the next thing that has its time; -1 when nothing has.
+int KnxIp::PollTimeout() const
+{
+    const auto next = router.NextDue();
+    if (!next)
+    {
+        return -1;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - Router::Clock::now());
+    return static_cast<int>(std::max(left, std::chrono::milliseconds(0)).count());
+}
+
+void KnxIp::TakeRequests()
+{
+    std::vector<Request> taken;
+    {
+        const std::lock_guard lock(mutex);
+        taken.swap(requests);
+    }
+    for (const auto& [request, confirm] : taken)
+    {
+        router.FromApplication(request, confirm, Router::Clock::now());
+    }
+}
+
+void KnxIp::TellCounters()
+{
+    const auto& count = router.Count();
+    std::string text = "KNXnet/IP:";
+    const char* separator = " ";
+    for (const auto& [number, what] : {std::pair(count.sent, "sent"),
+                                       {count.received, "received"},
+                                       {count.refused, "refused"},
+                                       {count.dropped, "dropped"},
+                                       {count.lost, "lost by others"},
+                                       {count.busy, "times others busy"},
+                                       {count.malformed, "malformed"},
+                                       {count.ignored, "of other services"}})
+    {
+        text += separator + std::to_string(number) + " " + what;
+        separator = ", ";
+    }
+    events.Add(text);
+}
+
+void KnxIp::Wake() const
+{
+    eventfd_write(wakeUp, 1);
+}
+
+} // namespace Simulator
