@@ -1,0 +1,162 @@
+// A brightness from the kernel to the link. For "/dev/uleds" stands one end of a pair of sockets, for each LED its own.
+
+#include "Leds.h"
+#include "Steps.h"
+
+#include <benchmark/benchmark.h>
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+constexpr std::size_t LedCount = 4;
+
+// One LED: what the daemon opens, and the kernel's side of it.
+struct Device
+{
+    Device()
+    {
+        std::array<int, 2> ends{};
+        socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data());
+        driver = ends[0];
+        kernel = ends[1];
+    }
+
+    ~Device()
+    {
+        close(driver);
+        close(kernel);
+    }
+
+    Device(const Device&) = delete;
+    Device& operator=(const Device&) = delete;
+
+    void SetBrightness(int32_t brightness) const
+    {
+        static_cast<void>(write(kernel, &brightness, sizeof(brightness)) == -1);
+    }
+
+    int driver;
+    int kernel;
+};
+
+// Those that were opened last, in this order.
+class Devices
+{
+public:
+    int Open()
+    {
+        const std::lock_guard lock(mutex);
+        devices.push_back(std::make_unique<Device>());
+        return devices.back()->driver;
+    }
+
+    void Clear()
+    {
+        const std::lock_guard lock(mutex);
+        devices.clear();
+    }
+
+    std::size_t Count()
+    {
+        const std::lock_guard lock(mutex);
+        return devices.size();
+    }
+
+    const Device& operator[](std::size_t index)
+    {
+        const std::lock_guard lock(mutex);
+        return *devices[index];
+    }
+
+private:
+    std::mutex mutex;
+    std::vector<std::unique_ptr<Device>> devices;
+};
+
+Devices& TheDevices()
+{
+    static Devices devices;
+    return devices;
+}
+
+// On a busy machine the LED worker can come before its table is filled and then opens none; such a start is of no use here.
+std::unique_ptr<OrvelDriver::Leds> StartLeds()
+{
+    while (true)
+    {
+        TheDevices().Clear();
+        auto leds = std::make_unique<OrvelDriver::Leds>(nullptr, std::map<int, std::string>{}, false);
+        for (int tries = 0; tries < 1000; ++tries)
+        {
+            if (TheDevices().Count() == LedCount)
+            {
+                return leds;
+            }
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    }
+}
+
+void Brightness(benchmark::State& state)
+{
+    LogFrom(log4cplus::WARN_LOG_LEVEL);
+    const auto leds = StartLeds();
+    const Device& last = TheDevices()[LedCount - 1];
+    for (auto _ : state)
+    {
+        last.SetBrightness(1);
+        Transmitted().Await();
+    }
+}
+
+void BrightnessFloor(benchmark::State& state)
+{
+    const std::array<Device, LedCount> devices;
+    std::thread worker(
+        [&]
+        {
+            std::array<pollfd, LedCount> set{};
+            for (std::size_t index = 0; index < LedCount; ++index)
+            {
+                set.at(index) = {devices.at(index).driver, POLLIN, 0};
+            }
+            int32_t brightness = 0;
+            while (poll(set.data(), set.size(), -1) > 0 &&
+                   read(devices.back().driver, &brightness, sizeof(brightness)) > 0 && brightness != 0)
+            {
+                Transmitted().Give();
+            }
+        });
+    for (auto _ : state)
+    {
+        devices.back().SetBrightness(1);
+        Transmitted().Await();
+    }
+    devices.back().SetBrightness(0); // ends the worker
+    worker.join();
+}
+
+BENCHMARK(Brightness)->Name("brightness/to-link")->MeasureProcessCPUTime();
+BENCHMARK(BrightnessFloor)->Name("brightness/to-link-floor")->MeasureProcessCPUTime();
+
+} // namespace
+
+// The LED worker's call comes here instead of the kernel.
+extern "C" int __wrap_open(const char* /*path*/, int /*flags*/, ...)
+{
+    return TheDevices().Open();
+}

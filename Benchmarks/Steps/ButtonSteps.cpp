@@ -1,0 +1,74 @@
+// A button event to its queues, of which there may be many.
+
+#include "Buttons.h"
+#include "Orvel/Protocol.h"
+#include "Steps.h"
+#include "Topics.h"
+
+#include <benchmark/benchmark.h>
+
+#include <fcntl.h>
+#include <mqueue.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+std::vector<std::string> Names(int64_t count)
+{
+    std::vector<std::string> names;
+    for (int64_t number = 0; number < count; ++number)
+    {
+        names.push_back("/steps" + std::to_string(number));
+    }
+    return names;
+}
+
+// As many events as a queue takes, then they are read; only the events are measured.
+void Events(benchmark::State& state, uint8_t type, int messagesPerEvent)
+{
+    LogFrom(log4cplus::WARN_LOG_LEVEL);
+    const std::vector<std::string> names = Names(state.range(0));
+    OrvelDriver::Buttons buttons(nullptr, names);
+    Transmitted().Await(); // the request
+    Transmitted().Await(); // the registration
+    std::vector<mqd_t> queues;
+    queues.reserve(names.size());
+    for (const std::string& name : names)
+    {
+        queues.push_back(mq_open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    }
+    const std::array<uint8_t, 3> event{type, 0x01, 0x01};
+    const int events = ORVEL_PROG_BUTTON_QUEUE_CAPACITY / messagesPerEvent;
+    for (auto _ : state)
+    {
+        const std::chrono::nanoseconds begin = ProcessorTime();
+        for (int number = 0; number < events; ++number)
+        {
+            buttons.OnTopicData(OrvelDriver::TopicDevice, event.data(), static_cast<uint16_t>(event.size()));
+        }
+        const std::chrono::duration<double> duration = ProcessorTime() - begin;
+        state.SetIterationTime(duration.count() / events);
+        for (const mqd_t queue : queues)
+        {
+            char message = 0;
+            while (mq_receive(queue, &message, 1, nullptr) == 1)
+            {
+            }
+        }
+    }
+    for (const mqd_t queue : queues)
+    {
+        mq_close(queue);
+    }
+}
+
+BENCHMARK_CAPTURE(Events, changed, 0x07, 1)->Name("button/queues")->Arg(1)->Arg(10)->Arg(100)->UseManualTime();
+BENCHMARK_CAPTURE(Events, sinceBoot, 0x09, 3)->Name("button/since-boot")->Arg(1)->UseManualTime();
+
+} // namespace

@@ -1,0 +1,210 @@
+// A frame from an application to the link, a frame from the link to an application, and what is none of a listener's
+// business.
+
+#include "Buttons.h"
+#include "Cemi.h"
+#include "Orvel/Protocol.h"
+#include "Steps.h"
+#include "Topics.h"
+
+#include <benchmark/benchmark.h>
+
+#include <fcntl.h>
+#include <mqueue.h>
+#include <poll.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+const std::string FromLl = "/stepsFromLL";
+const std::string ToLl = "/stepsToLL";
+
+class Queue
+{
+public:
+    Queue(const std::string& queueName, int access)
+        : name(queueName)
+    {
+        mq_attr attributes{};
+        attributes.mq_maxmsg = ORVEL_CEMI_QUEUE_CAPACITY;
+        attributes.mq_msgsize = ORVEL_CEMI_MESSAGE_SIZE;
+        queue = mq_open(name.c_str(), O_CREAT | O_CLOEXEC | access, 0644, &attributes);
+        if (queue == -1)
+        {
+            throw std::runtime_error("cannot make the queue " + name + ": " + strerror(errno));
+        }
+    }
+
+    ~Queue()
+    {
+        mq_close(queue);
+        mq_unlink(name.c_str());
+    }
+
+    Queue(const Queue&) = delete;
+    Queue& operator=(const Queue&) = delete;
+
+    mqd_t Descriptor() const
+    {
+        return queue;
+    }
+
+    void Send(const std::vector<char>& message) const
+    {
+        mq_send(queue, message.data(), message.size(), 0);
+    }
+
+    /// Waits for a message and returns its size.
+    ssize_t Receive() const
+    {
+        std::array<char, ORVEL_CEMI_MESSAGE_SIZE> message;
+        return mq_receive(queue, message.data(), message.size(), nullptr);
+    }
+
+private:
+    std::string name;
+    mqd_t queue;
+};
+
+std::vector<char> Message(const benchmark::State& state)
+{
+    std::vector<char> message(static_cast<std::size_t>(state.range(0)) + 1, '\x29');
+    message[0] = static_cast<char>(state.range(0));
+    return message;
+}
+
+// The bridge, ready for frames.
+class Bridge
+{
+public:
+    Bridge()
+        : cemi(nullptr, FromLl, ToLl)
+    {
+        Transmitted().Await();
+    }
+
+    OrvelDriver::Cemi cemi;
+};
+
+void FrameToLink(benchmark::State& state)
+{
+    LogFrom(log4cplus::WARN_LOG_LEVEL);
+    const Queue queue(ToLl, O_WRONLY);
+    Bridge bridge;
+    const std::vector<char> message = Message(state);
+    for (auto _ : state)
+    {
+        queue.Send(message);
+        Transmitted().Await();
+    }
+}
+
+void FrameToLinkFloor(benchmark::State& state)
+{
+    const Queue queue(ToLl, O_RDWR);
+    std::thread worker(
+        [&]
+        {
+            pollfd entry{queue.Descriptor(), POLLIN, 0};
+            while (poll(&entry, 1, -1) > 0 && queue.Receive() > 0)
+            {
+                Transmitted().Give();
+            }
+        });
+    const std::vector<char> message = Message(state);
+    for (auto _ : state)
+    {
+        queue.Send(message);
+        Transmitted().Await();
+    }
+    queue.Send({}); // ends the worker
+    worker.join();
+}
+
+// Fills the queue again and again; only the filling is measured.
+template<typename Function>
+void FillQueue(benchmark::State& state, const Queue& queue, const Function& send)
+{
+    for (auto _ : state)
+    {
+        const std::chrono::nanoseconds begin = ProcessorTime();
+        for (int frame = 0; frame < ORVEL_CEMI_QUEUE_CAPACITY; ++frame)
+        {
+            send();
+        }
+        const std::chrono::duration<double> duration = ProcessorTime() - begin;
+        state.SetIterationTime(duration.count() / ORVEL_CEMI_QUEUE_CAPACITY);
+        for (int frame = 0; frame < ORVEL_CEMI_QUEUE_CAPACITY; ++frame)
+        {
+            queue.Receive();
+        }
+    }
+}
+
+void FrameFromLink(benchmark::State& state, log4cplus::LogLevel level)
+{
+    LogFrom(level);
+    const Queue queue(FromLl, O_RDONLY);
+    Bridge bridge;
+    queue.Receive(); // the link state
+    const std::vector<uint8_t> frame(static_cast<std::size_t>(state.range(0)), 0x29);
+    FillQueue(state, queue,
+              [&]
+              { bridge.cemi.OnTopicData(OrvelDriver::TopicCemi, frame.data(), static_cast<uint16_t>(frame.size())); });
+}
+
+void FrameFromLinkFloor(benchmark::State& state)
+{
+    const Queue queue(FromLl, O_RDWR);
+    const std::vector<char> message = Message(state);
+    FillQueue(state, queue, [&] { queue.Send(message); });
+}
+
+void FrameAtButtons(benchmark::State& state)
+{
+    OrvelDriver::Buttons buttons(nullptr, {});
+    Transmitted().Await();
+    Transmitted().Await();
+    const std::vector<uint8_t> frame(11, 0x29);
+    for (auto _ : state)
+    {
+        buttons.OnTopicData(OrvelDriver::TopicCemi, frame.data(), static_cast<uint16_t>(frame.size()));
+    }
+}
+
+void ButtonEventAtBridge(benchmark::State& state)
+{
+    Bridge bridge;
+    const std::vector<uint8_t> event{0x07, 0x01, 0x01};
+    for (auto _ : state)
+    {
+        bridge.cemi.OnTopicData(OrvelDriver::TopicDevice, event.data(), static_cast<uint16_t>(event.size()));
+    }
+}
+
+BENCHMARK(FrameToLink)->Name("frame/to-link")->Arg(11)->Arg(254)->MeasureProcessCPUTime();
+BENCHMARK(FrameToLinkFloor)->Name("frame/to-link-floor")->Arg(11)->Arg(254)->MeasureProcessCPUTime();
+BENCHMARK_CAPTURE(FrameFromLink, warn, log4cplus::WARN_LOG_LEVEL)
+    ->Name("frame/from-link")
+    ->Arg(11)
+    ->Arg(254)
+    ->UseManualTime();
+BENCHMARK_CAPTURE(FrameFromLink, debug, log4cplus::DEBUG_LOG_LEVEL)
+    ->Name("frame/from-link-debug")
+    ->Arg(11)
+    ->Arg(254)
+    ->UseManualTime();
+BENCHMARK(FrameFromLinkFloor)->Name("frame/from-link-floor")->Arg(11)->Arg(254)->UseManualTime();
+BENCHMARK(FrameAtButtons)->Name("frame/at-buttons");
+BENCHMARK(ButtonEventAtBridge)->Name("button/at-bridge");
+
+} // namespace

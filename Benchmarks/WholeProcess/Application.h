@@ -1,0 +1,48 @@
+#pragma once
+
+#include <mqueue.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+/// What came of an exchange of frames.
+struct Exchange
+{
+    std::chrono::nanoseconds duration{0};
+    std::vector<double> roundTrips; ///< µs, of each frame; only when one frame at a time was under way
+    std::size_t lost = 0;           ///< frames that did not come back in time, or not as they were sent
+};
+
+/// An application that sends frames and reads them back. One frame at a time, or some under way at once.
+class Application
+{
+public:
+    /// Makes both queues as the daemon would, so that it can wait for the first message before there is a daemon.
+    Application(std::string fromLlQueue, std::string toLlQueue);
+
+    /// Removes the queues, also in place of a program that does not.
+    ~Application();
+
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    /// Throws std::runtime_error when none came for long.
+    void AwaitLinkState() const;
+
+    /// Sends `count` frames of `size` bytes, with `underWay` of them on their way at a time.
+    Exchange Run(std::size_t count, std::size_t size, std::size_t underWay);
+
+private:
+    bool Send(std::size_t size);
+    bool Receive(std::size_t size);
+
+    std::string fromLlName;
+    std::string toLlName;
+    mqd_t fromLl;
+    mqd_t toLl;
+    uint32_t sent = 0;
+    uint32_t received = 0;
+};

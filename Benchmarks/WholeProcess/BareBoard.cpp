@@ -1,0 +1,59 @@
+#include "BareBoard.h"
+
+#include "Overlay.h"
+
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+namespace
+{
+
+// The terminal's end that stands for the LEDs hands on what it is given as it is.
+void MakeRaw(const std::string& path)
+{
+    const int line = open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    termios settings{};
+    if (line == -1 || tcgetattr(line, &settings) == -1)
+    {
+        throw std::runtime_error("cannot use the terminal " + path);
+    }
+    cfmakeraw(&settings);
+    tcsetattr(line, TCSANOW, &settings);
+    close(line);
+}
+
+} // namespace
+
+BareBoard::BareBoard()
+    : terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
+{
+    if (terminal == -1 || unlockpt(terminal) == -1)
+    {
+        throw std::runtime_error("cannot open a terminal");
+    }
+    const std::string line = ptsname(terminal);
+    MakeRaw(line);
+
+    Simulator::CoverDirectory("/dev");
+    Simulator::CoverDirectory("/sys/class");
+    Simulator::BindMount(line, "/dev/uleds");
+    const std::filesystem::path pins = "/dev/orvel-gpio";
+    std::filesystem::create_directories(pins / "gpio3");
+    for (const char* const file : {"export", "gpio3/direction", "gpio3/value"})
+    {
+        std::ofstream{pins / file};
+    }
+    Simulator::BindMount(pins, "/sys/class/gpio");
+}
+
+BareBoard::~BareBoard()
+{
+    close(terminal);
+}

@@ -1,0 +1,18 @@
+#pragma once
+
+/// What the daemon needs of a board, made of things that cost it no more than the kernel's own would: plain files for the
+/// GPIO, and a terminal to which nobody ever writes for the LEDs.
+///
+/// Lives in the namespaces of the calling process, which must be its own. Throws std::runtime_error.
+class BareBoard
+{
+public:
+    BareBoard();
+    ~BareBoard();
+
+    BareBoard(const BareBoard&) = delete;
+    BareBoard& operator=(const BareBoard&) = delete;
+
+private:
+    int terminal;
+};

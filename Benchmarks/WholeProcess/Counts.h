@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Subject.h"
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <string>
+
+/// What can be counted, and comes out the same on any machine however busy it is.
+
+/// Of malloc, free and their like for each frame, in both directions together.
+double HeapCallsPerFrame(Program program, const Processors& processors);
+
+struct SystemCalls
+{
+    std::map<std::string, double> perFrame; ///< by name; without what only the passing of time causes
+    double perFrameInAll = 0;
+    double writesPerLine = 0; ///< to standard output; 0 when it wrote no line
+    std::size_t lost = 0;     ///< frames
+};
+
+SystemCalls CountSystemCalls(const Program& program, const Processors& processors);
+
+struct Idleness
+{
+    double wakeUpsPerSecond = 0;
+    double mostPossible =
+        0; ///< wake-ups a second, with one more than the periods that fit into the time that was watched
+    double processorShare = 0;
+    std::size_t threads = 0;
+};
+
+/// Watches a program that nobody asks anything of. `periodicThreads` wake up every 250 ms.
+Idleness WatchIdle(const Program& program, const Processors& processors, std::chrono::seconds duration,
+                   unsigned int periodicThreads);

@@ -1,0 +1,137 @@
+// Measures the release daemon as a whole process against a bare relay on the same link, which answers at once.
+
+#include "BareBoard.h"
+#include "Machine.h"
+#include "Namespaces.h"
+#include "Reports.h"
+#include "Subject.h"
+#include "Table.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+constexpr const char* Usage = R"(usage: whole-process short DIRECTORY
+       whole-process full DIRECTORY PAIRS [STEPS.csv]
+       whole-process exec COMMAND [ARGUMENT...]
+
+short  counts, fails when a count is not kept, and prints some times
+full   prints everything, from PAIRS pairs of runs, and from the step benchmarks' results when they are given
+exec   runs a command where the daemon's queues may be made, on the processor that the daemon is kept on
+
+Files are written into DIRECTORY.)";
+
+constexpr int UsageError = 2;
+
+// The first and the last: interrupts and other work are rarely on both.
+Processors Choose()
+{
+    const long last = sysconf(_SC_NPROCESSORS_ONLN) - 1;
+    return {0, static_cast<int>(last)};
+}
+
+void GoTo(const std::string& directory)
+{
+    std::filesystem::create_directories(directory);
+    std::filesystem::current_path(directory);
+}
+
+void Execute(const std::vector<std::string>& command)
+{
+    std::vector<char*> arguments;
+    arguments.reserve(command.size() + 1);
+    for (const std::string& argument : command)
+    {
+        arguments.push_back(const_cast<char*>(argument.c_str())); // exec does not write to them
+    }
+    arguments.push_back(nullptr);
+    execvp(arguments[0], arguments.data());
+    throw std::runtime_error("cannot run " + command.front() + ": " + strerror(errno));
+}
+
+bool Short(const Processors& processors)
+{
+    const BareBoard board;
+    const bool kept = ReportCounts(processors, std::chrono::seconds(10));
+    ReportRatios(processors, 3, 5);
+    ReportLife(processors, 3);
+    return kept;
+}
+
+bool Full(const Processors& processors, std::size_t pairs, const std::string& steps)
+{
+    const OtherWork others;
+    PrintHeading("Machine");
+    for (const std::string& fact : DescribeMachine())
+    {
+        std::printf("- %s\n", fact.c_str());
+    }
+    bool kept = true;
+    {
+        const BareBoard board;
+        kept = ReportCounts(processors, std::chrono::seconds(20));
+        ReportRatios(processors, pairs, 20);
+        ReportLevels(processors, pairs, 20);
+        ReportLife(processors, 3 * pairs);
+    }
+    if (!steps.empty())
+    {
+        ReportSteps(steps);
+    }
+    std::printf("\nOther programs took %.0f %% of the processors meanwhile.\n", others.Percent());
+    return kept;
+}
+
+int Run(const std::vector<std::string>& arguments)
+{
+    const std::string mode = arguments.empty() ? "" : arguments[0];
+    const Processors processors = Choose();
+    if (mode == "short" && arguments.size() == 2)
+    {
+        Simulator::EnterNamespaces();
+        GoTo(arguments[1]);
+        return Short(processors) ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    if (mode == "full" && (arguments.size() == 3 || arguments.size() == 4))
+    {
+        const std::size_t pairs = std::stoul(arguments[2]);
+        const std::string steps = arguments.size() == 4 ? std::filesystem::absolute(arguments[3]).string() : "";
+        Simulator::EnterNamespaces();
+        GoTo(arguments[1]);
+        return Full(processors, pairs, steps) ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    if (mode == "exec" && arguments.size() > 1)
+    {
+        Simulator::EnterNamespaces();
+        KeepOn(processors.subject);
+        Execute({arguments.begin() + 1, arguments.end()});
+    }
+    std::puts(Usage);
+    return UsageError;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        return Run({argv + 1, argv + argc});
+    }
+    catch (const std::exception& failure)
+    {
+        std::fprintf(stderr, "whole-process: %s\n", failure.what());
+    }
+    return EXIT_FAILURE;
+}

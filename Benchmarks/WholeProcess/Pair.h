@@ -1,0 +1,34 @@
+#pragma once
+
+#include "Subject.h"
+
+#include <cstddef>
+#include <vector>
+
+/// What an application asks of the daemon: frames of `size` bytes, `underWay` at a time.
+struct Load
+{
+    std::size_t size;
+    std::size_t underWay;
+};
+
+/// What one program made of a load.
+struct Figures
+{
+    double roundTrip = 0;       ///< µs, the median; 0 where more than one frame was under way
+    double processorTime = 0;   ///< µs a frame
+    double framesPerSecond = 0; ///< as the applications see it
+    std::size_t lost = 0;       ///< frames
+};
+
+/// Both programs under the same load.
+struct PairOfFigures
+{
+    Figures first;
+    Figures second;
+};
+
+/// Starts both programs anew and puts each of the loads on them, in turns of some 10 ms: whatever else goes on on the
+/// machine meets both. The result has an entry for each load.
+std::vector<PairOfFigures> MeasurePair(const Program& first, const Program& second, const std::vector<Load>& loads,
+                                       std::size_t turns, const Processors& processors);

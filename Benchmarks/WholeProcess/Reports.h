@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Subject.h"
+
+#include <cstddef>
+#include <string>
+
+/// Prints what can be counted, with what is allowed; true when all of it is kept.
+bool ReportCounts(const Processors& processors, std::chrono::seconds idle);
+
+/// Prints the daemon's times as ratios to the relay's, and writes how they grow into files of the working directory.
+/// `turns` of each load in each pair.
+void ReportRatios(const Processors& processors, std::size_t pairs, std::size_t turns);
+
+/// Prints how the cost at one and at 14 frames under way depends on the log level, into a file of the working directory.
+void ReportLevels(const Processors& processors, std::size_t pairs, std::size_t turns);
+
+/// Prints what the daemon takes from start to end, `runs` times.
+void ReportLife(const Processors& processors, std::size_t runs);
+
+/// Prints the results of the step benchmarks in `file`, and writes those of the queues into a file of the working
+/// directory.
+void ReportSteps(const std::string& file);
