@@ -9,6 +9,7 @@ build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplu
 test_packages="libgtest-dev libgmock-dev"
 kernel_packages="qemu-system-x86 busybox-static gcc make xz-utils binutils"
 check_packages="clang clang-format clang-tidy gcovr binutils"
+benchmark_packages="libbenchmark-dev strace gnuplot-nox binutils"
 package_packages="debhelper dpkg-dev lintian"
 
 # need_packages PACKAGE...: installs those that are missing.
@@ -41,7 +42,7 @@ build() {
   preset=$1
   shift
   say "building ($preset)"
-  cmake --preset "$preset" -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DNEMT_LIBRARY= ${ORVEL_REVISION:+-DORVEL_REVISION="$ORVEL_REVISION"} "$@" >"/tmp/orvel-configure.$$" 2>&1 || {
+  cmake --preset "$preset" -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DORVEL_BENCHMARKS=OFF -DNEMT_LIBRARY= ${ORVEL_REVISION:+-DORVEL_REVISION="$ORVEL_REVISION"} "$@" >"/tmp/orvel-configure.$$" 2>&1 || {
     tail -n 20 "/tmp/orvel-configure.$$" >&2
     rm -f "/tmp/orvel-configure.$$"
     die "cannot configure"

@@ -158,6 +158,7 @@ SystemCalls CountSystemCalls(const Program& program, const Processors& processor
         {
             calls.perFrame[name] += 1.0 / static_cast<double>(Frames);
             calls.perFrameInAll += 1.0 / static_cast<double>(Frames);
+            calls.waitsPerFrame += name == "futex" ? 1.0 / static_cast<double>(Frames) : 0;
         }
     }
     calls.writesPerLine = lines == 0 ? 0 : static_cast<double>(writes) / static_cast<double>(lines);

@@ -16,6 +16,7 @@ struct SystemCalls
 {
     std::map<std::string, double> perFrame; ///< by name; without what only the passing of time causes
     double perFrameInAll = 0;
+    double waitsPerFrame = 0; ///< of these, for a lock that another thread had
     double writesPerLine = 0; ///< to standard output; 0 when it wrote no line
     std::size_t lost = 0;     ///< frames
 };

@@ -7,6 +7,7 @@
 #include "Subject.h"
 #include "Table.h"
 
+#include <sched.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -34,11 +35,22 @@ Files are written into DIRECTORY.)";
 
 constexpr int UsageError = 2;
 
-// The first and the last: interrupts and other work are rarely on both.
+// The first and the last of those that this process may use.
 Processors Choose()
 {
-    const long last = sysconf(_SC_NPROCESSORS_ONLN) - 1;
-    return {0, static_cast<int>(last)};
+    cpu_set_t usable;
+    CPU_ZERO(&usable);
+    sched_getaffinity(0, sizeof(usable), &usable);
+    Processors processors{-1, -1};
+    for (int processor = 0; processor < CPU_SETSIZE; ++processor)
+    {
+        if (CPU_ISSET(static_cast<std::size_t>(processor), &usable))
+        {
+            processors.application = processors.application == -1 ? processor : processors.application;
+            processors.subject = processor;
+        }
+    }
+    return processors;
 }
 
 void GoTo(const std::string& directory)
@@ -64,9 +76,9 @@ bool Short(const Processors& processors)
 {
     const BareBoard board;
     const bool kept = ReportCounts(processors, std::chrono::seconds(10));
-    ReportRatios(processors, 3, 5);
+    const bool nothingLost = ReportRatios(processors, 3, 10, Extent::Judged);
     ReportLife(processors, 3);
-    return kept;
+    return kept && nothingLost;
 }
 
 bool Full(const Processors& processors, std::size_t pairs, const std::string& steps)
@@ -81,7 +93,8 @@ bool Full(const Processors& processors, std::size_t pairs, const std::string& st
     {
         const BareBoard board;
         kept = ReportCounts(processors, std::chrono::seconds(20));
-        ReportRatios(processors, pairs, 20);
+        kept = ReportRatios(processors, pairs, 20, Extent::Everything) && kept;
+        ReportFloors(processors, pairs, 20);
         ReportLevels(processors, pairs, 20);
         ReportLife(processors, 3 * pairs);
     }

@@ -34,10 +34,15 @@ double FramesPerSecond(const Figures& figures)
     return figures.framesPerSecond;
 }
 
-// The loads of the ratios first, then those that only show how the cost grows.
-std::vector<Load> Loads()
+std::vector<Load> JudgedLoads()
 {
-    std::vector<Load> loads{ShortFrame, LongFrame, ManyFrames};
+    return {ShortFrame, LongFrame, ManyFrames};
+}
+
+// The judged ones first, then those that only show how the cost grows.
+std::vector<Load> AllLoads()
+{
+    std::vector<Load> loads = JudgedLoads();
     for (const std::size_t size : {1, 32, 64, 128, 192})
     {
         loads.push_back({size, 1});
@@ -108,7 +113,7 @@ public:
                    judged ? (met ? "yes" : "NO") : ""});
     }
 
-    // For the first three loads.
+    // For the judged loads.
     void AddAll(const Pairs& pairs, const Budget& roundTrip, const Budget& processorTime, const Budget& framesPerSecond)
     {
         Add("round trip, 11 bytes, µs", pairs, 0, RoundTrip, 1, roundTrip);
@@ -167,9 +172,9 @@ void WriteGrowth(const std::string& name, const std::vector<Load>& loads, const 
 
 } // namespace
 
-void ReportRatios(const Processors& processors, std::size_t pairs, std::size_t turns)
+bool ReportRatios(const Processors& processors, std::size_t pairs, std::size_t turns, Extent extent)
 {
-    const std::vector<Load> loads = Loads();
+    const std::vector<Load> loads = extent == Extent::Everything ? AllLoads() : JudgedLoads();
 
     PrintHeading("Daemon at WARN and relay");
     const Pairs quiet = Measure(Daemon("WARN"), Relay(), loads, pairs, turns, processors);
@@ -183,18 +188,12 @@ void ReportRatios(const Processors& processors, std::size_t pairs, std::size_t t
     talkingTable.AddAll(talking, None, {1.6, false}, None);
     talkingTable.Print();
 
-    const std::vector<Load> judged(loads.begin(), loads.begin() + 3);
-    PrintHeading("Relay whose waiting ends after 250 ms, as the daemon's must, and relay");
-    RatioTable limitTable("with limit");
-    limitTable.AddAll(Measure(Relay("limit"), Relay(), judged, pairs, turns, processors), None, None, None);
-    limitTable.Print();
-
-    PrintHeading("Relay that also writes two ready-made lines a frame into a pipe, and relay");
-    RatioTable linesTable("with lines");
-    linesTable.AddAll(Measure(Relay("lines"), Relay(), judged, pairs, turns, processors), None, None, None);
-    linesTable.Print();
-
-    std::printf("\n%zu pairs. The daemon lost %zu frames.\n", pairs, Lost(quiet) + Lost(talking));
+    const std::size_t lost = Lost(quiet) + Lost(talking);
+    std::printf("\n%zu pairs of runs. The daemon lost %zu frames.\n", pairs, lost);
+    if (extent == Extent::Judged)
+    {
+        return lost == 0;
+    }
 
     const auto oneUnderWay = [](const Load& load) { return load.underWay == 1; };
     const auto sameSize = [](const Load& load) { return load.size == ShortFrame.size; };
@@ -204,6 +203,20 @@ void ReportRatios(const Processors& processors, std::size_t pairs, std::size_t t
     WriteGrowth("length-processor-time.tsv", loads, quiet, talking, oneUnderWay, size, ProcessorTime);
     WriteGrowth("under-way-processor-time.tsv", loads, quiet, talking, sameSize, underWay, ProcessorTime);
     WriteGrowth("under-way-frames.tsv", loads, quiet, talking, sameSize, underWay, FramesPerSecond);
+    return lost == 0;
+}
+
+void ReportFloors(const Processors& processors, std::size_t pairs, std::size_t turns)
+{
+    PrintHeading("Relay whose waiting ends after 250 ms, as the daemon's must, and relay");
+    RatioTable limitTable("with limit");
+    limitTable.AddAll(Measure(Relay("limit"), Relay(), JudgedLoads(), pairs, turns, processors), None, None, None);
+    limitTable.Print();
+
+    PrintHeading("Relay that also writes two ready-made lines a frame into a pipe, and relay");
+    RatioTable linesTable("with lines");
+    linesTable.AddAll(Measure(Relay("lines"), Relay(), JudgedLoads(), pairs, turns, processors), None, None, None);
+    linesTable.Print();
 }
 
 void ReportLevels(const Processors& processors, std::size_t pairs, std::size_t turns)

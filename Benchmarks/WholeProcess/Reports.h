@@ -2,15 +2,25 @@
 
 #include "Subject.h"
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 
 /// Prints what can be counted, with what is allowed; true when all of it is kept.
 bool ReportCounts(const Processors& processors, std::chrono::seconds idle);
 
-/// Prints the daemon's times as ratios to the relay's, and writes how they grow into files of the working directory.
-/// `turns` of each load in each pair.
-void ReportRatios(const Processors& processors, std::size_t pairs, std::size_t turns);
+enum class Extent
+{
+    Judged,    ///< what there is a budget for
+    Everything ///< also how the cost grows, which is written into files of the working directory
+};
+
+/// Prints the daemon's times as ratios to the relay's, from so many pairs of runs with `turns` of each load in each; true
+/// when no frame was lost.
+bool ReportRatios(const Processors& processors, std::size_t pairs, std::size_t turns, Extent extent);
+
+/// Prints what it costs the relay to do more of what the daemon must.
+void ReportFloors(const Processors& processors, std::size_t pairs, std::size_t turns);
 
 /// Prints how the cost at one and at 14 frames under way depends on the log level, into a file of the working directory.
 void ReportLevels(const Processors& processors, std::size_t pairs, std::size_t turns);
