@@ -10,6 +10,7 @@ set yrange [0:*]
 relay = "#888888"; warn = "#0b6e99"; debug = "#c0504d"
 
 set output "length.svg"
+set key bottom right
 set multiplot layout 1,2
 set xlabel "frame, bytes"
 set xrange [0:260]

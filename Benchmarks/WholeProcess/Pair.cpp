@@ -47,22 +47,6 @@ private:
     std::size_t frames = 0;
 };
 
-PairOfFigures Measure(Subject& first, Subject& second, const Load& load, std::size_t turns)
-{
-    // Not counted: at the first time nothing is at hand.
-    Sum(first).Turn(load);
-    Sum(second).Turn(load);
-
-    Sum ofFirst(first);
-    Sum ofSecond(second);
-    for (std::size_t turn = 0; turn < turns; ++turn)
-    {
-        ofFirst.Turn(load);
-        ofSecond.Turn(load);
-    }
-    return {ofFirst.Result(), ofSecond.Result()};
-}
-
 } // namespace
 
 std::vector<PairOfFigures> MeasurePair(const Program& first, const Program& second, const std::vector<Load>& loads,
@@ -70,11 +54,32 @@ std::vector<PairOfFigures> MeasurePair(const Program& first, const Program& seco
 {
     Subject one(first, processors);
     Subject other(second, processors);
-    std::vector<PairOfFigures> figures;
-    figures.reserve(loads.size());
+    std::vector<Sum> ofOne;
+    std::vector<Sum> ofOther;
+    ofOne.reserve(loads.size());
+    ofOther.reserve(loads.size());
     for (const Load& load : loads)
     {
-        figures.push_back(Measure(one, other, load, turns));
+        // Not counted: at the first time nothing is at hand.
+        Sum(one).Turn(load);
+        Sum(other).Turn(load);
+        ofOne.emplace_back(one);
+        ofOther.emplace_back(other);
+    }
+    for (std::size_t turn = 0; turn < turns; ++turn)
+    {
+        for (std::size_t load = 0; load < loads.size(); ++load)
+        {
+            ofOne[load].Turn(loads[load]);
+            ofOther[load].Turn(loads[load]);
+        }
+    }
+
+    std::vector<PairOfFigures> figures;
+    figures.reserve(loads.size());
+    for (std::size_t load = 0; load < loads.size(); ++load)
+    {
+        figures.push_back({ofOne[load].Result(), ofOther[load].Result()});
     }
     return figures;
 }

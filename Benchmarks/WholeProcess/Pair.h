@@ -28,7 +28,7 @@ struct PairOfFigures
     Figures second;
 };
 
-/// Starts both programs anew and puts each of the loads on them, in turns of some 10 ms: whatever else goes on on the
-/// machine meets both. The result has an entry for each load.
+/// Starts both programs anew and puts the loads on them in turns of some 10 ms: whatever else goes on on the machine meets
+/// both programs and all loads. The result has an entry for each load.
 std::vector<PairOfFigures> MeasurePair(const Program& first, const Program& second, const std::vector<Load>& loads,
                                        std::size_t turns, const Processors& processors);

@@ -6,6 +6,7 @@
 
 #include <fstream>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -150,23 +151,28 @@ void Write(std::ofstream& file, const Spread& spread)
     file << '\t' << spread.median << '\t' << spread.minimum << '\t' << spread.maximum;
 }
 
-// A line for each load that `matches`: `x` of it, then median, minimum and maximum of each program's figures.
+// A line for each load that `matches`, in the order of `x`: that, then median, minimum and maximum of each program's figures.
 void WriteGrowth(const std::string& name, const std::vector<Load>& loads, const Pairs& quiet, const Pairs& talking,
                  const std::function<bool(const Load&)>& matches, const std::function<std::size_t(const Load&)>& x,
                  const Figure& figure)
 {
-    std::ofstream file(name);
-    file << "# x, then median, minimum and maximum of: relay, daemon at WARN, daemon at DEBUG\n";
+    std::map<std::size_t, std::size_t> chosen;
     for (std::size_t load = 0; load < loads.size(); ++load)
     {
         if (matches(loads[load]))
         {
-            file << x(loads[load]);
-            Write(file, SpreadOf(quiet, load, Side::Second, figure));
-            Write(file, SpreadOf(quiet, load, Side::First, figure));
-            Write(file, SpreadOf(talking, load, Side::First, figure));
-            file << '\n';
+            chosen[x(loads[load])] = load;
         }
+    }
+    std::ofstream file(name);
+    file << "# x, then median, minimum and maximum of: relay, daemon at WARN, daemon at DEBUG\n";
+    for (const auto& [position, load] : chosen)
+    {
+        file << position;
+        Write(file, SpreadOf(quiet, load, Side::Second, figure));
+        Write(file, SpreadOf(quiet, load, Side::First, figure));
+        Write(file, SpreadOf(talking, load, Side::First, figure));
+        file << '\n';
     }
 }
 
