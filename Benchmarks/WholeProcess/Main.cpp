@@ -75,10 +75,13 @@ void Execute(const std::vector<std::string>& command)
 bool Short(const Processors& processors)
 {
     const BareBoard board;
-    const bool kept = ReportCounts(processors, std::chrono::seconds(10));
-    const bool nothingLost = ReportRatios(processors, 3, 10, Extent::Judged);
+    if (!ReportCounts(processors, std::chrono::seconds(10)))
+    {
+        return false;
+    }
+    ReportRatios(processors, 3, 10, Extent::Judged);
     ReportLife(processors, 3);
-    return kept && nothingLost;
+    return true;
 }
 
 bool Full(const Processors& processors, std::size_t pairs, const std::string& steps)
@@ -89,11 +92,13 @@ bool Full(const Processors& processors, std::size_t pairs, const std::string& st
     {
         std::printf("- %s\n", fact.c_str());
     }
-    bool kept = true;
     {
         const BareBoard board;
-        kept = ReportCounts(processors, std::chrono::seconds(20));
-        kept = ReportRatios(processors, pairs, 20, Extent::Everything) && kept;
+        if (!ReportCounts(processors, std::chrono::seconds(20)))
+        {
+            return false;
+        }
+        ReportRatios(processors, pairs, 20, Extent::Everything);
         ReportFloors(processors, pairs, 20);
         ReportLevels(processors, pairs, 20);
         ReportLife(processors, 3 * pairs);
@@ -103,7 +108,7 @@ bool Full(const Processors& processors, std::size_t pairs, const std::string& st
         ReportSteps(steps);
     }
     std::printf("\nOther programs took %.0f %% of the processors meanwhile.\n", others.Percent());
-    return kept;
+    return true;
 }
 
 int Run(const std::vector<std::string>& arguments)

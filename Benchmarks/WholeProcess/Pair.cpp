@@ -2,6 +2,8 @@
 
 #include "Spread.h"
 
+#include <stdexcept>
+
 namespace
 {
 
@@ -23,7 +25,10 @@ public:
         processorTime += subject.ProcessorTime() - used;
         duration += exchange.duration;
         roundTrips.insert(roundTrips.end(), exchange.roundTrips.begin(), exchange.roundTrips.end());
-        lost += exchange.lost;
+        if (exchange.lost != 0)
+        {
+            throw std::runtime_error("a frame was lost");
+        }
         frames += FramesPerTurn;
     }
 
@@ -34,7 +39,6 @@ public:
         figures.roundTrip = roundTrips.empty() ? 0 : Spread(roundTrips).median;
         figures.processorTime = std::chrono::duration<double, std::micro>(processorTime).count() / count;
         figures.framesPerSecond = count / std::chrono::duration<double>(duration).count();
-        figures.lost = lost;
         return figures;
     }
 
@@ -43,7 +47,6 @@ private:
     std::chrono::nanoseconds processorTime{0};
     std::chrono::nanoseconds duration{0};
     std::vector<double> roundTrips;
-    std::size_t lost = 0;
     std::size_t frames = 0;
 };
 

@@ -18,7 +18,6 @@ struct Figures
     double roundTrip = 0;       ///< µs, the median; 0 where more than one frame was under way
     double processorTime = 0;   ///< µs a frame
     double framesPerSecond = 0; ///< as the applications see it
-    std::size_t lost = 0;       ///< frames
 };
 
 /// Both programs under the same load.
@@ -29,6 +28,6 @@ struct PairOfFigures
 };
 
 /// Starts both programs anew and puts the loads on them in turns of some 10 ms: whatever else goes on on the machine meets
-/// both programs and all loads. The result has an entry for each load.
+/// both programs and all loads. The result has an entry for each load. Throws std::runtime_error when a frame was lost.
 std::vector<PairOfFigures> MeasurePair(const Program& first, const Program& second, const std::vector<Load>& loads,
                                        std::size_t turns, const Processors& processors);

@@ -133,19 +133,6 @@ private:
     Table table;
 };
 
-std::size_t Lost(const Pairs& pairs)
-{
-    std::size_t lost = 0;
-    for (const auto& pair : pairs)
-    {
-        for (const PairOfFigures& figures : pair)
-        {
-            lost += figures.first.lost;
-        }
-    }
-    return lost;
-}
-
 void Write(std::ofstream& file, const Spread& spread)
 {
     file << '\t' << spread.median << '\t' << spread.minimum << '\t' << spread.maximum;
@@ -178,7 +165,7 @@ void WriteGrowth(const std::string& name, const std::vector<Load>& loads, const 
 
 } // namespace
 
-bool ReportRatios(const Processors& processors, std::size_t pairs, std::size_t turns, Extent extent)
+void ReportRatios(const Processors& processors, std::size_t pairs, std::size_t turns, Extent extent)
 {
     const std::vector<Load> loads = extent == Extent::Everything ? AllLoads() : JudgedLoads();
 
@@ -194,11 +181,10 @@ bool ReportRatios(const Processors& processors, std::size_t pairs, std::size_t t
     talkingTable.AddAll(talking, None, {1.6, false}, None);
     talkingTable.Print();
 
-    const std::size_t lost = Lost(quiet) + Lost(talking);
-    std::printf("\n%zu pairs of runs. The daemon lost %zu frames.\n", pairs, lost);
+    std::printf("\n%zu pairs of runs.\n", pairs);
     if (extent == Extent::Judged)
     {
-        return lost == 0;
+        return;
     }
 
     const auto oneUnderWay = [](const Load& load) { return load.underWay == 1; };
@@ -209,7 +195,6 @@ bool ReportRatios(const Processors& processors, std::size_t pairs, std::size_t t
     WriteGrowth("length-processor-time.tsv", loads, quiet, talking, oneUnderWay, size, ProcessorTime);
     WriteGrowth("under-way-processor-time.tsv", loads, quiet, talking, sameSize, underWay, ProcessorTime);
     WriteGrowth("under-way-frames.tsv", loads, quiet, talking, sameSize, underWay, FramesPerSecond);
-    return lost == 0;
 }
 
 void ReportFloors(const Processors& processors, std::size_t pairs, std::size_t turns)

@@ -15,9 +15,8 @@ enum class Extent
     Everything ///< also how the cost grows, which is written into files of the working directory
 };
 
-/// Prints the daemon's times as ratios to the relay's, from so many pairs of runs with `turns` of each load in each; true
-/// when no frame was lost.
-bool ReportRatios(const Processors& processors, std::size_t pairs, std::size_t turns, Extent extent);
+/// Prints the daemon's times as ratios to the relay's, from so many pairs of runs with `turns` of each load in each.
+void ReportRatios(const Processors& processors, std::size_t pairs, std::size_t turns, Extent extent);
 
 /// Prints what it costs the relay to do more of what the daemon must.
 void ReportFloors(const Processors& processors, std::size_t pairs, std::size_t turns);
