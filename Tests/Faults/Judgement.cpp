@@ -1,0 +1,133 @@
+#include "Judgement.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+
+namespace
+{
+
+constexpr unsigned PeriodsToEnd = 2; // begun after the one that runs
+
+using Problems = std::vector<std::string>;
+
+std::set<int> Statuses(const Expectation& expectation)
+{
+    constexpr int Failed = 255;
+    constexpr int NotLoaded = 127;
+    constexpr int Interrupted = 128 + 2; // SIGINT before its handler stands
+    constexpr int Aborted = 128 + 6;
+    if (expectation.Has("any"))
+    {
+        return {0, Failed, NotLoaded, Interrupted, Aborted};
+    }
+    return {expectation.Has("ends") ? Failed : expectation.Has("dies") ? Aborted : 0};
+}
+
+std::vector<std::string> ExpectedLines(const Expectation& expectation, const Report& report, const Fault& fault)
+{
+    std::vector<std::string> lines;
+    for (unsigned call = 0; call < report.struck; ++call)
+    {
+        for (std::string line : expectation.lines)
+        {
+            if (const std::size_t text = line.find("%m"); text != std::string::npos)
+            {
+                line.replace(text, 2, strerror(fault.error));
+            }
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+bool Match(const std::vector<std::string>& patterns, const std::vector<std::string>& lines)
+{
+    return std::equal(patterns.begin(), patterns.end(), lines.begin(), lines.end(),
+                      [](const std::string& pattern, const std::string& line)
+                      { return fnmatch(pattern.c_str(), line.c_str(), 0) == 0; });
+}
+
+// Takes the frames from before the start away; how many there were.
+std::size_t TakeStale(std::vector<std::string>& received)
+{
+    const auto isStale = [](const std::string& frame) { return frame.rfind("ee ", 0) == 0; };
+    const auto first = std::remove_if(received.begin(), received.end(), isStale);
+    const auto count = static_cast<std::size_t>(received.end() - first);
+    received.erase(first, received.end());
+    return count;
+}
+
+// Whether all that was received was sent, in this order and once.
+bool InOrder(const Delivery& delivery)
+{
+    auto sent = delivery.sent.begin();
+    return std::all_of(delivery.received.begin(), delivery.received.end(),
+                       [&](const std::string& message)
+                       {
+                           sent = std::find(sent, delivery.sent.end(), message);
+                           return sent != delivery.sent.end() && sent++ != delivery.sent.end();
+                       });
+}
+
+void JudgeDeliveries(const Report& report, const Expectation& expectation, Problems& problems)
+{
+    for (auto [what, delivery] : report.deliveries)
+    {
+        if (what == "to" && (TakeStale(delivery.received) > 0) != expectation.Has("stale"))
+        {
+            problems.emplace_back("what was left before the start is not treated as expected");
+        }
+        const std::size_t missing = delivery.sent.size() - std::min(delivery.sent.size(), delivery.received.size());
+        const std::size_t expected = expectation.Of("drops") == what ? 1 : 0;
+        if (!InOrder(delivery) || (missing != expected && expectation.Of("loses") != what))
+        {
+            problems.push_back(what + ": sent " + Joined(delivery.sent, ", ") + "; received " +
+                               Joined(delivery.received, ", "));
+        }
+    }
+}
+
+} // namespace
+
+std::string Joined(const std::vector<std::string>& texts, const char* separator)
+{
+    std::string joined;
+    for (const std::string& text : texts)
+    {
+        joined += (joined.empty() ? "" : separator) + text;
+    }
+    return joined;
+}
+
+std::vector<std::string> Judge(const Report& report, const Cell& cell, const Expectation& expectation)
+{
+    Problems problems;
+    const auto require = [&problems](bool holds, const std::string& problem)
+    {
+        if (!holds)
+        {
+            problems.push_back(problem);
+        }
+    };
+    require(!report.hung, "it hangs");
+    require(Statuses(expectation).count(report.status) > 0, "status " + std::to_string(report.status));
+    if (expectation.Has("any") || expectation.Has("dies"))
+    {
+        return problems;
+    }
+    require(report.sleepsToEnd <= PeriodsToEnd, std::to_string(report.sleepsToEnd) + " periods until the end");
+    require(report.threadsAtExit == 0, std::to_string(report.threadsAtExit) + " threads at the end");
+    require(Joined(report.queuesLeft, ",") == expectation.Of("leaves"),
+            "queues left: " + Joined(report.queuesLeft, ","));
+    require(!expectation.Has("again") || report.callBehind == cell.point, "the call is not made again");
+    require(expectation.Has("unlogged") || Match(ExpectedLines(expectation, report, Fault(cell.fault)), report.lines),
+            "lines: " + Joined(report.lines, "; "));
+    if (expectation.Has("on"))
+    {
+        JudgeDeliveries(report, expectation, problems);
+    }
+    return problems;
+}

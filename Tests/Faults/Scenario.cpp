@@ -1,0 +1,354 @@
+#include "Scenario.h"
+
+#include "Await.h"
+#include "Board.h"
+#include "Daemon.h"
+
+#include <fcntl.h>
+#include <mqueue.h>
+#include <poll.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+
+using Simulator::Bytes;
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+constexpr int ResetGpio = 3;
+constexpr int RoundsBeforeLoss = 2;
+constexpr int MaxRounds = 40; // until the call that is to fail has come
+constexpr auto GivingUp = 3s; // a message that did not arrive so long after something failed
+constexpr auto HangLimit = 30s;
+const Point Period{"clock_nanosleep", "250ms"};
+const Point Direction{"openat", "/sys/class/gpio/gpio3/direction"};
+
+// An application's end of a queue, as soon as there is one.
+class Application
+{
+public:
+    explicit Application(const char* queueName)
+        : name(queueName)
+    {
+    }
+
+    ~Application()
+    {
+        mq_close(queue);
+    }
+
+    Application(const Application&) = delete;
+    Application& operator=(const Application&) = delete;
+
+    bool Open(int access)
+    {
+        queue = queue == -1 ? mq_open(name, access | O_NONBLOCK) : queue;
+        return queue != -1;
+    }
+
+    bool Send(const Bytes& message) const
+    {
+        return mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0) == 0;
+    }
+
+    Bytes Receive() const
+    {
+        Bytes message(8192);
+        const ssize_t size = mq_receive(queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
+        message.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+        return message;
+    }
+
+private:
+    const char* const name;
+    mqd_t queue = -1;
+};
+
+// Two frames that were left while no daemon was running.
+void LeaveStaleFrames()
+{
+    mq_attr attributes{};
+    attributes.mq_maxmsg = 14;
+    attributes.mq_msgsize = 261;
+    const mqd_t queue = mq_open("/cemiToLL", O_CREAT | O_WRONLY, 0644, &attributes);
+    for (const char number : {'\x01', '\x02'})
+    {
+        const std::array<char, 3> frame{'\x02', '\xEE', number};
+        mq_send(queue, frame.data(), frame.size(), 0);
+    }
+    mq_close(queue);
+}
+
+class Scenario
+{
+public:
+    Scenario(const std::optional<Watch::Plan>& plan, const Expectation& theExpectation)
+        : expectation(theExpectation)
+        , watch(plan)
+        , board(events, ResetGpio)
+    {
+    }
+
+    Report Play()
+    {
+        LeaveStaleFrames();
+        Daemon daemon(watch.Command({DRIVER}), {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}});
+        watch.Begin();
+        process = static_cast<int>(syscall(SYS_pidfd_open, daemon.Id(), 0));
+        PlayTraffic();
+        End(daemon);
+        close(process);
+        Collect(daemon);
+        return report;
+    }
+
+private:
+    using Clock = Watch::Clock;
+
+    void PlayTraffic()
+    {
+        const auto isOpen = [&]
+        { return fromLink.Open(O_RDONLY) && button.Open(O_RDONLY) && toLink.Open(O_WRONLY) && HasState(1); };
+        if (!Step(isOpen))
+        {
+            return;
+        }
+        const auto triesLeds = [&] { return watch.Calls({"openat", "/dev/uleds"}) == 4 || WillEnd() || HasEnded(); };
+        report.withoutLeds = !Await(triesLeds, GivingUp);
+        if (report.withoutLeds || !Step([&] { return Events("LED ").size() >= 4; }))
+        {
+            return;
+        }
+        while (round < RoundsBeforeLoss)
+        {
+            if (!PlayRound())
+            {
+                return;
+            }
+        }
+        if (!LoseLink())
+        {
+            return;
+        }
+        do
+        {
+            if (!PlayRound())
+            {
+                return;
+            }
+        } while (IsAwaited() && round < MaxRounds);
+    }
+
+    // One message each way, an LED, a press of the button.
+    bool PlayRound()
+    {
+        const auto number = static_cast<uint8_t>(++round);
+        const std::string text = Simulator::ToHex({number});
+        const std::string on = round % 2 == 1 ? "on" : "off";
+        Delivery& to = report.deliveries["to"];
+        Delivery& from = report.deliveries["from"];
+        Delivery& led = report.deliveries["led"];
+        to.sent.push_back("f0 " + text);
+        from.sent.push_back("02 29 " + text);
+        led.sent.push_back(on);
+
+        return Step(
+                   [&] {
+                       return toLink.Send({0x02, 0xF0, number});
+                   }) &&
+               Step([&] { return Events("telegram to KNX: f0 " + text).size() == 1; }) &&
+               Do(
+                   [&] {
+                       board.TheCoProcessor().InjectTelegram({0x29, number});
+                   }) &&
+               Step([&] { return Received("from", from.sent.back()); }) &&
+               Do([&] { std::ofstream("/sys/class/leds/prg1/brightness") << (on == "on" ? 100 : 0); }) &&
+               Step(
+                   [&] {
+                       return Events("LED red KNX ").size() == led.sent.size() + 1 &&
+                              Events("LED red KNX ").back() == on;
+                   }) &&
+               PressButton(true, "00") && PressButton(false, "01");
+    }
+
+    bool PressButton(bool pressed, const char* message)
+    {
+        Delivery& delivery = report.deliveries["button"];
+        delivery.sent.emplace_back(message);
+        const auto isReceived = [&]
+        {
+            const Bytes state = button.Receive();
+            if (!state.empty())
+            {
+                delivery.received.push_back(Simulator::ToHex(state));
+            }
+            return !state.empty();
+        };
+        return Do([&] { board.TheCoProcessor().SetButton(pressed); }) && Step(isReceived);
+    }
+
+    // Until the daemon resets the co-processor.
+    bool LoseLink()
+    {
+        const unsigned before = watch.Calls(Direction);
+        board.TheCoProcessor().SetDead(true);
+        const bool noticed = Step([&] { return watch.Calls(Direction) > before; });
+        board.TheCoProcessor().SetDead(false);
+        return noticed && Step([&] { return HasState(2); });
+    }
+
+    bool Do(const std::function<void()>& action)
+    {
+        action();
+        return true;
+    }
+
+    // Waits for what the daemon has to do. False when there is no use in going on: it has ended or will, or something is
+    // not coming after a failure that may cost more than this.
+    bool Step(const std::function<bool()>& done)
+    {
+        const auto begun = Clock::now();
+        bool arrived = false;
+        const auto decided = [&]
+        {
+            arrived = done();
+            const bool tooLate = watch.Struck() > 0 && Clock::now() > std::max(begun, *watch.StruckAt()) + GivingUp;
+            return arrived || tooLate || HasEnded() || WillEnd();
+        };
+        Await(decided, HangLimit);
+        return !HasEnded() && !WillEnd() && (arrived || !expectation.Of("drops").empty());
+    }
+
+    bool HasEnded() const
+    {
+        pollfd entry{process, POLLIN, 0};
+        return poll(&entry, 1, 0) > 0;
+    }
+
+    bool WillEnd() const
+    {
+        return watch.Struck() > 0 && expectation.Has("ends");
+    }
+
+    // Whether the call that is to fail has not come yet, and comes while the daemon runs.
+    bool IsAwaited() const
+    {
+        return watch.IsPlanned() && watch.Struck() == 0 && !expectation.Has("any");
+    }
+
+    void End(Daemon& daemon)
+    {
+        auto begun = watch.StruckAt();
+        unsigned sleeps = watch.CallsWhenStruck(Period);
+        if (!WillEnd())
+        {
+            // A flag that was wrongly set would be seen in the meantime.
+            const unsigned before = watch.Calls(Period);
+            Await([&] { return HasEnded() || watch.Struck() == 0 || watch.Calls(Period) >= before + 2; }, HangLimit);
+            begun = Clock::now();
+            sleeps = watch.Calls(Period);
+            daemon.Interrupt();
+        }
+        report.hung = !Await([&] { return HasEnded(); }, HangLimit);
+        report.timeToEnd = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - *begun);
+        report.sleepsToEnd = watch.Calls(Period) - sleeps;
+        if (report.hung)
+        {
+            daemon.Signal(SIGKILL);
+        }
+        report.status = daemon.Wait();
+    }
+
+    void Collect(const Daemon& daemon)
+    {
+        Received("from", "");
+        report.deliveries["to"].received = Events("telegram to KNX: ");
+        auto& led = report.deliveries["led"];
+        led.received = Events("LED red KNX ");
+        if (!led.received.empty())
+        {
+            led.received.erase(led.received.begin()); // what the LED was when it was registered
+        }
+        for (const std::string& line : daemon.LogLines())
+        {
+            const bool isFailure =
+                line.rfind("ERROR", 0) == 0 || line.rfind("FATAL", 0) == 0 || line.rfind("WARN", 0) == 0;
+            const bool isOther = line.find(" Nemt ") != std::string::npos ||
+                                 line == "ERROR Main Lost connection to STM32, resetting and trying to reconnect.";
+            if (isFailure && !isOther)
+            {
+                report.lines.push_back(line);
+            }
+        }
+        for (const auto& queue : std::filesystem::directory_iterator("/dev/mqueue"))
+        {
+            report.queuesLeft.push_back("/" + queue.path().filename().string());
+        }
+        report.struck = watch.Struck();
+        report.callBehind = watch.CallBehind();
+        report.threadsAtExit = watch.ThreadsAtExit();
+        report.calls = watch.AllCalls();
+    }
+
+    // The application reads what is there; whether it has this message now.
+    bool Received(const std::string& what, const std::string& message)
+    {
+        for (Bytes next = fromLink.Receive(); !next.empty(); next = fromLink.Receive())
+        {
+            const std::string kind = next.size() == 4 && next[1] == 0xB9 ? "state" : "from";
+            report.deliveries[kind].received.push_back(Simulator::ToHex(next));
+        }
+        const auto& received = report.deliveries[what].received;
+        return !received.empty() && received.back() == message;
+    }
+
+    bool HasState(std::size_t count)
+    {
+        Delivery& states = report.deliveries["state"];
+        states.sent.resize(count, "03 b9 00 01");
+        Received("state", "");
+        return states.received.size() >= count;
+    }
+
+    // What follows `start` in the events on the board that begin with it.
+    std::vector<std::string> Events(const std::string& start) const
+    {
+        std::vector<std::string> found;
+        std::istringstream text(events.Text());
+        for (std::string event; std::getline(text, event);)
+        {
+            if (event.rfind(start, 0) == 0)
+            {
+                found.push_back(event.substr(start.size()));
+            }
+        }
+        return found;
+    }
+
+    const Expectation& expectation;
+    Watch watch;
+    Simulator::EventLog events;
+    Simulator::Board board;
+    Application fromLink{"/cemiFromLL"};
+    Application toLink{"/cemiToLL"};
+    Application button{"/progButton"};
+    int process = -1; // becomes readable when the daemon has ended
+    int round = 0;
+    Report report;
+};
+
+} // namespace
+
+Report Run(const std::optional<Watch::Plan>& plan, const Expectation& expectation)
+{
+    return Scenario(plan, expectation).Play();
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Table.h"
+#include "Watch.h"
+
+#include <map>
+#include <string>
+#include <vector>
+
+/// The messages of one kind, in order.
+struct Delivery
+{
+    std::vector<std::string> sent;
+    std::vector<std::string> received;
+};
+
+/// What the daemon did in a run.
+struct Report
+{
+    bool hung = false;                          ///< it had to be killed
+    int status = 0;                             ///< 128 and the signal's number when it was killed by one
+    bool withoutLeds = false;                   ///< the LED worker came before its table: the run tells nothing
+    std::map<std::string, Delivery> deliveries; ///< "to", "from", "state", "button", "led"
+    std::vector<std::string> lines; ///< at WARN and above, of the daemon's own loggers, less those of lost links
+    std::vector<std::string> queuesLeft;
+    unsigned struck = 0;
+    Point callBehind;
+    std::size_t threadsAtExit = 0;
+    unsigned sleepsToEnd = 0; ///< periods that the main thread began between what ended the daemon and its end
+    std::chrono::milliseconds timeToEnd{0};
+    std::map<Point, unsigned> calls;
+};
+
+/// Runs the daemon on a board of its own from its start to its end: what was in the queue before it, traffic in all
+/// directions, a link that is lost and recovers, SIGINT. `expectation` tells how it will end.
+Report Run(const std::optional<Watch::Plan>& plan, const Expectation& expectation);

@@ -1,0 +1,525 @@
+#include "Watch.h"
+
+#include <fcntl.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <stdexcept>
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+constexpr auto ThreadDelay = 50ms;
+constexpr auto Delay = 400ms; // longer than each of the daemon's periods, shorter than what loses the link
+
+// What a call is about.
+enum class About
+{
+    Thread,
+    Descriptor,  // its first argument
+    Path,        // its first argument
+    PathAt,      // its second one, or the first where that is empty
+    Queue,       // a name without its slash
+    Descriptors, // the first of those that poll waits for
+    Time,        // of a sleep
+    Mapping      // a file, or memory
+};
+
+struct Kind
+{
+    const char* name;
+    About about;
+};
+
+// The calls that the daemon makes on this architecture; others are known by their numbers.
+const std::map<int, Kind>& Kinds()
+{
+    static const std::map<int, Kind> Known{
+#define CALL(name, about) {SYS_##name, {#name, About::about}},
+        // clang-format off
+        CALL(brk, Thread) CALL(clock_nanosleep, Time) CALL(clone, Thread) CALL(clone3, Thread) CALL(close, Descriptor)
+        CALL(eventfd2, Thread) CALL(execve, Path) CALL(exit, Thread) CALL(exit_group, Thread) CALL(fcntl, Descriptor)
+        CALL(fstat, Descriptor) CALL(futex, Thread) CALL(getpid, Thread) CALL(getrandom, Thread) CALL(gettid, Thread)
+        CALL(ioctl, Descriptor) CALL(lseek, Descriptor) CALL(madvise, Thread) CALL(mmap, Mapping)
+        CALL(mprotect, Thread) CALL(mq_getsetattr, Descriptor) CALL(mq_open, Queue)
+        CALL(mq_timedreceive, Descriptor) CALL(mq_timedsend, Descriptor) CALL(mq_unlink, Queue) CALL(munmap, Thread)
+        CALL(newfstatat, PathAt) CALL(openat, PathAt) CALL(pread64, Descriptor) CALL(prlimit64, Thread)
+        CALL(read, Descriptor) CALL(rseq, Thread) CALL(rt_sigaction, Thread) CALL(rt_sigprocmask, Thread) CALL(rt_sigreturn, Thread)
+        CALL(sched_yield, Thread) CALL(set_robust_list, Thread) CALL(set_tid_address, Thread) CALL(tgkill, Thread)
+        CALL(write, Descriptor)
+#ifdef SYS_poll
+        CALL(access, Path) CALL(arch_prctl, Thread) CALL(poll, Descriptors)
+#endif
+    // clang-format on
+#undef CALL
+    };
+    return Known;
+}
+
+bool ReadMemory(pid_t process, uint64_t address, void* data, std::size_t size)
+{
+    iovec here{data, size};
+    iovec there{reinterpret_cast<void*>(address), size};
+    return process_vm_readv(process, &here, 1, &there, 1, 0) == static_cast<ssize_t>(size);
+}
+
+std::string ReadText(pid_t process, uint64_t address)
+{
+    std::string text;
+    for (char character = 0; ReadMemory(process, address + text.size(), &character, 1) && character != '\0';)
+    {
+        text += character;
+    }
+    return text;
+}
+
+// Files of the system are all the same.
+std::string Object(const std::string& path)
+{
+    const auto isBelow = [&path](const char* directory) { return path.rfind(directory, 0) == 0; };
+    if (path == "anon_inode:[eventfd]")
+    {
+        return "eventfd";
+    }
+    const bool isQueue = path.rfind('/') == 0; // the directory of the queues is the root of its own file system
+    return isQueue || isBelow("/dev/") || isBelow("/sys/class/") ? path : "/files";
+}
+
+std::string DescriptorObject(pid_t process, uint64_t descriptor)
+{
+    if (descriptor == STDOUT_FILENO || descriptor == STDERR_FILENO)
+    {
+        return "stdout";
+    }
+    std::error_code ignored;
+    const std::string link = "/proc/" + std::to_string(process) + "/fd/" + std::to_string(static_cast<int>(descriptor));
+    return Object(std::filesystem::read_symlink(link, ignored));
+}
+
+std::string ObjectOf(About about, pid_t process, const __u64* arguments, bool mainThread)
+{
+    switch (about)
+    {
+    case About::Thread:
+        return mainThread ? "main" : "worker";
+    case About::Descriptor:
+        return DescriptorObject(process, arguments[0]);
+    case About::Path:
+        return Object(ReadText(process, arguments[0]));
+    case About::PathAt:
+    {
+        const std::string path = ReadText(process, arguments[1]);
+        return path.empty() ? DescriptorObject(process, arguments[0]) : Object(path);
+    }
+    case About::Queue:
+        return "/" + ReadText(process, arguments[0]);
+    case About::Descriptors:
+    {
+        pollfd entry{};
+        ReadMemory(process, arguments[0], &entry, sizeof(entry));
+        return DescriptorObject(process, static_cast<uint64_t>(entry.fd));
+    }
+    case About::Time:
+    {
+        // What is left of a sleep counts as the whole.
+        timespec time{};
+        ReadMemory(process, arguments[2], &time, sizeof(time));
+        const auto left = std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+        return left > 10ms ? "250ms" : left > 1ms ? "10ms" : "1ms";
+    }
+    case About::Mapping:
+        return static_cast<int>(arguments[4]) == -1 ? "memory" : DescriptorObject(process, arguments[4]);
+    }
+    return {};
+}
+
+int ErrorNumber(const std::string& name)
+{
+    for (int error = 1; error < 200; ++error)
+    {
+        const char* const known = strerrorname_np(error);
+        if (known != nullptr && name == known)
+        {
+            return error;
+        }
+    }
+    return name == "EWOULDBLOCK" ? EWOULDBLOCK : 0;
+}
+
+// Does what the call would have done, for `size` bytes; its result, or the negated error.
+int64_t Perform(const Point& point, pid_t program, const seccomp_notif& call, std::size_t size)
+{
+    const auto process = static_cast<int>(syscall(SYS_pidfd_open, program, 0));
+    const auto descriptor = static_cast<int>(syscall(SYS_pidfd_getfd, process, static_cast<int>(call.data.args[0]), 0));
+    std::vector<char> bytes(size);
+    iovec here{bytes.data(), size};
+    const iovec there{reinterpret_cast<void*>(call.data.args[1]), size};
+    int64_t result = -1;
+    if (point.call == "write")
+    {
+        process_vm_readv(static_cast<pid_t>(call.pid), &here, 1, &there, 1, 0);
+        result = write(descriptor, bytes.data(), size);
+    }
+    else
+    {
+        result = point.call == "read" ? read(descriptor, bytes.data(), size)
+                                      : pread(descriptor, bytes.data(), size, static_cast<off_t>(call.data.args[3]));
+        here.iov_len = static_cast<std::size_t>(std::max<int64_t>(result, 0));
+        process_vm_writev(static_cast<pid_t>(call.pid), &here, 1, &there, 1, 0);
+    }
+    const int error = errno;
+    close(descriptor);
+    close(process);
+    return result == -1 ? -error : result;
+}
+
+// Every call of this process and all that becomes of it is told to whoever has the result, a descriptor. All but the call
+// that sends it there.
+int StartListening()
+{
+    std::array<sock_filter, 4> program{{
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_sendmsg, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF),
+    }};
+    const sock_fprog filter{program.size(), program.data()};
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    return static_cast<int>(syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, SECCOMP_FILTER_FLAG_NEW_LISTENER, &filter));
+}
+
+union ControlMessage
+{
+    cmsghdr header;
+    std::array<char, CMSG_SPACE(sizeof(int))> space;
+};
+
+msghdr MessageWith(ControlMessage& control, iovec& payload)
+{
+    msghdr message{};
+    message.msg_iov = &payload;
+    message.msg_iovlen = 1;
+    message.msg_control = &control;
+    message.msg_controllen = sizeof(control);
+    return message;
+}
+
+void SendDescriptor(int socket, int descriptor)
+{
+    ControlMessage control{};
+    char byte = 0;
+    iovec payload{&byte, 1};
+    const msghdr message = MessageWith(control, payload);
+    control.header.cmsg_level = SOL_SOCKET;
+    control.header.cmsg_type = SCM_RIGHTS;
+    control.header.cmsg_len = CMSG_LEN(sizeof(int));
+    memcpy(CMSG_DATA(&control.header), &descriptor, sizeof(int));
+    sendmsg(socket, &message, 0);
+}
+
+int ReceiveDescriptor(int socket)
+{
+    ControlMessage control{};
+    char byte = 0;
+    iovec payload{&byte, 1};
+    msghdr message = MessageWith(control, payload);
+    int descriptor = -1;
+    if (recvmsg(socket, &message, MSG_CMSG_CLOEXEC) == 1 && message.msg_controllen >= CMSG_LEN(sizeof(int)))
+    {
+        memcpy(&descriptor, CMSG_DATA(&control.header), sizeof(int));
+    }
+    return descriptor;
+}
+
+} // namespace
+
+Fault::Fault(const std::string& text)
+{
+    delay = text == "delay";
+    half = text == "half";
+    if (text.rfind("says:", 0) == 0)
+    {
+        says = std::stoul(text.substr(5));
+    }
+    if (delay || half || says)
+    {
+        return;
+    }
+    always = text.back() == '+';
+    error = ErrorNumber(always ? text.substr(0, text.size() - 1) : text);
+    if (error == 0)
+    {
+        throw std::runtime_error("no such fault: " + text);
+    }
+}
+
+Watch::Watch(std::optional<Plan> thePlan)
+    : plan(std::move(thePlan))
+{
+    std::array<int, 2> ends{};
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == -1)
+    {
+        throw std::runtime_error("no socket");
+    }
+    ownEnd = ends[0];
+    launcherEnd = dup(ends[1]); // is inherited
+    close(ends[1]);
+}
+
+Watch::~Watch()
+{
+    running = false;
+    if (thread.joinable())
+    {
+        thread.join();
+    }
+    close(ownEnd);
+    close(launcherEnd);
+    close(listener);
+}
+
+std::vector<std::string> Watch::Command(std::vector<std::string> command)
+{
+    command.insert(command.begin(), {"/proc/self/exe", "launch", std::to_string(launcherEnd)});
+    return command;
+}
+
+void Watch::Begin()
+{
+    close(launcherEnd); // so that the end of what launches the program is noticed
+    launcherEnd = -1;
+    listener = ReceiveDescriptor(ownEnd);
+    if (listener == -1)
+    {
+        throw std::runtime_error("this system does not let system calls be watched (seccomp, user notification)");
+    }
+    thread = std::thread(&Watch::ThreadFunction, this);
+}
+
+int Watch::Launch(char** arguments)
+{
+    const int socket = std::stoi(arguments[0]);
+    const int descriptor = StartListening();
+    if (descriptor != -1)
+    {
+        SendDescriptor(socket, descriptor);
+        close(descriptor);
+        close(socket);
+        execv(arguments[1], &arguments[1]);
+    }
+    return 126;
+}
+
+unsigned Watch::Calls(const Point& point) const
+{
+    const std::lock_guard lock(mutex);
+    const auto found = calls.find(point);
+    return found == calls.end() ? 0 : found->second;
+}
+
+std::map<Point, unsigned> Watch::AllCalls() const
+{
+    const std::lock_guard lock(mutex);
+    return calls;
+}
+
+unsigned Watch::Struck() const
+{
+    const std::lock_guard lock(mutex);
+    return struck;
+}
+
+std::optional<Watch::Clock::time_point> Watch::StruckAt() const
+{
+    const std::lock_guard lock(mutex);
+    return struckAt;
+}
+
+unsigned Watch::CallsWhenStruck(const Point& point) const
+{
+    const std::lock_guard lock(mutex);
+    const auto found = callsWhenStruck.find(point);
+    return found == callsWhenStruck.end() ? 0 : found->second;
+}
+
+Point Watch::CallBehind() const
+{
+    const std::lock_guard lock(mutex);
+    return callBehind;
+}
+
+std::size_t Watch::ThreadsAtExit() const
+{
+    const std::lock_guard lock(mutex);
+    return threadsAtExit;
+}
+
+void Watch::ThreadFunction()
+{
+    while (running)
+    {
+        pollfd entry{listener, POLLIN, 0};
+        if (poll(&entry, 1, Timeout()) > 0)
+        {
+            if ((entry.revents & POLLIN) == 0)
+            {
+                return; // nobody is left to be watched
+            }
+            seccomp_notif call{};
+            if (ioctl(listener, SECCOMP_IOCTL_NOTIF_RECV, &call) == 0)
+            {
+                OnCall(call);
+            }
+        }
+        SendDelayed();
+    }
+}
+
+void Watch::OnCall(const seccomp_notif& call)
+{
+    const auto thisThread = static_cast<pid_t>(call.pid);
+    if (!launched)
+    {
+        process = thisThread;
+        launched = call.data.nr == SYS_execve;
+        Continue(call.id);
+        return;
+    }
+    const auto kind = Kinds().find(call.data.nr);
+    const bool mainThread = process == thisThread;
+    const Point point =
+        kind == Kinds().end()
+            ? Point{"call-" + std::to_string(call.data.nr), mainThread ? "main" : "worker"}
+            : Point{kind->second.name, ObjectOf(kind->second.about, thisThread, call.data.args, mainThread)};
+    bool fails = false;
+    {
+        const std::lock_guard lock(mutex);
+        if (!mainThread && point.object != "worker")
+        {
+            workers.insert(thisThread);
+        }
+        if (call.data.nr == SYS_exit_group)
+        {
+            const auto exists = [this](pid_t id)
+            { return std::filesystem::exists("/proc/" + std::to_string(process) + "/task/" + std::to_string(id)); };
+            threadsAtExit = static_cast<std::size_t>(std::count_if(workers.begin(), workers.end(), exists));
+        }
+        if (struck > 0 && thisThread == struckThread && callBehind.call.empty())
+        {
+            callBehind = point;
+        }
+        ++calls[point];
+        fails = IsToFail(call, point);
+    }
+    if (fails)
+    {
+        Strike(call);
+    }
+    else if (!mainThread && known.insert(thisThread).second)
+    {
+        delayed.push_back({call.id, Clock::now() + ThreadDelay});
+    }
+    else if (!Continue(call.id))
+    {
+        const std::lock_guard lock(mutex);
+        --calls[point]; // interrupted by a signal: it comes again
+    }
+}
+
+bool Watch::IsToFail(const seccomp_notif& call, const Point& point)
+{
+    if (!plan || !(plan->point == point))
+    {
+        return false;
+    }
+    const unsigned number = calls[point];
+    if (number != plan->occurrence && (!plan->fault.always || number < plan->occurrence))
+    {
+        return false;
+    }
+    if (struck++ == 0)
+    {
+        struckAt = Clock::now();
+        callsWhenStruck = calls;
+        struckThread = static_cast<pid_t>(call.pid);
+    }
+    return true;
+}
+
+void Watch::Strike(const seccomp_notif& call)
+{
+    const Fault& fault = plan->fault;
+    if (fault.delay)
+    {
+        delayed.push_back({call.id, Clock::now() + Delay});
+        return;
+    }
+    if (fault.error != 0 || fault.says == 0U)
+    {
+        Answer(call.id, -fault.error, 0, 0);
+        return;
+    }
+    const std::size_t size = call.data.args[2];
+    int64_t result = Perform(plan->point, process, call, fault.half ? (size + 1) / 2 : size);
+    if (fault.says && result > 0)
+    {
+        result = static_cast<int64_t>(*fault.says);
+    }
+    Answer(call.id, static_cast<int>(std::min<int64_t>(result, 0)), std::max<int64_t>(result, 0), 0);
+}
+
+// False when the thread is gone or was interrupted by a signal.
+bool Watch::Answer(uint64_t id, int error, int64_t value, unsigned flags) const
+{
+    seccomp_notif_resp answer{};
+    answer.id = id;
+    answer.error = error;
+    answer.val = value;
+    answer.flags = flags;
+    return ioctl(listener, SECCOMP_IOCTL_NOTIF_SEND, &answer) == 0;
+}
+
+bool Watch::Continue(uint64_t id) const
+{
+    return Answer(id, 0, 0, SECCOMP_USER_NOTIF_FLAG_CONTINUE);
+}
+
+void Watch::SendDelayed()
+{
+    const auto now = Clock::now();
+    const auto isDue = [now](const Delayed& call) { return call.due <= now; };
+    std::for_each(delayed.begin(), delayed.end(),
+                  [&](const Delayed& call)
+                  {
+                      if (isDue(call))
+                      {
+                          Continue(call.id);
+                      }
+                  });
+    delayed.erase(std::remove_if(delayed.begin(), delayed.end(), isDue), delayed.end());
+}
+
+// ms; how long the thread may not notice that it is to end, or that a delay is over
+int Watch::Timeout() const
+{
+    constexpr int Idle = 50;
+    constexpr int Delaying = 5;
+    return delayed.empty() ? Idle : Delaying;
+}

@@ -1,0 +1,138 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <thread>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+struct seccomp_notif; // of the kernel
+
+/// What tells the system calls of a program apart.
+struct Point
+{
+    std::string call;   ///< "openat"
+    std::string object; ///< what it is about: a path, a queue, a time, or the thread where there is no such thing
+
+    bool operator<(const Point& other) const
+    {
+        return std::tie(call, object) < std::tie(other.call, other.object);
+    }
+
+    bool operator==(const Point& other) const
+    {
+        return call == other.call && object == other.object;
+    }
+};
+
+/// What is to happen to a call.
+struct Fault
+{
+    /// As in the file Errors. Throws std::runtime_error for what is none.
+    explicit Fault(const std::string& text);
+
+    int error = 0;       ///< the call fails with it
+    bool always = false; ///< and so do all later ones of its kind
+    bool delay = false;
+    bool half = false;
+    std::optional<std::size_t> says;
+};
+
+/// Sees every system call of a program before the kernel does, counts them, and lets one fail. The program runs at nearly
+/// its own speed, and a call is one of the whole program, whichever thread makes it. A thread begins its work a little
+/// late, as if the machine had been busy: the daemon's LED worker is not to come before its table.
+class Watch
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    struct Plan
+    {
+        Point point;
+        unsigned occurrence = 1; ///< the first is 1
+        Fault fault;
+    };
+
+    explicit Watch(std::optional<Plan> plan = {});
+    ~Watch();
+
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+
+    /// The command that runs `command` under this watch. It has to be run by the calling process.
+    std::vector<std::string> Command(std::vector<std::string> command);
+
+    /// To be called when it has been started.
+    void Begin();
+
+    /// How often the program has made such a call.
+    unsigned Calls(const Point& point) const;
+    std::map<Point, unsigned> AllCalls() const;
+
+    bool IsPlanned() const
+    {
+        return plan.has_value();
+    }
+
+    /// How many calls have failed; when the first did, and how often the program had made such a call then.
+    unsigned Struck() const;
+    std::optional<Clock::time_point> StruckAt() const;
+    unsigned CallsWhenStruck(const Point& point) const;
+
+    /// The call that the same thread made behind the first one that failed.
+    Point CallBehind() const;
+
+    /// How many threads other than the main one, of those that did anything but start and wait, there were when the program
+    /// ended itself.
+    std::size_t ThreadsAtExit() const;
+
+    /// What the program `command` becomes: runs itself under the watch that made it. Returns only in failure.
+    static int Launch(char** arguments);
+
+private:
+    struct Delayed
+    {
+        uint64_t id;
+        Clock::time_point due;
+    };
+
+    void ThreadFunction();
+    void OnCall(const seccomp_notif& call);
+    bool IsToFail(const seccomp_notif& call, const Point& point);
+    void Strike(const seccomp_notif& call);
+    bool Answer(uint64_t id, int error, int64_t value, unsigned flags) const;
+    bool Continue(uint64_t id) const;
+    void SendDelayed();
+    int Timeout() const;
+
+    const std::optional<Plan> plan;
+    int launcherEnd = -1;
+    int ownEnd = -1;
+    int listener = -1;
+    std::atomic<bool> running{true};
+    pid_t process = 0;     // the program
+    bool launched = false; // the program itself runs, no longer what launches it
+    std::vector<Delayed> delayed;
+    std::set<pid_t> known; // threads
+
+    mutable std::mutex mutex; // for the following
+    std::map<Point, unsigned> calls;
+    unsigned struck = 0;
+    std::optional<Clock::time_point> struckAt;
+    std::map<Point, unsigned> callsWhenStruck;
+    pid_t struckThread = 0;
+    Point callBehind;
+    std::set<pid_t> workers; // threads that did more than start and wait
+    std::size_t threadsAtExit = 0;
+
+    std::thread thread;
+};
