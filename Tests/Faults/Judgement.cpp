@@ -21,9 +21,13 @@ std::set<int> Statuses(const Expectation& expectation)
     constexpr int Aborted = 128 + 6;
     if (expectation.Has("any"))
     {
-        return {0, Failed, NotLoaded, Interrupted, Aborted};
+        constexpr int Crashed = 128 + 11;
+        return {0, Failed, NotLoaded, Interrupted, Aborted, expectation.Has("crash") ? Crashed : 0};
     }
-    return {expectation.Has("ends") ? Failed : expectation.Has("dies") ? Aborted : 0};
+    return {expectation.Has("ends")     ? Failed
+            : expectation.Has("dies")   ? Aborted
+            : expectation.Has("killed") ? Interrupted
+                                        : 0};
 }
 
 std::vector<std::string> ExpectedLines(const Expectation& expectation, const Report& report, const Fault& fault)
@@ -114,7 +118,7 @@ std::vector<std::string> Judge(const Report& report, const Cell& cell, const Exp
     };
     require(!report.hung, "it hangs");
     require(Statuses(expectation).count(report.status) > 0, "status " + std::to_string(report.status));
-    if (expectation.Has("any") || expectation.Has("dies"))
+    if (!expectation.Has("on") && !expectation.Has("ends"))
     {
         return problems;
     }

@@ -22,6 +22,7 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <numeric>
 #include <sstream>
 #include <stdexcept>
 
@@ -48,21 +49,21 @@ using Record = std::map<Point, unsigned>;
 
 // Which of so many calls fail: the first, a middle and a late one. How often some of them are made is a matter of time; a
 // late one of them is not the last, which may not come the next time. All, where there are few and it matters which.
-std::vector<unsigned> Occurrences(unsigned calls, bool each)
+std::vector<unsigned> Occurrences(const Point& point, const std::string& fault, unsigned calls)
 {
     constexpr unsigned Few = 7;
-    std::vector<unsigned> occurrences;
-    if (each && calls <= Few)
+    std::vector<unsigned> all(std::min(calls, Few));
+    std::iota(all.begin(), all.end(), 1U);
+    const auto isKnown = [&](unsigned occurrence) {
+        return !Find(Expectations(), {point, occurrence, fault}).Has("any");
+    };
+    if (calls <= Few && std::any_of(all.begin(), all.end(), isKnown))
     {
-        for (unsigned occurrence = 1; occurrence <= calls; ++occurrence)
-        {
-            occurrences.push_back(occurrence);
-        }
-        return occurrences;
+        return all;
     }
-    occurrences = {1, (calls + 1) / 2, calls - calls / 4};
-    occurrences.erase(std::unique(occurrences.begin(), occurrences.end()), occurrences.end());
-    return occurrences;
+    std::vector<unsigned> some{1, (calls + 1) / 2, calls - calls / 4};
+    some.erase(std::unique(some.begin(), some.end()), some.end());
+    return some;
 }
 
 std::vector<Cell> MakeCells(const Record& record)
@@ -77,8 +78,7 @@ std::vector<Cell> MakeCells(const Record& record)
         }
         for (const std::string& fault : errors.Of(point))
         {
-            const bool each = !Find(Expectations(), {point, 1, fault}).Has("any");
-            auto occurrences = Occurrences(calls, each);
+            auto occurrences = Occurrences(point, fault, calls);
             if (fault.back() == '+')
             {
                 occurrences = {occurrences[occurrences.size() / 2]}; // it lasts
@@ -97,7 +97,7 @@ int RunCell(const Cell& cell)
 {
     const Expectation& expectation = Find(Expectations(), cell);
     const Report report = Run(Watch::Plan{cell.point, cell.occurrence, Fault(cell.fault)}, expectation);
-    if (report.struck == 0 || (report.withoutLeds && !expectation.Has("any")))
+    if (report.struck == 0 || (report.disturbed && !expectation.Has("any")))
     {
         return NotReached;
     }
@@ -115,7 +115,7 @@ int RunRecord()
     const Expectation expectation{"*", "*", "*", "*", {"on"}, {}};
     const Report report = Run({}, expectation);
     const auto problems = Judge(report, {{}, 1, "delay"}, expectation);
-    if (report.withoutLeds)
+    if (report.disturbed)
     {
         return NotReached;
     }

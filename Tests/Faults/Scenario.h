@@ -17,9 +17,12 @@ struct Delivery
 /// What the daemon did in a run.
 struct Report
 {
-    bool hung = false;                          ///< it had to be killed
-    int status = 0;                             ///< 128 and the signal's number when it was killed by one
-    bool withoutLeds = false;                   ///< the LED worker came before its table: the run tells nothing
+    bool hung = false; ///< it had to be killed
+    int status = 0;    ///< 128 and the signal's number when it was killed by one
+
+    /// The run tells nothing: the LED worker came before its table, or the machine was so busy that the link was lost when
+    /// nobody meant it to be.
+    bool disturbed = false;
     std::map<std::string, Delivery> deliveries; ///< "to", "from", "state", "button", "led"
     std::vector<std::string> lines; ///< at WARN and above, of the daemon's own loggers, less those of lost links
     std::vector<std::string> queuesLeft;

@@ -14,6 +14,11 @@ bool Matches(const std::string& pattern, const std::string& value)
     return pattern == "*" || ("," + pattern + ",").find("," + value + ",") != std::string::npos;
 }
 
+bool IsFault(const std::string& word)
+{
+    return word[0] == 'E' || word == "delay" || word == "half" || word.rfind("says:", 0) == 0;
+}
+
 std::ifstream Open(const std::string& file)
 {
     std::ifstream stream(file);
@@ -38,7 +43,7 @@ std::string Expectation::Of(const std::string& word) const
     return found == outcome.end() ? "" : found->substr(word.size() + 1);
 }
 
-std::vector<Expectation> ReadExpectations(const std::string& file)
+std::vector<Expectation> ReadExpectations(std::string file)
 {
     auto stream = Open(file);
     std::vector<Expectation> expectations;
@@ -62,7 +67,7 @@ std::vector<Expectation> ReadExpectations(const std::string& file)
         }
         if (next.outcome.empty())
         {
-            throw std::runtime_error("no outcome in " + file + ": " + line);
+            throw std::runtime_error(file.append(": no outcome in: ").append(line));
         }
         expectations.push_back(next);
     }
@@ -101,8 +106,7 @@ Errors::Errors(const std::string& file)
         std::vector<std::string> found;
         for (std::string word; words >> word;)
         {
-            const bool isObject = word[0] == '/' || word == "stdout";
-            (isObject ? point.object : found.emplace_back()) = word;
+            (IsFault(word) ? found.emplace_back() : point.object) = word;
         }
         faults[point] = found;
     }

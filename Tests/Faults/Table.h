@@ -30,7 +30,7 @@ struct Expectation
 };
 
 /// Throws std::runtime_error for a file that cannot be understood.
-std::vector<Expectation> ReadExpectations(const std::string& file);
+std::vector<Expectation> ReadExpectations(std::string file);
 
 /// The first that matches. Throws std::runtime_error when there is none.
 const Expectation& Find(const std::vector<Expectation>& expectations, const Cell& cell);

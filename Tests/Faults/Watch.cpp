@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <linux/filter.h>
+#include <linux/futex.h>
 #include <linux/seccomp.h>
 #include <poll.h>
 #include <sys/ioctl.h>
@@ -26,6 +27,8 @@ namespace
 
 using namespace std::chrono_literals;
 
+constexpr unsigned Endless = 5000; // calls; more of them come from a loop that goes on until the program ends
+constexpr auto Rest = 1ms;         // for the machine, in each pass of such a loop
 constexpr auto ThreadDelay = 50ms;
 constexpr auto Delay = 400ms; // longer than each of the daemon's periods, shorter than what loses the link
 
@@ -33,6 +36,7 @@ constexpr auto Delay = 400ms; // longer than each of the daemon's periods, short
 enum class About
 {
     Thread,
+    Futex,
     Descriptor,  // its first argument
     Path,        // its first argument
     PathAt,      // its second one, or the first where that is empty
@@ -56,7 +60,7 @@ const std::map<int, Kind>& Kinds()
         // clang-format off
         CALL(brk, Thread) CALL(clock_nanosleep, Time) CALL(clone, Thread) CALL(clone3, Thread) CALL(close, Descriptor)
         CALL(eventfd2, Thread) CALL(execve, Path) CALL(exit, Thread) CALL(exit_group, Thread) CALL(fcntl, Descriptor)
-        CALL(fstat, Descriptor) CALL(futex, Thread) CALL(getpid, Thread) CALL(getrandom, Thread) CALL(gettid, Thread)
+        CALL(fstat, Descriptor) CALL(futex, Futex) CALL(getpid, Thread) CALL(getrandom, Thread) CALL(gettid, Thread)
         CALL(ioctl, Descriptor) CALL(lseek, Descriptor) CALL(madvise, Thread) CALL(mmap, Mapping)
         CALL(mprotect, Thread) CALL(mq_getsetattr, Descriptor) CALL(mq_open, Queue)
         CALL(mq_timedreceive, Descriptor) CALL(mq_timedsend, Descriptor) CALL(mq_unlink, Queue) CALL(munmap, Thread)
@@ -64,6 +68,9 @@ const std::map<int, Kind>& Kinds()
         CALL(read, Descriptor) CALL(rseq, Thread) CALL(rt_sigaction, Thread) CALL(rt_sigprocmask, Thread) CALL(rt_sigreturn, Thread)
         CALL(sched_yield, Thread) CALL(set_robust_list, Thread) CALL(set_tid_address, Thread) CALL(tgkill, Thread)
         CALL(write, Descriptor)
+        // Not every architecture has the older form of these.
+        {SYS_ppoll, {"poll", About::Descriptors}},
+        {SYS_faccessat, {"access", About::PathAt}},
 #ifdef SYS_poll
         CALL(access, Path) CALL(arch_prctl, Thread) CALL(poll, Descriptors)
 #endif
@@ -73,10 +80,17 @@ const std::map<int, Kind>& Kinds()
     return Known;
 }
 
+// In the other program.
+iovec Memory(uint64_t address, std::size_t size)
+{
+    return {reinterpret_cast<void*>(address),
+            size}; // NOLINT(performance-no-int-to-ptr): the kernel tells it as a number
+}
+
 bool ReadMemory(pid_t process, uint64_t address, void* data, std::size_t size)
 {
-    iovec here{data, size};
-    iovec there{reinterpret_cast<void*>(address), size};
+    const iovec here{data, size};
+    const iovec there = Memory(address, size);
     return process_vm_readv(process, &here, 1, &there, 1, 0) == static_cast<ssize_t>(size);
 }
 
@@ -119,6 +133,11 @@ std::string ObjectOf(About about, pid_t process, const __u64* arguments, bool ma
     {
     case About::Thread:
         return mainThread ? "main" : "worker";
+    case About::Futex:
+    {
+        const auto operation = arguments[1] & FUTEX_CMD_MASK;
+        return operation == FUTEX_WAIT || operation == FUTEX_WAIT_BITSET ? "wait" : "wake";
+    }
     case About::Descriptor:
         return DescriptorObject(process, arguments[0]);
     case About::Path:
@@ -160,7 +179,7 @@ int ErrorNumber(const std::string& name)
             return error;
         }
     }
-    return name == "EWOULDBLOCK" ? EWOULDBLOCK : 0;
+    return name == "EWOULDBLOCK" ? EWOULDBLOCK : 0; // the other name of EAGAIN
 }
 
 // Does what the call would have done, for `size` bytes; its result, or the negated error.
@@ -170,7 +189,7 @@ int64_t Perform(const Point& point, pid_t program, const seccomp_notif& call, st
     const auto descriptor = static_cast<int>(syscall(SYS_pidfd_getfd, process, static_cast<int>(call.data.args[0]), 0));
     std::vector<char> bytes(size);
     iovec here{bytes.data(), size};
-    const iovec there{reinterpret_cast<void*>(call.data.args[1]), size};
+    const iovec there = Memory(call.data.args[1], size);
     int64_t result = -1;
     if (point.call == "write")
     {
@@ -411,7 +430,7 @@ void Watch::OnCall(const seccomp_notif& call)
     bool fails = false;
     {
         const std::lock_guard lock(mutex);
-        if (!mainThread && point.object != "worker")
+        if (!mainThread && (point.object[0] == '/' || point.object == "eventfd"))
         {
             workers.insert(thisThread);
         }
@@ -473,6 +492,10 @@ void Watch::Strike(const seccomp_notif& call)
     }
     if (fault.error != 0 || fault.says == 0U)
     {
+        if (struck > Endless)
+        {
+            std::this_thread::sleep_for(Rest);
+        }
         Answer(call.id, -fault.error, 0, 0);
         return;
     }
