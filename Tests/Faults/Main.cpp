@@ -119,12 +119,16 @@ int RunRecord()
     {
         return NotReached;
     }
-    std::cout << (problems.empty() ? "" : "without a failure: " + Joined(problems, "; ") + "\n");
+    if (!problems.empty())
+    {
+        std::cout << "without a failure: " << Joined(problems, "; ");
+        return EXIT_FAILURE;
+    }
     for (const auto& [point, calls] : report.calls)
     {
         std::cout << calls << ' ' << point.call << ' ' << point.object << '\n';
     }
-    return problems.empty() ? EXIT_SUCCESS : EXIT_FAILURE;
+    return EXIT_SUCCESS;
 }
 
 // A run in a process and namespaces of its own.
@@ -233,7 +237,7 @@ Record MakeRecord()
     } while (!job.Finish(waitStatus));
     if (job.Status() != EXIT_SUCCESS)
     {
-        throw std::runtime_error(job.Text());
+        throw std::runtime_error(job.Text().empty() ? "the machine is too busy" : job.Text());
     }
     std::istringstream text(job.Text());
     Record record;

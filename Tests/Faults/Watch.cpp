@@ -83,8 +83,8 @@ const std::map<int, Kind>& Kinds()
 // In the other program.
 iovec Memory(uint64_t address, std::size_t size)
 {
-    return {reinterpret_cast<void*>(address),
-            size}; // NOLINT(performance-no-int-to-ptr): the kernel tells it as a number
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel tells it as a number
+    return {reinterpret_cast<void*>(address), size};
 }
 
 bool ReadMemory(pid_t process, uint64_t address, void* data, std::size_t size)
