@@ -8,20 +8,14 @@
 // expected stands in the file Expectations. Every cell runs in a process, in namespaces and on a board of its own.
 
 #include "Judgement.h"
-#include "Namespaces.h"
-
-#include <fcntl.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include "SandboxedJobs.h"
 
 #include <algorithm>
-#include <array>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <map>
 #include <numeric>
 #include <sstream>
 #include <stdexcept>
@@ -131,121 +125,30 @@ int RunRecord()
     return EXIT_SUCCESS;
 }
 
-// A run in a process and namespaces of its own.
-class Job
-{
-public:
-    Job(std::vector<std::string> theArguments, std::string theTitle)
-        : arguments(std::move(theArguments))
-        , title(std::move(theTitle))
-    {
-    }
-
-    void Start()
-    {
-        ++tries;
-        std::array<int, 2> pipe{};
-        if (pipe2(pipe.data(), O_CLOEXEC) == -1)
-        {
-            throw std::runtime_error("no pipe");
-        }
-        output = pipe[0];
-        process = fork();
-        if (process == 0)
-        {
-            dup2(pipe[1], STDOUT_FILENO);
-            Execute();
-        }
-        close(pipe[1]);
-    }
-
-    pid_t Process() const
-    {
-        return process;
-    }
-
-    // Takes the end of the process; false when it has to be started again.
-    bool Finish(int waitStatus)
-    {
-        text.clear();
-        std::array<char, 4096> buffer{};
-        for (ssize_t size = 0; (size = read(output, buffer.data(), buffer.size())) > 0;)
-        {
-            text.append(buffer.data(), static_cast<std::size_t>(size));
-        }
-        close(output);
-        status = WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 128 + WTERMSIG(waitStatus);
-        return status != NotReached || tries == MaxTries;
-    }
-
-    const std::string& Title() const
-    {
-        return title;
-    }
-
-    int Status() const
-    {
-        return status;
-    }
-
-    const std::string& Text() const
-    {
-        return text;
-    }
-
-private:
-    [[noreturn]] void Execute()
-    {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        alarm(CellLimit);
-        try
-        {
-            Simulator::EnterNamespaces();
-        }
-        catch (const std::exception& failure)
-        {
-            std::cout << failure.what() << std::endl;
-            _exit(EXIT_FAILURE);
-        }
-        std::vector<char*> argv;
-        for (std::string& argument : arguments)
-        {
-            argv.push_back(argument.data());
-        }
-        argv.push_back(nullptr);
-        execv("/proc/self/exe", argv.data());
-        _exit(EXIT_FAILURE);
-    }
-
-    std::vector<std::string> arguments;
-    std::string title;
-    pid_t process = -1;
-    int output = -1;
-    int tries = 0;
-    int status = 0;
-    std::string text;
-};
-
 Record MakeRecord()
 {
-    Job job({"fault-matrix", "record"}, "the run without a failure");
-    int waitStatus = 0;
-    do
-    {
-        job.Start();
-        waitpid(job.Process(), &waitStatus, 0);
-    } while (!job.Finish(waitStatus));
-    if (job.Status() != EXIT_SUCCESS)
-    {
-        throw std::runtime_error(job.Text().empty() ? "the machine is too busy" : job.Text());
-    }
-    std::istringstream text(job.Text());
     Record record;
-    Point point;
-    for (unsigned calls = 0; text >> calls >> point.call && std::getline(text >> std::ws, point.object);)
-    {
-        record[point] = calls;
-    }
+    int tries = 0;
+    RunJobs(
+        1, 1, CellLimit, [](std::size_t) { return std::vector<std::string>{"record"}; },
+        [&](std::size_t, const JobResult& result)
+        {
+            if (result.status == NotReached && ++tries < MaxTries)
+            {
+                return false;
+            }
+            if (result.status != EXIT_SUCCESS)
+            {
+                throw std::runtime_error(result.text.empty() ? "the machine is too busy" : result.text);
+            }
+            std::istringstream text(result.text);
+            Point point;
+            for (unsigned calls = 0; text >> calls >> point.call && std::getline(text >> std::ws, point.object);)
+            {
+                record[point] = calls;
+            }
+            return true;
+        });
     return record;
 }
 
@@ -268,61 +171,48 @@ public:
 
     bool Run()
     {
-        std::size_t next = 0;
-        std::map<pid_t, std::pair<Job, const Cell*>> running;
-        while (next < cells.size() || !running.empty())
-        {
-            for (; next < cells.size() && running.size() < jobs; ++next)
+        std::vector<int> tries(cells.size());
+        RunJobs(
+            cells.size(), jobs, CellLimit,
+            [this](std::size_t job)
             {
-                Job job = MakeJob(cells[next]);
-                job.Start();
-                running.emplace(job.Process(), std::pair(job, &cells[next]));
-            }
-            int status = 0;
-            const auto ended = running.find(waitpid(-1, &status, 0));
-            auto [job, cell] = ended->second;
-            running.erase(ended);
-            if (job.Finish(status))
+                const Cell& cell = cells[job];
+                return std::vector<std::string>{"cell", cell.point.call, cell.point.object,
+                                                std::to_string(cell.occurrence), cell.fault};
+            },
+            [&](std::size_t job, const JobResult& result)
             {
-                Count(*cell, job);
-            }
-            else
-            {
-                job.Start();
-                running.emplace(job.Process(), std::pair(job, cell));
-            }
-        }
+                if (result.status == NotReached && ++tries[job] < MaxTries)
+                {
+                    return false;
+                }
+                Count(cells[job], result);
+                return true;
+            });
         return Summarize();
     }
 
 private:
-    Job MakeJob(const Cell& cell) const
-    {
-        return {
-            {"fault-matrix", "cell", cell.point.call, cell.point.object, std::to_string(cell.occurrence), cell.fault},
-            Name(cell)};
-    }
-
-    void Count(const Cell& cell, const Job& job)
+    void Count(const Cell& cell, const JobResult& result)
     {
         Tally& tally = tallies[Joined(Find(Expectations(), cell).outcome, " ")];
         ++tally.cells;
-        if (job.Status() == NotReached)
+        if (result.status == NotReached)
         {
             ++tally.notReached;
             std::cout << Name(cell) << ": the call did not come\n";
             return;
         }
-        if (job.Status() != EXIT_SUCCESS)
+        if (result.status != EXIT_SUCCESS)
         {
-            std::cout << Name(cell) << ": failed (" << job.Status() << ")\n" << job.Text() << std::flush;
+            std::cout << Name(cell) << ": failed (" << result.status << ")\n" << result.text << std::flush;
             return;
         }
         ++tally.passed;
         int status = 0;
         unsigned struck = 0;
         long time = 0;
-        std::istringstream(job.Text()) >> status >> struck >> time;
+        std::istringstream(result.text) >> status >> struck >> time;
         tally.longest = std::max(tally.longest, time);
         if (struck > 1)
         {
