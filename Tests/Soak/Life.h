@@ -1,0 +1,85 @@
+#pragma once
+
+#include "Applications.h"
+#include "Board.h"
+#include "Knx.h"
+#include "Ledger.h"
+#include "LoggedDaemon.h"
+#include "Traffic.h"
+
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+/// What a process holds.
+struct Resources
+{
+    long descriptors = 0;
+    long threads = 0;
+    long memory = 0; ///< KiB, resident
+
+    static Resources Of(pid_t process);
+};
+
+/// One daemon from its start to its end, with a link that is lost again and again, among other things that may happen to
+/// it, and the account of all messages.
+class Life
+{
+public:
+    Life(Simulator::Board& theBoard, Knx& theKnx, const Amounts& theAmounts, Progress& theProgress,
+         std::mt19937& theRandom, Figures& theFigures);
+
+    /// Loses the link so many times. With none, everything that is sent has to arrive.
+    void Play(long losses);
+
+    /// What is wrong; nothing when all is accounted for.
+    const std::vector<std::string>& Problems() const
+    {
+        return problems;
+    }
+
+    /// The LED worker came before its table: such a daemon serves no LED, and has not been used.
+    bool IsWithoutLeds() const
+    {
+        return !applications;
+    }
+
+    /// What an application holds over the restart of the daemon.
+    std::unique_ptr<Queue> TakeQueue()
+    {
+        return applications->TakeQueue();
+    }
+
+private:
+    long Random(long from, long to);
+    void Require(bool holds, const std::string& otherwise);
+
+    void Disturb();
+    void LoseLink();
+    void UnlinkSome();
+    void Settle();
+    void CheckLeds();
+    void Compare(const Resources& atStart, const Resources& atEnd);
+    void End();
+    void Account();
+    void AccountToLink();
+    void AccountFromLink();
+    void AccountDevices();
+
+    Simulator::Board& board;
+    Simulator::CoProcessor& coProcessor;
+    Knx& knx;
+    const Amounts amounts;
+    Progress& progress;
+    std::mt19937& random;
+    Figures& figures;
+    const long ledReportsBefore;
+    Ledger ledger;
+    LoggedDaemon daemon;
+    std::unique_ptr<Applications> applications;
+    Applications::Record record;
+    bool quiet = false; // the link was never lost
+    int status = 0;
+    std::vector<std::string> problems;
+};

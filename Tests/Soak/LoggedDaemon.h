@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Process.h"
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+/// The daemon as a process whose output is too long to be kept: each line is handed on, by a thread of its own.
+class LoggedDaemon
+{
+public:
+    LoggedDaemon(const std::vector<std::string>& options, std::function<void(const std::string&)> onLine);
+
+    /// Kills it if it still runs.
+    ~LoggedDaemon();
+
+    LoggedDaemon(const LoggedDaemon&) = delete;
+    LoggedDaemon& operator=(const LoggedDaemon&) = delete;
+
+    pid_t Id() const
+    {
+        return process->Id();
+    }
+
+    void Signal(int signal) const
+    {
+        process->Signal(signal);
+    }
+
+    bool HasEnded() const;
+
+    /// Waits for its end, and until all of its lines were handed on. The exit status, or 128 and the number of the signal
+    /// that killed it.
+    int Wait();
+
+private:
+    void ReadOutput();
+
+    const std::function<void(const std::string&)> handler;
+    int output = -1;
+    std::unique_ptr<Simulator::Process> process;
+    std::thread reader;
+};

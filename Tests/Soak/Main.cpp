@@ -1,0 +1,156 @@
+// Uses the daemon hard and for long, and accounts for every message.
+//
+//   soak [--full] [--seed N]
+//
+// Several boards at once, each with a seed of its own that follows from N; the same N is the same run, but for the time that
+// things take. Without --full it takes a minute or two.
+
+#include "SandboxedJobs.h"
+#include "Starts.h"
+#include "Traffic.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+constexpr uint32_t Boards = 4;
+constexpr unsigned JobLimit = 7200; // s
+
+struct Form
+{
+    Amounts amounts; // of all boards
+    long starts;
+};
+
+constexpr Form Short{{32, 40'000, 4'000, 4'000}, 160};
+constexpr Form Full{{1'000, 1'000'000, 100'000, 100'000}, 2'000};
+
+Amounts OfOneBoard(const Amounts& all)
+{
+    return {all.losses / Boards, all.frames / Boards, all.buttons / Boards, all.brightness / Boards};
+}
+
+void Print(const Figures& figures)
+{
+    for (const auto& [name, value] : figures)
+    {
+        std::cout << value << ' ' << name << '\n';
+    }
+}
+
+void Add(Figures& all, const std::string& text)
+{
+    std::istringstream lines(text);
+    long value = 0;
+    for (std::string name; lines >> value && std::getline(lines >> std::ws, name);)
+    {
+        const bool isMost = name.rfind("most ", 0) == 0;
+        all[name] = isMost ? std::max(all[name], value) : all[name] + value;
+    }
+}
+
+// The boards with traffic first, then those with starts.
+int RunAll(const Form& form, uint32_t seed)
+{
+    std::printf("seed %u\n", seed);
+    std::fflush(stdout);
+    const auto begun = std::chrono::steady_clock::now();
+    const Amounts amounts = OfOneBoard(form.amounts);
+    Figures figures;
+    bool passed = true;
+    RunJobs(
+        Boards * 2, Boards, JobLimit,
+        [&](std::size_t job) -> std::vector<std::string>
+        {
+            const std::string jobSeed = std::to_string(seed + job);
+            if (job < Boards)
+            {
+                return {"traffic",
+                        jobSeed,
+                        std::to_string(amounts.losses),
+                        std::to_string(amounts.frames),
+                        std::to_string(amounts.buttons),
+                        std::to_string(amounts.brightness)};
+            }
+            return {"starts", jobSeed, std::to_string(form.starts / Boards)};
+        },
+        [&](std::size_t job, const JobResult& result)
+        {
+            if (result.status == EXIT_SUCCESS)
+            {
+                Add(figures, result.text);
+            }
+            else
+            {
+                std::printf("board %zu failed (%d):\n%s\n", seed + job, result.status, result.text.c_str());
+                passed = false;
+            }
+            return true;
+        });
+    for (const auto& [name, value] : figures)
+    {
+        std::printf("%9ld  %s\n", value, name.c_str());
+    }
+    const auto time = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - begun);
+    std::printf("%9ld  s\n", static_cast<long>(time.count()));
+    return passed ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+int Run(const std::vector<std::string>& arguments)
+{
+    const auto number = [&](std::size_t index) { return std::stol(arguments.at(index)); };
+    if (!arguments.empty() && arguments[0] == "traffic")
+    {
+        Print(RunTraffic(static_cast<uint32_t>(number(1)), {number(2), number(3), number(4), number(5)}));
+        return EXIT_SUCCESS;
+    }
+    if (!arguments.empty() && arguments[0] == "starts")
+    {
+        Print(RunStarts(static_cast<uint32_t>(number(1)), number(2)));
+        return EXIT_SUCCESS;
+    }
+    Form form = Short;
+    uint32_t seed = std::random_device()();
+    for (std::size_t index = 0; index < arguments.size(); ++index)
+    {
+        if (arguments[index] == "--full")
+        {
+            form = Full;
+        }
+        else if (arguments[index] == "--seed")
+        {
+            seed = static_cast<uint32_t>(number(++index));
+        }
+        else
+        {
+            std::cerr << "soak [--full] [--seed N]\n";
+            return EXIT_FAILURE;
+        }
+    }
+    return RunAll(form, seed);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        return Run({argv + 1, argv + argc});
+    }
+    catch (const std::exception& failure)
+    {
+        std::cout << failure.what() << std::endl;
+        return EXIT_FAILURE;
+    }
+}

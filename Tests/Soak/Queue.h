@@ -1,0 +1,36 @@
+#pragma once
+
+#include "Hex.h"
+
+#include <mqueue.h>
+
+#include <cstddef>
+#include <optional>
+
+/// A queue as an application uses it.
+class Queue
+{
+public:
+    /// Waits until the daemon has made it. `access` is O_RDONLY or O_WRONLY.
+    Queue(const char* queueName, int access);
+    ~Queue();
+
+    Queue(const Queue&) = delete;
+    Queue& operator=(const Queue&) = delete;
+
+    /// As an application that ends and starts again. One whose queue was unlinked goes on with what it has.
+    void OpenAgain();
+
+    /// False when there is no room.
+    bool Send(const Simulator::Bytes& message) const;
+
+    /// The next message, if there is one.
+    std::optional<Simulator::Bytes> Receive() const;
+
+    long Pending() const;
+
+private:
+    const char* const name;
+    const int mode;
+    mqd_t queue = -1;
+};

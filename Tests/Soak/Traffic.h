@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+/// How much of everything there is to be.
+struct Amounts
+{
+    long losses = 0; ///< of the link, with recovery
+    long frames = 0; ///< each way
+    long buttons = 0;
+    long brightness = 0;
+};
+
+/// Figures by name. Those of several boards are added; of those whose name begins with "most", the largest counts.
+using Figures = std::map<std::string, long>;
+
+/// Runs daemons on a board of its own, one after the other, until there was so much of everything. What goes on is chosen
+/// at random, the same for the same seed. Throws std::runtime_error with all that is wrong in an account.
+Figures RunTraffic(uint32_t seed, const Amounts& amounts);
