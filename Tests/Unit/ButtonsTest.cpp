@@ -64,6 +64,13 @@ TEST_F(Buttons, AsksForAPressSinceBootAndOnlyThenRegisters)
     EXPECT_FALSE(buttons->HasFailed());
 }
 
+TEST_F(Buttons, CallsTheHubThatItWasGiven)
+{
+    buttons.emplace(ScriptedHub::OtherHub(), std::vector<std::string>{});
+    buttons.reset();
+    EXPECT_EQ(hub.CallsOf(ScriptedHub::OtherHub()), 3U);
+}
+
 TEST_F(Buttons, OpensItsQueuesBeforeItAsks)
 {
     bool existed = false;

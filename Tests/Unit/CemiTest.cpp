@@ -173,6 +173,16 @@ TEST_F(Cemi, RegistersItselfOnItsWorker)
     EXPECT_NE(call.thread, std::this_thread::get_id());
 }
 
+TEST_F(Cemi, CallsTheHubThatItWasGiven)
+{
+    cemi.emplace(ScriptedHub::OtherHub(), FromLl, ToLl);
+    ASSERT_TRUE(hub.Await("RegisterTopicListener"));
+    Applications::Send(ToLl, {0x01, 0x77});
+    ASSERT_TRUE(hub.Await("Transmit 256: 77"));
+    cemi.reset();
+    EXPECT_EQ(hub.CallsOf(ScriptedHub::OtherHub()), 3U);
+}
+
 TEST_F(Cemi, DiscardsWhatApplicationsLeftBeforeItStarted)
 {
     Applications::CreateQueue(ToLl, 261, 14);

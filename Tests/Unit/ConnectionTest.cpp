@@ -99,6 +99,12 @@ TEST_F(Connection, UnregistersItselfAndNothingElseWhenItEnds)
     EXPECT_EQ(hub.Calls().at(2).listener, address);
 }
 
+TEST_F(Connection, CallsTheHubThatItWasGiven)
+{
+    OrvelDriver::Connection(ScriptedHub::OtherHub()).Reconnect();
+    EXPECT_EQ(hub.CallsOf(ScriptedHub::OtherHub()), 4U);
+}
+
 TEST_F(Connection, LogsNothing)
 {
     {

@@ -296,6 +296,18 @@ TEST_F(Leds, SwitchesEachOutputOff)
     EXPECT_EQ(hub.Texts(), messages);
 }
 
+TEST_F(Leds, TransmitsToTheHubThatItWasGiven)
+{
+    {
+        const HeldWorkers held;
+        leds.emplace(ScriptedHub::OtherHub(), Configured, WithRs485);
+    }
+    ASSERT_TRUE(polls.AwaitCalls(1));
+    uleds.Report(0, 100);
+    ASSERT_TRUE(hub.Await("Transmit 257: 02 03 01"));
+    EXPECT_EQ(hub.CallsOf(ScriptedHub::OtherHub()), 1U);
+}
+
 TEST_F(Leds, TransmitsOnItsWorker)
 {
     StartCompletely();

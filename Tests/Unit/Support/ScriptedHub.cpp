@@ -35,6 +35,11 @@ Nemt::CommHub* ScriptedHub::Hub()
     return Nemt::CommHub::Instance();
 }
 
+Nemt::CommHub* ScriptedHub::OtherHub()
+{
+    return Hub() + 1;
+}
+
 void ScriptedHub::Reset()
 {
     const std::lock_guard<std::mutex> lock(mutex);
@@ -87,6 +92,13 @@ std::vector<std::string> ScriptedHub::Texts() const
     return texts;
 }
 
+std::size_t ScriptedHub::CallsOf(const Nemt::CommHub* hub) const
+{
+    const std::vector<HubCall> all = Calls();
+    return static_cast<std::size_t>(
+        std::count_if(all.begin(), all.end(), [hub](const HubCall& call) { return call.hub == hub; }));
+}
+
 bool ScriptedHub::Await(const std::string& text, int count)
 {
     std::unique_lock<std::mutex> lock(mutex);
@@ -125,9 +137,9 @@ void ScriptedHub::Report(bool connected)
     }
 }
 
-void ScriptedHub::Record(std::string text, const void* listener)
+void ScriptedHub::Record(const Nemt::CommHub* asked, std::string text, const void* listener)
 {
-    const HubCall call{std::move(text), listener, std::this_thread::get_id()};
+    const HubCall call{std::move(text), listener, asked, std::this_thread::get_id()};
     std::function<void(const HubCall&)> observer;
     {
         const std::lock_guard<std::mutex> lock(mutex);
@@ -156,25 +168,25 @@ namespace Nemt
 
 CommHub* CommHub::Instance()
 {
-    static CommHub hub;
-    return &hub;
+    static CommHub hubs[2]; // the second is the other one
+    return &hubs[0];
 }
 
 bool CommHub::IsConnected() const
 {
-    ScriptedHub::Instance().Record("IsConnected");
+    ScriptedHub::Instance().Record(this, "IsConnected");
     return ScriptedHub::Instance().Answer(ScriptedHub::Instance().isConnectedAnswer);
 }
 
 bool CommHub::Reconnect()
 {
-    ScriptedHub::Instance().Record("Reconnect");
+    ScriptedHub::Instance().Record(this, "Reconnect");
     return ScriptedHub::Instance().Answer(ScriptedHub::Instance().reconnectAnswer);
 }
 
 bool CommHub::Transmit(uint16_t topic, const uint8_t* data, uint16_t length)
 {
-    ScriptedHub::Instance().Record(UnitTests::TransmitText(topic, data, length));
+    ScriptedHub::Instance().Record(this, UnitTests::TransmitText(topic, data, length));
     return ScriptedHub::Instance().Answer(ScriptedHub::Instance().transmitAnswer);
 }
 
@@ -185,7 +197,7 @@ void CommHub::RegisterTopicListener(ITopicListener* listener)
         const std::lock_guard<std::mutex> lock(script.mutex);
         script.topicListeners.push_back(listener);
     }
-    script.Record("RegisterTopicListener", listener);
+    script.Record(this, "RegisterTopicListener", listener);
 }
 
 void CommHub::UnregisterTopicListener(const ITopicListener* listener)
@@ -196,7 +208,7 @@ void CommHub::UnregisterTopicListener(const ITopicListener* listener)
         auto& all = script.topicListeners;
         all.erase(std::remove(all.begin(), all.end(), listener), all.end());
     }
-    script.Record("UnregisterTopicListener", listener);
+    script.Record(this, "UnregisterTopicListener", listener);
 }
 
 void CommHub::RegisterConnectionListener(IConnectionListener* listener)
@@ -206,7 +218,7 @@ void CommHub::RegisterConnectionListener(IConnectionListener* listener)
         const std::lock_guard<std::mutex> lock(script.mutex);
         script.connectionListeners.push_back(listener);
     }
-    script.Record("RegisterConnectionListener", listener);
+    script.Record(this, "RegisterConnectionListener", listener);
 }
 
 void CommHub::UnregisterConnectionListener(const IConnectionListener* listener)
@@ -217,7 +229,7 @@ void CommHub::UnregisterConnectionListener(const IConnectionListener* listener)
         auto& all = script.connectionListeners;
         all.erase(std::remove(all.begin(), all.end(), listener), all.end());
     }
-    script.Record("UnregisterConnectionListener", listener);
+    script.Record(this, "UnregisterConnectionListener", listener);
 }
 
 } // namespace Nemt

@@ -18,7 +18,8 @@ namespace UnitTests
 struct HubCall
 {
     std::string text; ///< the operation's name; for Transmit also "Transmit TOPIC: BYTES", with the bytes as "08 01"
-    const void* listener; ///< the argument of the register and unregister operations
+    const void* listener;     ///< the argument of the register and unregister operations
+    const Nemt::CommHub* hub; ///< which of the two was called
     std::thread::id thread;
 };
 
@@ -30,6 +31,9 @@ public:
 
     /// What the components are given.
     static Nemt::CommHub* Hub();
+
+    /// One that is not the process-wide one: shows that a component talks to the hub it was given.
+    static Nemt::CommHub* OtherHub();
 
     /// Forgets the calls and the listeners; accepts every message, is not connected, reconnects.
     void Reset();
@@ -44,6 +48,9 @@ public:
     std::vector<HubCall> Calls() const;
     std::vector<std::string> Texts() const;
 
+    /// Number of calls that went to this one of the two.
+    std::size_t CallsOf(const Nemt::CommHub* hub) const;
+
     /// Waits for the `count`th call with this text.
     bool Await(const std::string& text, int count = 1);
 
@@ -56,7 +63,7 @@ public:
 private:
     friend class Nemt::CommHub;
 
-    void Record(std::string text, const void* listener = nullptr);
+    void Record(const Nemt::CommHub* asked, std::string text, const void* listener = nullptr);
     bool Answer(const bool& answer) const;
 
     mutable std::mutex mutex;
