@@ -89,6 +89,15 @@ TEST_F(Stop, ASigintDuringThePeriodDoesNotShortenIt)
     EXPECT_GE((*closed - *supervising).count(), 249); // the period of 250 ms, in a log of whole milliseconds
 }
 
+TEST_F(Stop, IsLookedForEvery250Milliseconds)
+{
+    auto daemon = Daemon::OnTraceLibrary({}, {{"TRACE_SLEEP", "1"}});
+    ASSERT_TRUE(AwaitSupervising(daemon));
+    ASSERT_TRUE(daemon.AwaitLine("nanosleep("));
+    EXPECT_EQ(daemon.Stop(), 0);
+    EXPECT_EQ(Behind(daemon.MainThreadLines(), "DEBUG Nemt IsConnected()").at(0), "DEBUG Nemt nanosleep(0, 250000000)");
+}
+
 TEST_F(Stop, ASecondSigintChangesNothing)
 {
     auto daemon = Daemon::OnTraceLibrary();

@@ -4,12 +4,15 @@
 // What it answers is set in the environment: TRACE_OPEN, TRACE_CONNECTED, TRACE_TRANSMIT (0 or 1), TRACE_RECONNECT (a
 // sequence of 0 and 1, the last of which stays; or "throw"). How long it takes: TRACE_OPEN_DELAY, TRACE_RECONNECT_DELAY,
 // TRACE_CLOSE_DELAY (ms). Once closed it transmits nothing. TRACE_EXIT_DELAY (ms) keeps the process so long behind the end
-// of its main function.
+// of its main function. With TRACE_SLEEP=1 each sleep of the process is a line too.
 
 #include "Nemt/CommHub.h"
 
+#include <time.h>
+
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <map>
@@ -85,6 +88,19 @@ void TraceListener(const std::string& call, Numbers& numbers, const void* listen
 }
 
 } // namespace
+
+// Comes before the C library's own.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): that one's names are reserved
+extern "C" int nanosleep(const timespec* duration, timespec* remaining)
+{
+    if (Setting("TRACE_SLEEP", "0") == "1")
+    {
+        Trace("nanosleep(" + std::to_string(duration->tv_sec) + ", " + std::to_string(duration->tv_nsec) + ")");
+    }
+    const int error = clock_nanosleep(CLOCK_REALTIME, 0, duration, remaining);
+    errno = error;
+    return error == 0 ? 0 : -1;
+}
 
 namespace Nemt
 {
