@@ -20,8 +20,7 @@ constexpr const char* FilesDirectory = "/dev/orvel-board";
 } // namespace
 
 Board::Board(EventLog& eventLog, int resetGpio)
-    : events(eventLog)
-    , coProcessor(line, eventLog)
+    : coProcessor(line, eventLog)
 {
     try
     {
@@ -86,17 +85,6 @@ void Board::TakeDown()
     {
         Unmount(mounts.back());
     }
-}
-
-bool Board::SetPlugged(bool plugged)
-{
-    if (line.IsPlugged() == plugged)
-    {
-        return false;
-    }
-    line.SetPlugged(plugged);
-    events.Add(plugged ? "serial line plugged in" : "serial line pulled");
-    return true;
 }
 
 } // namespace Simulator

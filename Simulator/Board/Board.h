@@ -38,14 +38,10 @@ public:
         return *files;
     }
 
-    /// Pulls or plugs the serial line; false when it is so already. One thread at a time.
-    bool SetPlugged(bool plugged);
-
 private:
     void Build(int resetGpio);
     void TakeDown();
 
-    EventLog& events;
     SerialLine line;
     CoProcessor coProcessor;
     std::unique_ptr<KernelFiles> files;

@@ -44,12 +44,12 @@ std::string Commands::Execute(const std::string& line)
     }
     if (name == "press" || name == "release")
     {
-        const bool changed = board.TheCoProcessor().SetButton(name == "press");
+        const bool changed = coProcessor.SetButton(name == "press");
         return changed ? "" : "the button is "s + (name == "press" ? "pressed" : "released") + " already";
     }
     if (name == "plug" || name == "unplug")
     {
-        const bool changed = board.SetPlugged(name == "plug");
+        const bool changed = coProcessor.SetPlugged(name == "plug");
         return changed ? "" : "the serial line is "s + (name == "plug" ? "plugged in" : "pulled") + " already";
     }
     if (name == "help")
@@ -58,7 +58,7 @@ std::string Commands::Execute(const std::string& line)
     }
     if (name == "mute")
     {
-        board.TheCoProcessor().Hang();
+        coProcessor.Hang();
     }
     else if (name == "quit")
     {
@@ -91,7 +91,7 @@ std::string Commands::InjectTelegram(const std::string& hex)
         return "'telegram' takes 1 to " + std::to_string(MaxTelegram) +
                " bytes of two hexadecimal digits each; spaces and colons may stand between them";
     }
-    board.TheCoProcessor().InjectTelegram(*telegram);
+    coProcessor.InjectTelegram(*telegram);
     return "";
 }
 

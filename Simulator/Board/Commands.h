@@ -1,18 +1,18 @@
 #pragma once
 
-#include "Board.h"
+#include "CoProcessor.h"
 
 #include <string>
 
 namespace Simulator
 {
 
-/// What a person types to the running board.
+/// What a person types to the running board, or to a co-processor alone.
 class Commands
 {
 public:
-    explicit Commands(Board& theBoard)
-        : board(theBoard)
+    explicit Commands(CoProcessor& theCoProcessor)
+        : coProcessor(theCoProcessor)
     {
     }
 
@@ -31,7 +31,7 @@ public:
 private:
     std::string InjectTelegram(const std::string& hex);
 
-    Board& board;
+    CoProcessor& coProcessor;
     bool quitRequested = false;
 };
 

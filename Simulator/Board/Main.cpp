@@ -167,7 +167,7 @@ public:
         , events(eventLog)
         , rendezvous(meeting)
         , signals(stopSignals)
-        , commands(theBoard)
+        , commands(theBoard.TheCoProcessor())
         , demonstrationDone(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
         , daemon(daemonStart)
     {

@@ -127,6 +127,18 @@ bool CoProcessor::SetButton(bool pressed)
     return true;
 }
 
+bool CoProcessor::SetPlugged(bool plugged)
+{
+    const std::lock_guard lock(mutex);
+    if (line.IsPlugged() == plugged)
+    {
+        return false;
+    }
+    line.SetPlugged(plugged);
+    events.Add(plugged ? "serial line plugged in" : "serial line pulled");
+    return true;
+}
+
 void CoProcessor::InjectTelegram(const Bytes& cemi)
 {
     const std::lock_guard lock(mutex);

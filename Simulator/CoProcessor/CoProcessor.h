@@ -49,6 +49,9 @@ public:
     /// A press is reported, and remembered until the next reset. False when the button was so already.
     bool SetButton(bool pressed);
 
+    /// Pulls or plugs its serial line; false when it is so already.
+    bool SetPlugged(bool plugged);
+
     /// A frame from the KNX side, as it is.
     void InjectTelegram(const Bytes& cemi);
 

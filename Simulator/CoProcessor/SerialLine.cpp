@@ -35,6 +35,25 @@ SerialLine::SerialLine()
     tcsetattr(linuxEnd, TCSANOW, &settings);
 }
 
+SerialLine::SerialLine(const std::string& port)
+    : coProcessorEnd(open(port.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
+{
+    termios settings{};
+    if (coProcessorEnd == -1 || tcgetattr(coProcessorEnd, &settings) == -1)
+    {
+        const int error = errno;
+        close(coProcessorEnd);
+        throw std::runtime_error("cannot use the serial port " + port + ": " + strerror(error));
+    }
+    // 115200 baud, 8 bits, even parity, 1 stop bit, no handshake.
+    cfmakeraw(&settings);
+    settings.c_cflag &= ~static_cast<tcflag_t>(CSTOPB | PARODD | CRTSCTS);
+    settings.c_cflag |= CREAD | CLOCAL | PARENB;
+    cfsetspeed(&settings, B115200);
+    tcsetattr(coProcessorEnd, TCSANOW, &settings);
+    tcflush(coProcessorEnd, TCIOFLUSH); // it had not booted yet
+}
+
 SerialLine::~SerialLine()
 {
     close(linuxEnd);

@@ -8,18 +8,21 @@
 namespace Simulator
 {
 
-/// A serial line as a pseudo-terminal: the co-processor holds this end, the Linux side opens the device.
+/// A serial line: the co-processor holds this end, the Linux side opens the device at the other.
 class SerialLine
 {
 public:
-    /// Throws std::runtime_error where the system has no pseudo-terminal to give.
+    /// A pseudo-terminal. Throws std::runtime_error where the system has none to give.
     SerialLine();
+    /// A serial port, at the other end of whose cable the Linux side has a port of its own. Throws std::runtime_error where
+    /// `port` cannot be used.
+    explicit SerialLine(const std::string& port);
     ~SerialLine();
 
     SerialLine(const SerialLine&) = delete;
     SerialLine& operator=(const SerialLine&) = delete;
 
-    /// Path of the device for the Linux side.
+    /// Path of the device for the Linux side; empty when this end is a serial port.
     const std::string& Device() const
     {
         return device;

@@ -34,16 +34,7 @@ void UnexportPins()
 } // namespace
 
 RealBoard::RealBoard(Simulator::EventLog& eventLog, int resetGpio)
-    : events(eventLog)
-    , coProcessor(line, eventLog)
-    , trace(
-          [this, resetGpio](int pin, bool driven, bool high)
-          {
-              if (pin == resetGpio)
-              {
-                  coProcessor.SetResetLine(!driven || high);
-              }
-          })
+    : coProcessor(line, eventLog, resetGpio)
 {
     for (const char* const needed : {"/dev/uleds", "/sys/class/gpio/export", "/dev/mqueue"})
     {
@@ -66,24 +57,18 @@ RealBoard::~RealBoard()
 
 Simulator::CoProcessor& RealBoard::TheCoProcessor()
 {
-    return coProcessor;
-}
-
-void RealBoard::SetPlugged(bool plugged)
-{
-    line.SetPlugged(plugged);
-    events.Add(plugged ? "serial line plugged in" : "serial line pulled");
+    return coProcessor.TheCoProcessor();
 }
 
 std::vector<Simulator::PinChange> RealBoard::PinChanges()
 {
-    return trace.Changes();
+    return Trace().Changes();
 }
 
 void RealBoard::StartPinsAnew()
 {
     UnexportPins();
-    trace.Forget();
+    Trace().Forget();
 }
 
 std::vector<std::string> RealBoard::GpioWrites()
@@ -98,7 +83,7 @@ Simulator::FaultPlan* RealBoard::Faults()
 
 GpioTrace& RealBoard::Trace()
 {
-    return trace;
+    return coProcessor.Trace();
 }
 
 std::unique_ptr<TestBoard> TestBoard::Make(Simulator::EventLog& events, int resetGpio)

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "GpioTrace.h"
 #include "TestBoard.h"
+#include "WiredCoProcessor.h"
 
 #include <string>
 
-/// The LED and GPIO drivers of the running kernel, and the simulated co-processor behind a pseudo-terminal. Its reset input
-/// follows the real pin.
+/// The LED and GPIO drivers of the running kernel, and the simulated co-processor behind a pseudo-terminal.
 class RealBoard : public TestBoard
 {
 public:
@@ -18,7 +17,6 @@ public:
     RealBoard& operator=(const RealBoard&) = delete;
 
     Simulator::CoProcessor& TheCoProcessor() override;
-    void SetPlugged(bool plugged) override;
     std::vector<Simulator::PinChange> PinChanges() override;
     void StartPinsAnew() override;
     std::vector<std::string> GpioWrites() override;
@@ -27,8 +25,6 @@ public:
     GpioTrace& Trace();
 
 private:
-    Simulator::EventLog& events;
     Simulator::SerialLine line;
-    Simulator::CoProcessor coProcessor;
-    GpioTrace trace;
+    WiredCoProcessor coProcessor;
 };

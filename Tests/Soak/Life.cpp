@@ -213,7 +213,7 @@ void Life::LoseLink()
         coProcessor.SetResetLine(true);
         break;
     case 2:
-        board.SetPlugged(false);
+        coProcessor.SetPlugged(false);
         break;
     case 3:
         coProcessor.SetDelay(2s);
@@ -224,7 +224,7 @@ void Life::LoseLink()
     }
     Require(Await([&] { return ledger.Count("lost") > lostBefore || daemon.HasEnded(); }),
             "a lost link is not noticed");
-    board.SetPlugged(true);
+    coProcessor.SetPlugged(true);
     coProcessor.SetDelay(0ms);
     coProcessor.SetDead(kind == Dead);
     const auto isTold = [&] {

@@ -20,11 +20,6 @@ public:
         return board.TheCoProcessor();
     }
 
-    void SetPlugged(bool plugged) override
-    {
-        board.SetPlugged(plugged);
-    }
-
     std::vector<Simulator::PinChange> PinChanges() override
     {
         return board.Files().TheGpio().Changes();

@@ -26,7 +26,10 @@ public:
     virtual Simulator::CoProcessor& TheCoProcessor() = 0;
 
     /// Pulls or plugs the serial line.
-    virtual void SetPlugged(bool plugged) = 0;
+    void SetPlugged(bool plugged)
+    {
+        TheCoProcessor().SetPlugged(plugged);
+    }
 
     /// How the pins changed so far, in order; times are those of whoever changed them.
     virtual std::vector<Simulator::PinChange> PinChanges() = 0;
