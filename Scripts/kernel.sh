@@ -1,0 +1,30 @@
+# Sourced behind common.sh by what runs on a real kernel: the kernel itself, in build/kernel, and the emulated machine.
+
+# The kernel of the distribution stays until build/kernel is removed.
+need_kernel() {
+  need_packages $kernel_packages
+  for tool in qemu-system-x86_64 busybox; do
+    command -v "$tool" >/dev/null || die "$tool is missing; needed are the packages: $kernel_packages"
+  done
+  [ ! -d build/kernel/disk ] || return 0
+  say "fetching the kernel"
+  Tests/Kernel/fetch-kernel "$PWD/build/kernel"
+}
+
+# make_initrd DIRECTORY FILE: of what is in the directory. Busybox is added to it.
+make_initrd() {
+  mkdir -p "$1/bin" "$1/proc" "$1/sys" "$1/dev" "$1/tmp"
+  cp "$(command -v busybox)" "$1/bin/busybox"
+  (cd "$1" && find . | busybox cpio -o -H newc 2>/dev/null) >"$2"
+}
+
+# emulate SECONDS INITRD CONSOLE BOOT-PARAMETERS [QEMU-OPTION...]: one machine, until it is switched off, for so long at most.
+# The file CONSOLE gets what its kernel and its first process say.
+emulate() {
+  limit=$1 initrd=$2 console=$3
+  boot="console=ttyS0 quiet loglevel=4 panic=-1 oops=panic nokaslr mitigations=off random.trust_cpu=on cryptomgr.notests"
+  boot="$boot no_timer_check i8042.nokbd i8042.noaux $4" # a keyboard would bring LEDs of its own
+  shift 4
+  exec timeout "$limit" qemu-system-x86_64 -nodefaults -no-user-config -display none -no-reboot -m 512 -M pc,vmport=off \
+    -accel tcg -cpu max -kernel build/kernel/vmlinux -initrd "$initrd" -append "$boot" -serial "file:$console" "$@" </dev/null
+}
