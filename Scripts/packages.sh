@@ -1,0 +1,23 @@
+# Sourced behind common.sh by the checks that install the packages.
+
+# need_packages_built: of the last commit, into build/packages, unless they are there.
+need_packages_built() {
+  revision=$(git rev-parse --verify HEAD) || die "packages are made of a commit, and there is none"
+  [ "$(cat build/packages/revision 2>/dev/null)" != "$revision" ] || return 0
+  Scripts/package
+}
+
+# make_later_packages DIRECTORY PACKAGE...: the same ones in a later version, to upgrade to.
+make_later_packages() {
+  later=$1
+  shift
+  unpacked=$(mktemp -d)
+  for package in "$@"; do
+    dpkg-deb -R "$package" "$unpacked/package"
+    version=$(dpkg-deb -f "$package" Version)
+    sed -i "s/^Version: .*/&.later/; s/(= $version)/(= $version.later)/" "$unpacked/package/DEBIAN/control"
+    dpkg-deb --root-owner-group -b "$unpacked/package" "$later" >/dev/null
+    rm -r "$unpacked/package"
+  done
+  rmdir "$unpacked"
+}

@@ -1,0 +1,58 @@
+// queue-rights: what the user may do with each queue of the daemon, one line each, such as "/cemiToLL: send, take". Takes no
+// message away.
+// queue-rights occupy: makes the queue for frames to the bus before the daemon does.
+
+#include "Orvel/Protocol.h"
+
+#include <fcntl.h>
+#include <mqueue.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <initializer_list>
+
+namespace
+{
+
+bool MayOpen(const char* queue, int how)
+{
+    const mqd_t descriptor = mq_open(queue, how);
+    if (descriptor != -1)
+    {
+        mq_close(descriptor);
+        return true;
+    }
+    if (errno != EACCES)
+    {
+        std::printf("%s: %s\n", queue, strerror(errno)); // no such queue, as a rule
+    }
+    return false;
+}
+
+// As large as the daemon would make it, so that it fits.
+bool Occupy()
+{
+    mq_attr attributes{};
+    attributes.mq_maxmsg = ORVEL_CEMI_QUEUE_CAPACITY;
+    attributes.mq_msgsize = ORVEL_CEMI_MESSAGE_SIZE;
+    return mq_open(ORVEL_CEMI_TO_LL_QUEUE, O_RDONLY | O_CREAT | O_EXCL, 0666, &attributes) != -1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc > 1)
+    {
+        return strcmp(argv[1], "occupy") == 0 && Occupy() ? 0 : 1;
+    }
+    for (const char* const queue : {ORVEL_CEMI_TO_LL_QUEUE, ORVEL_CEMI_FROM_LL_QUEUE, ORVEL_PROG_BUTTON_QUEUE})
+    {
+        const bool send = MayOpen(queue, O_WRONLY);
+        const bool take = MayOpen(queue, O_RDONLY);
+        std::printf("%s: %s%s%s\n", queue, send ? "send" : "", send && take ? ", " : "",
+                    take ? "take" : (send ? "" : "nothing"));
+    }
+    return 0;
+}
