@@ -23,7 +23,7 @@
 namespace
 {
 
-constexpr uint32_t Boards = 4;
+constexpr std::size_t Boards = 4;
 constexpr unsigned JobLimit = 7200; // s
 
 struct Form
@@ -37,7 +37,8 @@ constexpr Form Full{{1'000, 1'000'000, 100'000, 100'000}, 2'000};
 
 Amounts OfOneBoard(const Amounts& all)
 {
-    return {all.losses / Boards, all.frames / Boards, all.buttons / Boards, all.brightness / Boards};
+    constexpr long Share = Boards;
+    return {all.losses / Share, all.frames / Share, all.buttons / Share, all.brightness / Share};
 }
 
 void Print(const Figures& figures)
@@ -82,7 +83,7 @@ int RunAll(const Form& form, uint32_t seed)
                         std::to_string(amounts.buttons),
                         std::to_string(amounts.brightness)};
             }
-            return {"starts", jobSeed, std::to_string(form.starts / Boards)};
+            return {"starts", jobSeed, std::to_string(form.starts / static_cast<long>(Boards))};
         },
         [&](std::size_t job, const JobResult& result)
         {
