@@ -135,7 +135,7 @@ std::string ObjectOf(About about, pid_t process, const __u64* arguments, bool ma
         return mainThread ? "main" : "worker";
     case About::Futex:
     {
-        const auto operation = arguments[1] & FUTEX_CMD_MASK;
+        const auto operation = arguments[1] & static_cast<unsigned>(FUTEX_CMD_MASK);
         return operation == FUTEX_WAIT || operation == FUTEX_WAIT_BITSET ? "wait" : "wake";
     }
     case About::Descriptor:
