@@ -1,10 +1,8 @@
 // orvelctl: talks to the daemon as an application does, for people who write applications.
 
 #include "Failure.h"
-#include "Monitor.h"
 #include "Options.h"
 #include "Output.h"
-#include "Send.h"
 
 #include <csignal>
 #include <cstdio>
@@ -15,7 +13,7 @@ using namespace OrvelClient;
 namespace
 {
 
-void Run(const Options& options)
+Status Run(const Options& options)
 {
     switch (options.command)
     {
@@ -28,7 +26,22 @@ void Run(const Options& options)
     case Options::Command::Monitor:
         Monitor(options.monitor);
         break;
+    case Options::Command::Replay:
+        Replay(options.replay);
+        break;
+    case Options::Command::Generate:
+        Generate(options.generate);
+        break;
+    case Options::Command::Button:
+        Button(options.button);
+        break;
+    case Options::Command::Led:
+        Led(options.led);
+        break;
+    case Options::Command::Check:
+        return Check(options.check) ? Status::Done : Status::Failed;
     }
+    return Status::Done;
 }
 
 } // namespace
@@ -38,8 +51,7 @@ int main(int argc, char** argv)
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); // a failed write tells the same, and can be told from others
     try
     {
-        Run(ParseOptions(argc, argv));
-        return 0;
+        return static_cast<int>(Run(ParseOptions(argc, argv)));
     }
     catch (const Failure& failure)
     {

@@ -21,6 +21,11 @@ Message FromQueue(const Bytes& received, std::chrono::microseconds time)
     return message;
 }
 
+std::chrono::microseconds Now()
+{
+    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch());
+}
+
 std::optional<uint16_t> LinkState(const Bytes& frame)
 {
     if (frame.size() != ORVEL_LINK_STATE_MESSAGE_SIZE - 1 || frame[0] != ORVEL_LINK_STATE_CODE)

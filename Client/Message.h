@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Hex.h"
+#include "HexDigits.h"
 
 #include <chrono>
 #include <optional>
@@ -19,6 +19,9 @@ struct Message
 /// The message for what was received: the size byte and the frame. The length that was received counts, because the size
 /// byte overflows.
 Message FromQueue(const Bytes& received, std::chrono::microseconds time);
+
+/// The time of day, since the epoch.
+std::chrono::microseconds Now();
 
 /// The state, when the frame is a message about the link.
 std::optional<uint16_t> LinkState(const Bytes& frame);

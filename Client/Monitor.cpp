@@ -48,11 +48,6 @@ private:
     uint64_t sum = 0;
 };
 
-std::chrono::microseconds Now()
-{
-    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch());
-}
-
 } // namespace
 
 void Monitor(const MonitorOptions& options)

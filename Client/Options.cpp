@@ -6,7 +6,13 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
+#include <iomanip>
+#include <limits>
+#include <optional>
+#include <sstream>
 #include <string_view>
+#include <type_traits>
 
 namespace OrvelClient
 {
@@ -21,6 +27,11 @@ constexpr const char* GeneralHelp = "Talks to the orvel daemon as an application
                                     "\n"
                                     "send HEX         send a frame to the bus, or each line of standard input\n"
                                     "monitor          show what comes from the bus, and the state of the link\n"
+                                    "replay FILE      send what a log or a capture of the monitor has\n"
+                                    "generate         send random telegrams, for load\n"
+                                    "button           show when the programming button is pressed and released\n"
+                                    "led NAME STATE   list the LEDs, show one, or set it: on, off, 0 to 100\n"
+                                    "check            say whether the daemon would start on this machine\n"
                                     "\n"
                                     "'orvelctl COMMAND --help' has the options of a command.\n"
                                     "\n"
@@ -29,6 +40,17 @@ constexpr const char* GeneralHelp = "Talks to the orvel daemon as an application
 [[noreturn]] void Reject(const std::string& why)
 {
     throw Failure(Status::WrongOption, why);
+}
+
+// Nothing unless all of the text is one number.
+template<typename Number>
+std::optional<Number> ParseNumber(const std::string& text)
+{
+    std::istringstream stream(text);
+    Number number{};
+    const bool isNumber = !text.empty() && std::string("-.0123456789").find(text.front()) != std::string::npos &&
+                          (text.front() != '-' || std::is_signed_v<Number>)&&stream >> number && stream.eof();
+    return isNumber ? std::optional(number) : std::nullopt;
 }
 
 // A command with its own options.
@@ -89,6 +111,11 @@ public:
         return given[option].as<std::string>();
     }
 
+    std::vector<std::string> Texts(const char* option) const
+    {
+        return given[option].as<std::vector<std::string>>();
+    }
+
     /// The option's value, or `otherwise` when it was not given.
     template<typename Number>
     Number NumberOr(Number otherwise, const char* option, Number least, Number most) const
@@ -97,25 +124,22 @@ public:
         {
             return otherwise;
         }
-        const Number number = given[option].as<Number>();
-        if (!(number >= least && number <= most))
+        const auto number = ParseNumber<Number>(Text(option));
+        if (!number || !(*number >= least && *number <= most))
         {
-            Reject(std::string("--") + option + " takes " + PlainNumber(least) + " to " + PlainNumber(most));
+            Reject(std::string("--") + option + " takes " + PlainNumber(least) + " to " + PlainNumber(most) +
+                   ", not '" + Text(option) + "'");
         }
-        return number;
+        return *number;
     }
 
 private:
     template<typename Number>
     static std::string PlainNumber(Number number)
     {
-        std::string text = std::to_string(number);
-        if (text.find('.') != std::string::npos)
-        {
-            text.erase(text.find_last_not_of('0') + 1);
-            text.erase(text.find_last_not_of('.') + 1);
-        }
-        return text;
+        std::ostringstream stream;
+        stream << std::setprecision(std::numeric_limits<Number>::digits10) << number;
+        return stream.str();
     }
 
     cxxopts::Options definitions;
@@ -124,10 +148,40 @@ private:
 
 constexpr long MaxWait = 86400000;               // ms: a day
 constexpr uint64_t MaxNumber = 1000000000000000; // more than anybody will wait for
+constexpr double MinSpeed = 0.001;
+constexpr double MaxSpeed = 1000;
+constexpr double MinRate = 0.001; // telegrams a second
+constexpr double MaxRate = 100000;
+constexpr int MaxBrightness = 100;
 
 std::chrono::milliseconds Wait(const CommandLine& line, std::chrono::milliseconds otherwise)
 {
     return std::chrono::milliseconds(line.NumberOr<long>(otherwise.count(), "wait", 0, MaxWait));
+}
+
+void AddTime(CommandLine& line)
+{
+    line.Add()(
+        "t,time",
+        "Time stamps: absolute (seconds since 1970), relative (to the first message) or delta (to the one before), "
+        "default is: absolute",
+        cxxopts::value<std::string>());
+}
+
+void AddNumber(CommandLine& line, const char* text)
+{
+    line.Add()("n,number", text, cxxopts::value<std::string>());
+}
+
+uint64_t Number(const CommandLine& line)
+{
+    return line.NumberOr<uint64_t>(0, "number", 1, MaxNumber);
+}
+
+void AddWait(CommandLine& line, const std::string& defaultValue)
+{
+    line.Add()("wait", "Wait so many milliseconds for room in the queue, default is: " + defaultValue,
+               cxxopts::value<std::string>());
 }
 
 TimeStamp ParseTimeStamp(const CommandLine& line)
@@ -148,13 +202,47 @@ TimeStamp ParseTimeStamp(const CommandLine& line)
     return TimeStamp::Delta;
 }
 
+// 0 for as fast as it goes.
+double Speed(const std::string& text)
+{
+    if (text == "max")
+    {
+        return 0;
+    }
+    const auto speed = ParseNumber<double>(text);
+    if (!speed || !(*speed >= MinSpeed && *speed <= MaxSpeed))
+    {
+        Reject("--speed takes 0.001 to 1000, or max, not '" + text + "'");
+    }
+    return *speed;
+}
+
+// Nothing for "on".
+std::optional<int> Brightness(const std::string& text)
+{
+    if (text == "on")
+    {
+        return std::nullopt;
+    }
+    if (text == "off")
+    {
+        return 0;
+    }
+    const auto brightness = ParseNumber<int>(text);
+    if (!brightness || *brightness < 0 || *brightness > MaxBrightness)
+    {
+        Reject("an LED is on, off or 0 to 100, not '" + text + "'");
+    }
+    return brightness;
+}
+
 // Each command defines its options and takes them over; false when help was asked for, which is then in `options`.
 
 void ParseSend(Options& options, int argc, const char* const* argv)
 {
     CommandLine line("send", "[OPTION...] [HEX...]",
                      "Sends the frame to the bus. Without HEX, each line of standard input is a frame.");
-    line.Add()("wait", "Wait so many milliseconds for room in the queue, default is: 0", cxxopts::value<long>());
+    AddWait(line, "0");
     if (!line.Parse(argc, argv, SIZE_MAX))
     {
         options.help = line.Help();
@@ -168,11 +256,10 @@ void ParseSend(Options& options, int argc, const char* const* argv)
 void ParseMonitor(Options& options, int argc, const char* const* argv)
 {
     CommandLine line("monitor", "[OPTION...]", "Shows each message from the bus, and the state of the link.");
+    AddTime(line);
+    AddNumber(line, "End after so many messages.");
     // clang-format off
     line.Add()
-        ("t,time", "Time stamps: absolute (seconds since 1970), relative (to the first message) or delta (to the one before), default is: absolute",
-            cxxopts::value<std::string>())
-        ("n,number", "End after so many messages.", cxxopts::value<uint64_t>())
         ("count", "Show only how many messages of each kind came, at the end.")
         ("json", "Show each message as one JSON object.")
         ("pcap", "Write a capture for Wireshark and tshark to this file; '-' is standard output.",
@@ -204,7 +291,127 @@ void ParseMonitor(Options& options, int argc, const char* const* argv)
     options.command = Options::Command::Monitor;
     monitor.timeStamp = ParseTimeStamp(line);
     monitor.captureFile = line.Has("pcap") ? line.Text("pcap") : "";
-    monitor.number = line.NumberOr<uint64_t>(0, "number", 1, MaxNumber);
+    monitor.number = Number(line);
+}
+
+void ParseReplay(Options& options, int argc, const char* const* argv)
+{
+    CommandLine line("replay", "[OPTION...] FILE",
+                     "Sends what a log or a capture of the monitor has, with its timing; '-' is standard input.");
+    line.Add()("speed", "So many times as fast; max is as fast as the queue takes it, default is: 1",
+               cxxopts::value<std::string>());
+    AddWait(line, "1000");
+    if (!line.Parse(argc, argv, 1))
+    {
+        options.help = line.Help();
+        return;
+    }
+    if (line.Arguments().empty())
+    {
+        Reject("replay needs a file");
+    }
+    options.command = Options::Command::Replay;
+    options.replay.file = line.Arguments()[0];
+    options.replay.speed = Speed(line.Has("speed") ? line.Text("speed") : "1");
+    options.replay.wait = Wait(line, options.replay.wait);
+}
+
+void ParseGenerate(Options& options, int argc, const char* const* argv)
+{
+    CommandLine line("generate", "[OPTION...]", "Sends random telegrams to random group addresses.");
+    line.Add()("rate", "So many telegrams a second, default is: 10", cxxopts::value<std::string>());
+    AddNumber(line, "End after so many telegrams.");
+    // clang-format off
+    line.Add()
+        ("seed", "The same telegrams for the same number; without it others each time.", cxxopts::value<std::string>())
+        ("print", "Show the telegrams, as 'send' reads them, instead of sending them.");
+    // clang-format on
+    AddWait(line, "1000");
+    if (!line.Parse(argc, argv, 0))
+    {
+        options.help = line.Help();
+        return;
+    }
+    options.command = Options::Command::Generate;
+    GenerateOptions& generate = options.generate;
+    generate.rate = line.NumberOr<double>(generate.rate, "rate", MinRate, MaxRate);
+    generate.number = Number(line);
+    if (line.Has("seed"))
+    {
+        generate.seed = line.NumberOr<uint32_t>(0, "seed", 0, UINT32_MAX);
+    }
+    generate.print = line.Has("print");
+    generate.wait = Wait(line, generate.wait);
+}
+
+void ParseButton(Options& options, int argc, const char* const* argv)
+{
+    CommandLine line("button", "[OPTION...]", "Shows when the programming button is pressed and released.");
+    line.Add()("queue", "The queue of the button, default is: " ORVEL_PROG_BUTTON_QUEUE, cxxopts::value<std::string>());
+    AddTime(line);
+    AddNumber(line, "End after so many messages.");
+    if (!line.Parse(argc, argv, 0))
+    {
+        options.help = line.Help();
+        return;
+    }
+    options.command = Options::Command::Button;
+    options.button.queue = line.Has("queue") ? line.Text("queue") : options.button.queue;
+    options.button.timeStamp = ParseTimeStamp(line);
+    options.button.number = Number(line);
+}
+
+void ParseLed(Options& options, int argc, const char* const* argv)
+{
+    CommandLine line("led", "[OPTION...] [NAME [on|off|0..100]]",
+                     "Lists the LEDs with their brightness and the highest there is, or sets one.");
+    if (!line.Parse(argc, argv, 2))
+    {
+        options.help = line.Help();
+        return;
+    }
+    options.command = Options::Command::Led;
+    const auto& arguments = line.Arguments();
+    if (!arguments.empty())
+    {
+        options.led.name = arguments[0];
+        if (options.led.name.empty())
+        {
+            Reject("an LED has a name");
+        }
+    }
+    if (arguments.size() > 1)
+    {
+        options.led.full = arguments[1] == "on";
+        options.led.brightness = Brightness(arguments[1]);
+    }
+}
+
+void ParseCheck(Options& options, int argc, const char* const* argv)
+{
+    CommandLine line("check", "[OPTION...]",
+                     "Says whether the daemon would start on this machine for this user, and what to do about it.");
+    // clang-format off
+    line.Add()
+        ("driver", "The daemon to look at, default is the one installed or built beside this program.",
+            cxxopts::value<std::string>())
+        ("reset_gpio", "As the daemon's option, default is: 3", cxxopts::value<std::string>())
+        ("prog_button_message_queue", "As the daemon's option, repeat for multiple, default is: " ORVEL_PROG_BUTTON_QUEUE,
+            cxxopts::value<std::vector<std::string>>());
+    // clang-format on
+    if (!line.Parse(argc, argv, 0))
+    {
+        options.help = line.Help();
+        return;
+    }
+    options.command = Options::Command::Check;
+    CheckOptions& check = options.check;
+    check.driver = line.Has("driver") ? line.Text("driver") : "";
+    check.resetGpio = line.NumberOr<int>(check.resetGpio, "reset_gpio", 0, INT32_MAX);
+    if (line.Has("prog_button_message_queue"))
+    {
+        check.buttonQueues = line.Texts("prog_button_message_queue");
+    }
 }
 
 struct CommandName
@@ -213,7 +420,10 @@ struct CommandName
     void (*parse)(Options&, int, const char* const*);
 };
 
-constexpr std::array Commands{CommandName{"send", ParseSend}, CommandName{"monitor", ParseMonitor}};
+constexpr std::array Commands{CommandName{"send", ParseSend},     CommandName{"monitor", ParseMonitor},
+                              CommandName{"replay", ParseReplay}, CommandName{"generate", ParseGenerate},
+                              CommandName{"button", ParseButton}, CommandName{"led", ParseLed},
+                              CommandName{"check", ParseCheck}};
 
 } // namespace
 

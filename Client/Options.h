@@ -1,6 +1,11 @@
 #pragma once
 
+#include "Button.h"
+#include "Check.h"
+#include "Generate.h"
+#include "Led.h"
 #include "Monitor.h"
+#include "Replay.h"
 #include "Send.h"
 
 #include <string>
@@ -15,12 +20,22 @@ struct Options
     {
         Help,
         Send,
-        Monitor
+        Monitor,
+        Replay,
+        Generate,
+        Button,
+        Led,
+        Check
     };
 
     Command command = Command::Help;
     SendOptions send;
     MonitorOptions monitor;
+    ReplayOptions replay;
+    GenerateOptions generate;
+    ButtonOptions button;
+    LedOptions led;
+    CheckOptions check;
     std::string help;
 };
 

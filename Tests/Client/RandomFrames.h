@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Hex.h"
+#include "HexDigits.h"
 
 #include <random>
 

@@ -5,11 +5,7 @@
 
 #include <gmock/gmock.h>
 
-#include <pty.h>
-#include <unistd.h>
-
 #include <csignal>
-#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -120,9 +116,8 @@ TEST_F(ClientMonitor, ShowsEachMessageAsAnObject)
 
 TEST_F(ClientMonitor, WritesACaptureToAFileOrStandardOutput)
 {
-    std::string pattern = (std::filesystem::temp_directory_path() / "orvelctl-XXXXXX").string();
-    const std::filesystem::path directory = mkdtemp(pattern.data());
-    const std::string file = directory / "capture";
+    const TemporaryDirectory directory;
+    const std::string file = directory.File("capture");
     for (const std::string& command : {"--pcap " + file, "--pcap - >" + file})
     {
         fromLink.PutFrame("f0");
@@ -134,7 +129,6 @@ TEST_F(ClientMonitor, WritesACaptureToAFileOrStandardOutput)
         EXPECT_EQ(text.size(), 24 + 16 + 12 + 1) << command;
         EXPECT_EQ(text.substr(text.size() - 9), std::string("cemi\0\0\0\0\xf0", 9)) << command;
     }
-    std::filesystem::remove_all(directory);
 }
 
 TEST_F(ClientMonitor, TakesTheLengthThatWasReceivedForThatOfTheFrame)
@@ -204,28 +198,6 @@ TEST(ClientMonitorAlone, WithoutADaemonThereIsNoQueue)
     const Outcome outcome = RunClient({"monitor"});
     EXPECT_EQ(outcome.status, 5);
     EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: there is no queue /cemiFromLL: does the daemon run?"));
-}
-
-// What the shell command writes to a terminal.
-std::string OnTerminal(const std::string& command)
-{
-    int terminal = -1;
-    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
-    if (child == 0)
-    {
-        setenv("ORVELCTL", CLIENT, 1);
-        execlp("sh", "sh", "-c", command.c_str(), nullptr);
-        _exit(127);
-    }
-    std::string text;
-    std::array<char, 4096> buffer{};
-    for (ssize_t size = 0; (size = read(terminal, buffer.data(), buffer.size())) > 0;)
-    {
-        text.append(buffer.data(), static_cast<std::size_t>(size));
-    }
-    close(terminal);
-    waitpid(child, nullptr, 0);
-    return text;
 }
 
 TEST_F(ClientMonitor, SaysAtATerminalOnlyThatItTakesTheMessagesAway)

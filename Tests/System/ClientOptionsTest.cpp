@@ -23,10 +23,16 @@ TEST(ClientOptions, HelpListsTheCommands)
 
 TEST(ClientOptions, HelpOfACommandListsItsOptions)
 {
-    const Outcome outcome = RunClient({"send", "--help"});
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.lines, Contains(StartsWith("      --wait arg")));
-    EXPECT_EQ(RunClient({"monitor", "-h"}).status, 0);
+    for (const char* const command : {"send", "monitor", "replay", "generate", "button", "led", "check"})
+    {
+        for (const char* const option : {"--help", "-h"})
+        {
+            const Outcome outcome = RunClient({command, option});
+            EXPECT_EQ(outcome.status, 0);
+            EXPECT_THAT(outcome.lines, Contains(StartsWith("  -h, --help ")));
+            EXPECT_THAT(outcome.lines, Contains(StartsWith(std::string("  orvelctl ") + command + " [OPTION...]")));
+        }
+    }
 }
 
 TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
@@ -35,23 +41,59 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{}, "needs a command; --help lists them"},
         {{"jump"}, "'jump' is no command; --help lists them"},
         {{"--json"}, "'--json' is no command; --help lists them"},
-        {{"send", "--jump"}, "Option ‘jump’ does not exist"},
-        {{"send", "--wait"}, "Option ‘wait’ is missing an argument"},
-        {{"send", "--wait", "soon", "29"}, "Argument ‘soon’ failed to parse"},
-        {{"send", "--wait", "-1", "29"}, "--wait takes 0 to 86400000"},
-        {{"send", "--wait", "86400001", "29"}, "--wait takes 0 to 86400000"},
+        {{"send", "--wait", "soon", "29"}, "--wait takes 0 to 86400000, not 'soon'"},
+        {{"send", "--wait", "1s", "29"}, "--wait takes 0 to 86400000, not '1s'"},
+        {{"send", "--wait", "", "29"}, "--wait takes 0 to 86400000, not ''"},
+        {{"send", "--wait", "-1", "29"}, "--wait takes 0 to 86400000, not '-1'"},
+        {{"send", "--wait", "86400001", "29"}, "--wait takes 0 to 86400000, not '86400001'"},
         {{"monitor", "x"}, "'x' is not understood"},
-        {{"monitor", "--number", "0"}, "--number takes 1 to 1000000000000000"},
+        {{"monitor", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
         {{"monitor", "--time", "local"}, "--time is absolute, relative or delta, not 'local'"},
         {{"monitor", "--json", "--count"}, "--count and --json cannot go together"},
         {{"monitor", "--json", "--time", "delta"}, "--time and --json cannot go together"},
         {{"monitor", "--json", "--pcap", "-"}, "--json and --pcap cannot go together"},
+        {{"replay"}, "replay needs a file"},
+        {{"replay", "a", "b"}, "'b' is not understood"},
+        {{"replay", "a", "--speed", "fast"}, "--speed takes 0.001 to 1000, or max, not 'fast'"},
+        {{"replay", "a", "--speed", "1x"}, "--speed takes 0.001 to 1000, or max, not '1x'"},
+        {{"replay", "a", "--speed", "0"}, "--speed takes 0.001 to 1000, or max, not '0'"},
+        {{"replay", "a", "--speed", "1001"}, "--speed takes 0.001 to 1000, or max, not '1001'"},
+        {{"replay", "a", "--speed", "nan"}, "--speed takes 0.001 to 1000, or max, not 'nan'"},
+        {{"replay", "a", "--wait", "-1"}, "--wait takes 0 to 86400000, not '-1'"},
+        {{"generate", "x"}, "'x' is not understood"},
+        {{"generate", "--rate", "0"}, "--rate takes 0.001 to 100000, not '0'"},
+        {{"generate", "--rate", "100001"}, "--rate takes 0.001 to 100000, not '100001'"},
+        {{"generate", "--rate", "nan"}, "--rate takes 0.001 to 100000, not 'nan'"},
+        {{"generate", "--seed", "-1"}, "--seed takes 0 to 4294967295, not '-1'"},
+        {{"generate", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
+        {{"button", "x"}, "'x' is not understood"},
+        {{"button", "--time", "local"}, "--time is absolute, relative or delta, not 'local'"},
+        {{"led", "a", "on", "b"}, "'b' is not understood"},
+        {{"led", ""}, "an LED has a name"},
+        {{"led", "a", "101"}, "an LED is on, off or 0 to 100, not '101'"},
+        {{"led", "a", "ON"}, "an LED is on, off or 0 to 100, not 'ON'"},
+        {{"led", "a", ""}, "an LED is on, off or 0 to 100, not ''"},
+        {{"check", "x"}, "'x' is not understood"},
+        {{"check", "--reset_gpio", "-1"}, "--reset_gpio takes 0 to 2147483647, not '-1'"},
+        {{"check", "--reset_gpio", "x"}, "--reset_gpio takes 0 to 2147483647, not 'x'"},
     };
     for (const auto& [arguments, line] : wrong)
     {
         const Outcome outcome = RunClient(arguments);
         EXPECT_EQ(outcome.status, 2) << line;
         EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: " + line));
+    }
+}
+
+// In the words of the library that reads the options.
+TEST(ClientOptions, UnknownOnesAndThoseWithoutTheirValueGetOneLineAndStatus2)
+{
+    const std::vector<std::vector<std::string>> wrong{{"send", "--jump"}, {"send", "--wait"}, {"led", "--on"}};
+    for (const auto& arguments : wrong)
+    {
+        const Outcome outcome = RunClient(arguments);
+        EXPECT_EQ(outcome.status, 2) << arguments[1];
+        EXPECT_THAT(outcome.lines, ElementsAre(StartsWith("orvelctl: "))) << arguments[1];
     }
 }
 

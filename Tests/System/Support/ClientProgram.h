@@ -7,9 +7,13 @@
 
 #include <fcntl.h>
 #include <mqueue.h>
+#include <pty.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -98,6 +102,55 @@ inline Outcome RunClient(const std::vector<std::string>& arguments, const std::s
     client.EndInput();
     return client.End();
 }
+
+/// What a shell command writes to a terminal. "$ORVELCTL" is the program.
+inline std::string OnTerminal(const std::string& command)
+{
+    int terminal = -1;
+    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0)
+    {
+        setenv("ORVELCTL", CLIENT, 1);
+        execlp("sh", "sh", "-c", command.c_str(), nullptr);
+        _exit(127);
+    }
+    std::string text;
+    std::array<char, 4096> buffer{};
+    for (ssize_t size = 0; (size = read(terminal, buffer.data(), buffer.size())) > 0;)
+    {
+        text.append(buffer.data(), static_cast<std::size_t>(size));
+    }
+    close(terminal);
+    waitpid(child, nullptr, 0);
+    return text;
+}
+
+/// A directory that goes with the test.
+class TemporaryDirectory
+{
+public:
+    TemporaryDirectory()
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "orvelctl-XXXXXX").string();
+        path = mkdtemp(pattern.data());
+    }
+
+    ~TemporaryDirectory()
+    {
+        std::filesystem::remove_all(path);
+    }
+
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    std::string File(const std::string& name) const
+    {
+        return path / name;
+    }
+
+private:
+    std::filesystem::path path;
+};
 
 /// A queue of the daemon, made by the test in the daemon's place.
 class MadeQueue

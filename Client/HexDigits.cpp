@@ -1,4 +1,4 @@
-#include "Hex.h"
+#include "HexDigits.h"
 
 #include "Failure.h"
 

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "Orvel/Protocol.h"
+
+#include <string>
+#include <vector>
+
+namespace OrvelClient
+{
+
+struct CheckOptions
+{
+    std::string driver; ///< the daemon; empty: the one that lies beside this program
+    int resetGpio = 3;
+    std::vector<std::string> buttonQueues{ORVEL_PROG_BUTTON_QUEUE};
+};
+
+/// Shows, a line each, whether this machine has what the daemon needs when this user starts it, and what to do about it.
+/// False when the daemon would not start. Throws Failure.
+bool Check(const CheckOptions& options);
+
+} // namespace OrvelClient

@@ -1,0 +1,97 @@
+#include "Led.h"
+
+#include "Failure.h"
+#include "Output.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <set>
+
+namespace OrvelClient
+{
+
+namespace
+{
+
+constexpr const char* LedDirectory = "/sys/class/leds";
+
+std::string Path(const std::string& led, const char* file)
+{
+    return std::string(LedDirectory) + "/" + led + "/" + file;
+}
+
+// Empty when it cannot be read.
+std::string Content(const std::string& file)
+{
+    std::ifstream stream(file);
+    std::string word;
+    stream >> word;
+    return word;
+}
+
+std::set<std::string> Leds()
+{
+    std::set<std::string> names;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(LedDirectory, ignored))
+    {
+        names.insert(entry.path().filename());
+    }
+    return names;
+}
+
+// "prg1 0 100": the name, the brightness and the highest there is.
+std::string Line(const std::string& led)
+{
+    return led + " " + Content(Path(led, "brightness")) + " " + Content(Path(led, "max_brightness")) + "\n";
+}
+
+void Set(const std::string& led, const std::string& brightness)
+{
+    const std::string file = Path(led, "brightness");
+    const int descriptor = open(file.c_str(), O_WRONLY | O_CLOEXEC);
+    const bool done = descriptor != -1 && write(descriptor, brightness.data(), brightness.size()) != -1;
+    const int error = errno;
+    close(descriptor);
+    if (!done && error == EACCES)
+    {
+        throw Failure(Status::NotAllowed, file + " is not for this user: be root, or in the group orvel");
+    }
+    if (!done)
+    {
+        throw Failure(Status::Failed, "cannot write " + file + ": " + strerror(error));
+    }
+}
+
+} // namespace
+
+void Led(const LedOptions& options)
+{
+    const std::set<std::string> leds = Leds();
+    if (!options.name.empty() && leds.count(options.name) == 0)
+    {
+        throw Failure(Status::NotThere, "there is no LED '" + options.name + "' in " + LedDirectory);
+    }
+    if (leds.empty())
+    {
+        throw Failure(Status::NotThere, std::string("there is no LED in ") + LedDirectory + ": does the daemon run?");
+    }
+    if (options.full || options.brightness)
+    {
+        Set(options.name,
+            options.full ? Content(Path(options.name, "max_brightness")) : std::to_string(*options.brightness));
+        return;
+    }
+    Output output;
+    for (const std::string& led : options.name.empty() ? leds : std::set<std::string>{options.name})
+    {
+        output.Write(Line(led));
+    }
+}
+
+} // namespace OrvelClient

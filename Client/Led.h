@@ -1,0 +1,19 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace OrvelClient
+{
+
+struct LedOptions
+{
+    std::string name;              ///< empty: all are listed
+    std::optional<int> brightness; ///< none: it is shown
+    bool full = false;             ///< as bright as it can be, instead of `brightness`
+};
+
+/// Lists the LEDs of this machine, or shows or sets one. Throws Failure.
+void Led(const LedOptions& options);
+
+} // namespace OrvelClient

@@ -1,0 +1,69 @@
+#include "RandomTelegrams.h"
+
+#include "CemiMessage.h"
+
+#include "Orvel/Protocol.h"
+
+#include <array>
+
+namespace OrvelClient
+{
+
+namespace
+{
+
+constexpr std::size_t Overhead = 11; // bytes of a frame beside its data
+constexpr std::size_t MaxStandardData = 14;
+constexpr std::size_t MaxExtendedData = ORVEL_CEMI_MAX_FRAME_TO_LL - Overhead;
+
+constexpr uint8_t Hops = 6U << 4U;
+constexpr uint8_t ToGroup = 0x80;
+constexpr uint8_t Read = 0x00; // the low byte of the APCI
+constexpr uint8_t Response = 0x40;
+constexpr uint8_t Write = 0x80;
+
+} // namespace
+
+// The standard library's distributions differ between libraries.
+uint32_t RandomTelegrams::Below(uint32_t limit)
+{
+    return static_cast<uint32_t>(engine() % limit);
+}
+
+std::size_t RandomTelegrams::DataSize(bool isExtended)
+{
+    return isExtended ? MaxStandardData + 1 + Below(MaxExtendedData - MaxStandardData) : 1 + Below(MaxStandardData);
+}
+
+Bytes RandomTelegrams::Next()
+{
+    static const std::array<uint8_t, 8> services{Write, Write, Write, Write, Write, Response, Response, Read};
+    static const std::array<uint8_t, 8> priorities{0x0C, 0x0C, 0x0C, 0x0C, 0x0C, 0x0C, 0x08, 0x04}; // low to normal
+    const uint8_t service = services.at(Below(services.size()));
+    const bool isLong = service != Read && Below(2) == 0;
+    const bool isExtended = isLong && Below(8) == 0;
+    const uint32_t group = 1 + Below(0xFFFF); // 0/0/0 is everybody
+    const auto control1 = static_cast<uint8_t>((isExtended ? 0x30U : 0xB0U) | priorities.at(Below(priorities.size())));
+    Bytes data(isLong ? DataSize(isExtended) : 0);
+    for (uint8_t& byte : data)
+    {
+        byte = static_cast<uint8_t>(Below(256));
+    }
+    const uint32_t shortValue = isLong || service == Read ? 0 : Below(64);
+
+    Bytes frame{static_cast<uint8_t>(MessageCode::LDataReq),
+                0, // no additional information
+                control1,
+                ToGroup | Hops,
+                0, // the source is filled in by whoever sends it
+                0,
+                static_cast<uint8_t>(group >> 8U),
+                static_cast<uint8_t>(group & 0xFFU),
+                static_cast<uint8_t>(1 + data.size()),
+                0,
+                static_cast<uint8_t>(service | shortValue)};
+    frame.insert(frame.end(), data.begin(), data.end());
+    return frame;
+}
+
+} // namespace OrvelClient

@@ -1,0 +1,182 @@
+#include "Replay.h"
+
+#include "Capture.h"
+#include "CemiMessage.h"
+#include "Failure.h"
+#include "FrameSender.h"
+#include "Log.h"
+#include "Output.h"
+
+#include "Orvel/Protocol.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sstream>
+
+namespace OrvelClient
+{
+
+namespace
+{
+
+std::string ReadAll(const std::string& file)
+{
+    std::FILE* const stream = file == "-" ? stdin : std::fopen(file.c_str(), "re");
+    std::string content;
+    std::array<char, 65536> buffer{};
+    for (std::size_t size = 1; stream != nullptr && size > 0;)
+    {
+        size = std::fread(buffer.data(), 1, buffer.size(), stream);
+        content.append(buffer.data(), size);
+    }
+    const bool isRead = stream != nullptr && std::ferror(stream) == 0;
+    const int error = errno;
+    if (stream != nullptr)
+    {
+        static_cast<void>(std::fclose(stream)); // nothing was written
+    }
+    if (!isRead)
+    {
+        throw Failure(Status::Failed, "cannot read " + file + ": " + strerror(error));
+    }
+    return content;
+}
+
+std::vector<Message> ReadMessages(const std::string& file)
+{
+    std::istringstream content(ReadAll(file));
+    try
+    {
+        return IsCapture(content.str()) ? ReadCapture(content) : ReadLog(content);
+    }
+    catch (const Failure& failure)
+    {
+        throw Failure(failure.ExitStatus(), (file == "-" ? "standard input" : file) + ": " + failure.what());
+    }
+}
+
+// Where control field 1 is; nothing when the frame does not get so far.
+std::optional<std::size_t> PlaceOfControl1(const Bytes& frame)
+{
+    constexpr std::size_t infoLengthAt = 1;
+    if (frame.size() <= infoLengthAt)
+    {
+        return std::nullopt;
+    }
+    const std::size_t place = infoLengthAt + 1 + frame[infoLengthAt];
+    return place < frame.size() ? std::optional(place) : std::nullopt;
+}
+
+Bytes Request(MessageCode code, const Bytes& frame, std::size_t control1)
+{
+    constexpr uint8_t noInfo = 0; // it tells how the frame was received
+    Bytes request{static_cast<uint8_t>(code), noInfo};
+    request.insert(request.end(), frame.begin() + static_cast<std::ptrdiff_t>(control1), frame.end());
+    return request;
+}
+
+// The messages that are to be sent, with the time from the first message on.
+struct Sending
+{
+    std::chrono::microseconds time;
+    Bytes request;
+};
+
+std::vector<Sending> Sendings(const std::vector<Message>& messages)
+{
+    std::vector<Sending> sendings;
+    for (const Message& message : messages)
+    {
+        if (auto request = RequestFor(message.frame))
+        {
+            sendings.push_back({message.time - messages.front().time, std::move(*request)});
+        }
+    }
+    return sendings;
+}
+
+} // namespace
+
+std::optional<Bytes> RequestFor(const Bytes& frame)
+{
+    if (frame.empty())
+    {
+        return std::nullopt;
+    }
+    Bytes request;
+    const auto control1 = PlaceOfControl1(frame);
+    switch (static_cast<MessageCode>(frame.front()))
+    {
+    case MessageCode::LDataInd:
+    case MessageCode::LDataCon:
+        if (!control1)
+        {
+            return std::nullopt;
+        }
+        request = Request(MessageCode::LDataReq, frame, *control1);
+        request[2] &= 0xFEU; // whether it was confirmed
+        break;
+    case MessageCode::LRawInd:
+    case MessageCode::LRawCon:
+        if (!control1)
+        {
+            return std::nullopt;
+        }
+        request = Request(MessageCode::LRawReq, frame, *control1);
+        break;
+    case MessageCode::LDataReq:
+    case MessageCode::LRawReq:
+    case MessageCode::LPollDataReq:
+    case MessageCode::TDataConnectedReq:
+    case MessageCode::TDataIndividualReq:
+    case MessageCode::MPropReadReq:
+    case MessageCode::MPropWriteReq:
+    case MessageCode::MFuncPropCommandReq:
+    case MessageCode::MFuncPropStateReadReq:
+    case MessageCode::MResetReq:
+        request = frame;
+        break;
+    default:
+        return std::nullopt;
+    }
+    return request.size() <= ORVEL_CEMI_MAX_FRAME_TO_LL ? std::optional(request) : std::nullopt;
+}
+
+void Replay(const ReplayOptions& options)
+{
+    using namespace std::chrono;
+    const auto messages = ReadMessages(options.file);
+    const auto sendings = Sendings(messages);
+
+    const StopSignals stop;
+    FrameSender sender(stop, options.wait);
+    const auto start = steady_clock::now();
+    std::size_t sent = 0;
+    for (const Sending& sending : sendings)
+    {
+        const duration<double, std::micro> pause = options.speed > 0
+                                                       ? duration<double, std::micro>(sending.time) / options.speed
+                                                       : duration<double, std::micro>{};
+        if (stop.AwaitUntil(start + duration_cast<steady_clock::duration>(pause)))
+        {
+            throw Failure(Status::Interrupted, "stopped after " + std::to_string(sent) + " of " +
+                                                   std::to_string(sendings.size()) + " frames");
+        }
+        try
+        {
+            sender.Send(sending.request);
+        }
+        catch (const Failure& failure)
+        {
+            throw Failure(failure.ExitStatus(), "after " + std::to_string(sent) + " of " +
+                                                    std::to_string(sendings.size()) + " frames: " + failure.what());
+        }
+        ++sent;
+    }
+    Notice(Output(), "sent " + std::to_string(sent) + " of " + std::to_string(messages.size()) +
+                         " messages; the others are no frames for the bus");
+}
+
+} // namespace OrvelClient

@@ -1,0 +1,63 @@
+#include "RandomTelegrams.h"
+
+#include "CemiMessage.h"
+#include "CemiNames.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+using OrvelClient::Bytes;
+using OrvelClient::RandomTelegrams;
+using OrvelClient::ToHex;
+
+namespace
+{
+
+TEST(RandomTelegrams, AreCompleteRequestsForGroups)
+{
+    RandomTelegrams telegrams(1);
+    for (int i = 0; i < 5000; ++i)
+    {
+        const Bytes frame = telegrams.Next();
+        const auto message = OrvelClient::Decode(frame);
+        ASSERT_TRUE(message.problems.empty()) << ToHex(frame);
+        ASSERT_TRUE(message.Is(OrvelClient::MessageCode::LDataReq));
+        ASSERT_TRUE(message.IsGroupAddressed());
+        ASSERT_NE(message.destination, 0);
+        ASSERT_EQ(message.source, 0);
+        ASSERT_FALSE(message.ErrorBit());
+        ASSERT_LE(frame.size(), 255);
+        ASSERT_EQ(message.IsStandardFrame(), message.length <= 15);
+        ASSERT_NE(OrvelClient::NameOfPriority(message.Priority()), "system");
+    }
+}
+
+TEST(RandomTelegrams, AreOfAllKinds)
+{
+    RandomTelegrams telegrams(1);
+    std::set<std::string> kinds;
+    for (int i = 0; i < 5000; ++i)
+    {
+        const auto message = OrvelClient::Decode(telegrams.Next());
+        kinds.insert(OrvelClient::ServiceOf(*message.apci).name + (message.payload.empty() ? " short" : " long") +
+                     (message.IsStandardFrame() ? "" : " extended"));
+    }
+    EXPECT_EQ(kinds,
+              (std::set<std::string>{"A_GroupValue_Read short", "A_GroupValue_Write short", "A_GroupValue_Write long",
+                                     "A_GroupValue_Write long extended", "A_GroupValue_Response short",
+                                     "A_GroupValue_Response long", "A_GroupValue_Response long extended"}));
+}
+
+TEST(RandomTelegrams, AreTheSameForTheSameSeed)
+{
+    RandomTelegrams one(7);
+    RandomTelegrams same(7);
+    RandomTelegrams other(8);
+    const Bytes first = one.Next();
+    EXPECT_EQ(first, same.Next());
+    EXPECT_NE(first, other.Next());
+    EXPECT_EQ(ToHex(first), "11 00 bc e0 00 00 1e f8 01 00 00");
+}
+
+} // namespace

@@ -1,0 +1,220 @@
+// orvelctl replay and generate.
+
+#include "ClientProgram.h"
+#include "OnBoard.h"
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <csignal>
+#include <fstream>
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::MatchesRegex;
+
+namespace
+{
+
+std::chrono::steady_clock::duration TimeOf(const std::function<void()>& action)
+{
+    const auto start = std::chrono::steady_clock::now();
+    action();
+    return std::chrono::steady_clock::now() - start;
+}
+
+class ClientReplay : public testing::Test
+{
+protected:
+    std::string File(const std::string& content) const
+    {
+        std::string name = directory.File("file");
+        std::ofstream(name, std::ios::binary) << content;
+        return name;
+    }
+
+    MadeQueue toLink{"/cemiToLL", 10};
+    TemporaryDirectory directory;
+};
+
+class ClientReplayOnBoard : public OnBoard
+{
+};
+
+TEST_F(ClientReplayOnBoard, SendsWhatTheMonitorHasRecorded)
+{
+    Daemon daemon;
+    ASSERT_TRUE(AwaitRunning(daemon));
+    const TemporaryDirectory directory;
+    EXPECT_EQ(RunClient({"monitor", "-n", "1"}).status, 0); // the state of the link
+    const std::string file = directory.File("recorded");
+    for (std::string command : {"$ORVELCTL monitor -n 1 >", "$ORVELCTL monitor -n 1 --pcap - >"})
+    {
+        command += file;
+        TheCoProcessor().InjectTelegram({0x29, 0x00, 0xbc, 0xe0, 0x11, 0x01, 0x0a, 0x04, 0x01, 0x00, 0x81});
+        EXPECT_EQ(ClientProgram::InShell(command).End().status, 0);
+        EXPECT_EQ(RunClient({"replay", file}).status, 0);
+        EXPECT_TRUE(AwaitEvent("telegram to KNX: 11 00 bc e0 11 01 0a 04 01 00 81"));
+        EXPECT_EQ(RunClient({"monitor", "-n", "1"}).status, 0); // the confirmation
+    }
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(ClientReplay, ReadsStandardInput)
+{
+    EXPECT_EQ(RunClient({"replay", "-"}, "(0.000000) rx b9 00 01  # link usable\n(0.000000) rx f1\n").status, 0);
+    EXPECT_EQ(toLink.Take(), "01 f1");
+    EXPECT_EQ(toLink.Take(), "nothing");
+    EXPECT_EQ(RunClient({"replay", "-"}, "").status, 0);
+    EXPECT_EQ(toLink.Take(), "nothing");
+}
+
+TEST_F(ClientReplay, TakesTheTimeThatPassedBetweenTheMessages)
+{
+    const std::string log = File("(100.000000) rx f1\n(100.300000) rx f1\n");
+    EXPECT_GE(TimeOf([&] { EXPECT_EQ(RunClient({"replay", log}).status, 0); }), 300ms);
+    EXPECT_GE(TimeOf([&] { EXPECT_EQ(RunClient({"replay", "--speed", "0.5", log}).status, 0); }), 600ms);
+    EXPECT_EQ(toLink.Waiting(), 4);
+}
+
+TEST_F(ClientReplay, CanBeFasterOrNotWaitAtAll)
+{
+    const std::string log = File("(0.000000) rx f1\n(99.000000) rx f1\n");
+    EXPECT_LT(TimeOf([&] { EXPECT_EQ(RunClient({"replay", "--speed", "1000", log}).status, 0); }), 60s);
+    EXPECT_LT(TimeOf([&] { EXPECT_EQ(RunClient({"replay", "--speed", "max", log}).status, 0); }), 60s);
+    EXPECT_EQ(toLink.Waiting(), 4);
+}
+
+TEST_F(ClientReplay, SendsNothingUnlessAllIsUnderstood)
+{
+    const std::string header("\xd4\xc3\xb2\xa1\2\0\4\0\0\0\0\0\0\0\0\0\0\0\0\0\xfc\0\0\0", 24);
+    const std::vector<std::pair<std::string, std::string>> wrong{
+        {"(0.000000) rx f1\n(0.000000) rx f\n", "line 2: byte 1 has one digit only"},
+        {"f1\n", "line 1: is no line of a log, which begins as (1763719200.123456) rx"},
+        {header + "x", "packet 1 is not complete"},
+        {header.substr(0, 20), "ends within the header of the capture"},
+        {"\n\r\r\n" + std::string(40, '\0'), "is a capture in the format pcapng; 'editcap -F pcap' converts it"},
+    };
+    for (const auto& [content, line] : wrong)
+    {
+        const std::string file = File(content);
+        const Outcome outcome = RunClient({"replay", file});
+        EXPECT_EQ(outcome.status, 3);
+        EXPECT_THAT(outcome.lines, ElementsAre(std::string("orvelctl: ").append(file).append(": ").append(line)));
+        EXPECT_EQ(toLink.Take(), "nothing");
+    }
+    EXPECT_THAT(
+        RunClient({"replay", "-"}, "f1").lines,
+        ElementsAre("orvelctl: standard input: line 1: is no line of a log, which begins as (1763719200.123456) rx"));
+}
+
+TEST_F(ClientReplay, AFileThatCannotBeReadIsAFailure)
+{
+    Outcome outcome = RunClient({"replay", "/no/such/file"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: cannot read /no/such/file: No such file or directory"));
+    outcome = RunClient({"replay", "/"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: cannot read /: Is a directory"));
+}
+
+TEST_F(ClientReplay, SaysHowFarItCameWhenItIsStopped)
+{
+    ClientProgram client({"replay", File("(0.000000) rx f1\n(99999.000000) rx f1\n")});
+    EXPECT_TRUE(Await([&] { return toLink.Waiting() == 1; }));
+    client->Interrupt();
+    const Outcome outcome = client.End();
+    EXPECT_EQ(outcome.status, 8);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: stopped after 1 of 2 frames"));
+}
+
+TEST_F(ClientReplay, SaysHowFarItCameWhenTheQueueStaysFull)
+{
+    std::string log;
+    for (int i = 0; i < 12; ++i)
+    {
+        log += "(0.000000) rx f1\n";
+    }
+    const Outcome outcome = RunClient({"replay", "--wait", "10", File(log)});
+    EXPECT_EQ(outcome.status, 7);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: after 10 of 12 frames: /cemiToLL is full, for 10 ms"));
+}
+
+TEST(ClientReplayAlone, WithoutADaemonThereIsNoQueue)
+{
+    const Outcome outcome = RunClient({"replay", "-"}, "(0.000000) rx f1\n");
+    EXPECT_EQ(outcome.status, 5);
+    EXPECT_THAT(outcome.lines,
+                ElementsAre("orvelctl: after 0 of 1 frames: there is no queue /cemiToLL: does the daemon run?"));
+}
+
+TEST_F(ClientReplay, SaysAtATerminalHowManyItSent)
+{
+    const std::string log = File("(0.000000) rx f1\n(0.000000) rx b9 00 01\n");
+    EXPECT_EQ(OnTerminal("$ORVELCTL replay " + log),
+              "orvelctl: sent 1 of 2 messages; the others are no frames for the bus\r\n");
+}
+
+class ClientGenerate : public ClientReplay
+{
+};
+
+class ClientGenerateOnBoard : public OnBoard
+{
+};
+
+TEST_F(ClientGenerateOnBoard, TelegramsReachTheBus)
+{
+    Daemon daemon;
+    ASSERT_TRUE(AwaitRunning(daemon));
+    EXPECT_EQ(RunClient({"generate", "-n", "50", "--rate", "500"}).status, 0);
+    for (int i = 0; i < 50; ++i)
+    {
+        EXPECT_TRUE(AwaitEvent("telegram to KNX: 11 00")) << i;
+    }
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(ClientGenerate, SendsWhatItWouldPrint)
+{
+    const auto printed = RunClient({"generate", "--print", "--seed", "5", "-n", "5", "--rate", "1000"}).lines;
+    ASSERT_EQ(printed.size(), 5);
+    EXPECT_EQ(RunClient({"generate", "--seed", "5", "-n", "5", "--rate", "1000"}).status, 0);
+    EXPECT_EQ(
+        ClientProgram::InShell("$ORVELCTL generate --print --seed 5 -n 5 --rate 1000 | $ORVELCTL send").End().status,
+        0);
+    for (int times = 0; times < 2; ++times)
+    {
+        for (const std::string& line : printed)
+        {
+            EXPECT_EQ(toLink.Take().substr(3), line);
+        }
+    }
+}
+
+TEST_F(ClientGenerate, KeepsToTheRate)
+{
+    EXPECT_GE(TimeOf([&] { EXPECT_EQ(RunClient({"generate", "-n", "5", "--rate", "20"}).status, 0); }), 200ms);
+    EXPECT_EQ(toLink.Waiting(), 5);
+}
+
+TEST_F(ClientGenerate, GoesOnUntilItIsStopped)
+{
+    ClientProgram client({"generate", "--print", "--rate", "1000"});
+    EXPECT_TRUE(Await([&] { return client->Lines().size() > 20; }));
+    EXPECT_EQ(client->Stop(), 0);
+}
+
+TEST_F(ClientGenerate, WithoutRoomItEnds)
+{
+    const Outcome outcome = RunClient({"generate", "--rate", "10000", "--wait", "10"});
+    EXPECT_EQ(outcome.status, 7);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: /cemiToLL is full, for 10 ms"));
+}
+
+TEST_F(ClientGenerate, SaysItsSeedAtATerminal)
+{
+    EXPECT_THAT(OnTerminal("$ORVELCTL generate -n 1"), MatchesRegex("orvelctl: seed [0-9]+; Ctrl-C ends\r\n"));
+}
+
+} // namespace
