@@ -44,11 +44,11 @@ std::vector<Load> JudgedLoads()
 std::vector<Load> AllLoads()
 {
     std::vector<Load> loads = JudgedLoads();
-    for (const std::size_t size : {1, 32, 64, 128, 192})
+    for (const std::size_t size : {1U, 32U, 64U, 128U, 192U})
     {
         loads.push_back({size, 1});
     }
-    for (const std::size_t underWay : {2, 3, 4, 6, 8, 10, 12})
+    for (const std::size_t underWay : {2U, 3U, 4U, 6U, 8U, 10U, 12U})
     {
         loads.push_back({ShortFrame.size, underWay});
     }
