@@ -2,6 +2,7 @@
 
 #include "Applications.h"
 #include "ComponentTest.h"
+#include "NoStandardInput.h"
 
 #include <fcntl.h>
 
@@ -171,6 +172,19 @@ TEST_F(Buttons, RepeatsItsQuestionAndReturnsWhetherTheLinkTookIt)
     EXPECT_EQ(log->Lines(), Texts{});
 }
 
+TEST_F(Buttons, ServesAndRemovesAQueueWhoseDescriptorIsZero)
+{
+    const NoStandardInput closed;
+    Start({First});
+    EXPECT_NE(fcntl(0, F_GETFD), -1);
+    EXPECT_FALSE(buttons->HasFailed());
+    hub.Receive(TopicDevice, {0x07, 0x01, 0x01});
+    EXPECT_EQ(Applications::ReceiveAll(First), std::vector<Bytes>{Pressed});
+    buttons.reset();
+    EXPECT_FALSE(Applications::Exists(First));
+    EXPECT_EQ(fcntl(0, F_GETFD), -1);
+}
+
 // Events
 
 TEST_F(Buttons, SendsOneInvertedByteToEveryQueueWhenTheButtonIsPressed)
@@ -212,6 +226,16 @@ TEST_F(Buttons, SendsAPressSinceBootThreeTimesToEveryQueue)
     EXPECT_EQ(Applications::ReceiveAll(First), (std::vector<Bytes>{Pressed, Pressed, Pressed}));
     EXPECT_EQ(Applications::ReceiveAll(Second), (std::vector<Bytes>{Pressed, Pressed, Pressed}));
     EXPECT_EQ(log->Lines(), Texts{"DEBUG Buttons Programming button since boot was: pressed"});
+}
+
+TEST_F(Buttons, LogsAPressSinceBootBeforeItSends)
+{
+    Start({Unopenable});
+    log->Clear();
+    hub.Receive(TopicDevice, {0x09, 0x01, 0x01});
+    const std::string line = "ERROR Buttons Failed to write programming button state to queue /buttons/test: "
+                             "Bad file descriptor";
+    EXPECT_EQ(log->Lines(), (Texts{"DEBUG Buttons Programming button since boot was: pressed", line, line, line}));
 }
 
 TEST_F(Buttons, TakesEveryAnswerButZeroForAPressSinceBoot)

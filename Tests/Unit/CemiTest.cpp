@@ -3,6 +3,7 @@
 #include "Applications.h"
 #include "Await.h"
 #include "ComponentTest.h"
+#include "NoStandardInput.h"
 #include "ScriptedPoll.h"
 #include "Workers.h"
 
@@ -209,6 +210,14 @@ TEST_F(Cemi, DiscardsBeforeItTellsThatTheLinkIsUsable)
     EXPECT_EQ(pending, 0);
 }
 
+TEST_F(Cemi, CannotDiscardFromAQueueThatSomebodyCreatedWithLargerMessages)
+{
+    Applications::CreateQueue(ToLl, 262, 14);
+    Applications::Send(ToLl, {0x01, 0xAA});
+    Start();
+    EXPECT_TRUE(hub.Await("Transmit 256: aa"));
+}
+
 TEST_F(Cemi, GoesOnWhenItCannotAskForMessagesToDiscard)
 {
     Kernel::MqGetattr.FailAlways(EBADF);
@@ -255,6 +264,37 @@ TEST_F(Cemi, KeepsTheFirstQueueUntilItEndsWhenTheSecondCannotBeOpened)
     EXPECT_EQ(Kernel::MqUnlink.Calls(), 1);
     EXPECT_EQ(polls.Calls().size(), 0U);
     EXPECT_EQ(hub.Texts(), Texts{"UnregisterTopicListener"});
+}
+
+TEST_F(Cemi, ServesAndRemovesAQueueTowardsTheApplicationsWhoseDescriptorIsZero)
+{
+    const NoStandardInput closed;
+    StartCompletely();
+    EXPECT_NE(fcntl(0, F_GETFD), -1);
+    EXPECT_FALSE(cemi->HasFailed());
+    cemi.reset();
+    EXPECT_FALSE(Applications::Exists(FromLl));
+    EXPECT_EQ(fcntl(0, F_GETFD), -1);
+}
+
+TEST_F(Cemi, ServesAndRemovesAQueueFromTheApplicationsWhoseDescriptorIsZero)
+{
+    std::optional<NoStandardInput> closed;
+    Kernel::MqOpen.Replace(
+        [&closed](const char* name, int flags, mode_t mode, mq_attr* attributes)
+        {
+            if (name == ToLl)
+            {
+                closed.emplace();
+            }
+            return Kernel::MqOpen.Real(name, flags, mode, attributes);
+        });
+    StartCompletely();
+    EXPECT_NE(fcntl(0, F_GETFD), -1);
+    EXPECT_FALSE(cemi->HasFailed());
+    cemi.reset();
+    EXPECT_FALSE(Applications::Exists(ToLl));
+    EXPECT_EQ(fcntl(0, F_GETFD), -1);
 }
 
 // From the applications to the link

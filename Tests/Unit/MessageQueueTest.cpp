@@ -2,6 +2,7 @@
 
 #include "Applications.h"
 #include "ComponentTest.h"
+#include "NoStandardInput.h"
 
 #include <fcntl.h>
 
@@ -107,6 +108,13 @@ TEST_F(MessageQueue, LogsThatItWasOpened)
     ASSERT_GE(Create(7, 3, Writing, &logger), 0);
     EXPECT_EQ(log->Lines(), Texts{"DEBUG Owner Opened message queue /messageQueueTest successfully"});
     EXPECT_EQ(log->Details().at(0).file, "Driver/OrvelDriver/Src/MessageQueue.cpp");
+}
+
+TEST_F(MessageQueue, LogsThatItWasOpenedAlsoWhenItsDescriptorIsZero)
+{
+    const NoStandardInput closed;
+    EXPECT_EQ(OrvelDriver::MessageQueue::Create(Name, 7, 3, Writing, &logger), 0);
+    EXPECT_EQ(log->Lines(), Texts{"DEBUG Owner Opened message queue /messageQueueTest successfully"});
 }
 
 TEST_F(MessageQueue, LogsThatItCouldNotBeOpenedWithoutTheReason)
