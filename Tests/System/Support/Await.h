@@ -4,7 +4,7 @@
 #include <thread>
 
 /// How long a test waits for what must happen. Long: the machine may be busy, and only a failing test waits it out.
-constexpr std::chrono::seconds Patience{30};
+constexpr std::chrono::seconds Patience{SYSTEM_TEST_PATIENCE};
 
 /// Waits until `condition` holds, for things that tell nobody when they change; false when it did not for long.
 template<typename Condition>

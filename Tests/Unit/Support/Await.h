@@ -9,7 +9,7 @@ namespace UnitTests
 
 /// How long a test waits for something that must happen. Generous: the machine may be loaded and the program slowed
 /// down by a sanitizer.
-constexpr auto AwaitLimit = std::chrono::seconds(10);
+constexpr auto AwaitLimit = std::chrono::seconds(UNIT_TEST_PATIENCE);
 
 /// Waits for a condition that nobody announces. False when it did not come true.
 template<typename Condition>
