@@ -1,0 +1,99 @@
+// A light switch: the programming button switches group address 1/2/3, and the LED shows what 1/2/4 reports.
+#include <Orvel/Protocol.h>
+
+#include <fcntl.h>
+#include <mqueue.h>
+#include <poll.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <fstream>
+#include <iostream>
+#include <thread>
+
+struct Queue
+{
+    Queue(const char* name, int access)
+        : descriptor(mq_open(name, access | O_NONBLOCK))
+    {
+    }
+    ~Queue()
+    {
+        mq_close(descriptor);
+    }
+    bool IsGone() const // the daemon makes new queues when it starts; those from before stay silent
+    {
+        struct stat state
+        {
+        };
+        return fstat(descriptor, &state) == -1 || state.st_nlink == 0;
+    }
+    template<typename Handler>
+    void Receive(const Handler& handle) const
+    {
+        std::array<char, ORVEL_CEMI_MESSAGE_SIZE> bytes{};
+        for (ssize_t size = 0; (size = mq_receive(descriptor, bytes.data(), bytes.size(), nullptr)) > 0;)
+            handle(reinterpret_cast<const uint8_t*>(bytes.data()), static_cast<std::size_t>(size));
+    }
+    const mqd_t descriptor;
+};
+
+struct LightSwitch
+{
+    void Run() // until the daemon goes
+    {
+        while (!toLink.IsGone() && !fromLink.IsGone() && !button.IsGone())
+        {
+            std::array<pollfd, 2> set{{{fromLink.descriptor, POLLIN, 0}, {button.descriptor, POLLIN, 0}}};
+            poll(set.data(), set.size(), 1000);
+            fromLink.Receive([this](const uint8_t* message, std::size_t size) { OnMessage(message, size); });
+            button.Receive([this](const uint8_t* message, std::size_t) { OnButton(message[0]); });
+        }
+    }
+    void OnMessage(const uint8_t* message, std::size_t size) // the first byte is not the size of long frames
+    {
+        if (size == ORVEL_LINK_STATE_MESSAGE_SIZE && message[1] == ORVEL_LINK_STATE_CODE)
+        {
+            std::cout << "the link is " << (message[3] == ORVEL_LINK_STATE_USABLE ? "usable" : "lost") << std::endl;
+            Send(4, 0x00); // read: what happened meanwhile?
+            return;
+        }
+        if (size < 12 || size < 12U + message[2] || message[1] != 0x29) // an L_Data.ind
+            return;
+        const uint8_t* const frame = message + 3 + message[2]; // behind the additional information
+        const bool isStatus = (frame[1] & 0x80U) != 0 && frame[4] == 0x0A && frame[5] == 4 && frame[6] == 1;
+        if (!isStatus || frame[7] != 0 || ((frame[8] & 0xFEU) != 0x80 && (frame[8] & 0xFEU) != 0x40)) // write, answer
+            return;
+        std::ofstream("/sys/class/leds/prg1/brightness") << 100 * (frame[8] & 1U);
+        std::cout << "the light is " << ((frame[8] & 1U) != 0 ? "on" : "off") << std::endl;
+    }
+    void OnButton(uint8_t state)
+    {
+        const auto now = std::chrono::steady_clock::now();
+        if (state == ORVEL_PROG_BUTTON_PRESSED && now - last > std::chrono::milliseconds(100))
+        { // a press from before the daemon ran comes three times
+            on = !on;
+            std::cout << "switched " << (on ? "on" : "off") << std::endl;
+            Send(3, on ? 0x81 : 0x80);
+        }
+        last = state == ORVEL_PROG_BUTTON_PRESSED ? now : decltype(last){};
+    }
+    void Send(uint8_t group, uint8_t service) const // to 1/2/group
+    {
+        const std::array<uint8_t, 12> message{11, 0x11, 0, 0xBC, 0xE0, 0, 0, 0x0A, group, 1, 0, service};
+        if (mq_send(toLink.descriptor, reinterpret_cast<const char*>(message.data()), message.size(), 0) == -1)
+            std::cerr << "not sent: the queue is full" << std::endl;
+    }
+    Queue toLink{ORVEL_CEMI_TO_LL_QUEUE, O_WRONLY}, fromLink{ORVEL_CEMI_FROM_LL_QUEUE, O_RDONLY};
+    Queue button{ORVEL_PROG_BUTTON_QUEUE, O_RDONLY};
+    std::chrono::steady_clock::time_point last;
+    bool on = false;
+};
+
+int main()
+{
+    for (;; std::this_thread::sleep_for(std::chrono::seconds(1)))
+        LightSwitch().Run();
+}
