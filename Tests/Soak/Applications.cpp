@@ -37,11 +37,11 @@ void Sleep()
 
 } // namespace
 
-Applications::Applications(Simulator::Board& theBoard, const Ledger& theLedger, const Knx& theKnx,
+Applications::Applications(Simulator::Board& theBoard, const Ledger& theLedger, const Arrivals& theArrivals,
                            const Amounts& theAmounts, Progress& theProgress, uint32_t theSeed)
     : board(theBoard)
     , ledger(theLedger)
-    , knx(theKnx)
+    , arrivals(theArrivals)
     , amounts(theAmounts)
     , progress(theProgress)
     , seed(theSeed)
@@ -186,7 +186,7 @@ void Applications::WriteToLink()
         ++sent;
         ++progress.framesToLink;
         const auto arrived = [this]
-        { return static_cast<long>(knx.Count()) + ledger.Count("invalid") + ledger.Count("empty"); };
+        { return static_cast<long>(arrivals.Count()) + ledger.Count("invalid") + ledger.Count("empty"); };
         KeepBack(window, sent, arrived);
     }
 }

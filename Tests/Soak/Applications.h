@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Arrivals.h"
 #include "Board.h"
-#include "Knx.h"
 #include "Ledger.h"
 #include "Queue.h"
 #include "Traffic.h"
@@ -44,8 +44,8 @@ public:
     };
 
     /// Begins.
-    Applications(Simulator::Board& theBoard, const Ledger& theLedger, const Knx& theKnx, const Amounts& theAmounts,
-                 Progress& theProgress, uint32_t theSeed);
+    Applications(Simulator::Board& theBoard, const Ledger& theLedger, const Arrivals& theArrivals,
+                 const Amounts& theAmounts, Progress& theProgress, uint32_t theSeed);
     ~Applications();
 
     Applications(const Applications&) = delete;
@@ -119,7 +119,7 @@ private:
 
     Simulator::Board& board;
     const Ledger& ledger;
-    const Knx& knx;
+    const Arrivals& arrivals;
     const Amounts amounts;
     Progress& progress;
     const uint32_t seed;

@@ -24,7 +24,7 @@ constexpr uint16_t CemiTopic = 0x100;
 constexpr uint16_t DeviceTopic = 0x101;
 constexpr auto Still = 500ms;        // so long nothing has come: nothing more will
 constexpr auto TrafficLimit = 3600s; // for all that there is to do
-constexpr long MemoryGrowth = 1024;  // KiB; what the C library keeps for itself
+constexpr long MemoryGrowth = 256;   // KiB; what the C library keeps for itself
 
 // Its name, and the number of the co-processor's output.
 struct Led
@@ -85,15 +85,16 @@ Resources Resources::Of(pid_t process)
     return resources;
 }
 
-Life::Life(Simulator::Board& theBoard, Knx& theKnx, const Amounts& theAmounts, Progress& theProgress,
+Life::Life(Simulator::Board& theBoard, Arrivals& theArrivals, const Amounts& theAmounts, Progress& theProgress,
            std::mt19937& theRandom, Figures& theFigures)
     : board(theBoard)
     , coProcessor(theBoard.TheCoProcessor())
-    , knx(theKnx)
+    , arrivals(theArrivals)
     , amounts(theAmounts)
     , progress(theProgress)
     , random(theRandom)
     , figures(theFigures)
+    , ledStatesBefore(theArrivals.LedStates())
     , ledReportsBefore(board.Files().TheFaults().Calls(Simulator::Operation::UledsRead))
     , daemon({"--enable_rs485", "--log_config_file", Ledger::PropertiesFile},
              [this](const std::string& line) { ledger.OnLine(line); })
@@ -110,7 +111,7 @@ void Life::Play(long losses)
         return;
     }
     applications =
-        std::make_unique<Applications>(board, ledger, knx, amounts, progress, static_cast<uint32_t>(random()));
+        std::make_unique<Applications>(board, ledger, arrivals, amounts, progress, static_cast<uint32_t>(random()));
     const long warm = std::min(ledger.Count("sent to user") + 100, amounts.frames);
     Await([&] { return ledger.Count("sent to user") >= warm || applications->AreDone(); });
     const Resources atStart = Resources::Of(daemon.Id());
@@ -256,8 +257,12 @@ void Life::Settle()
     applications->StopSending();
     const auto isTaken = [&] { return static_cast<long>(ledger.FateCount()) == applications->Sent(); };
     Require(Await([&] { return isTaken() || daemon.HasEnded(); }), "messages stay in the queue to the link");
-    AwaitStill([&]
-               { return knx.Count() + static_cast<std::size_t>(ledger.Count("received") + applications->Received()); });
+    AwaitStill(
+        [&]
+        {
+            return arrivals.Count() +
+                   static_cast<std::size_t>(arrivals.LedStates() + ledger.Count("received") + applications->Received());
+        });
 }
 
 void Life::CheckLeds()
@@ -292,7 +297,7 @@ void Life::Compare(const Resources& atStart, const Resources& atEnd)
     most("most threads at the start", atStart.threads);
     most("most threads at the end", atEnd.threads);
     most("most KiB of memory at the start", atStart.memory);
-    most("most KiB of memory at the end", atEnd.memory);
+    most("most KiB that the memory of a daemon grew by", atEnd.memory - atStart.memory);
 }
 
 void Life::End()
@@ -353,10 +358,10 @@ void Life::AccountToLink()
         }
     }
     const auto onLine = ledger.SentOnLine();
-    const auto arrived = knx.Take();
+    const auto arrived = arrivals.Take();
     Require(IsSubsequence(onLine, enqueued), "to the link: the library has what it was not given");
     Require(IsSubsequence(arrived, onLine), "to the link: what arrives was not sent, not in this order, or not once");
-    Require(knx.Strange() == 0, "to the link: strange frames arrive");
+    Require(arrivals.Strange() == 0, "to the link: strange frames arrive");
     Require(!quiet || arrived.size() == enqueued.size(), "to the link: frames are lost without a lost link");
 
     figures["to the link: accepted by the queue"] += static_cast<long>(record.sent.size());
@@ -395,6 +400,10 @@ void Life::AccountDevices()
 {
     const long reports = board.Files().TheFaults().Calls(Simulator::Operation::UledsRead) - ledReportsBefore;
     Require(ledger.Count("led set") + ledger.Count("led refused") == reports, "reports of the kernel without a line");
+    const long ledStates = arrivals.LedStates() - ledStatesBefore;
+    Require(ledStates <= ledger.Count("led set") && (!quiet || ledStates == ledger.Count("led set")),
+            "brightness: states arrived " + std::to_string(ledStates) + " of " +
+                std::to_string(ledger.Count("led set")));
     Require(record.buttons == ledger.ButtonStates(), "button: read is not what was put into the queue");
     Require(!quiet || record.pressed == ledger.Count("button changes"), "button: events lost without a lost link");
     Require(ledger.Count("refusals") ==
@@ -404,6 +413,7 @@ void Life::AccountDevices()
     figures["brightness: changes by applications"] += record.brightness;
     figures["brightness: reports by the kernel"] += reports;
     figures["brightness: handed to the library"] += ledger.Count("led set");
+    figures["brightness: arrived"] += ledStates;
     figures["brightness: refused by the library, with a line each"] += ledger.Count("led refused");
     figures["button: pressed and released"] += record.pressed;
     figures["button: handed over by the library"] += ledger.Count("button changes");

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Applications.h"
+#include "Arrivals.h"
 #include "Board.h"
-#include "Knx.h"
 #include "Ledger.h"
 #include "LoggedDaemon.h"
 #include "Traffic.h"
@@ -27,7 +27,7 @@ struct Resources
 class Life
 {
 public:
-    Life(Simulator::Board& theBoard, Knx& theKnx, const Amounts& theAmounts, Progress& theProgress,
+    Life(Simulator::Board& theBoard, Arrivals& theArrivals, const Amounts& theAmounts, Progress& theProgress,
          std::mt19937& theRandom, Figures& theFigures);
 
     /// Loses the link so many times. With none, everything that is sent has to arrive.
@@ -69,11 +69,12 @@ private:
 
     Simulator::Board& board;
     Simulator::CoProcessor& coProcessor;
-    Knx& knx;
+    Arrivals& arrivals;
     const Amounts amounts;
     Progress& progress;
     std::mt19937& random;
     Figures& figures;
+    const long ledStatesBefore;
     const long ledReportsBefore;
     Ledger ledger;
     LoggedDaemon daemon;

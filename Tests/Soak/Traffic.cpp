@@ -18,8 +18,9 @@ constexpr long LossesOfADaemon = 60; // at the most
 Figures RunTraffic(uint32_t seed, const Amounts& amounts)
 {
     std::mt19937 random(seed);
-    Knx knx;
-    Simulator::EventLog events([&knx](std::chrono::microseconds, const std::string& event) { knx.OnEvent(event); });
+    Arrivals arrivals;
+    Simulator::EventLog events([&arrivals](std::chrono::microseconds, const std::string& event)
+                               { arrivals.OnEvent(event); });
     Simulator::Board board(events, ResetGpio);
     std::ofstream(Ledger::PropertiesFile) << Ledger::Properties();
 
@@ -28,7 +29,7 @@ Figures RunTraffic(uint32_t seed, const Amounts& amounts)
     std::unique_ptr<Queue> held; // by an application, over a restart
     for (long losses = 0; losses == 0 || progress.losses < amounts.losses;)
     {
-        Life life(board, knx, amounts, progress, random, figures);
+        Life life(board, arrivals, amounts, progress, random, figures);
         life.Play(std::min(losses, amounts.losses - progress.losses));
         if (life.IsWithoutLeds())
         {

@@ -1,18 +1,23 @@
-#include "Knx.h"
+#include "Arrivals.h"
 
 #include "Frames.h"
 
 #include <utility>
 
-void Knx::OnEvent(const std::string& event)
+void Arrivals::OnEvent(const std::string& event)
 {
+    const auto begins = [&event](const std::string& start) { return event.compare(0, start.size(), start) == 0; };
     const std::string start = "telegram to KNX: ";
-    if (event.compare(0, start.size(), start) != 0)
+    const std::lock_guard lock(mutex);
+    if (begins("LED ") || begins("RS485 "))
+    {
+        ++ledStates;
+    }
+    if (!begins(start))
     {
         return;
     }
     const auto frame = Simulator::FromHex(event.substr(start.size()));
-    const std::lock_guard lock(mutex);
     if (frame && frame->size() >= Frames::HeaderSize && *frame == Frames::ToLink(Frames::Number(frame->data())))
     {
         numbers.push_back(Frames::Number(frame->data()));
@@ -23,19 +28,25 @@ void Knx::OnEvent(const std::string& event)
     }
 }
 
-std::size_t Knx::Count() const
+std::size_t Arrivals::Count() const
 {
     const std::lock_guard lock(mutex);
     return numbers.size();
 }
 
-std::vector<uint32_t> Knx::Take()
+std::vector<uint32_t> Arrivals::Take()
 {
     const std::lock_guard lock(mutex);
     return std::exchange(numbers, {});
 }
 
-long Knx::Strange() const
+long Arrivals::LedStates() const
+{
+    const std::lock_guard lock(mutex);
+    return ledStates;
+}
+
+long Arrivals::Strange() const
 {
     const std::lock_guard lock(mutex);
     return strange;

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/// What arrives at the co-processor's KNX side, from the events on the board. Any thread.
-class Knx
+/// What arrives at the co-processor, from the events on the board: frames, and states of the LEDs. Any thread.
+class Arrivals
 {
 public:
     void OnEvent(const std::string& event);
@@ -16,11 +16,15 @@ public:
     std::size_t Count() const;
     std::vector<uint32_t> Take();
 
+    /// How many states of LEDs.
+    long LedStates() const;
+
     /// How many frames were none that an application has sent.
     long Strange() const;
 
 private:
     mutable std::mutex mutex;
     std::vector<uint32_t> numbers;
+    long ledStates = 0;
     long strange = 0;
 };
