@@ -29,7 +29,8 @@ DAEMON = "sbin/orvel"
 UNIT_TESTS = "Tests/Unit/UnitTests"
 SYSTEM_TESTS = BUILD / "bin/SystemTests"
 
-UNIT_LIMIT = 60     # s; a hundred times what the tests of one component take
+BUILD_LIMIT = 3600  # s; no change makes the compiler hang, but others may take the machine
+UNIT_LIMIT = 60     # s; fifty times what the tests take
 SYSTEM_LIMIT = 240  # s; ten times what the shards take
 SHARDS = 8          # system tests at once: most of their time is waiting
 MEMORY = 4 << 30    # bytes; a mutant that floods its log ends here
@@ -336,7 +337,9 @@ def compile_object(name, directory):
     if is_daemons(name):
         command.append("-O2")
     status, _ = run([*command, "-w", "-Werror=return-type",
-                     f"-ffile-prefix-map={directory}/Src=Driver/OrvelDriver/Src"], UNIT_LIMIT)
+                     f"-ffile-prefix-map={directory}/Src=Driver/OrvelDriver/Src"], BUILD_LIMIT)
+    if status is None:
+        raise TimeoutError(name)
     return target if status == 0 else None
 
 
@@ -353,7 +356,10 @@ def original_object(name):
 def link(target, objects, output):
     command = [str(objects.get(word, word)) for word in link_command(target)]
     command[command.index("-o") + 1] = str(output)
-    return run(command, UNIT_LIMIT)[0] == 0
+    status, _ = run(command, BUILD_LIMIT)
+    if status is None:
+        raise TimeoutError(target)
+    return status == 0
 
 
 def failing_test(folder, program, selection, limit, shards=1):

@@ -673,6 +673,21 @@ TEST_F(Cemi, FailsWhenALinkStateIsSentBeforeItsQueuesAreOpen)
     EXPECT_TRUE(cemi->HasFailed());
 }
 
+TEST_F(Cemi, SendsALinkStateToNoQueueAtAllBeforeItsOwnAreOpen)
+{
+    const HeldWorkers held;
+    Start();
+    const auto queue = std::make_shared<mqd_t>(0); // the worker sends too, when it is let go
+    Kernel::MqSend.Replace(
+        [queue](mqd_t to, const char* data, std::size_t length, unsigned int priority)
+        {
+            *queue = to;
+            return Kernel::MqSend.Real(to, data, length, priority);
+        });
+    cemi->SendLinkState(1);
+    EXPECT_EQ(*queue, -1);
+}
+
 TEST_F(Cemi, SendsFramesAndLinkStatesFromTwoThreadsAtOnce)
 {
     StartCompletely();
