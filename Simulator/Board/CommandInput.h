@@ -1,0 +1,33 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace Simulator
+{
+
+/// The lines that come out of a descriptor, without ever waiting for one.
+class CommandInput
+{
+public:
+    explicit CommandInput(int inputDescriptor)
+        : descriptor(inputDescriptor)
+    {
+    }
+
+    /// For poll.
+    int Descriptor() const
+    {
+        return descriptor;
+    }
+
+    /// Reads what is there and hands each line to `onLine`, at the end of the input also one without its newline. False at
+    /// the end.
+    bool Read(const std::function<void(const std::string&)>& onLine);
+
+private:
+    int descriptor;
+    std::string pending;
+};
+
+} // namespace Simulator
