@@ -3,6 +3,7 @@
 #include <cxxopts.hpp>
 
 #include <algorithm>
+#include <cstring>
 #include <stdexcept>
 #include <string_view>
 
@@ -12,7 +13,8 @@ namespace Simulator
 namespace
 {
 
-constexpr int MaxGpio = 31; // the simulated chip has the pins 0 to 31
+constexpr int MaxGpio = 31;               // the simulated chip has the pins 0 to 31
+constexpr std::size_t MaxArgument = 4096; // bytes; the parser takes stack for each
 
 cxxopts::Options Definitions()
 {
@@ -72,6 +74,10 @@ Options ParseOptions(int argc, const char* const* argv)
         options.mode = Options::Mode::Exec;
         own.erase(own.begin() + 1);
     }
+
+    const auto isTooLong = [](const char* argument) { return std::strlen(argument) > MaxArgument; };
+    Check(std::none_of(own.begin(), own.end(), isTooLong),
+          "argument of more than " + std::to_string(MaxArgument) + " bytes");
 
     cxxopts::Options definitions = Definitions();
     try

@@ -330,7 +330,8 @@ TEST(BoardProgram, WrongOptionsGetOneLineAndStatus2)
                                                       {"--knxip", "--bus-speed", "fast"},
                                                       {"--bus-speed", "tp1"},
                                                       {"--knxip-interface", "lo"},
-                                                      {"exec", "--demo", "--", "true"}};
+                                                      {"exec", "--demo", "--", "true"},
+                                                      {"--name=" + std::string(100'000, 'x')}};
     for (const auto& options : wrong)
     {
         std::vector<std::string> lines;

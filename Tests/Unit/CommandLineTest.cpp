@@ -275,6 +275,34 @@ TEST_F(CommandLine, RejectsASwitchWithAValueThatIsNoTruthValue)
     ExpectRejected({"orvel", "--help=perhaps"});
 }
 
+TEST_F(CommandLine, TakesArgumentsOf4096Bytes)
+{
+    const std::string option = "--led_green_name=";
+    const std::string name(4096 - option.size(), 'x');
+    const std::string grouped = "-o" + std::string(4094, 'y');
+    ExpectAccepted({"orvel", (option + name).c_str(), grouped.c_str()});
+    EXPECT_EQ(commandLine.ledNames[2], name);
+    EXPECT_EQ(commandLine.ledNames[3], grouped.substr(2));
+}
+
+// The parser would run out of stack: the kernel passes on up to 128 KiB.
+TEST_F(CommandLine, RejectsALongerArgumentWithALineOfItsOwn)
+{
+    constexpr std::size_t Largest = 128 * 1024 - 1;
+    for (const char* const option : {"--led_green_name=", "--", "-o", "-", "", "--reset_gpio="})
+    {
+        for (const std::size_t size : {std::size_t{4097}, Largest})
+        {
+            std::string argument = option;
+            argument.resize(size, 'a');
+            const Output output;
+            EXPECT_FALSE(Parse({"orvel", "-e", argument.c_str()}));
+            EXPECT_EQ(output.Flushed(), "Argument of more than 4096 bytes\n");
+        }
+    }
+    ExpectDefaults();
+}
+
 TEST_F(CommandLine, KeepsItsDefaultsWhenItRejects)
 {
     ExpectRejected({"orvel", "-h", "-e", "--led_green_name", "power", "--no_such_option"});

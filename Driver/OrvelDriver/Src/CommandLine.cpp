@@ -2,10 +2,26 @@
 
 #include "Revision.h"
 
+#include <algorithm>
+#include <cstring>
 #include <iostream>
 
 namespace OrvelDriver
 {
+
+namespace
+{
+
+// The parser's regular expressions take stack for each character, and with some ten thousand of them more than there is. No
+// path and no name is longer than this.
+constexpr std::size_t MaxArgument = 4096; // bytes
+
+bool IsTooLong(const char* argument)
+{
+    return std::strlen(argument) > MaxArgument;
+}
+
+} // namespace
 
 CommandLine::CommandLine()
     : ledNames{{0, "prg1"}, {1, "prg2"}, {2, "system"}, {3, "knx"}, {4, "rs485termination"}}
@@ -45,6 +61,11 @@ CommandLine::CommandLine()
 
 bool CommandLine::Parse(int argc, const char* const* argv)
 {
+    if (std::any_of(argv, argv + argc, &IsTooLong))
+    {
+        std::cout << "Argument of more than " << MaxArgument << " bytes" << std::endl;
+        return false;
+    }
     try
     {
         const cxxopts::ParseResult given = options.parse(argc, argv);
