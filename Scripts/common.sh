@@ -10,6 +10,7 @@ test_packages="libgtest-dev libgmock-dev python3"
 kernel_packages="qemu-system-x86 busybox-static gcc make xz-utils binutils"
 check_packages="clang clang-format clang-tidy gcovr binutils"
 benchmark_packages="libbenchmark-dev strace gnuplot-nox binutils"
+fuzz_packages="clang libclang-rt-dev"
 package_packages="debhelper dpkg-dev lintian"
 
 # need_packages PACKAGE...: installs those that are missing.

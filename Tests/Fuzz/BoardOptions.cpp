@@ -1,0 +1,35 @@
+// The command line of orvel-board. The input is the arguments behind the program's name, each with a zero byte at its end.
+
+#include "Options.h"
+
+#include "Expect.h"
+#include "Input.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+using Simulator::Options;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
+{
+    std::vector<std::string> arguments = Fuzz::TakeArguments(data, size);
+    arguments.insert(arguments.begin(), "orvel-board");
+    const std::vector<const char*> argv = Fuzz::Argv(arguments);
+    try
+    {
+        const Options options = Simulator::ParseOptions(static_cast<int>(arguments.size()), argv.data());
+        Fuzz::Expect("a pin of the chip", options.resetGpio >= 0 && options.resetGpio <= 31);
+        Fuzz::Expect("a command to execute", options.mode != Options::Mode::Exec || !options.command.empty());
+        Fuzz::ExpectEqual("a text for help", !options.help.empty(), options.mode == Options::Mode::Help);
+        const auto separator = std::find(arguments.begin(), arguments.end(), "--");
+        if (options.mode != Options::Mode::Help && separator != arguments.end())
+        {
+            Fuzz::ExpectEqual("the command", options.command, std::vector<std::string>(separator + 1, arguments.end()));
+        }
+    }
+    catch (const std::runtime_error& wrong)
+    {
+        Fuzz::Expect("what is wrong", *wrong.what() != '\0');
+    }
+    return 0;
+}

@@ -1,0 +1,54 @@
+// The daemon's command line. The input is the arguments behind the program's name, each with a zero byte at its end.
+
+#include "CommandLine.h"
+
+#include "Expect.h"
+#include "Input.h"
+
+#include <iostream>
+#include <sstream>
+
+namespace
+{
+
+// In the place of standard output while it exists.
+class Output : public std::stringbuf
+{
+public:
+    Output()
+        : previous(std::cout.rdbuf(this))
+    {
+    }
+
+    ~Output() override
+    {
+        std::cout.rdbuf(previous);
+    }
+
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
+
+private:
+    std::streambuf* previous;
+};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
+{
+    std::vector<std::string> arguments = Fuzz::TakeArguments(data, size);
+    arguments.insert(arguments.begin(), "orvel");
+    const std::vector<const char*> argv = Fuzz::Argv(arguments);
+
+    const Output output;
+    OrvelDriver::CommandLine commandLine;
+    const bool taken = commandLine.Parse(static_cast<int>(arguments.size()), argv.data());
+    Fuzz::ExpectEqual("silence when it is taken", output.str().empty(), taken);
+    Fuzz::ExpectEqual("the device, whatever is given", commandLine.device, std::string("/dev/ttymxc2"));
+    Fuzz::ExpectEqual("the number of LEDs", commandLine.ledNames.size(), std::size_t{5});
+    if (taken)
+    {
+        Fuzz::Expect("a queue for the button", !commandLine.progButtonQueues.empty());
+    }
+    return 0;
+}

@@ -1,0 +1,35 @@
+// Telegrams as a person writes them. The input is the text.
+
+#include "Hex.h"
+
+#include "Expect.h"
+
+#include <algorithm>
+
+using namespace Simulator;
+
+namespace
+{
+
+std::string WithoutGaps(std::string text)
+{
+    const auto isGap = [](char character) { return character == ' ' || character == ':'; };
+    text.erase(std::remove_if(text.begin(), text.end(), isGap), text.end());
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
+    return text;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
+{
+    const std::string text(data, data + size);
+    if (const auto bytes = FromHex(text))
+    {
+        Fuzz::ExpectEqual("the digits", WithoutGaps(ToHex(*bytes)), WithoutGaps(text));
+    }
+    const Bytes any(data, data + size);
+    Fuzz::Expect("the bytes again", FromHex(ToHex(any)) == any);
+    return 0;
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <gtest/gtest-printers.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace Fuzz
+{
+
+/// Ends the process unless `actual` is `expected`: that is how a fuzzer learns that an input is one to be kept.
+template<typename Actual, typename Expected>
+void ExpectEqual(const char* what, const Actual& actual, const Expected& expected)
+{
+    if (!(actual == expected))
+    {
+        std::fprintf(stderr, "%s:\n  is        %s\n  should be %s\n", what, testing::PrintToString(actual).c_str(),
+                     testing::PrintToString(expected).c_str());
+        std::abort();
+    }
+}
+
+inline void Expect(const char* what, bool condition)
+{
+    ExpectEqual(what, condition, true);
+}
+
+} // namespace Fuzz
