@@ -47,6 +47,18 @@ std::vector<std::string> ExpectedLines(const Expectation& expectation, const Rep
     return lines;
 }
 
+// Without those that an end may bring: on a busy machine the first report of an LED can come when the link is closed already.
+std::vector<std::string> LinesOf(const Report& report, const Expectation& expectation)
+{
+    std::vector<std::string> lines = report.lines;
+    const auto isLate = [](const std::string& line) { return line.rfind("ERROR Leds Failed to transmit ", 0) == 0; };
+    if (expectation.Has("ends"))
+    {
+        lines.erase(std::remove_if(lines.begin(), lines.end(), isLate), lines.end());
+    }
+    return lines;
+}
+
 bool Match(const std::vector<std::string>& patterns, const std::vector<std::string>& lines)
 {
     return std::equal(patterns.begin(), patterns.end(), lines.begin(), lines.end(),
@@ -127,7 +139,8 @@ std::vector<std::string> Judge(const Report& report, const Cell& cell, const Exp
     require(Joined(report.queuesLeft, ",") == expectation.Of("leaves"),
             "queues left: " + Joined(report.queuesLeft, ","));
     require(!expectation.Has("again") || report.callBehind == cell.point, "the call is not made again");
-    require(expectation.Has("unlogged") || Match(ExpectedLines(expectation, report, Fault(cell.fault)), report.lines),
+    require(expectation.Has("unlogged") ||
+                Match(ExpectedLines(expectation, report, Fault(cell.fault)), LinesOf(report, expectation)),
             "lines: " + Joined(report.lines, "; "));
     if (expectation.Has("on"))
     {
