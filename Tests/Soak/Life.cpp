@@ -417,6 +417,7 @@ void Life::AccountDevices()
     figures["brightness: refused by the library, with a line each"] += ledger.Count("led refused");
     figures["button: pressed and released"] += record.pressed;
     figures["button: handed over by the library"] += ledger.Count("button changes");
+    figures["button: pressed since boot, put into the queue three times"] += ledger.Count("pressed since boot");
     figures["button: queue full, with a line each"] += ledger.Count("button full");
     figures["button: read, in order"] += static_cast<long>(record.buttons.size());
 }
