@@ -146,7 +146,7 @@ private:
     cxxopts::ParseResult given;
 };
 
-constexpr long MaxWait = 86400000;               // ms: a day
+constexpr int64_t MaxWait = 86400000;            // ms: a day
 constexpr uint64_t MaxNumber = 1000000000000000; // more than anybody will wait for
 constexpr double MinSpeed = 0.001;
 constexpr double MaxSpeed = 1000;
@@ -156,7 +156,7 @@ constexpr int MaxBrightness = 100;
 
 std::chrono::milliseconds Wait(const CommandLine& line, std::chrono::milliseconds otherwise)
 {
-    return std::chrono::milliseconds(line.NumberOr<long>(otherwise.count(), "wait", 0, MaxWait));
+    return std::chrono::milliseconds(line.NumberOr<int64_t>(otherwise.count(), "wait", 0, MaxWait));
 }
 
 void AddTime(CommandLine& line)

@@ -44,11 +44,7 @@ Bytes RandomTelegrams::Next()
     const bool isExtended = isLong && Below(8) == 0;
     const uint32_t group = 1 + Below(0xFFFF); // 0/0/0 is everybody
     const auto control1 = static_cast<uint8_t>((isExtended ? 0x30U : 0xB0U) | priorities.at(Below(priorities.size())));
-    Bytes data(isLong ? DataSize(isExtended) : 0);
-    for (uint8_t& byte : data)
-    {
-        byte = static_cast<uint8_t>(Below(256));
-    }
+    const std::size_t dataSize = isLong ? DataSize(isExtended) : 0;
     const uint32_t shortValue = isLong || service == Read ? 0 : Below(64);
 
     Bytes frame{static_cast<uint8_t>(MessageCode::LDataReq),
@@ -59,10 +55,13 @@ Bytes RandomTelegrams::Next()
                 0,
                 static_cast<uint8_t>(group >> 8U),
                 static_cast<uint8_t>(group & 0xFFU),
-                static_cast<uint8_t>(1 + data.size()),
+                static_cast<uint8_t>(1 + dataSize),
                 0,
                 static_cast<uint8_t>(service | shortValue)};
-    frame.insert(frame.end(), data.begin(), data.end());
+    for (std::size_t count = 0; count < dataSize; ++count)
+    {
+        frame.push_back(static_cast<uint8_t>(Below(256)));
+    }
     return frame;
 }
 

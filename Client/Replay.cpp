@@ -71,9 +71,10 @@ std::optional<std::size_t> PlaceOfControl1(const Bytes& frame)
 
 Bytes Request(MessageCode code, const Bytes& frame, std::size_t control1)
 {
-    constexpr uint8_t noInfo = 0; // it tells how the frame was received
-    Bytes request{static_cast<uint8_t>(code), noInfo};
-    request.insert(request.end(), frame.begin() + static_cast<std::ptrdiff_t>(control1), frame.end());
+    constexpr std::size_t headSize = 2; // what is before control field 1 at the least
+    Bytes request(frame.begin() + static_cast<std::ptrdiff_t>(control1 - headSize), frame.end());
+    request[0] = static_cast<uint8_t>(code);
+    request[1] = 0; // no additional information: it tells how the frame was received
     return request;
 }
 

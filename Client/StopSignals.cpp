@@ -46,7 +46,8 @@ bool StopSignals::AwaitUntil(std::chrono::steady_clock::time_point time) const
     {
         const auto left = std::max(time - steady_clock::now(), steady_clock::duration::zero());
         const auto wholeSeconds = floor<seconds>(left);
-        const timespec timeout{wholeSeconds.count(), nanoseconds(left - wholeSeconds).count()};
+        const timespec timeout{static_cast<time_t>(wholeSeconds.count()),
+                               static_cast<long>(nanoseconds(left - wholeSeconds).count())};
         pollfd entry{descriptor, POLLIN, 0};
         const int result = ppoll(&entry, 1, &timeout, nullptr);
         if (result >= 0)

@@ -31,12 +31,12 @@ void BusyPause::OnBusy(std::chrono::milliseconds waitTime, Clock::time_point now
         ++count;
     }
     lastBusy = now;
-    std::uniform_int_distribution<long> upTo(0, count * RandomStep.count());
+    std::uniform_int_distribution<int64_t> upTo(0, count * RandomStep.count());
     end = std::max(end, now + waitTime + std::chrono::milliseconds(upTo(random)));
     countFallsFrom = end + count * RememberStep;
 }
 
-long BusyPause::CountAt(Clock::time_point now) const
+int64_t BusyPause::CountAt(Clock::time_point now) const
 {
     const auto forgotten = now > countFallsFrom ? (now - countFallsFrom) / ForgetStep : 0;
     return forgotten >= count ? 0 : count - forgotten;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <random>
 
 namespace Simulator
@@ -24,13 +25,13 @@ public:
     }
 
 private:
-    long CountAt(Clock::time_point now) const;
+    int64_t CountAt(Clock::time_point now) const;
 
     std::mt19937 random;
     Clock::time_point end;
     Clock::time_point lastBusy;
     Clock::time_point countFallsFrom;
-    long count = 0; // datagrams of late
+    int64_t count = 0; // datagrams of late
 };
 
 } // namespace Simulator
