@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 
+#include <memory>
 #include <optional>
 #include <type_traits>
 
