@@ -34,6 +34,7 @@ exec   runs a command where the daemon's queues may be made, on the processor th
 Files are written into DIRECTORY.)";
 
 constexpr int UsageError = 2;
+constexpr std::size_t Turns = 10; // of each load, in each pair
 
 // The first and the last of those that this process may use.
 Processors Choose()
@@ -79,7 +80,7 @@ bool Short(const Processors& processors)
     {
         return false;
     }
-    ReportRatios(processors, 3, 10, Extent::Judged);
+    ReportRatios(processors, 3, Turns, Extent::Judged);
     ReportLife(processors, 3);
     return true;
 }
@@ -98,9 +99,9 @@ bool Full(const Processors& processors, std::size_t pairs, const std::string& st
         {
             return false;
         }
-        ReportRatios(processors, pairs, 20, Extent::Everything);
-        ReportFloors(processors, pairs, 20);
-        ReportLevels(processors, pairs, 20);
+        ReportRatios(processors, pairs, Turns, Extent::Everything);
+        ReportFloors(processors, pairs, Turns);
+        ReportLevels(processors, pairs, Turns);
         ReportLife(processors, 3 * pairs);
     }
     if (!steps.empty())
