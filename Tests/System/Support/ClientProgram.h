@@ -177,7 +177,8 @@ public:
 
     void Put(const Simulator::Bytes& message) const
     {
-        EXPECT_EQ(mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0), 0) << name;
+        const std::string bytes(message.begin(), message.end()); // has an address also when it is empty
+        EXPECT_EQ(mq_send(queue, bytes.data(), bytes.size(), 0), 0) << name;
     }
 
     /// A frame with its size byte.
