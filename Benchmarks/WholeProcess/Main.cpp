@@ -8,6 +8,7 @@
 #include "Table.h"
 
 #include <sched.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -52,6 +53,14 @@ Processors Choose()
         }
     }
     return processors;
+}
+
+// Of this process and those that it starts, as far as it may: other work is to wait. Without the right to it, other work just
+// makes the measuring longer and the scatter wider.
+void RaisePriority()
+{
+    constexpr int Highest = -20;
+    setpriority(PRIO_PROCESS, 0, Highest);
 }
 
 void GoTo(const std::string& directory)
@@ -116,6 +125,7 @@ int Run(const std::vector<std::string>& arguments)
 {
     const std::string mode = arguments.empty() ? "" : arguments[0];
     const Processors processors = Choose();
+    RaisePriority();
     if (mode == "short" && arguments.size() == 2)
     {
         Simulator::EnterNamespaces();
