@@ -1,0 +1,369 @@
+#include "LiveBoard.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <stdexcept>
+#include <string_view>
+
+namespace Simulator
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+constexpr auto DrawEvery = 50ms;          // at most; more a person does not see
+constexpr std::size_t MaxTyped = 3072;    // characters; the longest telegram
+constexpr std::size_t LongestLine = 4096; // characters of the daemon's log
+
+void Check(bool succeeded)
+{
+    if (!succeeded)
+    {
+        throw std::runtime_error(std::string("cannot show the board: ") + strerror(errno));
+    }
+}
+
+sigset_t ScreenSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGWINCH); // another size
+    sigaddset(&signals, SIGTSTP);  // Ctrl-Z
+    return signals;
+}
+
+bool StartsWith(const std::string& text, const char* start)
+{
+    return text.compare(0, std::strlen(start), start) == 0;
+}
+
+} // namespace
+
+void BlockScreenSignals()
+{
+    const sigset_t signals = ScreenSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+LiveBoard::LiveBoard(const std::string& boardName, bool demonstration)
+    : demonstrating(demonstration)
+{
+    view.name = boardName;
+    try
+    {
+        OpenDescriptors();
+        terminal = std::make_unique<Terminal>();
+        thread = std::thread(&LiveBoard::ThreadFunction, this);
+    }
+    catch (...)
+    {
+        CloseDescriptors();
+        throw;
+    }
+}
+
+LiveBoard::~LiveBoard()
+{
+    End();
+    CloseDescriptors();
+}
+
+void LiveBoard::OpenDescriptors()
+{
+    std::array<int, 2> ends{};
+    Check(pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) == 0);
+    commandsOut = ends[0];
+    commandsIn = ends[1];
+    Check(pipe2(ends.data(), O_CLOEXEC) == 0);
+    daemonOut = ends[0];
+    daemonIn = ends[1];
+    fcntl(daemonOut, F_SETFL, O_NONBLOCK); // the daemon's end blocks, as a terminal does
+    wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    const sigset_t taken = ScreenSignals();
+    signals = signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK);
+    Check(wakeUp != -1 && signals != -1);
+}
+
+void LiveBoard::CloseDescriptors() const
+{
+    for (const int descriptor : {wakeUp, signals, commandsIn, commandsOut, daemonIn, daemonOut})
+    {
+        if (descriptor != -1)
+        {
+            close(descriptor);
+        }
+    }
+}
+
+void LiveBoard::OnEvent(std::chrono::microseconds since, const std::string& event)
+{
+    {
+        const std::lock_guard lock(mutex);
+        state.OnEvent(since, event);
+        demonstrating =
+            demonstrating && !StartsWith(event, "that was all") && !StartsWith(event, "the demonstration failed");
+    }
+    Wake();
+}
+
+void LiveBoard::OnAnswer(const std::string& answer)
+{
+    {
+        const std::lock_guard lock(mutex);
+        state.OnAnswer(Since(), answer);
+    }
+    Wake();
+}
+
+void LiveBoard::End()
+{
+    running = false;
+    Wake();
+    if (thread.joinable())
+    {
+        thread.join();
+    }
+    terminal.reset();
+}
+
+std::string LiveBoard::LastLines() const
+{
+    constexpr std::ptrdiff_t Lines = 10;
+    const std::lock_guard lock(mutex);
+    const auto& log = state.Log();
+    std::string text;
+    for (auto entry = log.end() - std::min<std::ptrdiff_t>(Lines, static_cast<std::ptrdiff_t>(log.size()));
+         entry != log.end(); ++entry)
+    {
+        text += entry->text + '\n';
+    }
+    return text;
+}
+
+void LiveBoard::ThreadFunction()
+{
+    while (running)
+    {
+        std::array<pollfd, 4> set{{{wakeUp, POLLIN, 0},
+                                   {signals, POLLIN, 0},
+                                   {daemonOut, POLLIN, 0},
+                                   {readsKeys ? STDIN_FILENO : -1, POLLIN, 0}}};
+        poll(set.data(), set.size(), PollTimeout());
+        eventfd_t ignored = 0;
+        if (eventfd_read(wakeUp, &ignored) == 0)
+        {
+            dirty = true;
+        }
+        if (ReadSignals())
+        {
+            dirty = true;
+        }
+        ReadDaemon();
+        if ((set[3].revents & (POLLHUP | POLLERR | POLLNVAL)) != 0)
+        {
+            readsKeys = false;
+            kill(getpid(), SIGHUP); // the terminal is gone, and its last signal may have gone to another process
+        }
+        else if (set[3].revents != 0)
+        {
+            ReadKeys();
+        }
+        if (dirty && Clock::now() - drawn >= DrawEvery)
+        {
+            Redraw();
+        }
+    }
+    ReadDaemon();
+}
+
+// ms until the next picture; -1 while it need not change.
+int LiveBoard::PollTimeout() const
+{
+    if (!dirty)
+    {
+        return -1;
+    }
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(drawn + DrawEvery - Clock::now());
+    return static_cast<int>(std::max(left, 0ms).count());
+}
+
+// True when the picture is to be drawn anew.
+bool LiveBoard::ReadSignals()
+{
+    signalfd_siginfo signal{};
+    bool any = false;
+    while (read(signals, &signal, sizeof(signal)) == sizeof(signal))
+    {
+        any = true;
+        if (signal.ssi_signo == SIGTSTP)
+        {
+            terminal->Suspend();
+            kill(getpid(), SIGSTOP);
+        }
+        terminal->Resize(); // perhaps while it was stopped
+    }
+    return any;
+}
+
+void LiveBoard::ReadDaemon()
+{
+    constexpr int AtOnce = 16; // a flood is not to keep keys waiting
+    std::array<char, 4096> buffer{};
+    for (int count = 0; count < AtOnce; ++count)
+    {
+        const ssize_t size = read(daemonOut, buffer.data(), buffer.size());
+        if (size <= 0)
+        {
+            return;
+        }
+        dirty = true;
+        const std::lock_guard lock(mutex);
+        for (const char character : std::string_view(buffer.data(), static_cast<std::size_t>(size)))
+        {
+            if (character == '\n')
+            {
+                state.OnDaemonLine(Since(), daemonPending);
+                daemonPending.clear();
+            }
+            else if (daemonPending.size() < LongestLine)
+            {
+                daemonPending += character;
+            }
+        }
+    }
+}
+
+void LiveBoard::ReadKeys()
+{
+    for (int key = terminal->ReadKey(); key != Terminal::NoKey; key = terminal->ReadKey())
+    {
+        if (view.prompt)
+        {
+            OnPromptKey(key);
+        }
+        else
+        {
+            OnKey(key);
+        }
+        dirty = true;
+    }
+}
+
+void LiveBoard::OnKey(int key)
+{
+    bool pressed = false;
+    bool plugged = false;
+    bool demonstration = false;
+    {
+        const std::lock_guard lock(mutex);
+        pressed = state.IsButtonPressed();
+        plugged = state.IsPlugged();
+        demonstration = demonstrating;
+    }
+    const bool wasHelp = view.help;
+    view.help = false;
+    switch (key)
+    {
+    case 'q':
+        kill(getpid(), SIGINT); // as Ctrl-C does, also while no command is taken
+        return;
+    case 'h':
+    case '?':
+        view.help = !wasHelp;
+        return;
+    default:
+        break;
+    }
+    if (demonstration && (key == 'b' || key == 'u' || key == 'm' || key == 't'))
+    {
+        OnAnswer("wait until the demonstration is over");
+        return;
+    }
+    switch (key)
+    {
+    case 'b':
+        Type(pressed ? "release" : "press");
+        break;
+    case 'u':
+        Type(plugged ? "unplug" : "plug");
+        break;
+    case 'm':
+        Type("mute");
+        break;
+    case 't':
+        view.prompt = telegram;
+        break;
+    default:
+        break;
+    }
+}
+
+void LiveBoard::OnPromptKey(int key)
+{
+    std::string& typed = *view.prompt;
+    switch (key)
+    {
+    case Terminal::Enter:
+        telegram = typed;
+        Type("telegram " + typed);
+        view.prompt.reset();
+        break;
+    case Terminal::Escape:
+        view.prompt.reset();
+        break;
+    case Terminal::Backspace:
+        typed.erase(typed.empty() ? 0 : typed.size() - 1);
+        break;
+    case Terminal::ClearLine:
+        typed.clear();
+        break;
+    default:
+        if (key >= ' ' && key <= '~' && typed.size() < MaxTyped)
+        {
+            typed += static_cast<char>(key);
+        }
+        break;
+    }
+}
+
+// Where nobody takes commands any more, one is lost.
+void LiveBoard::Type(const std::string& command) const
+{
+    const std::string line = command + '\n';
+    static_cast<void>(write(commandsIn, line.data(), line.size()) == -1);
+}
+
+void LiveBoard::Redraw()
+{
+    dirty = false;
+    drawn = Clock::now();
+    const Picture picture = [this]
+    {
+        const std::lock_guard lock(mutex);
+        return Draw(state, view, terminal->Rows(), terminal->Columns());
+    }();
+    terminal->Show(picture); // which may take its time, and holds up nobody
+}
+
+std::chrono::microseconds LiveBoard::Since() const
+{
+    return std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - began);
+}
+
+void LiveBoard::Wake() const
+{
+    eventfd_write(wakeUp, 1);
+}
+
+} // namespace Simulator

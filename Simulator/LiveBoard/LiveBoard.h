@@ -1,0 +1,99 @@
+#pragma once
+
+#include "BoardState.h"
+#include "Picture.h"
+#include "Terminal.h"
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace Simulator
+{
+
+/// Blocks, in the calling thread and those that it makes, the signals that LiveBoard takes. To be called before any thread.
+void BlockScreenSignals();
+
+/// Shows the board in the terminal, and turns keys into the commands that a person would type. Runs on a thread of its own,
+/// which has the terminal for itself.
+class LiveBoard
+{
+public:
+    /// While a demonstration goes on, which tells its end, only quitting and help are for the person.
+    /// Throws std::runtime_error.
+    LiveBoard(const std::string& boardName, bool demonstration);
+
+    /// Leaves the terminal as it was.
+    ~LiveBoard();
+
+    LiveBoard(const LiveBoard&) = delete;
+    LiveBoard& operator=(const LiveBoard&) = delete;
+
+    /// An event of the board. Any thread.
+    void OnEvent(std::chrono::microseconds since, const std::string& event);
+
+    /// What a person is told who has typed something. Any thread.
+    void OnAnswer(const std::string& answer);
+
+    /// The commands come out of it, one a line.
+    int Commands() const
+    {
+        return commandsOut;
+    }
+
+    /// Becomes the daemon's standard output.
+    int DaemonOutput() const
+    {
+        return daemonIn;
+    }
+
+    /// Ends the picture, once the daemon has ended. Afterwards: the last lines of the log, for a person to read.
+    void End();
+    std::string LastLines() const;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void OpenDescriptors();
+    void CloseDescriptors() const;
+    void ThreadFunction();
+    bool ReadSignals();
+    void ReadDaemon();
+    void ReadKeys();
+    void OnKey(int key);
+    void OnPromptKey(int key);
+    void Type(const std::string& command) const;
+    void Redraw();
+    int PollTimeout() const;
+    std::chrono::microseconds Since() const;
+    void Wake() const;
+
+    const Clock::time_point began = Clock::now();
+
+    mutable std::mutex mutex; // for the two that follow
+    BoardState state;
+    bool demonstrating;
+
+    // Of the thread.
+    View view;
+    std::string telegram = "29 00 bc e0 11 01 0a 03 01 00 81"; // typed last
+    std::string daemonPending;                                 // a line without its end
+    bool readsKeys = true;
+    std::atomic<bool> dirty{true};
+    Clock::time_point drawn;
+
+    std::atomic<bool> running{true};
+    int wakeUp = -1;
+    int signals = -1;
+    int commandsIn = -1;
+    int commandsOut = -1;
+    int daemonIn = -1;
+    int daemonOut = -1;
+    std::unique_ptr<Terminal> terminal;
+    std::thread thread;
+};
+
+} // namespace Simulator

@@ -1,0 +1,231 @@
+#include "Picture.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace Simulator
+{
+
+namespace
+{
+
+constexpr int StateRow = 1;     // behind the bar at the top
+constexpr int FirstListRow = 6; // behind the state
+constexpr int LeftColumn = 1;
+constexpr int ValueColumn = 13;
+
+char Printable(char character)
+{
+    return character >= ' ' && character <= '~' ? character : '?';
+}
+
+// "  12.345"
+std::string Seconds(BoardState::Time time)
+{
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%9.3f", std::chrono::duration<double>(time).count());
+    return text.data();
+}
+
+int PutLamp(Picture& picture, int row, int column, bool lit, const std::string& name, Style style)
+{
+    column = picture.Put(row, column, lit ? "(*)" : "( )", lit ? style : Style::Plain);
+    return picture.Put(row, column, " " + name + "  ");
+}
+
+void DrawState(Picture& picture, const BoardState& state)
+{
+    int row = StateRow;
+    picture.Put(row, LeftColumn, "LEDs");
+    int column = ValueColumn;
+    struct Lamp
+    {
+        BoardState::LedNumber led;
+        const char* name;
+        Style style;
+    };
+    for (const auto& lamp :
+         {Lamp{BoardState::RedKnx, "red KNX", Style::Red}, Lamp{BoardState::YellowKnx, "yellow KNX", Style::Yellow},
+          Lamp{BoardState::GreenDevice, "green device", Style::Green},
+          Lamp{BoardState::OrangeDevice, "orange device", Style::Orange}})
+    {
+        column = PutLamp(picture, row, column, state.IsLit(lamp.led), lamp.name, lamp.style);
+    }
+
+    ++row;
+    picture.Put(row, LeftColumn, "RS485");
+    column = PutLamp(picture, row, ValueColumn, state.IsTerminated(), "termination", Style::Green);
+    const bool pressed = state.IsButtonPressed();
+    column = picture.Put(row, column, "button ");
+    column = picture.Put(row, column, pressed ? "[pressed]" : "[released]", pressed ? Style::Bar : Style::Plain);
+    picture.Put(row, column, ", presses " + std::to_string(state.Count().presses));
+
+    ++row;
+    picture.Put(row, LeftColumn, "link");
+    const bool up = state.IsLinkUp();
+    column = picture.Put(row, ValueColumn, up ? "up" : "DOWN", up ? Style::Green : Style::Alarm);
+    column = picture.Put(row, column, state.IsPlugged() ? ", serial line plugged in" : ", ");
+    if (!state.IsPlugged())
+    {
+        column = picture.Put(row, column, "serial line PULLED", Style::Alarm);
+    }
+    column = picture.Put(row, column, ", co-processor ");
+    const std::string& coProcessor = state.CoProcessorState();
+    picture.Put(row, column, coProcessor, coProcessor == "running" ? Style::Plain : Style::Alarm);
+
+    ++row;
+    const auto& count = state.Count();
+    picture.Put(row, LeftColumn, "resets");
+    picture.Put(row, ValueColumn,
+                std::to_string(count.resets) + (state.LastPulse().empty() ? "" : ", last pulse " + state.LastPulse()) +
+                    "; times the link came up " + std::to_string(count.links));
+
+    ++row;
+    picture.Put(row, LeftColumn, "telegrams");
+    picture.Put(row, ValueColumn,
+                std::to_string(count.toKnx) + " to KNX, " + std::to_string(count.confirmed) + " confirmed, " +
+                    std::to_string(count.notSent) + " not sent; " + std::to_string(count.fromKnx) + " from KNX, " +
+                    std::to_string(count.lost) + " lost");
+}
+
+Style StyleOf(BoardState::Line line)
+{
+    switch (line)
+    {
+    case BoardState::Line::Trouble:
+        return Style::Alarm;
+    case BoardState::Line::Daemon:
+        return Style::Faint;
+    case BoardState::Line::Telegram:
+    case BoardState::Line::Board:
+        break;
+    }
+    return Style::Plain;
+}
+
+// A heading and below it the last entries that fit, in the rows from `first` to before `end`.
+void DrawList(Picture& picture, const std::string& heading, const std::deque<BoardState::Entry>& entries, int first,
+              int end)
+{
+    if (first >= end)
+    {
+        return;
+    }
+    picture.PutBar(first, heading, Style::Heading);
+    const auto room = static_cast<std::size_t>(end - first - 1);
+    auto entry = entries.end() - static_cast<std::ptrdiff_t>(std::min(room, entries.size()));
+    for (int row = first + 1; entry != entries.end(); ++row, ++entry)
+    {
+        const int column = picture.Put(row, 0, Seconds(entry->time) + " ", Style::Faint);
+        picture.Put(row, column, entry->text, StyleOf(entry->kind));
+    }
+}
+
+void DrawHelp(Picture& picture, int first, int end)
+{
+    static const std::array lines{
+        "b  press the programming button, or let it go",
+        "u  pull the serial line, or plug it in again",
+        "m  let the co-processor hang until it is reset",
+        "t  a telegram from KNX: a cEMI frame in hexadecimal digits",
+        "h  this help, and back",
+        "q  stop the daemon and the board, as Ctrl-C does; the second time by force",
+        "",
+        "(*) is an LED that is on, ( ) one that is off. Times are in seconds.",
+        "In another terminal 'orvel-board shell' is a shell on this board.",
+    };
+    if (first < end)
+    {
+        picture.PutBar(first, " help ", Style::Heading);
+    }
+    for (std::size_t number = 0; number < lines.size() && first + 1 + static_cast<int>(number) < end; ++number)
+    {
+        picture.Put(first + 1 + static_cast<int>(number), LeftColumn, lines.at(number));
+    }
+}
+
+} // namespace
+
+Picture::Picture(int rowCount, int columnCount)
+    : rows(std::max(rowCount, 0))
+    , columns(std::max(columnCount, 0))
+    , cells(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns))
+{
+}
+
+const Picture::Cell& Picture::At(int row, int column) const
+{
+    return cells.at(static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) +
+                    static_cast<std::size_t>(column));
+}
+
+int Picture::Put(int row, int column, const std::string& text, Style style)
+{
+    const int end = column + static_cast<int>(text.size());
+    if (row < 0 || row >= rows)
+    {
+        return end;
+    }
+    for (int position = std::max(column, 0); position < std::min(end, columns); ++position)
+    {
+        const bool cut = position == columns - 1 && end > columns;
+        cells[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) + static_cast<std::size_t>(position)] =
+            {cut ? '>' : Printable(text[static_cast<std::size_t>(position - column)]), style};
+    }
+    return end;
+}
+
+void Picture::PutBar(int row, const std::string& text, Style style)
+{
+    Put(row, 0, std::string(static_cast<std::size_t>(columns), style == Style::Heading ? '-' : ' '), style);
+    Put(row, 0, text, style);
+}
+
+std::string Picture::Text(int row) const
+{
+    std::string text;
+    for (int column = 0; column < columns; ++column)
+    {
+        text += At(row, column).character;
+    }
+    text.erase(text.find_last_not_of(' ') + 1);
+    return text;
+}
+
+Picture Draw(const BoardState& state, const View& view, int rows, int columns)
+{
+    Picture picture(rows, columns);
+    const int last = rows - 1;
+    DrawState(picture, state);
+    if (view.help)
+    {
+        DrawHelp(picture, FirstListRow, last);
+    }
+    else
+    {
+        const int middle = FirstListRow + (last - FirstListRow) / 2;
+        DrawList(picture, "-- telegrams ", state.Telegrams(), FirstListRow, middle);
+        DrawList(picture, "-- log ", state.Log(), middle, last);
+    }
+    picture.PutBar(0, " orvel-board: " + view.name, Style::Bar);
+    if (view.prompt)
+    {
+        // What is being typed is at its end.
+        const std::string label = " telegram (Enter, Esc): ";
+        const std::string& typed = *view.prompt;
+        const auto room = static_cast<std::size_t>(std::max(columns - static_cast<int>(label.size()) - 1, 0));
+        picture.PutBar(last, label + (typed.size() > room ? typed.substr(typed.size() - room) : typed) + "_",
+                       Style::Bar);
+    }
+    else
+    {
+        picture.PutBar(last,
+                       std::string(" b ") + (state.IsButtonPressed() ? "release" : "press") + "  u " +
+                           (state.IsPlugged() ? "unplug" : "plug") + "  m mute  t telegram  h help  q quit",
+                       Style::Bar);
+    }
+    return picture;
+}
+
+} // namespace Simulator

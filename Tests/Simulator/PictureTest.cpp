@@ -1,0 +1,163 @@
+#include "Picture.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+#include <vector>
+
+using namespace std::chrono_literals;
+using namespace Simulator;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+namespace
+{
+
+std::vector<std::string> Rows(const Picture& picture)
+{
+    std::vector<std::string> rows;
+    for (int row = 0; row < picture.Rows(); ++row)
+    {
+        rows.push_back(picture.Text(row));
+    }
+    return rows;
+}
+
+// A board on which everything has happened.
+BoardState Busy()
+{
+    BoardState state;
+    int time = 0;
+    for (const char* const event :
+         {"reset line low", "reset line high after 1.4 ms", "co-processor booted", "link up", "LED red KNX on",
+          "LED orange device on", "RS485 termination on", "button pressed",
+          "telegram to KNX: 11 00 bc e0 00 00 0a 03 01 00 81", "telegram confirmed: 2e 00 bc e0 00 00 0a 03 01 00 81",
+          "telegram from KNX: 29 00 bc e0 11 01 0a 03 01 00 80"})
+    {
+        state.OnEvent(std::chrono::milliseconds(time += 100), event);
+    }
+    return state;
+}
+
+TEST(Picture, HasTheWholeBoardOn24RowsOf80Columns)
+{
+    const std::string dashes(80, '-');
+    EXPECT_THAT(
+        Rows(Draw(Busy(), {"board", false, {}}, 24, 80)),
+        ElementsAre(
+            " orvel-board: board", " LEDs        (*) red KNX  ( ) yellow KNX  ( ) green device  (*) orange device",
+            " RS485       (*) termination  button [pressed], presses 1",
+            " link        up, serial line plugged in, co-processor running",
+            " resets      1, last pulse 1.4 ms; times the link came up 1",
+            " telegrams   1 to KNX, 1 confirmed, 0 not sent; 1 from KNX, 0 lost", "-- telegrams " + dashes.substr(13),
+            "    0.900 to KNX    0.0.0 -> 1/2/3 low hops=6 A_GroupValue_Write value=0x01",
+            "    1.000 confirmed 0.0.0 -> 1/2/3 low hops=6 A_GroupValue_Write value=0x01",
+            "    1.100 from KNX  1.1.1 -> 1/2/3 low hops=6 A_GroupValue_Write value=0x00", "", "", "", "",
+            "-- log " + dashes.substr(7), "    0.100 reset line low", "    0.200 reset line high after 1.4 ms",
+            "    0.300 co-processor booted", "    0.400 link up", "    0.500 LED red KNX on",
+            "    0.600 LED orange device on", "    0.700 RS485 termination on", "    0.800 button pressed",
+            " b release  u unplug  m mute  t telegram  h help  q quit"));
+}
+
+TEST(Picture, SaysInWordsWhatIsWrong)
+{
+    BoardState state = Busy();
+    state.OnEvent(1s, "serial line pulled");
+    state.OnEvent(1s, "co-processor hangs");
+    state.OnEvent(1s, "button released");
+    const auto rows = Rows(Draw(state, {"board", false, {}}, 24, 80));
+    EXPECT_EQ(rows[3], " link        DOWN, serial line PULLED, co-processor hangs");
+    EXPECT_EQ(rows[23], " b press  u plug  m mute  t telegram  h help  q quit");
+}
+
+TEST(Picture, ShowsTheLastLinesThatFit)
+{
+    BoardState state;
+    for (int count = 1; count <= 100; ++count)
+    {
+        state.OnEvent(1s, "event " + std::to_string(count));
+    }
+    const auto rows = Rows(Draw(state, {"board", false, {}}, 24, 80));
+    EXPECT_THAT(rows[15], EndsWith("event 93"));
+    EXPECT_THAT(rows[22], EndsWith("event 100"));
+    EXPECT_THAT(Rows(Draw(state, {"board", false, {}}, 50, 80))[48], EndsWith("event 100"));
+}
+
+TEST(Picture, LedsHaveTheirColourWhenTheyAreOn)
+{
+    BoardState state;
+    const auto styleAt = [&state](int column) { return Draw(state, {"", false, {}}, 24, 80).At(1, column).style; };
+    const std::vector<std::pair<int, Style>> leds{
+        {14, Style::Red}, {27, Style::Yellow}, {43, Style::Green}, {61, Style::Orange}};
+    for (const auto& [column, style] : leds)
+    {
+        EXPECT_EQ(styleAt(column), Style::Plain) << column;
+    }
+    for (const char* const led : {"red KNX", "yellow KNX", "green device", "orange device"})
+    {
+        state.OnEvent(1s, std::string("LED ") + led + " on");
+    }
+    for (const auto& [column, style] : leds)
+    {
+        EXPECT_EQ(styleAt(column), style) << column;
+    }
+}
+
+TEST(Picture, ALineThatDoesNotFitSaysSo)
+{
+    BoardState state;
+    state.OnEvent(1s, std::string(100, 'x'));
+    const auto rows = Rows(Draw(state, {"board", false, {}}, 24, 80));
+    EXPECT_EQ(rows[15], "    1.000 " + std::string(69, 'x') + ">");
+}
+
+TEST(Picture, NothingThatIsNoCharacterReachesTheTerminal)
+{
+    BoardState state;
+    state.OnDaemonLine(1s, "a\033[2Jb\tc\xC3\xA4\x7F");
+    EXPECT_EQ(Rows(Draw(state, {"\033]0;board", false, {}}, 24, 80))[15], "    1.000 a?[2Jb?c???");
+    EXPECT_EQ(Rows(Draw(state, {"\033]0;board", false, {}}, 24, 80))[0], " orvel-board: ?]0;board");
+}
+
+TEST(Picture, HelpTakesThePlaceOfTheLists)
+{
+    const auto rows = Rows(Draw(Busy(), {"board", true, {}}, 24, 80));
+    EXPECT_THAT(rows[6], StartsWith(" help ---"));
+    for (const char* const key : {"b  ", "u  ", "m  ", "t  ", "h  ", "q  "})
+    {
+        EXPECT_THAT(rows, testing::Contains(StartsWith(std::string(" ") + key)));
+    }
+    EXPECT_THAT(rows, testing::Each(Not(EndsWith(">"))));
+    EXPECT_THAT(rows, testing::Each(Not(HasSubstr("1/2/3"))));
+}
+
+TEST(Picture, WhatIsTypedIsAtTheBottomAndItsEndIsVisible)
+{
+    EXPECT_EQ(Rows(Draw(Busy(), {"board", false, "29 00"}, 24, 80))[23], " telegram (Enter, Esc): 29 00_");
+    const std::string longText = std::string(100, '0') + " 12 34";
+    const auto row = Rows(Draw(Busy(), {"board", false, longText}, 24, 80))[23];
+    EXPECT_THAT(row, EndsWith("00 12 34_"));
+    EXPECT_EQ(row.size(), 80U);
+}
+
+TEST(Picture, FitsAnySize)
+{
+    for (int rows = 0; rows < 40; ++rows)
+    {
+        for (const int columns : {0, 1, 2, 10, 24, 25, 79, 80, 200})
+        {
+            for (const View& view : {View{"board", false, {}}, View{"board", true, {}}, View{"board", false, "29 00"}})
+            {
+                const Picture picture = Draw(Busy(), view, rows, columns);
+                EXPECT_EQ(picture.Rows(), rows);
+                EXPECT_EQ(picture.Columns(), columns);
+            }
+        }
+    }
+    EXPECT_EQ(Draw(Busy(), {"board", false, {}}, -1, -1).Rows(), 0);
+}
+
+} // namespace
