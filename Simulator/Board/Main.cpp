@@ -3,11 +3,14 @@
 #include "Board.h"
 #include "Commands.h"
 #include "KnxIp.h"
+#include "LiveBoard.h"
 #include "Namespaces.h"
 #include "Options.h"
 #include "Rendezvous.h"
 #include "Session.h"
 #include "StopSignals.h"
+#include "Terminal.h"
+#include "TerminalGuard.h"
 
 #include <unistd.h>
 
@@ -72,16 +75,68 @@ Process::Start DaemonStart(const Options& options)
     return start;
 }
 
-int RunBoard(const Options& options)
+// Where the board is shown and the person's commands come from: the terminal, or standard output and input.
+class Front
 {
-    const Process::Start daemonStart = DaemonStart(options);
+public:
+    // `guard` is the process that guards the terminal, if the board is shown there.
+    Front(const Options& options, std::optional<pid_t> guard)
+    {
+        if (guard)
+        {
+            EndWithGuard(*guard);
+            screen.emplace(options.name, options.demo);
+        }
+    }
+
+    void OnEvent(std::chrono::microseconds since, const std::string& event)
+    {
+        screen ? screen->OnEvent(since, event) : Say("board", since, event);
+    }
+
+    int DaemonOutput() const
+    {
+        return screen ? screen->DaemonOutput() : -1;
+    }
+
+    Session::Person Person()
+    {
+        if (screen)
+        {
+            return {screen->Commands(), [this](const std::string& answer) { screen->OnAnswer(answer); }};
+        }
+        return {STDIN_FILENO, [](const std::string& answer) { std::fprintf(stderr, "%s\n", answer.c_str()); }};
+    }
+
+    // The screen is gone then, and with it why the daemon failed.
+    void End(int status)
+    {
+        if (screen)
+        {
+            screen->End();
+            std::fputs(status != 0 ? screen->LastLines().c_str() : "", stdout);
+        }
+    }
+
+private:
+    std::optional<LiveBoard> screen;
+};
+
+int RunBoard(const Options& options, std::optional<pid_t> guard)
+{
+    Process::Start daemonStart = DaemonStart(options);
+    if (guard)
+    {
+        BlockScreenSignals();
+    }
     const StopSignals signals;
     const Rendezvous rendezvous(options.name); // before the namespaces, in which this user has another number
     EnterNamespaces();
 
-    EventLog events([](std::chrono::microseconds since, const std::string& event) { Say("board", since, event); });
-    const Session::Person person{STDIN_FILENO,
-                                 [](const std::string& answer) { std::fprintf(stderr, "%s\n", answer.c_str()); }};
+    Front front(options, guard);
+    daemonStart.standardOutput = front.DaemonOutput();
+    EventLog events([&front](std::chrono::microseconds since, const std::string& event)
+                    { front.OnEvent(since, event); });
     Board board(events, options.resetGpio);
     std::optional<KnxIp> knxIp;
     if (options.knxIp)
@@ -89,12 +144,25 @@ int RunBoard(const Options& options)
         knxIp.emplace(*options.knxIp, board.TheCoProcessor(), events);
     }
     rendezvous.Announce();
-    Session session(daemonStart, board, events, rendezvous, signals, person);
+    Session session(daemonStart, board, events, rendezvous, signals, front.Person());
     if (options.demo)
     {
         session.StartDemonstration();
     }
-    return session.Run();
+    const int status = session.Run();
+    front.End(status);
+    return status;
+}
+
+int RunBoard(const Options& options)
+{
+    if (options.plain || !Terminal::IsThere())
+    {
+        return RunBoard(options, std::nullopt);
+    }
+    const pid_t guard = getpid();
+    const auto ended = GuardTerminal();
+    return ended ? *ended : RunBoard(options, guard);
 }
 
 [[noreturn]] void RunOnBoard(const Options& options)

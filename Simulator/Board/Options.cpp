@@ -3,6 +3,7 @@
 #include <cxxopts.hpp>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
@@ -18,15 +19,19 @@ constexpr std::size_t MaxArgument = 4096; // bytes; the parser takes stack for e
 
 cxxopts::Options Definitions()
 {
-    cxxopts::Options definitions("orvel-board", "Runs the unmodified orvel daemon on a simulated board.\n"
-                                                "Type 'help' to the running board for its commands.\n");
+    cxxopts::Options definitions("orvel-board",
+                                 "Runs the unmodified orvel daemon on a simulated board.\n\n"
+                                 "In a terminal it shows the board; the key 'h' tells the keys. Otherwise it writes\n"
+                                 "what happens line by line, and reads the commands below.\n");
     definitions.custom_help("[OPTION...] [-- ORVEL OPTION...]\n"
-                            "  orvel-board exec [--name NAME] -- COMMAND [ARGUMENT...]");
+                            "  orvel-board exec [--name NAME] -- COMMAND [ARGUMENT...]\n"
+                            "  orvel-board shell [--name NAME]");
     // clang-format off
     definitions.add_options()
         ("h,help", "Print this help message and exit.")
         ("demo", "First show a telegram each way, an LED, the button and a recovered link.")
-        ("name", "Name of the board, to have several and to find them with exec, default is: board",
+        ("plain", "Write what happens line by line and read commands, as is done without a terminal.")
+        ("name", "Name of the board, to have several and to find them with exec and shell, default is: board",
             cxxopts::value<std::string>())
         ("knxip", "Join the board's KNX side to KNXnet/IP routing, multicast 224.0.23.12, port 3671.")
         ("knxip-interface", "Network interface for --knxip, default is: lo", cxxopts::value<std::string>())
@@ -55,6 +60,12 @@ BusSpeed ToBusSpeed(const std::string& name)
     return name == "tp1" ? BusSpeed::Tp1 : BusSpeed::Unlimited;
 }
 
+std::string UsersShell()
+{
+    const char* const shell = std::getenv("SHELL");
+    return shell != nullptr && *shell != '\0' ? shell : "/bin/sh";
+}
+
 } // namespace
 
 Options ParseOptions(int argc, const char* const* argv)
@@ -69,7 +80,8 @@ Options ParseOptions(int argc, const char* const* argv)
     }
 
     std::vector<const char*> own(argv, separator);
-    if (own.size() > 1 && std::string_view(own[1]) == "exec")
+    const std::string first = own.size() > 1 ? own[1] : "";
+    if (first == "exec" || first == "shell")
     {
         options.mode = Options::Mode::Exec;
         own.erase(own.begin() + 1);
@@ -107,6 +119,7 @@ Options ParseOptions(int argc, const char* const* argv)
         options.driver = driver;
         options.library = library;
         options.demo = given.count("demo") != 0;
+        options.plain = given.count("plain") != 0;
 
         KnxIp::Settings knxIp;
         std::string busSpeed = "tp1";
@@ -126,8 +139,13 @@ Options ParseOptions(int argc, const char* const* argv)
               "reset_gpio must be 0 to " + std::to_string(MaxGpio) + ", not " + std::to_string(options.resetGpio));
         if (options.mode == Options::Mode::Exec)
         {
-            Check(!options.command.empty(), "exec needs a command behind --");
-            Check(given.arguments().size() == given.count("name"), "exec takes no other option than --name");
+            Check(given.arguments().size() == given.count("name"), first + " takes no other option than --name");
+            Check(first == "shell" || !options.command.empty(), "exec needs a command behind --");
+            Check(first == "exec" || options.command.empty(), "shell takes no command; exec does");
+            if (first == "shell")
+            {
+                options.command = {UsersShell()};
+            }
         }
     }
     catch (const cxxopts::exceptions::exception& rejected)

@@ -16,7 +16,7 @@ struct Options
     enum class Mode
     {
         Run,  ///< start the board and the daemon
-        Exec, ///< run `command` on a running board
+        Exec, ///< run `command` on a running board, which may be a shell
         Help
     };
 
@@ -24,6 +24,7 @@ struct Options
     std::string name = "board";
     int resetGpio = 3;
     bool demo = false;
+    bool plain = false; ///< lines, also in a terminal
     std::optional<KnxIp::Settings> knxIp;
     std::filesystem::path driver;     ///< the daemon
     std::filesystem::path library;    ///< directory of the link library that it loads

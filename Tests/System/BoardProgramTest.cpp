@@ -331,6 +331,8 @@ TEST(BoardProgram, WrongOptionsGetOneLineAndStatus2)
                                                       {"--bus-speed", "tp1"},
                                                       {"--knxip-interface", "lo"},
                                                       {"exec", "--demo", "--", "true"},
+                                                      {"shell", "--", "true"},
+                                                      {"shell", "--plain"},
                                                       {"--name=" + std::string(100'000, 'x')}};
     for (const auto& options : wrong)
     {

@@ -1,0 +1,405 @@
+// orvel-board in a terminal.
+
+#include "Await.h"
+#include "Daemon.h"
+#include "TerminalWindow.h"
+
+#include <gmock/gmock.h>
+
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+using testing::Contains;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::SizeIs;
+using testing::StartsWith;
+
+namespace
+{
+
+std::string Name()
+{
+    return "live-" + std::to_string(getpid());
+}
+
+// Set an LED that the daemon has registered; false while it has not.
+bool SwitchOn(const std::string& led)
+{
+    return Daemon({BOARD, "exec", "--name", Name(), "--", "sh", "-c",
+                   "[ -e /sys/class/leds/" + led + " ] && echo 100 >/sys/class/leds/" + led + "/brightness"},
+                  {})
+               .Wait() == 0;
+}
+
+struct ProcessState
+{
+    char state = 'X'; // gone
+    pid_t parent = -1;
+};
+
+ProcessState StateOf(const std::string& process)
+{
+    std::ifstream file("/proc/" + process + "/stat");
+    std::string id;
+    std::string name;
+    ProcessState found;
+    file >> id >> name >> found.state >> found.parent;
+    return found;
+}
+
+// Also when nobody has asked for its exit status yet.
+bool IsGone(pid_t process)
+{
+    const char state = StateOf(std::to_string(process)).state;
+    return state == 'X' || state == 'Z';
+}
+
+pid_t ChildOf(pid_t parent)
+{
+    for (const auto& entry : std::filesystem::directory_iterator("/proc"))
+    {
+        const std::string name = entry.path().filename();
+        if (StateOf(name).parent == parent && parent != -1)
+        {
+            return std::stoi(name);
+        }
+    }
+    return -1;
+}
+
+// A window in which the board runs, between two looks at the settings of the terminal.
+class LiveBoard : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!TerminalWindow::CanBeMade())
+        {
+            GTEST_SKIP() << "tmux is not installed";
+        }
+    }
+
+    void Start(const std::string& options = "", const std::string& environment = "")
+    {
+        Close();
+        window = std::make_unique<TerminalWindow>(
+            R"(echo before; stty -g >"$WINDOW/settings"; )" + environment +
+            R"( sh -c 'echo $$ >"$WINDOW/id"; exec "$0" "$@"' )" BOARD " --name " + Name() + " " + options +
+            R"(; echo "status $?"; stty -g | cmp - "$WINDOW/settings" && echo "settings as before"; cat)");
+    }
+
+    void TearDown() override
+    {
+        Close();
+    }
+
+    // Waits until the board is gone: the next has the same name.
+    void Close()
+    {
+        if (window)
+        {
+            const pid_t guard = Guard();
+            const pid_t board = ChildOf(guard);
+            window.reset();
+            EXPECT_TRUE(::Await([&] { return IsGone(guard) && IsGone(board); }));
+        }
+    }
+
+    void StartWithLink(const std::string& options = "", const std::string& environment = "")
+    {
+        Start(options, environment);
+        window->AwaitText("link        up");
+    }
+
+    void Press(const std::string& key) const
+    {
+        window->Press(key);
+    }
+
+    void Await(const std::string& text) const
+    {
+        window->AwaitText(text);
+    }
+
+    // The process that was started, and the one that is the board.
+    pid_t Guard() const
+    {
+        pid_t id = -1;
+        std::ifstream(window->Directory() + "/id") >> id;
+        return id;
+    }
+    pid_t Board() const
+    {
+        return ChildOf(Guard());
+    }
+
+    void ExpectTerminalAsBefore(int status) const
+    {
+        EXPECT_TRUE(window->AwaitText("status " + std::to_string(status)));
+        EXPECT_TRUE(window->AwaitText("settings as before"));
+        EXPECT_TRUE(window->AwaitValue("alternate_on", "0"));
+        EXPECT_TRUE(window->AwaitValue("cursor_flag", "1"));
+        EXPECT_TRUE(window->AwaitValue("keypad_flag", "0"));
+        EXPECT_THAT(window->Rows(), Contains("before"));
+    }
+
+    std::unique_ptr<TerminalWindow> window;
+};
+
+TEST_F(LiveBoard, ShowsTheBoardIn24RowsOf80Columns)
+{
+    // On a busy machine the LED worker can come before its table is filled, and then serves no LED.
+    for (int starts = 0; starts < 10; ++starts)
+    {
+        StartWithLink("-- --enable_rs485");
+        if (::Await([] { return SwitchOn("prg1"); }, std::chrono::seconds(3)))
+        {
+            break;
+        }
+    }
+    EXPECT_TRUE(SwitchOn("knx"));
+    Await("(*) red KNX  ( ) yellow KNX  ( ) green device  (*) orange device");
+    EXPECT_TRUE(SwitchOn("rs485termination"));
+    Await("(*) termination");
+    const auto rows = window->Rows();
+    ASSERT_THAT(rows, SizeIs(24));
+    EXPECT_EQ(rows[0], " orvel-board: " + Name());
+    EXPECT_EQ(rows[3], " link        up, serial line plugged in, co-processor running");
+    EXPECT_THAT(rows[4], StartsWith(" resets      1, last pulse "));
+    EXPECT_EQ(rows[5], " telegrams   0 to KNX, 0 confirmed, 0 not sent; 0 from KNX, 0 lost");
+    EXPECT_THAT(rows[6], StartsWith("-- telegrams ---"));
+    EXPECT_THAT(rows[14], StartsWith("-- log ---"));
+    EXPECT_EQ(rows[23], " b press  u unplug  m mute  t telegram  h help  q quit");
+}
+
+TEST_F(LiveBoard, NeedsNoColour)
+{
+    StartWithLink("", "TERM=vt100");
+    Press("b");
+    Await("button [pressed]");
+}
+
+TEST_F(LiveBoard, AKeyPressesTheButtonAndReleasesIt)
+{
+    StartWithLink();
+    Press("b");
+    Await("button [pressed], presses 1");
+    Await("Buttons: Programming button state changed to: pressed");
+    Press("b");
+    Await("button [released], presses 1");
+    Await("Buttons: Programming button state changed to: released");
+}
+
+TEST_F(LiveBoard, AKeyPullsTheSerialLineAndPlugsItIn)
+{
+    StartWithLink();
+    Press("u");
+    Await("link        DOWN, serial line PULLED");
+    Press("u");
+    Await("serial line plugged in");
+}
+
+TEST_F(LiveBoard, AKeyLetsTheCoProcessorHang)
+{
+    StartWithLink();
+    Press("m");
+    Await("co-processor hangs");
+    Await("ERROR Main: Lost connection to STM32");
+    Await("resets      2");
+    Await("link        up");
+}
+
+TEST_F(LiveBoard, ATelegramIsTypedAndShownInWords)
+{
+    StartWithLink();
+    Press("t");
+    Await("telegram (Enter, Esc): 29 00 bc e0 11 01 0a 03 01 00 81_");
+    Press("Enter");
+    Await("from KNX  1.1.1 -> 1/2/3 low hops=6 A_GroupValue_Write value=0x01");
+    Await("0 not sent; 1 from KNX, 0 lost");
+    Press("t");
+    Press("BSpace");
+    Press("0");
+    Press("Enter");
+    Await("value=0x00");
+}
+
+TEST_F(LiveBoard, AWrongTelegramIsAnsweredAndOneCanBeGivenUp)
+{
+    StartWithLink();
+    Press("t");
+    Press("C-u");
+    Press("x");
+    Press("Enter");
+    Await("'telegram' takes 1 to 1024 bytes");
+    Press("t");
+    Await("telegram (Enter, Esc): x_");
+    Press("Escape");
+    Await(" b press  u unplug");
+    Press("q");
+    ExpectTerminalAsBefore(0);
+}
+
+TEST_F(LiveBoard, HelpComesAndGoes)
+{
+    StartWithLink();
+    Press("h");
+    Await(" b  press the programming button, or let it go");
+    Press("h");
+    Await("-- telegrams");
+}
+
+TEST_F(LiveBoard, FollowsTheSizeOfTheTerminal)
+{
+    StartWithLink();
+    window->Resize(40, 120);
+    Await("co-processor running");
+    EXPECT_TRUE(
+        ::Await([&] { return window->Rows().back() == " b press  u unplug  m mute  t telegram  h help  q quit"; }));
+    EXPECT_THAT(window->Rows(), SizeIs(40));
+    for (const int size : {1, 2, 5, 7, 10})
+    {
+        window->Resize(size, size);
+    }
+    window->Resize(8, 30);
+    Await(" link        up, serial line >");
+    EXPECT_TRUE(::Await([&] { return window->Rows().back() == " b press  u unplug  m mute  t>"; }));
+    window->Resize(24, 80);
+    Await("-- telegrams");
+    Press("q");
+    ExpectTerminalAsBefore(0);
+}
+
+TEST_F(LiveBoard, LeavesTheTerminalAsItWasHoweverItIsStopped)
+{
+    for (const char* const key : {"q", "C-c"})
+    {
+        StartWithLink();
+        Press(key);
+        ExpectTerminalAsBefore(0);
+    }
+    StartWithLink();
+    kill(Guard(), SIGTERM);
+    ExpectTerminalAsBefore(0);
+}
+
+TEST_F(LiveBoard, LeavesTheTerminalAsItWasWhenItCrashes)
+{
+    for (const int signal : {SIGKILL, SIGABRT})
+    {
+        StartWithLink();
+        kill(Board(), signal);
+        ExpectTerminalAsBefore(128 + signal);
+        EXPECT_THAT(window->Rows(), Contains(StartsWith("orvel-board: the board was killed: ")));
+    }
+}
+
+TEST_F(LiveBoard, EndsWhenTheProcessThatGuardsTheTerminalIsKilled)
+{
+    StartWithLink();
+    const pid_t board = Board();
+    kill(Guard(), SIGKILL);
+    EXPECT_TRUE(::Await([&] { return IsGone(board); }));
+    EXPECT_TRUE(window->AwaitValue("alternate_on", "0"));
+    EXPECT_TRUE(window->AwaitValue("cursor_flag", "1"));
+}
+
+TEST_F(LiveBoard, EndsWithTheDaemonAndSaysWhatItSaidLast)
+{
+    Start("-- --reset_gpio 40");
+    ExpectTerminalAsBefore(255);
+    EXPECT_THAT(window->Rows(), Contains(HasSubstr("ERROR Reset: Cannot set direction of STM32 reset GPIO 40")));
+    EXPECT_THAT(window->Rows(), Contains("daemon ended with status 255"));
+
+    StartWithLink();
+    kill(ChildOf(Board()), SIGKILL);
+    ExpectTerminalAsBefore(128 + SIGKILL);
+    EXPECT_THAT(window->Rows(), Contains("daemon ended with status 137"));
+}
+
+TEST_F(LiveBoard, SaysWhyThereIsNoBoardOnATerminalAsItWas)
+{
+    Start("--driver /no/driver");
+    ExpectTerminalAsBefore(1);
+    EXPECT_THAT(window->Rows(), Contains("orvel-board: there is no /no/driver; say where it is with --driver"));
+}
+
+TEST_F(LiveBoard, CanBeStoppedAndContinuedByAShell)
+{
+    window = std::make_unique<TerminalWindow>("PS1='shell: ' ENV= exec sh -i");
+    Await("shell:");
+    Press(R"(sh -c 'echo $$ >"$WINDOW/id"; exec "$0" "$@"' )" BOARD " --name " + Name());
+    Press("Enter");
+    Await("link        up");
+    Press("C-z");
+    Await("Stopped");
+    EXPECT_TRUE(window->AwaitValue("alternate_on", "0"));
+    Press("fg");
+    Press("Enter");
+    Await("link        ");
+    Press("b");
+    Await("button [pressed]");
+    Press("q");
+    EXPECT_TRUE(window->AwaitValue("alternate_on", "0"));
+    Await("shell: fg");
+    Press("stty -g | cut -c 1-4; echo ended with $?");
+    Press("Enter");
+    Await("ended with 0");
+}
+
+TEST_F(LiveBoard, DuringTheDemonstrationKeysOnlyQuitAndHelp)
+{
+    // It waits for a link that this daemon never brings up.
+    Start("--demo --driver /bin/sleep -- 1000");
+    Await("daemon started");
+    Press("b");
+    Await("wait until the demonstration is over");
+    Press("h");
+    Await(" b  press the programming button");
+    Press("q");
+    ExpectTerminalAsBefore(128 + SIGINT);
+}
+
+TEST_F(LiveBoard, WritesLinesWhenItIsToldTo)
+{
+    Start("--plain");
+    Await("s  link up");
+    EXPECT_TRUE(window->AwaitValue("alternate_on", "0"));
+    Press("press");
+    Press("Enter");
+    Await("s  button pressed");
+    Press("quit");
+    Press("Enter");
+    Await("status 0");
+}
+
+TEST_F(LiveBoard, WritesLinesWhereTheTerminalCannotShowMore)
+{
+    for (const char* const terminal : {"TERM=dumb", "TERM=", "TERM=nobody-knows-it"})
+    {
+        Start("", terminal);
+        Await("s  link up");
+        Press("quit");
+        Press("Enter");
+        Await("status 0");
+    }
+}
+
+TEST_F(LiveBoard, AShellOnTheBoardSeesItsQueues)
+{
+    StartWithLink();
+    const TerminalWindow other(std::string("SHELL=/bin/sh exec ") + BOARD + " shell --name " + Name());
+    other.Press("ls /dev/mqueue; tty | cut -c 1-5");
+    other.Press("Enter");
+    EXPECT_TRUE(other.AwaitText("progButton"));
+    EXPECT_TRUE(other.AwaitText("/dev/"));
+}
+
+} // namespace
