@@ -23,9 +23,9 @@
 namespace
 {
 
-constexpr unsigned CellLimit = 300; // s; nothing in a cell waits so long
-constexpr unsigned MaxTries = 5;    // of a cell whose call does not come, or whose start loses its LEDs
-constexpr int NotReached = 2;       // exit status of such a cell
+constexpr unsigned CellLimit = 1200; // s; nothing in a cell waits so long
+constexpr unsigned MaxTries = 5;     // of a cell whose call does not come, or whose start loses its LEDs
+constexpr int NotReached = 2;        // exit status of such a cell
 
 const std::vector<Expectation>& Expectations()
 {

@@ -28,7 +28,7 @@ constexpr int ResetGpio = 3;
 constexpr int RoundsBeforeLoss = 2;
 constexpr int MaxRounds = 40; // until the call that is to fail has come
 constexpr auto GivingUp = 3s; // a message that did not arrive so long after something failed
-constexpr auto HangLimit = 30s;
+constexpr auto HangLimit = 120s;
 constexpr const char* Usable = "03 b9 00 01"; // the state of the link
 const Point Period{"clock_nanosleep", "250ms"};
 const Point Direction{"openat", "/sys/class/gpio/gpio3/direction"};

@@ -157,11 +157,9 @@ std::string ObjectOf(About about, pid_t process, const __u64* arguments, bool ma
     }
     case About::Time:
     {
-        // What is left of a sleep counts as the whole.
         timespec time{};
         ReadMemory(process, arguments[2], &time, sizeof(time));
-        const auto left = std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-        return left > 10ms ? "250ms" : left > 1ms ? "10ms" : "1ms";
+        return std::to_string(time.tv_sec * 1000 + time.tv_nsec / 1'000'000) + "ms";
     }
     case About::Mapping:
         return static_cast<int>(arguments[4]) == -1 ? "memory" : DescriptorObject(process, arguments[4]);
@@ -423,13 +421,20 @@ void Watch::OnCall(const seccomp_notif& call)
     }
     const auto kind = Kinds().find(call.data.nr);
     const bool mainThread = process == thisThread;
-    const Point point =
-        kind == Kinds().end()
-            ? Point{"call-" + std::to_string(call.data.nr), mainThread ? "main" : "worker"}
-            : Point{kind->second.name, ObjectOf(kind->second.about, thisThread, call.data.args, mainThread)};
+    Point point = kind == Kinds().end()
+                      ? Point{"call-" + std::to_string(call.data.nr), mainThread ? "main" : "worker"}
+                      : Point{kind->second.name, ObjectOf(kind->second.about, thisThread, call.data.args, mainThread)};
     bool fails = false;
     {
         const std::lock_guard lock(mutex);
+        if (Point& before = last[thisThread]; before.call == "clock_nanosleep" && point.call == before.call)
+        {
+            point = before; // what is left of it
+        }
+        else
+        {
+            before = point;
+        }
         if (!mainThread && (point.object[0] == '/' || point.object == "eventfd"))
         {
             workers.insert(thisThread);

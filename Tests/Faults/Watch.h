@@ -131,6 +131,7 @@ private:
     std::map<Point, unsigned> callsWhenStruck;
     pid_t struckThread = 0;
     Point callBehind;
+    std::map<pid_t, Point> last; // call of each thread
     std::set<pid_t> workers; // threads that did more than start and wait
     std::size_t threadsAtExit = 0;
 

@@ -22,6 +22,7 @@ using namespace std::chrono_literals;
 
 constexpr uint16_t CemiTopic = 0x100;
 constexpr uint16_t DeviceTopic = 0x101;
+constexpr auto Limit = 300s;         // for whatever must happen; the machine may be very busy
 constexpr auto Still = 500ms;        // so long nothing has come: nothing more will
 constexpr auto TrafficLimit = 3600s; // for all that there is to do
 constexpr long MemoryGrowth = 256;   // KiB; what the C library keeps for itself
@@ -104,7 +105,7 @@ Life::Life(Simulator::Board& theBoard, Arrivals& theArrivals, const Amounts& the
 void Life::Play(long losses)
 {
     const auto hasLeds = [] { return std::filesystem::exists(std::string("/sys/class/leds/") + Rs485.name); };
-    if (!Await(hasLeds, 5s))
+    if (!Await(hasLeds, 10s))
     {
         daemon.Signal(SIGINT);
         daemon.Wait();
@@ -113,7 +114,7 @@ void Life::Play(long losses)
     applications =
         std::make_unique<Applications>(board, ledger, arrivals, amounts, progress, static_cast<uint32_t>(random()));
     const long warm = std::min(ledger.Count("sent to user") + 100, amounts.frames);
-    Await([&] { return ledger.Count("sent to user") >= warm || applications->AreDone(); });
+    Await([&] { return ledger.Count("sent to user") >= warm || applications->AreDone(); }, Limit);
     const Resources atStart = Resources::Of(daemon.Id());
     const long unlinking = Random(0, losses);
     for (long loss = 0; loss < losses && !daemon.HasEnded(); ++loss)
@@ -223,7 +224,7 @@ void Life::LoseLink()
         coProcessor.SetDead(true);
         break;
     }
-    Require(Await([&] { return ledger.Count("lost") > lostBefore || daemon.HasEnded(); }),
+    Require(Await([&] { return ledger.Count("lost") > lostBefore || daemon.HasEnded(); }, Limit),
             "a lost link is not noticed");
     coProcessor.SetPlugged(true);
     coProcessor.SetDelay(0ms);
@@ -232,7 +233,7 @@ void Life::LoseLink()
         return ledger.Count("states sent") + ledger.Count("states full") >= 1 + ledger.Count("lost") ||
                daemon.HasEnded();
     };
-    Require(Await(isTold), "nobody is told what became of a lost link");
+    Require(Await(isTold, Limit), "nobody is told what became of a lost link");
     coProcessor.SetDead(false);
     if (ledger.Count("given up") == 0)
     {
@@ -256,7 +257,7 @@ void Life::Settle()
 {
     applications->StopSending();
     const auto isTaken = [&] { return static_cast<long>(ledger.FateCount()) == applications->Sent(); };
-    Require(Await([&] { return isTaken() || daemon.HasEnded(); }), "messages stay in the queue to the link");
+    Require(Await([&] { return isTaken() || daemon.HasEnded(); }, Limit), "messages stay in the queue to the link");
     AwaitStill(
         [&]
         {
@@ -269,16 +270,19 @@ void Life::CheckLeds()
 {
     for (const Led& led : Leds)
     {
-        for (const int state : {1, 0, 1})
+        const auto state = [&]
+        { return led.name == Rs485.name ? coProcessor.Rs485TerminationState() : coProcessor.LedState(led.number); };
+        for (const int wanted : {1, 0, 1})
         {
-            const std::string file = "/sys/class/leds/" + std::string(led.name) + "/brightness";
-            std::ofstream(file) << 1; // so that the next one is a change
-            std::ofstream(file) << (state == 1 ? 99 : 0);
-            const auto isSet = [&] {
-                return state == (led.name == Rs485.name ? coProcessor.Rs485TerminationState()
-                                                        : coProcessor.LedState(led.number));
-            };
-            Require(Await(isSet), std::string(led.name) + " is not switched");
+            bool isSet = false;
+            for (int tries = 0; tries < 10 && !isSet; ++tries) // a change is lost when the link is down just then
+            {
+                const std::string file = "/sys/class/leds/" + std::string(led.name) + "/brightness";
+                std::ofstream(file) << 1; // so that the next one is a change
+                std::ofstream(file) << (wanted == 1 ? 99 : 0);
+                isSet = Await([&] { return state() == wanted || daemon.HasEnded(); }, Limit / 10);
+            }
+            Require(isSet, std::string(led.name) + " is not switched");
         }
     }
 }
@@ -306,7 +310,7 @@ void Life::End()
     {
         daemon.Signal(SIGINT);
     }
-    const bool ends = Await([&] { return daemon.HasEnded(); });
+    const bool ends = Await([&] { return daemon.HasEnded(); }, Limit);
     Require(ends, "it hangs");
     if (!ends)
     {

@@ -11,7 +11,8 @@ Queue::Queue(const char* queueName, int access)
     : name(queueName)
     , mode(access | O_NONBLOCK)
 {
-    Await([this] { return (queue = mq_open(name, mode)) != -1; });
+    constexpr std::chrono::seconds Limit{300};
+    Await([this] { return (queue = mq_open(name, mode)) != -1; }, Limit);
 }
 
 Queue::~Queue()

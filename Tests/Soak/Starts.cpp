@@ -30,7 +30,7 @@ using Clock = std::chrono::steady_clock;
 constexpr int ResetGpio = 3;
 constexpr int Killed = 128 + SIGINT; // before its handler stands
 constexpr int Failed = 255;
-constexpr auto BusyMachine = 10s; // in addition to every limit
+constexpr auto BusyMachine = 300s; // in addition to every limit
 
 // Something that does not work. Whoever notices says so in a line that contains the text; without one nothing fails.
 struct Defect
@@ -117,6 +117,8 @@ public:
         }
         if (!Await([&] { return daemon.HasEnded(); }, Bound() + BusyMachine))
         {
+            daemon.Signal(SIGKILL);
+            daemon.Wait();
             throw std::runtime_error("it hangs" + Description(first, lines));
         }
         const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - interrupted);
