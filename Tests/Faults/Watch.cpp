@@ -431,7 +431,7 @@ void Watch::OnCall(const seccomp_notif& call)
         {
             point = before; // what is left of it
         }
-        else
+        else if (point.call != "rt_sigreturn") // the end of a signal's handler
         {
             before = point;
         }
