@@ -22,7 +22,7 @@ constexpr std::size_t Frames = 2000;
 // Not counted: at the first time a program may prepare what it then keeps.
 void WarmUp(Subject& subject)
 {
-    subject.TheApplication().Run(100, FrameSize, 1);
+    subject.Run(100, FrameSize, 1);
 }
 
 // A number that another process counts up.
@@ -125,7 +125,7 @@ double HeapCallsPerFrame(Program program, const Processors& processors)
     {
         throw std::runtime_error("no heap call was counted, not even of the start");
     }
-    subject.TheApplication().Run(Frames, FrameSize, 1);
+    subject.Run(Frames, FrameSize, 1);
     subject.AwaitSilence();
     return static_cast<double>(calls.Value() - before) / static_cast<double>(Frames);
 }

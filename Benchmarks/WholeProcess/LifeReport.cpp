@@ -35,7 +35,7 @@ Life Live(const Program& program, const Processors& processors, std::size_t runs
     {
         Subject subject(program, processors);
         life.start.push_back(Milliseconds(subject.StartTime()));
-        subject.TheApplication().Run(1000, 254, 1);
+        subject.Run(1000, 254, 1);
         life.resident.push_back(static_cast<double>(subject.ResidentMemory()));
         life.proportional.push_back(static_cast<double>(subject.ProportionalMemory()));
         if (stops)
@@ -58,7 +58,7 @@ double BusyShare(const Program& program, const Processors& processors)
     const auto used = subject.ProcessorTime();
     for (std::size_t telegram = 0; telegram < Telegrams; ++telegram)
     {
-        subject.TheApplication().Run(1, Size, 1);
+        subject.Run(1, Size, 1);
         std::this_thread::sleep_until(begin + (telegram + 1) * Interval);
     }
     return 100 * std::chrono::duration<double>(subject.ProcessorTime() - used) /

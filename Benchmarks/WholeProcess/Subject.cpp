@@ -19,6 +19,8 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::size_t TailSize = 1000; // bytes; some lines
+
 Simulator::Process StartOn(int processor, const Program& program, int output)
 {
     KeepOn(processor);
@@ -98,8 +100,22 @@ void Subject::ReadOutput()
     for (ssize_t size = 1; size > 0;)
     {
         size = read(output.reading, block.data(), block.size());
+        const std::lock_guard lock(tailMutex);
+        tail.append(block.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+        tail.erase(0, tail.size() - std::min(tail.size(), TailSize));
         lines += static_cast<std::size_t>(std::count(block.begin(), block.begin() + std::max<ssize_t>(size, 0), '\n'));
     }
+}
+
+Exchange Subject::Run(std::size_t count, std::size_t size, std::size_t underWay)
+{
+    Exchange exchange = application.Run(count, size, underWay);
+    if (exchange.lost != 0)
+    {
+        const std::lock_guard lock(tailMutex);
+        throw std::runtime_error("a frame was lost; the last that the program wrote:\n" + tail);
+    }
+    return exchange;
 }
 
 std::chrono::nanoseconds Subject::Stop()

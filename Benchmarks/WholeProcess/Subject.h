@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -48,6 +49,9 @@ public:
     {
         return application;
     }
+
+    /// As the application's, but throws std::runtime_error with the last that the program wrote when a frame was lost.
+    Exchange Run(std::size_t count, std::size_t size, std::size_t underWay);
 
     /// From before its process was made until its first link state message came.
     std::chrono::nanoseconds StartTime() const
@@ -96,6 +100,8 @@ private:
 
     Output output;
     std::atomic<std::size_t> lines{0};
+    std::mutex tailMutex;
+    std::string tail; // of what it wrote
     Application application;
     std::chrono::steady_clock::time_point begin;
     Simulator::Process process;
