@@ -439,11 +439,13 @@ void Watch::OnCall(const seccomp_notif& call)
         {
             workers.insert(thisThread);
         }
+        if (call.data.nr == SYS_exit)
+        {
+            workers.erase(thisThread); // it stays in /proc for a while, even when it has been joined
+        }
         if (call.data.nr == SYS_exit_group)
         {
-            const auto exists = [this](pid_t id)
-            { return std::filesystem::exists("/proc/" + std::to_string(process) + "/task/" + std::to_string(id)); };
-            threadsAtExit = static_cast<std::size_t>(std::count_if(workers.begin(), workers.end(), exists));
+            threadsAtExit = workers.size();
         }
         if (struck > 0 && thisThread == struckThread && callBehind.call.empty())
         {
