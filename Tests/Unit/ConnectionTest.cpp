@@ -2,6 +2,10 @@
 
 #include "ComponentTest.h"
 
+#include <array>
+#include <cstddef>
+#include <memory>
+#include <new>
 #include <type_traits>
 
 namespace
@@ -101,7 +105,12 @@ TEST_F(Connection, UnregistersItselfAndNothingElseWhenItEnds)
 
 TEST_F(Connection, CallsTheHubThatItWasGiven)
 {
-    OrvelDriver::Connection(ScriptedHub::OtherHub()).Reconnect();
+    // In memory where there is no hub from before.
+    alignas(OrvelDriver::Connection) std::array<std::byte, sizeof(OrvelDriver::Connection)> memory;
+    memory.fill(std::byte{0x55});
+    auto* const connection = new (memory.data()) OrvelDriver::Connection(ScriptedHub::OtherHub());
+    connection->Reconnect();
+    std::destroy_at(connection);
     EXPECT_EQ(hub.CallsOf(ScriptedHub::OtherHub()), 4U);
 }
 
