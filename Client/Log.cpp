@@ -15,6 +15,7 @@ namespace
 
 constexpr std::size_t MaxDigits = 12; // of the seconds: enough for any time, and they fit into the number
 constexpr std::size_t Decimals = 6;
+constexpr std::chrono::seconds TooLate(1000000000000); // what has more digits, also as a sum of deltas
 
 // Takes things from the front of a line.
 class Scanner
@@ -74,6 +75,10 @@ Message ParseLine(const std::string& line, std::chrono::microseconds previous)
     Message message;
     message.time = std::chrono::seconds(std::stoll(seconds)) + std::chrono::microseconds(std::stoll(fraction)) +
                    (isDelta ? previous : std::chrono::microseconds{});
+    if (message.time >= TooLate)
+    {
+        throw Failure(Status::NotUnderstood, "is later than any time");
+    }
     // Blanks in place of what is no frame, so that a position is one in the line.
     message.frame = FromHex(std::string(scanner.Position(), ' ') + line.substr(scanner.Position()));
     return message;

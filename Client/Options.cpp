@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <iomanip>
 #include <limits>
 #include <optional>
@@ -36,6 +37,8 @@ constexpr const char* GeneralHelp = "Talks to the orvel daemon as an application
                                     "'orvelctl COMMAND --help' has the options of a command.\n"
                                     "\n"
                                     "  -h, --help  Print this help message and exit.\n";
+
+constexpr std::size_t MaxArgument = 4096; // bytes; the parser takes stack for each
 
 [[noreturn]] void Reject(const std::string& why)
 {
@@ -72,6 +75,10 @@ public:
     /// `argv` begins with the command. False when help was asked for.
     bool Parse(int argc, const char* const* argv, std::size_t maxArguments)
     {
+        if (std::any_of(argv, argv + argc, [](const char* argument) { return std::strlen(argument) > MaxArgument; }))
+        {
+            Reject("argument of more than " + std::to_string(MaxArgument) + " bytes");
+        }
         try
         {
             given = definitions.parse(argc, argv);

@@ -9,6 +9,7 @@
 
 #include "Orvel/Protocol.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -145,6 +146,15 @@ std::optional<Bytes> RequestFor(const Bytes& frame)
     return request.size() <= ORVEL_CEMI_MAX_FRAME_TO_LL ? std::optional(request) : std::nullopt;
 }
 
+std::chrono::steady_clock::duration PauseBefore(std::chrono::microseconds passed, double speed)
+{
+    using namespace std::chrono;
+    using Pause = duration<double, std::micro>;
+    constexpr Pause longest = hours(10 * 365 * 24); // what the clock can add up, and more than anybody waits
+    const Pause pause = speed > 0 ? Pause(passed) / speed : Pause::zero();
+    return duration_cast<steady_clock::duration>(std::clamp(pause, Pause::zero(), longest));
+}
+
 void Replay(const ReplayOptions& options)
 {
     using namespace std::chrono;
@@ -157,10 +167,7 @@ void Replay(const ReplayOptions& options)
     std::size_t sent = 0;
     for (const Sending& sending : sendings)
     {
-        const duration<double, std::micro> pause = options.speed > 0
-                                                       ? duration<double, std::micro>(sending.time) / options.speed
-                                                       : duration<double, std::micro>{};
-        if (stop.AwaitUntil(start + duration_cast<steady_clock::duration>(pause)))
+        if (stop.AwaitUntil(start + PauseBefore(sending.time, options.speed)))
         {
             throw Failure(Status::Interrupted, "stopped after " + std::to_string(sent) + " of " +
                                                    std::to_string(sendings.size()) + " frames");

@@ -23,4 +23,8 @@ void Replay(const ReplayOptions& options);
 /// indication or a confirmation becomes a request, without what belongs to its reception.
 std::optional<Bytes> RequestFor(const Bytes& frame);
 
+/// How long after the first message one is sent that was recorded `passed` after it: never less than no time, and at most
+/// some years, whatever the recording says.
+std::chrono::steady_clock::duration PauseBefore(std::chrono::microseconds passed, double speed);
+
 } // namespace OrvelClient

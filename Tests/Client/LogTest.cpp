@@ -93,6 +93,13 @@ TEST(Log, SkipsEmptyLinesAndComments)
     EXPECT_EQ(Read("(0.000000) rx").front().frame, Bytes{});
 }
 
+TEST(Log, DoesNotAddDeltasUpToMoreThanATimeHasRoomFor)
+{
+    const std::string longest = "(+999999999999.999999) rx 29\n";
+    EXPECT_EQ(Read(longest).size(), 1);
+    EXPECT_REJECTED(Read(longest + "(+0.000001) rx 29\n"), Status::NotUnderstood, "line 2: is later than any time");
+}
+
 TEST(Log, SaysWhichLineIsNotUnderstood)
 {
     const std::string good = "(1763719200.123456) rx 29 00\n";

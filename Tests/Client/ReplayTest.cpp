@@ -4,8 +4,10 @@
 
 using OrvelClient::Bytes;
 using OrvelClient::FromHex;
+using OrvelClient::PauseBefore;
 using OrvelClient::RequestFor;
 using OrvelClient::ToHex;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -28,6 +30,22 @@ TEST(Replay, ARequestHasNothingThatTellsOfTheReception)
 {
     EXPECT_EQ(Request("29 07 03 01 05 04 02 aa bb bc e0 11 01 0a 03 01 00 81"), "11 00 bc e0 11 01 0a 03 01 00 81");
     EXPECT_EQ(Request("2e 00 bd e0 11 01 0a 03 01 00 81"), "11 00 bc e0 11 01 0a 03 01 00 81");
+}
+
+TEST(Replay, KeepsTheTimingOfTheRecordingAtItsSpeed)
+{
+    EXPECT_EQ(PauseBefore(1500ms, 1), 1500ms);
+    EXPECT_EQ(PauseBefore(1500ms, 2), 750ms);
+    EXPECT_EQ(PauseBefore(1500ms, 0), 0ms);
+}
+
+TEST(Replay, WaitsNoLongerThanTheClockCanTellAndNeverForThePast)
+{
+    constexpr auto tenYears = 10 * 365 * 24h;
+    constexpr std::chrono::microseconds latest = std::chrono::seconds(999999999999);
+    EXPECT_EQ(PauseBefore(latest, 1), tenYears);
+    EXPECT_EQ(PauseBefore(latest, 0.001), tenYears);
+    EXPECT_EQ(PauseBefore(-latest, 0.001), 0ms);
 }
 
 TEST(Replay, RequestsStayAsTheyAre)

@@ -41,6 +41,7 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{}, "needs a command; --help lists them"},
         {{"jump"}, "'jump' is no command; --help lists them"},
         {{"--json"}, "'--json' is no command; --help lists them"},
+        {{"send", "--wait=" + std::string(100'000, '0')}, "argument of more than 4096 bytes"},
         {{"send", "--wait", "soon", "29"}, "--wait takes 0 to 86400000, not 'soon'"},
         {{"send", "--wait", "1s", "29"}, "--wait takes 0 to 86400000, not '1s'"},
         {{"send", "--wait", "", "29"}, "--wait takes 0 to 86400000, not ''"},
