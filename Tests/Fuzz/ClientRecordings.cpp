@@ -1,0 +1,68 @@
+// What 'orvelctl replay' reads. The input is the file, a log or a capture.
+
+#include "Capture.h"
+#include "Failure.h"
+#include "Log.h"
+#include "Replay.h"
+
+#include "Expect.h"
+
+#include <algorithm>
+#include <sstream>
+
+using namespace OrvelClient;
+
+namespace
+{
+
+void CheckLog(const std::vector<Message>& messages)
+{
+    std::ostringstream log;
+    TimeStamper stamper(TimeStamp::Absolute);
+    for (const Message& message : messages)
+    {
+        log << LogLine(stamper.Stamp(message.time), message) << "\n";
+    }
+    std::istringstream written(log.str());
+    const std::vector<Message> again = ReadLog(written);
+    Fuzz::ExpectEqual("the number of messages", again.size(), messages.size());
+    for (std::size_t index = 0; index < messages.size(); ++index)
+    {
+        Fuzz::Expect("the same time", again[index].time == messages[index].time);
+        Fuzz::Expect("the same frame", again[index].frame == messages[index].frame);
+    }
+}
+
+void CheckPauses(const std::vector<Message>& messages)
+{
+    constexpr double Slowest = 0.001;
+    for (const Message& message : messages)
+    {
+        const auto passed = message.time - messages.front().time;
+        Fuzz::Expect("no pause is negative", PauseBefore(passed, 1).count() >= 0);
+        Fuzz::Expect("a slow pause is no shorter", PauseBefore(passed, Slowest) >= PauseBefore(passed, 1));
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
+{
+    const std::string content(data, data + size);
+    std::istringstream file(content);
+    try
+    {
+        const std::vector<Message> messages = IsCapture(content) ? ReadCapture(file) : ReadLog(file);
+        CheckLog(messages);
+        CheckPauses(messages);
+    }
+    catch (const Failure& failure)
+    {
+        const std::string line = failure.what();
+        Fuzz::Expect("not understood", failure.ExitStatus() == Status::NotUnderstood);
+        Fuzz::Expect("what is wrong, in one line",
+                     !line.empty() && std::all_of(line.begin(), line.end(),
+                                                  [](char character) { return character >= ' ' && character <= '~'; }));
+    }
+    return 0;
+}
