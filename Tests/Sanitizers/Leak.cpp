@@ -1,0 +1,11 @@
+// Loses memory: the address sanitizer looks for that too, in every program that ends by itself.
+
+#include <cstdio>
+#include <vector>
+
+int main()
+{
+    const auto* lost = new std::vector<int>(100); // NOLINT(cppcoreguidelines-owning-memory)
+    std::printf("%zu\n", lost->size());
+    lost = nullptr;
+}
