@@ -80,7 +80,8 @@ class Front
 {
 public:
     // `guard` is the process that guards the terminal, if the board is shown there.
-    Front(const Options& options, std::optional<pid_t> guard)
+    Front(const Options& options, std::optional<pid_t> terminalGuard)
+        : guard(terminalGuard)
     {
         if (guard)
         {
@@ -113,12 +114,14 @@ public:
     {
         if (screen)
         {
+            LeaveTerminalWithout(*guard);
             screen->End();
             std::fputs(status != 0 ? screen->LastLines().c_str() : "", stdout);
         }
     }
 
 private:
+    std::optional<pid_t> guard;
     std::optional<LiveBoard> screen;
 };
 

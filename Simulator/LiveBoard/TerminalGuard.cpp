@@ -118,4 +118,16 @@ void EndWithGuard(pid_t guard)
     }
 }
 
+void LeaveTerminalWithout(pid_t guard)
+{
+    if (getppid() == guard)
+    {
+        return; // which does it afterwards
+    }
+    sigset_t background;
+    sigemptyset(&background);
+    sigaddset(&background, SIGTTOU);
+    pthread_sigmask(SIG_BLOCK, &background, nullptr);
+}
+
 } // namespace Simulator

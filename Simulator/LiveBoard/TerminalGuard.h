@@ -19,4 +19,8 @@ std::optional<int> GuardTerminal();
 /// GuardTerminal, is killed.
 void EndWithGuard(pid_t guard);
 
+/// For the child, before it leaves the terminal as it was: where `guard` was killed, the shell has the terminal back already,
+/// and the kernel is not to mind.
+void LeaveTerminalWithout(pid_t guard);
+
 } // namespace Simulator

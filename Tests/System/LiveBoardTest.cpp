@@ -311,6 +311,21 @@ TEST_F(LiveBoard, EndsWhenTheProcessThatGuardsTheTerminalIsKilled)
     EXPECT_TRUE(window->AwaitValue("cursor_flag", "1"));
 }
 
+TEST_F(LiveBoard, LeavesTheTerminalAsItWasWhenItsGuardIsKilledUnderAShell)
+{
+    window = std::make_unique<TerminalWindow>("PS1='shell: ' ENV= exec sh -i");
+    Await("shell:");
+    Press(R"(stty -g >"$WINDOW/settings"; sh -c 'echo $$ >"$WINDOW/id"; exec "$0" "$@"' )" BOARD " --name " + Name());
+    Press("Enter");
+    Await("link        up");
+    const pid_t board = Board();
+    kill(Guard(), SIGKILL);
+    EXPECT_TRUE(::Await([&] { return IsGone(board); }));
+    Press(R"(stty -g | cmp - "$WINDOW/settings" && echo settings "as before")");
+    Press("Enter");
+    Await("settings as before");
+}
+
 TEST_F(LiveBoard, EndsWithTheDaemonAndSaysWhatItSaidLast)
 {
     Start("-- --reset_gpio 40");
