@@ -1,5 +1,7 @@
 #include "CheckQueues.h"
 
+#include "Queue.h"
+
 #include "Orvel/Protocol.h"
 
 #include <fcntl.h>
@@ -80,6 +82,10 @@ private:
 
 Finding CheckName(const Wanted& wanted)
 {
+    if (!Queue::IsName(wanted.name))
+    {
+        return {Level::Failure, wanted.name, "is no name of a queue, which begins with / and has no other"};
+    }
     const Opened queue(mq_open(wanted.name.c_str(), wanted.access | O_NONBLOCK | O_CLOEXEC));
     switch (queue.Error())
     {
@@ -91,9 +97,6 @@ Finding CheckName(const Wanted& wanted)
         // The file may be anywhere or nowhere; this is where it usually is.
         return {Level::Failure, wanted.name,
                 "belongs to another user: stop that daemon, or rm /dev/mqueue" + wanted.name};
-    case EINVAL:
-    case ENAMETOOLONG:
-        return {Level::Failure, wanted.name, "is no name of a queue, which begins with / and has no other"};
     default:
         return {Level::Failure, wanted.name, std::string("cannot be opened: ") + strerror(queue.Error())};
     }

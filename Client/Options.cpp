@@ -1,6 +1,7 @@
 #include "Options.h"
 
 #include "Failure.h"
+#include "Queue.h"
 
 #include <cxxopts.hpp>
 
@@ -364,6 +365,10 @@ void ParseButton(Options& options, int argc, const char* const* argv)
     }
     options.command = Options::Command::Button;
     options.button.queue = line.Has("queue") ? line.Text("queue") : options.button.queue;
+    if (!Queue::IsName(options.button.queue))
+    {
+        Reject("--queue takes a name that begins with / and has no other, not '" + options.button.queue + "'");
+    }
     options.button.timeStamp = ParseTimeStamp(line);
     options.button.number = Number(line);
 }

@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 namespace OrvelClient
@@ -28,6 +29,11 @@ namespace
 }
 
 } // namespace
+
+bool Queue::IsName(const std::string& text)
+{
+    return text.size() > 1 && text.size() - 1 <= NAME_MAX && text.rfind('/') == 0;
+}
 
 Queue::Queue(std::string queueName, For access)
     : name(std::move(queueName))

@@ -20,6 +20,9 @@ public:
         Writing
     };
 
+    /// Whether a queue can have this name: it begins with a slash and has no other.
+    static bool IsName(const std::string& text);
+
     /// Throws Failure: NotThere, NotAllowed, Failed.
     Queue(std::string queueName, For access);
     ~Queue();

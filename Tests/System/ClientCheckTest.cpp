@@ -216,13 +216,15 @@ TEST_F(ClientCheckOnBoard, TakesTheNamesOfTheButtonsQueues)
                 AllOf(Contains("ok    /a                     is not there yet"),
                       Contains("ok    /b                     is not there yet"),
                       Not(Contains(HasSubstr("/progButton")))));
-    const Outcome outcome = Check({"--prog_button_message_queue", "button"});
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(
-        Complaints(outcome),
-        ElementsAre("fail  button                 is no name of a queue, which begins with / and has no other"));
-    Daemon daemon({"--prog_button_message_queue", "button"});
-    EXPECT_EQ(daemon.Wait(), 255);
+    for (const std::string name : {"button", "/a/b"})
+    {
+        const Outcome outcome = Check({"--prog_button_message_queue", name});
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_THAT(Complaints(outcome), ElementsAre("fail  " + name + std::string(23 - name.size(), ' ') +
+                                                     "is no name of a queue, which begins with / and has no other"));
+        Daemon daemon({"--prog_button_message_queue", name});
+        EXPECT_EQ(daemon.Wait(), 255);
+    }
 }
 
 TEST_F(ClientCheckOnBoard, TooLittleRoomForTheQueuesIsNamed)

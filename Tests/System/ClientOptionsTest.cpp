@@ -69,6 +69,8 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"generate", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
         {{"button", "x"}, "'x' is not understood"},
         {{"button", "--time", "local"}, "--time is absolute, relative or delta, not 'local'"},
+        {{"button", "--queue", "b"}, "--queue takes a name that begins with / and has no other, not 'b'"},
+        {{"button", "--queue", "/a/b"}, "--queue takes a name that begins with / and has no other, not '/a/b'"},
         {{"led", "a", "on", "b"}, "'b' is not understood"},
         {{"led", ""}, "an LED has a name"},
         {{"led", "a", "101"}, "an LED is on, off or 0 to 100, not '101'"},
