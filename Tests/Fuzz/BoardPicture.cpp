@@ -6,6 +6,7 @@
 #include "Expect.h"
 #include "Input.h"
 
+#include <algorithm>
 #include <sstream>
 
 using namespace Simulator;

@@ -10,6 +10,7 @@
 #include <poll.h>
 #include <sys/prctl.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cmath>

@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <sys/syscall.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
