@@ -6,6 +6,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -15,8 +16,8 @@
 namespace
 {
 
-// The terminal's end that stands for the LEDs hands on what it is given as it is.
-void MakeRaw(const std::string& path)
+// The terminal's end that stands for the LEDs; it hands on what it is given as it is.
+int OpenRaw(const std::string& path)
 {
     const int line = open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     termios settings{};
@@ -26,7 +27,7 @@ void MakeRaw(const std::string& path)
     }
     cfmakeraw(&settings);
     tcsetattr(line, TCSANOW, &settings);
-    close(line);
+    return line;
 }
 
 } // namespace
@@ -38,12 +39,12 @@ BareBoard::BareBoard()
     {
         throw std::runtime_error("cannot open a terminal");
     }
-    const std::string line = ptsname(terminal);
-    MakeRaw(line);
+    const std::string path = ptsname(terminal);
+    line = OpenRaw(path);
 
     Simulator::CoverDirectory("/dev");
     Simulator::CoverDirectory("/sys/class");
-    Simulator::BindMount(line, "/dev/uleds");
+    Simulator::BindMount(path, "/dev/uleds");
     const std::filesystem::path pins = "/dev/orvel-gpio";
     std::filesystem::create_directories(pins / "gpio3");
     for (const char* const file : {"export", "gpio3/direction", "gpio3/value"})
@@ -51,9 +52,22 @@ BareBoard::BareBoard()
         std::ofstream{pins / file};
     }
     Simulator::BindMount(pins, "/sys/class/gpio");
+    drain = std::thread(&BareBoard::Drain, this);
 }
 
 BareBoard::~BareBoard()
 {
+    close(line);
+    drain.join();
     close(terminal);
+}
+
+// What each daemon writes when it starts would fill the terminal, after some seventy of them. Ends when nobody has the line
+// open any more.
+void BareBoard::Drain() const
+{
+    std::array<char, 4096> block{};
+    while (read(terminal, block.data(), block.size()) > 0)
+    {
+    }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <thread>
+
 /// What the daemon needs of a board, made of things that cost it no more than the kernel's own would: plain files for the
 /// GPIO, and a terminal to which nobody ever writes for the LEDs.
 ///
@@ -14,5 +16,9 @@ public:
     BareBoard& operator=(const BareBoard&) = delete;
 
 private:
-    int terminal;
+    void Drain() const;
+
+    int terminal; // where what the daemon writes can be read
+    int line = -1;
+    std::thread drain;
 };

@@ -14,9 +14,9 @@ constexpr double Threads = 8;               // those, the link's, and four that 
 class CountTable
 {
 public:
-    void Add(const std::string& what, double counted, double allowed)
+    void Add(const std::string& what, double counted, double allowed, double least = 0)
     {
-        const bool kept = counted <= allowed;
+        const bool kept = counted >= least && counted <= allowed;
         allKept = allKept && kept;
         table.Add({what, Text(counted, 2), Text(allowed, 2), kept ? "yes" : "NO"});
     }
@@ -65,7 +65,7 @@ bool ReportCounts(const Processors& processors, std::chrono::seconds idle)
     // Two threads log, so there the one may have to wait for the other.
     table.Add("system calls a frame at DEBUG, without waits for a lock", talking.perFrameInAll - talking.waitsPerFrame,
               relay.perFrameInAll + 2 + Tolerance);
-    table.Add("writes a log line", talking.writesPerLine, 1);
+    table.Add("writes a log line, and no less", talking.writesPerLine, 1, 1 - Tolerance);
     table.Add("frames lost", static_cast<double>(quiet.lost + talking.lost), 0);
     table.Add("threads", static_cast<double>(idleness.threads), Threads);
     table.Add("idle wake-ups a second, " + std::to_string(idle.count()) + " s", idleness.wakeUpsPerSecond,

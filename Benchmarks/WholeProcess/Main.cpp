@@ -85,7 +85,7 @@ void Execute(const std::vector<std::string>& command)
 bool Short(const Processors& processors)
 {
     const BareBoard board;
-    if (!ReportCounts(processors, std::chrono::seconds(10)))
+    if (!ReportCounts(processors, std::chrono::seconds(15)))
     {
         return false;
     }

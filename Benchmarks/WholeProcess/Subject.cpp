@@ -82,11 +82,24 @@ Subject::Subject(const Program& program, const Processors& processors)
     KeepOn(processors.application);
     close(output.writing);
     reader = std::thread(&Subject::ReadOutput, this);
-    application.AwaitLinkState();
+    try
+    {
+        application.AwaitLinkState();
+    }
+    catch (const std::runtime_error& failure)
+    {
+        End();
+        throw std::runtime_error(failure.what() + ("; the last that the program wrote:\n" + tail));
+    }
     startTime = Clock::now() - begin;
 }
 
 Subject::~Subject()
+{
+    End();
+}
+
+void Subject::End()
 {
     process.Signal(SIGKILL);
     process.Wait();

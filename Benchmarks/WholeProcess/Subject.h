@@ -97,6 +97,7 @@ private:
     };
 
     void ReadOutput();
+    void End();
 
     Output output;
     std::atomic<std::size_t> lines{0};
