@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <ostream>
 
 namespace
 {
@@ -16,6 +17,12 @@ struct Example
     const char* name;
     std::vector<std::string> command;
 };
+
+// The name that the test is listed with.
+std::ostream& operator<<(std::ostream& stream, const Example& example)
+{
+    return stream << example.name;
+}
 
 class Examples : public OnBoard, public testing::WithParamInterface<Example>
 {
