@@ -57,8 +57,10 @@ static void onMessage(const uint8_t* message, size_t size) /* the first byte is 
     const int service = frame[8] & 0xfe; /* 0x80 writes, 0x40 answers a read */
     if (!toStatus || frame[6] != 1 || frame[7] != 0 || (service != 0x80 && service != 0x40))
         return;
+    /* Only a change of the number reaches the board, whose LEDs may have gone out with a reset meanwhile. */
     FILE* const led = fopen("/sys/class/leds/prg1/brightness", "w");
-    if (led == NULL || fputs(frame[8] & 1 ? "100" : "0", led) == EOF || fclose(led) == EOF)
+    if (led == NULL || fputs("0", led) == EOF || fflush(led) == EOF || fputs(frame[8] & 1 ? "100" : "0", led) == EOF ||
+        fclose(led) == EOF)
         perror("prg1");
     printf("the light is %s\n", frame[8] & 1 ? "on" : "off");
 }

@@ -66,15 +66,15 @@ struct LightSwitch
         const bool isStatus = (frame[1] & 0x80U) != 0 && frame[4] == 0x0A && frame[5] == 4 && frame[6] == 1;
         if (!isStatus || frame[7] != 0 || ((frame[8] & 0xFEU) != 0x80 && (frame[8] & 0xFEU) != 0x40)) // write, answer
             return;
-        std::ofstream("/sys/class/leds/prg1/brightness") << 100 * (frame[8] & 1U);
+        std::ofstream("/sys/class/leds/prg1/brightness") << 0 << std::flush << 100 * (frame[8] & 1U); // a change counts
         std::cout << "the light is " << ((frame[8] & 1U) != 0 ? "on" : "off") << std::endl;
     }
     void OnButton(uint8_t state)
     {
         const auto now = std::chrono::steady_clock::now();
         if (state == ORVEL_PROG_BUTTON_PRESSED && now - last > std::chrono::milliseconds(100))
-        { // a press from before the daemon ran comes three times
-            on = !on;
+        {
+            on = !on; // once: a press from before the daemon ran comes three times
             std::cout << "switched " << (on ? "on" : "off") << std::endl;
             Send(3, on ? 0x81 : 0x80);
         }

@@ -74,6 +74,8 @@ class LightSwitch:
 
     def set_led(self, on):
         with open("/sys/class/leds/prg1/brightness", "w", encoding="ascii") as file:
+            file.write("0")  # only changes reach the board, whose LEDs a reset puts out
+            file.flush()
             file.write("100" if on else "0")
         print("the light is", "on" if on else "off", flush=True)
 

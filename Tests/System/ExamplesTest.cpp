@@ -98,6 +98,21 @@ TEST_P(Examples, APressFromBeforeTheDaemonRanIsOne)
     EXPECT_EQ(daemon.Stop(), 0);
 }
 
+TEST_P(Examples, TheLedShowsTheStatusAgainWhenAResetHasPutItOut)
+{
+    ASSERT_TRUE(running);
+    Daemon example(GetParam().command, {});
+    EXPECT_TRUE(example.AwaitLine("the link is usable"));
+    Telegram("29 00 bc e0 11 01 0a 04 01 00 81");
+    EXPECT_TRUE(AwaitEvent("LED red KNX on"));
+    TheCoProcessor().Hang();
+    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_TRUE(example.AwaitLine("the link is usable"));
+    Telegram("29 00 bc e0 11 01 0a 04 01 00 81");
+    EXPECT_TRUE(AwaitEvent("LED red KNX on"));
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
 TEST_P(Examples, GoesOnWhenTheDaemonWasStartedAnew)
 {
     ASSERT_TRUE(running);
