@@ -26,7 +26,7 @@ WORK = BUILD / "work"
 RESULTS = BUILD / "results.json"
 LIST = pathlib.Path(__file__).with_name("equivalent")
 DAEMON = "sbin/orvel"
-OF_THE_DAEMON = "*-BoardProgram.*:Client*:Examples*:LiveBoard.*:OnKnxIp.*"  # not what is about other programs
+OF_THE_DAEMON = "*-BoardProgram.*:Client*:*Examples*:LiveBoard.*:OnKnxIp.*"  # not what is about other programs
 UNIT_TESTS = "Tests/Unit/UnitTests"
 SYSTEM_TESTS = BUILD / "bin/SystemTests"
 
