@@ -194,6 +194,19 @@ TEST_F(Logging, SilencesTheDebugLinesOfTheLinkLibraryFromWarnUpward)
     EXPECT_EQ(Logged(), "WARN Nemt plain\nWARN Nemt formatted 2\nERROR Nemt plain\nERROR Nemt formatted 3\n");
 }
 
+TEST_F(Logging, ReplacesAVariableOfAPropertyFileOnce)
+{
+    const std::string properties = WriteProperties("DEBUG");
+    std::ofstream(properties, std::ios::app) << "log4cplus.appender.F.layout.ConversionPattern=${ORVEL_OUTER}%n\n";
+    setenv("ORVEL_OUTER", "${ORVEL_INNER}", 1);
+    setenv("ORVEL_INNER", "inner", 1);
+    OrvelDriver::ConfigureLogging(properties);
+    unsetenv("ORVEL_OUTER");
+    unsetenv("ORVEL_INNER");
+    LOG4CPLUS_DEBUG(log4cplus::Logger::getInstance("Cemi"), "a line");
+    EXPECT_EQ(Logged(), "${ORVEL_INNER}\n");
+}
+
 TEST_F(Logging, LeavesAMissingPropertyFileToTheLoggingLibrary)
 {
     testing::internal::CaptureStderr(); // the logging library may complain there
