@@ -44,7 +44,7 @@ std::optional<int> NumberIn(const std::filesystem::path& file)
 {
     std::ifstream stream(file);
     int number = 0;
-    return stream >> number ? std::optional(number) : std::nullopt;
+    return (stream >> number) ? std::optional(number) : std::nullopt;
 }
 
 // The pins that the chips of this machine have, as "0 to 31, 64 to 95"; empty when it does not say.

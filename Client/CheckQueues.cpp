@@ -35,7 +35,7 @@ std::optional<long> Limit(const char* name)
 {
     std::ifstream file(std::string("/proc/sys/fs/mqueue/") + name);
     long limit = 0;
-    return file >> limit ? std::optional(limit) : std::nullopt;
+    return (file >> limit) ? std::optional(limit) : std::nullopt;
 }
 
 std::string Sizes(long messages, long size)

@@ -68,13 +68,13 @@ static void onMessage(const uint8_t* message, size_t size) /* the first byte is 
 static void onButton(uint8_t state)
 {
     static double last = -1;
-    static int on;
     struct timespec time;
     clock_gettime(CLOCK_MONOTONIC, &time);
     const double now = (double)time.tv_sec + (double)time.tv_nsec / 1e9;
     /* A press from before the daemon ran comes three times. */
     if (state == ORVEL_PROG_BUTTON_PRESSED && now - last > 0.1)
     {
+        static int on;
         on = !on;
         printf("switched %s\n", on ? "on" : "off");
         sendTelegram(3, on ? 0x81 : 0x80);

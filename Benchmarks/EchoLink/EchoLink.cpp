@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cstring>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -40,7 +39,7 @@ bool Send(uint16_t topic, const uint8_t* data, std::size_t length)
 {
     Message message;
     message.topic = topic;
-    std::memcpy(message.data.data(), data, length);
+    std::copy_n(data, length, message.data.data());
     return write(line[1], &message, HeaderSize + length) != -1;
 }
 

@@ -2,6 +2,7 @@
 #include "Spread.h"
 #include "Table.h"
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -59,8 +60,8 @@ std::vector<Step> ReadSteps(const std::string& file)
             continue;
         }
         const bool own = name.find("/manual_time") != std::string::npos;
-        name = name.substr(0, name.find("/manual_time"));
-        name = name.substr(0, name.find("/process_time"));
+        name.resize(std::min(name.size(), name.find("/manual_time")));
+        name.resize(std::min(name.size(), name.find("/process_time")));
         if (steps.empty() || steps.back().name != name)
         {
             steps.push_back({name, {}});

@@ -42,7 +42,10 @@ SerialLine::SerialLine(const std::string& port)
     if (coProcessorEnd == -1 || tcgetattr(coProcessorEnd, &settings) == -1)
     {
         const int error = errno;
-        close(coProcessorEnd);
+        if (coProcessorEnd != -1)
+        {
+            close(coProcessorEnd);
+        }
         throw std::runtime_error("cannot use the serial port " + port + ": " + strerror(error));
     }
     // 115200 baud, 8 bits, even parity, 1 stop bit, no handshake.

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 
 namespace Simulator
 {
@@ -73,7 +72,7 @@ void UledsRequests::Write(fuse_req_t request, const std::string& record, const f
         }
         return true;
     };
-    const std::string name(record.c_str(), strnlen(record.c_str(), LED_MAX_NAME_SIZE));
+    const std::string name = record.substr(0, std::min<std::size_t>(record.find('\0'), LED_MAX_NAME_SIZE));
     answers.Give(request, Operation::UledsWrite, name, write);
 }
 

@@ -85,7 +85,12 @@ bool InOrder(const Delivery& delivery)
                        [&](const std::string& message)
                        {
                            sent = std::find(sent, delivery.sent.end(), message);
-                           return sent != delivery.sent.end() && sent++ != delivery.sent.end();
+                           if (sent == delivery.sent.end())
+                           {
+                               return false;
+                           }
+                           ++sent;
+                           return true;
                        });
 }
 

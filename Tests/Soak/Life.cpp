@@ -44,7 +44,12 @@ bool IsSubsequence(const std::vector<uint32_t>& part, const std::vector<uint32_t
                        [&](uint32_t number)
                        {
                            position = std::find(position, whole.end(), number);
-                           return position != whole.end() && position++ != whole.end();
+                           if (position == whole.end())
+                           {
+                               return false;
+                           }
+                           ++position;
+                           return true;
                        });
 }
 

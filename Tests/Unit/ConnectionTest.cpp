@@ -94,13 +94,12 @@ TEST_F(Connection, LeavesItToTheLibraryToReportAReconnectedLink)
 
 TEST_F(Connection, UnregistersItselfAndNothingElseWhenItEnds)
 {
-    const void* address = nullptr;
     {
         const OrvelDriver::Connection connection(ScriptedHub::Hub());
-        address = &connection;
+        EXPECT_EQ(hub.Calls().at(0).listener, &connection);
     }
     EXPECT_EQ(hub.Texts(), (Texts{"RegisterConnectionListener", "IsConnected", "UnregisterConnectionListener"}));
-    EXPECT_EQ(hub.Calls().at(2).listener, address);
+    EXPECT_EQ(hub.Calls().at(2).listener, hub.Calls().at(0).listener);
 }
 
 TEST_F(Connection, CallsTheHubThatItWasGiven)

@@ -43,6 +43,7 @@ std::atomic<bool> closed{false};
 Numbers topicListeners;
 Numbers connectionListeners;
 
+// cppcheck-suppress passedByValue ; the library's interface takes a text that it could write to
 void Trace(std::string line)
 {
     NemtLog_Debug(line.data());

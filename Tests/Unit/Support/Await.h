@@ -19,6 +19,7 @@ bool Await(Condition condition)
     const auto end = std::chrono::steady_clock::now() + AwaitLimit;
     std::mutex mutex;
     std::condition_variable never;
+    // cppcheck-suppress localMutex ; it guards nothing: to be woken by nobody takes one
     std::unique_lock<std::mutex> lock(mutex);
     while (!condition())
     {

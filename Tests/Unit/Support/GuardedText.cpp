@@ -47,6 +47,7 @@ void Check(bool succeeded)
 
 GuardedText::GuardedText(const std::string& text)
 {
+    // cppcheck-suppress invalidFunctionArg ; -1 is what there is to give where no file is mapped
     page = mmap(nullptr, PageSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     Check(page != MAP_FAILED);
     std::memcpy(page, text.c_str(), text.size() + 1);
