@@ -3,6 +3,7 @@
 #include "Capture.h"
 #include "Description.h"
 #include "Failure.h"
+#include "Queue.h"
 #include "QueueReader.h"
 
 #include "Orvel/Protocol.h"
@@ -54,6 +55,7 @@ void Monitor(const MonitorOptions& options)
 {
     using Format = MonitorOptions::Format;
     const StopSignals stop;
+    static_cast<void>(Queue(ORVEL_CEMI_FROM_LL_QUEUE, Queue::For::Reading)); // or an older capture stays as it is
     Output output(options.format == Format::Capture ? options.captureFile : "-");
     if (options.format == Format::Capture && output.IsTerminal())
     {

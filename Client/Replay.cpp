@@ -183,8 +183,8 @@ void Replay(const ReplayOptions& options)
         }
         ++sent;
     }
-    Notice(Output(), "sent " + std::to_string(sent) + " of " + std::to_string(messages.size()) +
-                         " messages; the others are no frames for the bus");
+    Notice(Output(), "sent " + std::to_string(sent) + " of " + std::to_string(messages.size()) + " messages" +
+                         (sent < messages.size() ? "; the others are no frames for the bus" : ""));
 }
 
 } // namespace OrvelClient

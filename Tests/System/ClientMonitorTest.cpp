@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -198,6 +199,15 @@ TEST(ClientMonitorAlone, WithoutADaemonThereIsNoQueue)
     const Outcome outcome = RunClient({"monitor"});
     EXPECT_EQ(outcome.status, 5);
     EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: there is no queue /cemiFromLL: does the daemon run?"));
+}
+
+TEST(ClientMonitorAlone, WithoutADaemonAnOlderCaptureStaysAsItIs)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.File("capture");
+    std::ofstream(file) << "older";
+    EXPECT_EQ(RunClient({"monitor", "--pcap", file}).status, 5);
+    EXPECT_EQ(std::filesystem::file_size(file), 5);
 }
 
 TEST_F(ClientMonitor, SaysAtATerminalOnlyThatItTakesTheMessagesAway)

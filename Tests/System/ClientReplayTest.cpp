@@ -153,6 +153,7 @@ TEST_F(ClientReplay, SaysAtATerminalHowManyItSent)
     const std::string log = File("(0.000000) rx f1\n(0.000000) rx b9 00 01\n");
     EXPECT_EQ(OnTerminal("$ORVELCTL replay " + log),
               "orvelctl: sent 1 of 2 messages; the others are no frames for the bus\r\n");
+    EXPECT_EQ(OnTerminal("$ORVELCTL replay " + File("(0.000000) rx f1\n")), "orvelctl: sent 1 of 1 messages\r\n");
 }
 
 class ClientGenerate : public ClientReplay
