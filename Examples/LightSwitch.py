@@ -3,6 +3,7 @@
 import ctypes
 import os
 import select
+import signal
 import time
 
 SWITCH_GROUP, STATUS_GROUP = 0x0A03, 0x0A04
@@ -31,8 +32,7 @@ class Queue:
         """The daemon makes new queues when it starts; those from before stay silent."""
         return os.fstat(self.descriptor).st_nlink == 0
 
-    def receive(self):
-        """The messages that wait."""
+    def receive(self):  # the messages that wait
         buffer = ctypes.create_string_buffer(MESSAGE_SIZE)
         while (size := libc.mq_receive(self.descriptor, buffer, MESSAGE_SIZE, None)) > 0:
             yield buffer.raw[:size]
@@ -91,6 +91,7 @@ class LightSwitch:
         self.to_link.send(bytes([11, 0x11, 0, 0xBC, 0xE0, 0, 0, *group.to_bytes(2, "big"), 1, 0, service]))
 
 
+signal.signal(signal.SIGINT, signal.SIG_DFL)  # Ctrl-C ends it, as it does other programs
 while True:
     try:
         LightSwitch().run()
