@@ -132,7 +132,7 @@ private:
     pid_t struckThread = 0;
     Point callBehind;
     std::map<pid_t, Point> last; // call of each thread
-    std::set<pid_t> workers; // threads that did more than start and wait
+    std::set<pid_t> workers;     // threads that did more than start and wait
     std::size_t threadsAtExit = 0;
 
     std::thread thread;
