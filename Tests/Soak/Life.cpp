@@ -112,8 +112,9 @@ void Life::Play(long losses)
     const auto hasLeds = [] { return std::filesystem::exists(std::string("/sys/class/leds/") + Rs485.name); };
     if (!Await(hasLeds, 10s))
     {
-        daemon.Signal(SIGINT);
-        daemon.Wait();
+        EndDaemon();
+        AccountDaemon();
+        Require(status == 0, "without LEDs: exit status " + std::to_string(status));
         return;
     }
     applications =
@@ -144,7 +145,9 @@ void Life::Play(long losses)
         CheckLeds();
         Compare(atStart, Resources::Of(daemon.Id()));
     }
-    End();
+    EndDaemon();
+    record = applications->Finish();
+    quiet = ledger.Count("lost") == 0;
     Account();
 }
 
@@ -309,7 +312,7 @@ void Life::Compare(const Resources& atStart, const Resources& atEnd)
     most("most KiB that the memory of a daemon grew by", atEnd.memory - atStart.memory);
 }
 
-void Life::End()
+void Life::EndDaemon()
 {
     if (ledger.Count("given up") == 0)
     {
@@ -322,13 +325,23 @@ void Life::End()
         daemon.Signal(SIGKILL);
     }
     status = daemon.Wait();
-    record = applications->Finish();
-    quiet = ledger.Count("lost") == 0;
 }
 
 void Life::Account()
 {
     Require(status == (ledger.Count("given up") == 0 ? 0 : 255), "exit status " + std::to_string(status));
+    AccountDaemon();
+    AccountToLink();
+    AccountFromLink();
+    AccountDevices();
+    ++figures["daemons"];
+    figures["daemons that lost no link"] += quiet ? 1 : 0;
+    figures["links lost"] += ledger.Count("lost");
+    figures["links given up"] += ledger.Count("given up");
+}
+
+void Life::AccountDaemon()
+{
     for (const std::string& line : ledger.Unexpected())
     {
         problems.push_back("line: " + line);
@@ -337,12 +350,6 @@ void Life::Account()
     {
         problems.push_back("left behind: " + queue.path().string());
     }
-    AccountToLink();
-    AccountFromLink();
-    AccountDevices();
-    ++figures["daemons"];
-    figures["links lost"] += ledger.Count("lost");
-    figures["links given up"] += ledger.Count("given up");
 }
 
 void Life::AccountToLink()

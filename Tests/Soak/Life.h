@@ -45,6 +45,12 @@ public:
         return !applications;
     }
 
+    /// The link was never lost: all that was sent has arrived.
+    bool IsQuiet() const
+    {
+        return quiet;
+    }
+
     /// What an application holds over the restart of the daemon.
     std::unique_ptr<Queue> TakeQueue()
     {
@@ -61,8 +67,9 @@ private:
     void Settle();
     void CheckLeds();
     void Compare(const Resources& atStart, const Resources& atEnd);
-    void End();
+    void EndDaemon();
     void Account();
+    void AccountDaemon();
     void AccountToLink();
     void AccountFromLink();
     void AccountDevices();

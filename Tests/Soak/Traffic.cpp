@@ -12,6 +12,17 @@ namespace
 
 constexpr int ResetGpio = 3;
 constexpr long LossesOfADaemon = 60; // at the most
+constexpr int MostInARow = 20;       // of what a busy machine may cause
+
+std::string Joined(const std::vector<std::string>& problems)
+{
+    std::string text;
+    for (const std::string& problem : problems)
+    {
+        text += problem + "\n";
+    }
+    return text;
+}
 
 } // namespace
 
@@ -27,20 +38,35 @@ Figures RunTraffic(uint32_t seed, const Amounts& amounts)
     Figures figures;
     Progress progress;
     std::unique_ptr<Queue> held; // by an application, over a restart
-    for (long losses = 0; losses == 0 || progress.losses < amounts.losses;)
+    long losses = 0;             // until a daemon has lost no link: there nothing may be lost at all
+    int withoutLeds = 0;
+    int restless = 0;
+    while (losses == 0 || progress.losses < amounts.losses)
     {
         Life life(board, arrivals, amounts, progress, random, figures);
         life.Play(std::min(losses, amounts.losses - progress.losses));
+        std::string wrong = Joined(life.Problems());
         if (life.IsWithoutLeds())
         {
             ++figures["starts without LEDs, by design"];
+            if (++withoutLeds == MostInARow)
+            {
+                wrong += "daemons get no LEDs\n";
+            }
+            if (!wrong.empty())
+            {
+                throw std::runtime_error(wrong);
+            }
             continue;
         }
-        losses = std::uniform_int_distribution<long>(1, LossesOfADaemon)(random);
-        std::string wrong;
-        for (const std::string& problem : life.Problems())
+        withoutLeds = 0;
+        if (losses > 0 || life.IsQuiet())
         {
-            wrong += problem + "\n";
+            losses = std::uniform_int_distribution<long>(1, LossesOfADaemon)(random);
+        }
+        else if (++restless == MostInARow)
+        {
+            wrong += "links are lost that nobody cuts\n";
         }
         if (held && held->Pending() > 0)
         {
