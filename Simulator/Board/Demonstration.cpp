@@ -153,7 +153,11 @@ private:
                {
                    std::error_code ignored;
                    const bool there = std::filesystem::exists(file, ignored);
-                   return there || (poll(nullptr, 0, static_cast<int>(Glance.count())), false);
+                   if (!there)
+                   {
+                       poll(nullptr, 0, static_cast<int>(Glance.count()));
+                   }
+                   return there;
                });
     }
 

@@ -36,7 +36,7 @@ void CheckTexts(const Message& message)
     Fuzz::Expect("a line of words", !description.empty() && IsPrintable(description));
     const std::string json = DescribeAsJson(message);
     Fuzz::Expect("an object", json.front() == '{' && json.back() == '}' && IsPrintable(json));
-    Fuzz::Expect("the bytes", json.find("\"hex\":\"" + ToHex(message.frame, "") + "\"") != std::string::npos);
+    Fuzz::Expect("the bytes", json.find(R"("hex":")" + ToHex(message.frame, "") + "\"") != std::string::npos);
     Fuzz::Expect("a kind", !KindOf(message).empty() && IsPrintable(KindOf(message)));
 }
 

@@ -5,7 +5,7 @@
 
 int main()
 {
-    const auto* lost = new std::vector<int>(100); // NOLINT(cppcoreguidelines-owning-memory)
+    const auto* lost = new std::vector<int>(100);
     std::printf("%zu\n", lost->size());
     lost = nullptr;
 }

@@ -8,13 +8,12 @@
 
 #include "Nemt/CommHub.h"
 
-#include <time.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <ctime>
 #include <map>
 #include <mutex>
 #include <stdexcept>
