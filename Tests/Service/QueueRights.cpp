@@ -1,6 +1,6 @@
 // queue-rights: what the user may do with each queue of the daemon, one line each, such as "/cemiToLL: send, take". Takes no
 // message away.
-// queue-rights occupy: makes the queue for frames to the bus before the daemon does.
+// queue-rights occupy: makes the queues for frames to the bus and for the programming button before the daemon does.
 
 #include "Orvel/Protocol.h"
 
@@ -31,12 +31,18 @@ bool MayOpen(const char* queue, int how)
 }
 
 // As large as the daemon would make it, so that it fits.
-bool Occupy()
+bool Occupy(const char* queue, long capacity, long messageSize)
 {
     mq_attr attributes{};
-    attributes.mq_maxmsg = ORVEL_CEMI_QUEUE_CAPACITY;
-    attributes.mq_msgsize = ORVEL_CEMI_MESSAGE_SIZE;
-    return mq_open(ORVEL_CEMI_TO_LL_QUEUE, O_RDONLY | O_CREAT | O_EXCL, 0666, &attributes) != -1;
+    attributes.mq_maxmsg = capacity;
+    attributes.mq_msgsize = messageSize;
+    return mq_open(queue, O_RDONLY | O_CREAT | O_EXCL, 0666, &attributes) != -1;
+}
+
+bool OccupyAll()
+{
+    return Occupy(ORVEL_CEMI_TO_LL_QUEUE, ORVEL_CEMI_QUEUE_CAPACITY, ORVEL_CEMI_MESSAGE_SIZE) &&
+           Occupy(ORVEL_PROG_BUTTON_QUEUE, ORVEL_PROG_BUTTON_QUEUE_CAPACITY, ORVEL_PROG_BUTTON_MESSAGE_SIZE);
 }
 
 } // namespace
@@ -45,7 +51,7 @@ int main(int argc, char** argv)
 {
     if (argc > 1)
     {
-        return strcmp(argv[1], "occupy") == 0 && Occupy() ? 0 : 1;
+        return strcmp(argv[1], "occupy") == 0 && OccupyAll() ? 0 : 1;
     }
     for (const char* const queue : {ORVEL_CEMI_TO_LL_QUEUE, ORVEL_CEMI_FROM_LL_QUEUE, ORVEL_PROG_BUTTON_QUEUE})
     {
