@@ -37,6 +37,8 @@ need_packages() {
   rm -f "$log"
 }
 
+need_fuse() { [ -c /dev/fuse ] || die "there is no /dev/fuse, which the simulated board needs: modprobe fuse"; }
+
 # build PRESET [CMAKE OPTION...]: configures and builds into build/PRESET, whatever was configured there before; everything,
 # or the targets in $build_targets.
 build() {
