@@ -1,9 +1,11 @@
 // Two threads use a plain variable at once: "Race deliberate" the flag that Tests/Suppressions/tsan.txt names, "Race
-// undeliberate" a counter beside it in the same object, which nothing names.
+// undeliberate" a counter beside it in the same object, which nothing names, "Race below" that counter from a function that
+// the destructor calls, which is named because it writes a flag.
 
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -14,6 +16,19 @@ namespace OrvelDriver
 class Cemi
 {
 public:
+    explicit Cemi(int* theFrames)
+        : frames(theFrames)
+    {
+    }
+
+    __attribute__((noinline)) ~Cemi()
+    {
+        Count();
+    }
+
+    Cemi(const Cemi&) = delete;
+    Cemi& operator=(const Cemi&) = delete;
+
     void Fail()
     {
         failed = true;
@@ -24,14 +39,14 @@ public:
         return failed;
     }
 
-    void Count()
+    __attribute__((noinline)) void Count()
     {
-        ++frames;
+        ++*frames;
     }
 
 private:
     bool failed = false;
-    int frames = 0;
+    int* frames;
 };
 
 } // namespace OrvelDriver
@@ -39,22 +54,30 @@ private:
 int main(int argc, char** argv)
 {
     const std::string kind = argc == 2 ? argv[1] : "";
-    OrvelDriver::Cemi cemi;
+    int frames = 0;
+    auto cemi = std::make_unique<OrvelDriver::Cemi>(&frames);
     if (kind == "deliberate")
     {
-        std::thread worker(&OrvelDriver::Cemi::Fail, &cemi);
-        const bool seen = cemi.HasFailed();
+        std::thread worker(&OrvelDriver::Cemi::Fail, cemi.get());
+        const bool seen = cemi->HasFailed();
         worker.join();
         std::printf("the flag was %s\n", seen ? "set" : "not set yet");
         return EXIT_SUCCESS;
     }
     if (kind == "undeliberate")
     {
-        std::thread worker(&OrvelDriver::Cemi::Count, &cemi);
-        cemi.Count();
+        std::thread worker(&OrvelDriver::Cemi::Count, cemi.get());
+        cemi->Count();
         worker.join();
         return EXIT_SUCCESS;
     }
-    std::fprintf(stderr, "usage: %s deliberate|undeliberate\n", argv[0]);
+    if (kind == "below")
+    {
+        std::thread worker([&frames] { ++frames; });
+        cemi.reset();
+        worker.join();
+        return EXIT_SUCCESS;
+    }
+    std::fprintf(stderr, "usage: %s deliberate|undeliberate|below\n", argv[0]);
     return EXIT_FAILURE;
 }
