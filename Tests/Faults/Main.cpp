@@ -23,6 +23,8 @@
 namespace
 {
 
+constexpr int UsageError = 2;
+
 constexpr unsigned CellLimit = 1200; // s; nothing in a cell waits so long
 constexpr unsigned MaxTries = 5;     // of a cell whose call does not come, or whose start loses its LEDs
 constexpr int NotReached = 2;        // exit status of such a cell
@@ -252,11 +254,24 @@ int RunMatrix(const std::vector<std::string>& arguments)
     for (std::size_t index = 0; index < arguments.size(); ++index)
     {
         const std::string& argument = arguments[index];
-        list = list || argument == "--list";
-        if (argument == "--jobs" || argument == "--only")
+        const bool hasValue = index + 1 < arguments.size();
+        if (argument == "--list")
         {
-            const std::string& value = arguments.at(++index);
-            argument == "--jobs" ? static_cast<void>(jobs = std::stoul(value)) : static_cast<void>(only = value);
+            list = true;
+        }
+        else if (argument == "--jobs" && hasValue &&
+                 arguments[index + 1].find_first_not_of("0123456789") == std::string::npos)
+        {
+            jobs = std::max(1UL, std::stoul("0" + arguments[++index]));
+        }
+        else if (argument == "--only" && hasValue)
+        {
+            only = arguments[++index];
+        }
+        else
+        {
+            std::cerr << "usage: fault-matrix [--list] [--jobs NUMBER] [--only PART-OF-A-CELL'S-NAME]\n";
+            return UsageError;
         }
     }
     const Record record = MakeRecord();
@@ -264,6 +279,11 @@ int RunMatrix(const std::vector<std::string>& arguments)
     cells.erase(std::remove_if(cells.begin(), cells.end(),
                                [&](const Cell& cell) { return Name(cell).find(only) == std::string::npos; }),
                 cells.end());
+    if (cells.empty())
+    {
+        std::cerr << "no cell has '" << only << "' in its name\n";
+        return EXIT_FAILURE;
+    }
     if (list)
     {
         for (const Cell& cell : cells)
