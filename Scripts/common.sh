@@ -55,3 +55,11 @@ build() {
   # shellcheck disable=SC2086 # a list of words
   cmake --build --preset "$preset" ${build_targets:+--target $build_targets} || die "cannot build"
 }
+
+# describe_build: into build/tidy, for programs that read the sources, how each is compiled. Headers that GCC has compiled
+# before are not for them.
+describe_build() {
+  cmake --preset debug -B build/tidy -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DORVEL_BENCHMARKS=ON -DNEMT_LIBRARY= \
+    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null && cmake --build build/tidy --target OrvelComponentsRevision >/dev/null ||
+    die "cannot configure"
+}
