@@ -1,37 +1,33 @@
 /* A light switch: the programming button switches group address 1/2/3, and the LED shows what 1/2/4 reports. */
 #include <Orvel/Protocol.h>
 
+#include <errno.h>
 #include <fcntl.h>
 #include <mqueue.h>
 #include <poll.h>
 #include <stdint.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
 static mqd_t toLink = -1, fromLink = -1, button = -1;
 
-/* The daemon makes new queues when it starts; those from before stay silent. */
-static int isGone(mqd_t queue)
+/* Whether the queue is there. The daemon makes new ones when it starts; those from before stay silent. */
+static int isThere(mqd_t* queue, const char* name, int access)
 {
     struct stat state;
-    return fstat(queue, &state) == -1 || state.st_nlink == 0;
-}
-
-static void openQueues(void)
-{
-    while (isGone(toLink) || isGone(fromLink) || isGone(button))
+    if (fstat(*queue, &state) == 0 && state.st_nlink != 0)
+        return 1;
+    mq_close(*queue); /* nothing happens to -1 */
+    *queue = mq_open(name, access | O_NONBLOCK);
+    if (*queue == -1 && errno != ENOENT)
     {
-        mq_close(toLink); /* nothing happens to -1 */
-        mq_close(fromLink);
-        mq_close(button);
-        toLink = mq_open(ORVEL_CEMI_TO_LL_QUEUE, O_WRONLY | O_NONBLOCK);
-        fromLink = mq_open(ORVEL_CEMI_FROM_LL_QUEUE, O_RDONLY | O_NONBLOCK);
-        button = mq_open(ORVEL_PROG_BUTTON_QUEUE, O_RDONLY | O_NONBLOCK);
-        if (button == -1)
-            sleep(1);
+        perror(name);
+        exit(EXIT_FAILURE);
     }
+    return *queue != -1;
 }
 
 static void sendTelegram(uint8_t group, uint8_t service) /* to 1/2/group */
@@ -87,7 +83,10 @@ int main(void)
     setvbuf(stdout, NULL, _IOLBF, 0);
     for (;;)
     {
-        openQueues();
+        while (!isThere(&toLink, ORVEL_CEMI_TO_LL_QUEUE, O_WRONLY) ||
+               !isThere(&fromLink, ORVEL_CEMI_FROM_LL_QUEUE, O_RDONLY) ||
+               !isThere(&button, ORVEL_PROG_BUTTON_QUEUE, O_RDONLY))
+            sleep(1);
         struct pollfd set[] = {{fromLink, POLLIN, 0}, {button, POLLIN, 0}};
         poll(set, 2, 1000);
         uint8_t message[ORVEL_CEMI_MESSAGE_SIZE];

@@ -16,9 +16,7 @@ libc.mq_receive.argtypes = [ctypes.c_int, ctypes.c_char_p, ctypes.c_size_t, ctyp
 libc.mq_send.argtypes = [ctypes.c_int, ctypes.c_char_p, ctypes.c_size_t, ctypes.c_uint]
 
 
-class Queue:
-    """A message queue, which on Linux is a file descriptor."""
-
+class Queue:  # a message queue, which on Linux is a file descriptor
     def __init__(self, name, access):
         self.descriptor = libc.mq_open(name.encode(), access | os.O_NONBLOCK)
         if self.descriptor == -1:
@@ -28,8 +26,7 @@ class Queue:
         if self.descriptor != -1:
             os.close(self.descriptor)
 
-    def is_gone(self):
-        """The daemon makes new queues when it starts; those from before stay silent."""
+    def is_gone(self):  # the daemon makes new queues when it starts; those from before stay silent
         return os.fstat(self.descriptor).st_nlink == 0
 
     def receive(self):  # the messages that wait
@@ -43,19 +40,17 @@ class Queue:
 
 
 class LightSwitch:
+    on = False  # of the class: it outlives the daemon
+
     def __init__(self):
         self.to_link = Queue("/cemiToLL", os.O_WRONLY)
         self.from_link = Queue("/cemiFromLL", os.O_RDONLY)
         self.button = Queue("/progButton", os.O_RDONLY)
-        self.last, self.on = -1.0, False
+        self.last = -1.0
 
-    def run(self):
-        """Until the daemon goes."""
-        poll = select.poll()
-        for queue in self.from_link, self.button:
-            poll.register(queue.descriptor, select.POLLIN)
+    def run(self):  # until the daemon goes
         while not (self.to_link.is_gone() or self.from_link.is_gone() or self.button.is_gone()):
-            poll.poll(1000)
+            select.select([self.from_link.descriptor, self.button.descriptor], [], [], 1)
             for message in self.from_link.receive():
                 self.on_frame(message[1:])  # the first byte is not the size of long frames
             for message in self.button.receive():
@@ -73,16 +68,19 @@ class LightSwitch:
                 self.set_led(frame[8] & 1)  # written, or the answer to a read
 
     def set_led(self, on):
-        with open("/sys/class/leds/prg1/brightness", "w", encoding="ascii") as file:
-            file.write("0")  # only changes reach the board, whose LEDs a reset puts out
-            file.flush()
-            file.write("100" if on else "0")
+        try:
+            with open("/sys/class/leds/prg1/brightness", "w", encoding="ascii") as file:
+                file.write("0")  # only changes reach the board, whose LEDs a reset puts out
+                file.flush()
+                file.write("100" if on else "0")
+        except OSError as error:
+            print(error, flush=True)
         print("the light is", "on" if on else "off", flush=True)
 
     def on_button(self, pressed):
         now = time.monotonic()
         if pressed and now - self.last > 0.1:  # a press from before the daemon ran comes three times
-            self.on = not self.on
+            LightSwitch.on = not self.on
             print("switched", "on" if self.on else "off", flush=True)
             self.send(SWITCH_GROUP, ON if self.on else OFF)
         self.last = now if pressed else -1.0
@@ -97,3 +95,5 @@ while True:
         LightSwitch().run()
     except FileNotFoundError:
         time.sleep(1)  # no daemon yet
+    except PermissionError as error:
+        raise SystemExit(error) from None  # one line, which names the queue

@@ -1,6 +1,8 @@
 // The examples, as people who begin with them run them.
 
+#include "Await.h"
 #include "ClientProgram.h"
+#include "MessageLimit.h"
 #include "OnBoard.h"
 
 #include <gmock/gmock.h>
@@ -127,10 +129,98 @@ TEST_P(Examples, GoesOnWhenTheDaemonWasStartedAnew)
     EXPECT_EQ(another.Stop(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(LightSwitch, Examples,
-                         testing::Values(Example{"C", {EXAMPLE_C}}, Example{"Cpp", {EXAMPLE_CPP}},
-                                         Example{"Python", {"python3", EXAMPLES "/LightSwitch.py"}}),
-                         [](const auto& example) { return example.param.name; });
+// With queues that the test makes in the daemon's place.
+class ExamplesAlone : public testing::TestWithParam<Example>
+{
+protected:
+    struct Queues
+    {
+        MadeQueue fromLink{"/cemiFromLL"};
+        MadeQueue toLink{"/cemiToLL"};
+        MadeQueue button{"/progButton", 6, 1};
+    };
+
+    // Whether it waits for something at this moment.
+    static bool IsAsleep(pid_t process)
+    {
+        std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+        std::string id;
+        std::string name;
+        char state = ' ';
+        file >> id >> name >> state;
+        return state == 'S';
+    }
+};
+
+TEST_P(ExamplesAlone, AsksForTheStatusOnlyWhenTheLinkIsUsable)
+{
+    const Queues queues;
+    Daemon example(GetParam().command, {});
+    queues.fromLink.PutFrame("b9 ff ff");
+    EXPECT_TRUE(example.AwaitLine("the link is lost"));
+    queues.fromLink.PutFrame("b9 00 01");
+    EXPECT_TRUE(example.AwaitLine("the link is usable"));
+    EXPECT_TRUE(Await([&] { return queues.toLink.Waiting() > 0; }));
+    EXPECT_EQ(queues.toLink.Take(), "0b 11 00 bc e0 00 00 0a 04 01 00 00");
+    EXPECT_EQ(queues.toLink.Take(), "nothing");
+}
+
+TEST_P(ExamplesAlone, SleepsWhileAQueueIsNotThere)
+{
+    const MadeQueue fromLink("/cemiFromLL");
+    const MadeQueue button("/progButton", 6, 1);
+    const Daemon example(GetParam().command, {});
+    EXPECT_TRUE(Await([&] { return IsAsleep(example.Id()); }));
+}
+
+TEST_P(ExamplesAlone, EndsWithOneLineWhereAQueueIsNotForIt)
+{
+    const MadeQueue fromLink("/cemiFromLL");
+    const MadeQueue toLink("/cemiToLL", 14, 261, 0400);
+    const MadeQueue button("/progButton", 6, 1);
+    WithoutCapability(CAP_DAC_OVERRIDE,
+                      []
+                      {
+                          Daemon example(GetParam().command, {});
+                          ASSERT_TRUE(example.AwaitLine("/cemiToLL"));
+                          EXPECT_EQ(example.Wait(), 1);
+                          EXPECT_THAT(example.Lines(), testing::ElementsAre(testing::HasSubstr("Permission denied")));
+                      });
+}
+
+TEST_P(ExamplesAlone, KnowsWhatItSwitchedAlsoWhenTheDaemonWasStartedAnew)
+{
+    Daemon example(GetParam().command, {});
+    for (const char* const line : {"switched on", "switched off"})
+    {
+        const Queues queues;
+        queues.button.Put({0x00});
+        queues.button.Put({0x01});
+        EXPECT_TRUE(example.AwaitLine(line));
+    }
+}
+
+TEST_P(ExamplesAlone, GoesOnWithoutAnLedAndSaysSo)
+{
+    const Queues queues;
+    Daemon example(GetParam().command, {});
+    queues.fromLink.PutFrame("29 00 bc e0 11 01 0a 04 01 00 81");
+    EXPECT_TRUE(example.AwaitLine("prg1"));
+    EXPECT_TRUE(example.AwaitLine("the light is on"));
+    queues.button.Put({0x00});
+    EXPECT_TRUE(example.AwaitLine("switched on"));
+}
+
+const auto All = testing::Values(Example{"C", {EXAMPLE_C}}, Example{"Cpp", {EXAMPLE_CPP}},
+                                 Example{"Python", {"python3", EXAMPLES "/LightSwitch.py"}});
+
+std::string NameOf(const testing::TestParamInfo<Example>& example)
+{
+    return example.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(LightSwitch, Examples, All, NameOf);
+INSTANTIATE_TEST_SUITE_P(LightSwitch, ExamplesAlone, All, NameOf);
 
 TEST(ExamplesSources, HaveFewerThan100Lines)
 {
