@@ -89,14 +89,22 @@ void Router::OnIndication(const Bytes& cemi, Clock::time_point now)
 void Router::OnLost(const Routing::Lost& lost)
 {
     counters.lost += lost.count;
-    outside.tell("KNXnet/IP: a router lost " + std::to_string(lost.count) + " telegrams");
+    if (IsWorthTelling(++lostMessages))
+    {
+        outside.tell("KNXnet/IP: a router lost " + std::to_string(lost.count) + " telegrams; " +
+                     std::to_string(counters.lost) + " were lost so far");
+    }
 }
 
 void Router::OnBusy(const Routing::Busy& busy, Clock::time_point now)
 {
     ++counters.busy;
     pause.OnBusy(std::chrono::milliseconds(busy.waitTime), now);
-    outside.tell("KNXnet/IP: a router is busy and asks for " + std::to_string(busy.waitTime) + " ms");
+    if (IsWorthTelling(counters.busy))
+    {
+        outside.tell("KNXnet/IP: a router is busy and asks for " + std::to_string(busy.waitTime) + " ms, number " +
+                     std::to_string(counters.busy));
+    }
 }
 
 void Router::OnMalformed(const Bytes& datagram)

@@ -109,6 +109,7 @@ private:
     std::optional<Waiting> leaving; // has passed the line, and leaves when no other router is busy
     Clock::time_point toldBusyAt;
     uint16_t untoldLost = 0;
+    uint64_t lostMessages = 0; // datagrams that tell of counters.lost
 };
 
 } // namespace Simulator
