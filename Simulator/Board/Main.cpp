@@ -16,6 +16,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -109,14 +110,14 @@ public:
         return {STDIN_FILENO, [](const std::string& answer) { std::fprintf(stderr, "%s\n", answer.c_str()); }};
     }
 
-    // The screen is gone then, and with it why the daemon failed.
-    void End(int status)
+    // The screen is gone then, and with it why the daemon failed and what was counted.
+    void End(int status, const std::string& counters)
     {
         if (screen)
         {
             LeaveTerminalWithout(*guard);
             screen->End();
-            std::fputs(status != 0 ? screen->LastLines().c_str() : "", stdout);
+            std::fputs((status != 0 ? screen->LastLines() : counters).c_str(), stdout);
         }
     }
 
@@ -153,7 +154,7 @@ int RunBoard(const Options& options, std::optional<pid_t> guard)
         session.StartDemonstration();
     }
     const int status = session.Run();
-    front.End(status);
+    front.End(status, knxIp ? knxIp->End() + '\n' : "");
     return status;
 }
 
@@ -161,6 +162,7 @@ int RunBoard(const Options& options)
 {
     if (options.plain || !Terminal::IsThere())
     {
+        std::signal(SIGTTIN, SIG_IGN); // in the background of a shell reading fails, and there are no commands
         return RunBoard(options, std::nullopt);
     }
     const pid_t guard = getpid();

@@ -42,6 +42,15 @@ KnxIp::KnxIp(const Settings& settings, CoProcessor& theCoProcessor, EventLog& ev
 
 KnxIp::~KnxIp()
 {
+    if (thread.joinable())
+    {
+        End();
+    }
+    close(wakeUp);
+}
+
+std::string KnxIp::End()
+{
     coProcessor.ConnectBus({});
     {
         const std::lock_guard lock(mutex);
@@ -49,8 +58,9 @@ KnxIp::~KnxIp()
     }
     Wake();
     thread.join();
-    close(wakeUp);
-    TellCounters();
+    const std::string counters = Counters();
+    events.Add(counters);
+    return counters;
 }
 
 Router::Outside KnxIp::Outside()
@@ -115,7 +125,7 @@ void KnxIp::TakeRequests()
     }
 }
 
-void KnxIp::TellCounters()
+std::string KnxIp::Counters() const
 {
     const auto& count = router.Count();
     std::string text = "KNXnet/IP:";
@@ -132,7 +142,7 @@ void KnxIp::TellCounters()
         text += separator + std::to_string(number) + " " + what;
         separator = ", ";
     }
-    events.Add(text);
+    return text;
 }
 
 void KnxIp::Wake() const

@@ -27,11 +27,14 @@ public:
     /// Throws std::runtime_error with one line when the interface cannot be used.
     KnxIp(const Settings& settings, CoProcessor& theCoProcessor, EventLog& eventLog);
 
-    /// What still waits is not sent.
+    /// As End, unless that was called.
     ~KnxIp();
 
     KnxIp(const KnxIp&) = delete;
     KnxIp& operator=(const KnxIp&) = delete;
+
+    /// Leaves the network; what still waits is not sent. Returns what was counted, which is an event too. Once.
+    std::string End();
 
 private:
     using Request = std::pair<Bytes, Router::Confirm>;
@@ -40,7 +43,7 @@ private:
     void ThreadFunction();
     int PollTimeout() const;
     void TakeRequests();
-    void TellCounters();
+    std::string Counters() const;
     void Wake() const;
 
     CoProcessor& coProcessor;

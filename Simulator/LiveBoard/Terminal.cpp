@@ -71,7 +71,7 @@ chtype AttributesOf(Style style)
 
 bool Terminal::IsThere()
 {
-    if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0)
+    if (isatty(STDIN_FILENO) == 0 || isatty(STDOUT_FILENO) == 0 || tcgetpgrp(STDOUT_FILENO) != getpgrp())
     {
         return false;
     }

@@ -23,7 +23,8 @@ public:
         ClearLine = 21 // Ctrl-U
     };
 
-    /// Whether standard input and output are a terminal that can show pictures.
+    /// Whether standard input and output are a terminal that can show pictures, and which this program has for itself: in the
+    /// background of a shell it has not.
     static bool IsThere();
 
     /// Throws std::runtime_error when it is not.

@@ -369,6 +369,29 @@ TEST_F(LiveBoard, CanBeStoppedAndContinuedByAShell)
     Await("ended with 0");
 }
 
+TEST_F(LiveBoard, WritesLinesInTheBackgroundOfAShellAndLeavesItsInputAlone)
+{
+    window = std::make_unique<TerminalWindow>("PS1='shell: ' ENV= exec sh -i");
+    Await("shell:");
+    Press(R"(sh -c 'echo $$ >"$WINDOW/id"; exec "$0" "$@"' )" BOARD " --name " + Name() + " &");
+    Press("Enter");
+    Await("s  link up");
+    Press("echo 1 2 3 | tr -d ' '");
+    Press("Enter");
+    Await("123");
+    Press("kill %1; wait %1; echo ended with $?");
+    Press("Enter");
+    Await("ended with 0");
+}
+
+TEST_F(LiveBoard, TellsAtTheEndWhatWasCounted)
+{
+    StartWithLink("--knxip");
+    Press("q");
+    ExpectTerminalAsBefore(0);
+    Await("KNXnet/IP: 0 sent, 0 received");
+}
+
 TEST_F(LiveBoard, DuringTheDemonstrationKeysOnlyQuitAndHelp)
 {
     // It waits for a link that this daemon never brings up.
