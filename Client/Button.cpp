@@ -35,6 +35,7 @@ void Button(const ButtonOptions& options)
         const auto message = reader.Next();
         if (!message)
         {
+            stop.RequireAll(count, options.number);
             return;
         }
         output.Write(stamper.Stamp(Now()) + " " + Word(*message) + "\n");

@@ -17,7 +17,7 @@ enum class Status
     NotThere = 5,      ///< the queue or the LED: no daemon runs
     NotAllowed = 6,    ///< to use the queue or the LED
     NoRoom = 7,        ///< the queue is full
-    Interrupted = 8    ///< by a signal, before all was sent
+    Interrupted = 8    ///< by a signal, before all was sent or as many messages had come as were asked for
 };
 
 /// Why a command ends early: one line for the person, and the exit status.

@@ -1,5 +1,6 @@
 #include "Generate.h"
 
+#include "Failure.h"
 #include "FrameSender.h"
 #include "Output.h"
 #include "RandomTelegrams.h"
@@ -24,6 +25,11 @@ void Generate(const GenerateOptions& options)
         const auto due = duration<double>(static_cast<double>(count) / options.rate);
         if (stop.AwaitUntil(start + duration_cast<steady_clock::duration>(due)))
         {
+            if (options.number != 0)
+            {
+                throw Failure(Status::Interrupted, "stopped after " + std::to_string(count) + " of " +
+                                                       std::to_string(options.number) + " telegrams");
+            }
             return;
         }
         const Bytes telegram = telegrams.Next();

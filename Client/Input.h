@@ -20,6 +20,12 @@ public:
     /// that is far too long.
     bool Next(std::string& line);
 
+    /// Whether the input was at its end; otherwise the program was to stop.
+    bool HasEnded() const
+    {
+        return ended;
+    }
+
     /// Of the last line, from 1 on.
     std::size_t Number() const
     {

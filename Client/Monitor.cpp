@@ -69,7 +69,8 @@ void Monitor(const MonitorOptions& options)
 
     TimeStamper stamper(options.timeStamp);
     Counter counter;
-    for (uint64_t count = 0; options.number == 0 || count < options.number; ++count)
+    uint64_t count = 0;
+    for (; options.number == 0 || count < options.number; ++count)
     {
         const auto received = reader.Next();
         if (!received)
@@ -97,6 +98,7 @@ void Monitor(const MonitorOptions& options)
     {
         output.Write(counter.Table());
     }
+    stop.RequireAll(count, options.number);
 }
 
 } // namespace OrvelClient

@@ -48,6 +48,10 @@ void Send(const SendOptions& options)
             throw Failure(failure.ExitStatus(), "line " + std::to_string(input.Number()) + ": " + failure.what());
         }
     }
+    if (!input.HasEnded())
+    {
+        throw Failure(Status::Interrupted, "stopped before the end of the input");
+    }
 }
 
 } // namespace OrvelClient

@@ -1,5 +1,7 @@
 #include "StopSignals.h"
 
+#include "Failure.h"
+
 #include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
@@ -54,6 +56,15 @@ bool StopSignals::AwaitUntil(std::chrono::steady_clock::time_point time) const
         {
             return result > 0;
         }
+    }
+}
+
+void StopSignals::RequireAll(uint64_t count, uint64_t number) const
+{
+    if (count < number && AwaitUntil(std::chrono::steady_clock::now()))
+    {
+        throw Failure(Status::Interrupted,
+                      "stopped after " + std::to_string(count) + " of " + std::to_string(number) + " messages");
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 
 namespace OrvelClient
 {
@@ -23,6 +24,9 @@ public:
 
     /// Waits until `time`, or until one has come; true when one has.
     bool AwaitUntil(std::chrono::steady_clock::time_point time) const;
+
+    /// Throws Failure (Interrupted) when one has come before `number` messages had; 0 is any number.
+    void RequireAll(uint64_t count, uint64_t number) const;
 
 private:
     int descriptor;

@@ -8,6 +8,7 @@
 
 #include <csignal>
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::MatchesRegex;
@@ -60,6 +61,18 @@ TEST_F(ClientDevicesOnBoard, AnLedThatIsNotThereIsNamed)
     const Outcome outcome = RunClient({"led"});
     EXPECT_EQ(outcome.status, 5);
     EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: there is no LED in /sys/class/leds: does the daemon run?"));
+}
+
+TEST(ClientButton, AStopBeforeTheNumberOfMessagesCameIsNoSuccess)
+{
+    const MadeQueue queue("/progButton", 6, 1);
+    queue.Put({0x00});
+    ClientProgram button({"button", "--number", "2"});
+    EXPECT_TRUE(button->AwaitLine("pressed"));
+    button->Interrupt();
+    const Outcome outcome = button.End();
+    EXPECT_EQ(outcome.status, 8);
+    EXPECT_THAT(outcome.lines, Contains("orvelctl: stopped after 1 of 2 messages"));
 }
 
 TEST(ClientButton, StampsTheTimeAndEndsAfterANumber)

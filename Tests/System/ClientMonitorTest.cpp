@@ -172,6 +172,17 @@ TEST_F(ClientMonitor, ASignalEndsIt)
     }
 }
 
+TEST_F(ClientMonitor, AStopBeforeTheNumberOfMessagesCameIsNoSuccess)
+{
+    fromLink.PutFrame("f0");
+    ClientProgram monitor({"monitor", "-n", "2"});
+    EXPECT_TRUE(monitor->AwaitLine("M_Reset.ind"));
+    monitor->Interrupt();
+    const Outcome outcome = monitor.End();
+    EXPECT_EQ(outcome.status, 8);
+    EXPECT_THAT(outcome.lines, ElementsAre(EndsWith("M_Reset.ind"), "orvelctl: stopped after 1 of 2 messages"));
+}
+
 TEST_F(ClientMonitor, EndsWithTheProgramThatReadsItAndTakesNoMessageMore)
 {
     fromLink.PutFrame("f0");

@@ -206,6 +206,16 @@ TEST_F(ClientGenerate, GoesOnUntilItIsStopped)
     EXPECT_EQ(client->Stop(), 0);
 }
 
+TEST_F(ClientGenerate, AStopBeforeAllWereSentIsNoSuccess)
+{
+    ClientProgram client({"generate", "--rate", "0.001", "-n", "2"});
+    EXPECT_TRUE(Await([&] { return toLink.Waiting() == 1; }));
+    client->Interrupt();
+    const Outcome outcome = client.End();
+    EXPECT_EQ(outcome.status, 8);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: stopped after 1 of 2 telegrams"));
+}
+
 TEST_F(ClientGenerate, WithoutRoomItEnds)
 {
     const Outcome outcome = RunClient({"generate", "--rate", "10000", "--wait", "10"});

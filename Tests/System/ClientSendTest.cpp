@@ -64,7 +64,9 @@ TEST_F(ClientSend, ALineIsSentBeforeTheNextOneCame)
     client.Type(" 02\n");
     EXPECT_TRUE(Await([&] { return toLink.Waiting() == 2; }));
     client->Interrupt();
-    EXPECT_EQ(client.End().status, 0);
+    const Outcome outcome = client.End();
+    EXPECT_EQ(outcome.status, 8);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: stopped before the end of the input"));
 }
 
 TEST_F(ClientSend, TheLongestFrameHas255Bytes)
