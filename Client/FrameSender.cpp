@@ -12,6 +12,14 @@
 namespace OrvelClient
 {
 
+namespace
+{
+
+// Between two looks at whether the queue is still the daemon's: nobody tells.
+constexpr std::chrono::milliseconds Glance{250};
+
+} // namespace
+
 FrameSender::FrameSender(const StopSignals& stopSignals, std::chrono::milliseconds wait)
     : stop(stopSignals)
     , patience(wait)
@@ -54,10 +62,14 @@ void FrameSender::Send(const Bytes& frame)
                                                               : ", for " + std::to_string(patience.count()) + " ms"));
         }
         std::array<pollfd, 2> set{{{queue->Descriptor(), POLLOUT, 0}, {stop.Descriptor(), POLLIN, 0}}};
-        poll(set.data(), set.size(), static_cast<int>(left.count()));
+        poll(set.data(), set.size(), static_cast<int>(std::min(left, Glance).count()));
         if (set[1].revents != 0)
         {
             throw Failure(Status::Interrupted, "stopped while " ORVEL_CEMI_TO_LL_QUEUE " was full");
+        }
+        if (queue->IsRemoved())
+        {
+            queue.emplace(ORVEL_CEMI_TO_LL_QUEUE, Queue::For::Writing);
         }
     }
 }

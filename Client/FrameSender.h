@@ -19,7 +19,7 @@ public:
     /// Throws Failure (WrongLength) unless the frame can be sent.
     static void CheckLength(const Bytes& frame);
 
-    /// Opens the queue before the first frame, and again when the daemon was started anew. Throws Failure.
+    /// Opens the queue before the first frame, and again when the daemon was started anew, also meanwhile. Throws Failure.
     void Send(const Bytes& frame);
 
 private:

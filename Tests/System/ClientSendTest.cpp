@@ -179,18 +179,24 @@ TEST_F(ClientSendFull, SendsWhenThereIsRoom)
     EXPECT_EQ(toLink.Take(), "01 2e");
 }
 
-// Whether the program takes signals by itself already.
-bool BlocksSignals(pid_t process)
+// What the kernel says behind `name`.
+std::string Status(pid_t process, const std::string& name)
 {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
     for (std::string line; std::getline(status, line);)
     {
-        if (line.rfind("SigBlk:", 0) == 0)
+        if (line.rfind(name, 0) == 0)
         {
-            return line.find_first_of("123456789abcdef", 8) != std::string::npos;
+            return line.substr(name.size());
         }
     }
-    return false;
+    return "";
+}
+
+// Whether the program takes signals by itself already.
+bool BlocksSignals(pid_t process)
+{
+    return Status(process, "SigBlk:").find_first_of("123456789abcdef") != std::string::npos;
 }
 
 TEST_F(ClientSendFull, AStopWhileItWaitsLeavesTheFrameUnsent)
@@ -221,6 +227,33 @@ TEST(ClientSendAlone, FindsTheQueueOfADaemonThatWasStartedAnew)
     client.EndInput();
     EXPECT_EQ(client.End().status, 0);
     EXPECT_EQ(after.Take(), "02 29 02");
+}
+
+TEST(ClientSendAlone, FindsTheNewQueueAlsoWhileItWaitsForRoomInTheOldOne)
+{
+    auto queue = std::make_unique<MadeQueue>("/cemiToLL", 1);
+    queue->Put({0x01, 0x29});
+    ClientProgram client({"send", "--wait", "60000", "2e"});
+    EXPECT_TRUE(Await([&] { return BlocksSignals(client->Id()); }));
+    client->Signal(SIGSTOP); // or it looks while there is none
+    EXPECT_TRUE(Await([&] { return Status(client->Id(), "State:").find('T') != std::string::npos; }));
+    queue.reset();
+    queue = std::make_unique<MadeQueue>("/cemiToLL");
+    client->Signal(SIGCONT);
+    EXPECT_EQ(client.End().status, 0);
+    EXPECT_EQ(queue->Take(), "01 2e");
+}
+
+TEST(ClientSendAlone, SaysWhenTheDaemonHasGoneWhileItWaitsForRoom)
+{
+    auto queue = std::make_unique<MadeQueue>("/cemiToLL", 1);
+    queue->Put({0x01, 0x29});
+    ClientProgram client({"send", "--wait", "60000", "2e"});
+    EXPECT_TRUE(Await([&] { return BlocksSignals(client->Id()); }));
+    queue.reset();
+    const Outcome outcome = client.End();
+    EXPECT_EQ(outcome.status, 5);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: there is no queue /cemiToLL: does the daemon run?"));
 }
 
 TEST(ClientSendAlone, SaysWhenTheDaemonHasGone)
