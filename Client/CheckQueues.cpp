@@ -6,7 +6,9 @@
 
 #include <fcntl.h>
 #include <mqueue.h>
+#include <pwd.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -80,6 +82,19 @@ private:
     int error;
 };
 
+std::string OwnerOf(const std::string& queue)
+{
+    struct stat status
+    {
+    };
+    if (stat(("/dev/mqueue" + queue).c_str(), &status) == -1) // where the file usually is
+    {
+        return "another user";
+    }
+    const passwd* const owner = getpwuid(status.st_uid);
+    return owner != nullptr ? owner->pw_name : "user " + std::to_string(status.st_uid);
+}
+
 Finding CheckName(const Wanted& wanted)
 {
     if (!Queue::IsName(wanted.name))
@@ -94,9 +109,9 @@ Finding CheckName(const Wanted& wanted)
     case ENOENT:
         return {Level::Ok, wanted.name, "is not there yet"};
     case EACCES:
-        // The file may be anywhere or nowhere; this is where it usually is.
         return {Level::Failure, wanted.name,
-                "belongs to another user: stop that daemon, or rm /dev/mqueue" + wanted.name};
+                "belongs to " + OwnerOf(wanted.name) +
+                    ", whose daemon may be running; run this as the daemon's user (root)"};
     default:
         return {Level::Failure, wanted.name, std::string("cannot be opened: ") + strerror(queue.Error())};
     }
@@ -159,7 +174,7 @@ Finding CheckLimit(const char* limitName, long needed, bool goesOver)
     const std::string remedy = "sysctl " + subject + "=" + std::to_string(needed);
     if (goesOver)
     {
-        return {Level::Ok, subject,
+        return {Level::Warning, subject,
                 text + ", and " + std::to_string(needed) +
                     " are needed: only CAP_SYS_RESOURCE goes over it, which the " + "service does not have; better " +
                     remedy};
