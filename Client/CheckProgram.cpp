@@ -1,6 +1,7 @@
 #include "CheckProgram.h"
 
 #include <fcntl.h>
+#include <link.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <sstream>
 
 namespace OrvelClient
@@ -38,6 +40,28 @@ std::string ReadToEnd(int descriptor)
         text.append(buffer.data(), static_cast<std::size_t>(size));
     }
     return text;
+}
+
+// Whether the loader starts it. All else, such as a static program or a script, runs at once.
+bool HasLoader(const std::string& program)
+{
+    std::ifstream file(program, std::ios::binary);
+    ElfW(Ehdr) header{};
+    file.read(reinterpret_cast<char*>(&header), sizeof(header));
+    if (!file || std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0)
+    {
+        return false;
+    }
+    file.seekg(static_cast<std::streamoff>(header.e_phoff));
+    ElfW(Phdr) part{};
+    for (int count = 0; count < header.e_phnum && file.read(reinterpret_cast<char*>(&part), sizeof(part)); ++count)
+    {
+        if (part.p_type == PT_INTERP)
+        {
+            return true;
+        }
+    }
+    return false;
 }
 
 // What the loader says about the libraries of a program, which it does not run then. `error` is why it could not even try.
@@ -135,6 +159,10 @@ Findings CheckProgram(const std::string& driver)
     {
         return {{Level::Failure, "daemon",
                  program + " cannot be run: " + strerror(errno) + "; --driver says where the daemon is"}};
+    }
+    if (!HasLoader(program))
+    {
+        return {{Level::Failure, "daemon", program + " is no dynamically linked program: is it the daemon?"}};
     }
     int error = 0;
     const std::string trace = Trace(program, error);

@@ -168,12 +168,12 @@ TEST_F(ClientCheckOnBoard, ADaemonThatCannotBeRunIsNamed)
                     "where the daemon is"));
     const TemporaryDirectory directory;
     const std::string junk = directory.File("junk");
-    std::ofstream(junk) << "junk";
+    std::ofstream(junk) << "#!/bin/sh\necho it was run\n";
     std::filesystem::permissions(junk, std::filesystem::perms::owner_all);
     const Outcome outcome = Check({"--driver", junk});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(Complaints(outcome),
-                ElementsAre("fail  daemon                 " + junk + " cannot be run: Exec format error"));
+    EXPECT_THAT(Complaints(outcome), ElementsAre("fail  daemon                 " + junk +
+                                                 " is no dynamically linked program: is it the daemon?"));
     EXPECT_THAT(Complaints(Check({"--driver", CLIENT})),
                 ElementsAre("fail  libNemt.so             is not what this program asks for: is it the daemon?"));
 }
