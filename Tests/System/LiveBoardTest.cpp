@@ -15,9 +15,7 @@
 #include <string>
 
 using testing::Contains;
-using testing::EndsWith;
 using testing::HasSubstr;
-using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 
