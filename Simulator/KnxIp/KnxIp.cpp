@@ -58,7 +58,7 @@ std::string KnxIp::End()
     }
     Wake();
     thread.join();
-    const std::string counters = Counters();
+    std::string counters = Counters();
     events.Add(counters);
     return counters;
 }
