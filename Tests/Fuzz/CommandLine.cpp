@@ -4,35 +4,7 @@
 
 #include "Expect.h"
 #include "Input.h"
-
-#include <iostream>
-#include <sstream>
-
-namespace
-{
-
-// In the place of standard output while it exists.
-class Output : public std::stringbuf
-{
-public:
-    Output()
-        : previous(std::cout.rdbuf(this))
-    {
-    }
-
-    ~Output() override
-    {
-        std::cout.rdbuf(previous);
-    }
-
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-
-private:
-    std::streambuf* previous;
-};
-
-} // namespace
+#include "Output.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
 {
@@ -40,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     arguments.insert(arguments.begin(), "orvel");
     const std::vector<const char*> argv = Fuzz::Argv(arguments);
 
-    const Output output;
+    const UnitTests::Output output;
     OrvelDriver::CommandLine commandLine;
     const bool taken = commandLine.Parse(static_cast<int>(arguments.size()), argv.data());
     Fuzz::ExpectEqual("silence when it is taken", output.str().empty(), taken);

@@ -1,12 +1,12 @@
 #include "CommandLine.h"
 
 #include "ComponentTest.h"
+#include "Output.h"
 #include "Revision.h"
 
 #include <algorithm>
 #include <cctype>
 #include <initializer_list>
-#include <iostream>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -29,38 +29,6 @@ std::istream& operator>>(std::istream& /*stream*/, Unreadable& /*value*/)
 {
     throw std::runtime_error("not the parser's");
 }
-
-// In the place of standard output while it exists.
-class Output : public std::stringbuf
-{
-public:
-    Output()
-        : previous(std::cout.rdbuf(this))
-    {
-    }
-
-    ~Output() override
-    {
-        std::cout.rdbuf(previous);
-    }
-
-    // Flushed and whole.
-    std::string Flushed() const
-    {
-        return flushed;
-    }
-
-protected:
-    int sync() override
-    {
-        flushed = str();
-        return std::stringbuf::sync();
-    }
-
-private:
-    std::streambuf* previous;
-    std::string flushed;
-};
 
 // The layout of the help is the parser's: line breaks and indentation do not matter here.
 std::string OnOneLine(const std::string& text)
