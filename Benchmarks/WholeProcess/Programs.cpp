@@ -41,3 +41,10 @@ Program Relay(const std::string& more)
     }
     return program;
 }
+
+Program RelayWithLogLibrary()
+{
+    Program program = Relay();
+    program.environment.emplace_back("LD_PRELOAD", LOG_LIBRARY);
+    return program;
+}
