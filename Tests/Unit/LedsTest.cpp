@@ -160,6 +160,12 @@ TEST_F(Leds, LogsALongNameUncut)
 
 TEST_F(Leds, OpensAHandleForEachLedThatNoChildInherits)
 {
+    Kernel::Write.Replace(
+        [](int fd, const void* data, std::size_t length)
+        {
+            EXPECT_EQ(fcntl(fd, F_GETFD), FD_CLOEXEC); // before there is an LED that could be inherited
+            return Kernel::Write.Real(fd, data, length);
+        });
     StartCompletely();
     for (std::size_t handle = 0; handle < 5; ++handle)
     {
@@ -200,8 +206,9 @@ TEST_F(Leds, ClosesTheHandleAndFailsWhenARecordIsRefused)
     Kernel::Write.FailAt(2, EINVAL);
     std::vector<int> closed;
     Kernel::Close.Replace(
-        [&closed](int fd)
+        [this, &closed](int fd)
         {
+            EXPECT_EQ(log->Lines().size(), 2U); // the reason is logged before
             closed.push_back(fd);
             return 0;
         });
@@ -460,6 +467,7 @@ TEST_F(Leds, ReportsThatThereWasNothingToReadAndGoesOn)
     EXPECT_TRUE(log->Await("DEBUG Leds Set brightness of led yellow to 30"));
     EXPECT_EQ(log->Failures(),
               Texts{"ERROR Leds Failed to read from /dev/uleds for led red: Resource temporarily unavailable"});
+    EXPECT_EQ(hub.Texts(), Texts{"Transmit 257: 02 04 01"});
     EXPECT_FALSE(leds->HasFailed());
 }
 
@@ -473,6 +481,7 @@ TEST_F(Leds, FailsOnABadDescriptorAndGoesOnPolling)
     EXPECT_TRUE(log->Await("DEBUG Leds Set brightness of led red to 60"));
     EXPECT_EQ(log->Failures(), (Texts{"ERROR Leds Failed to read from /dev/uleds for led red: Bad file descriptor",
                                       "FATAL Leds Read reported bad file descriptor (EBADFD)"}));
+    EXPECT_EQ(hub.Texts(), Texts{"Transmit 257: 02 03 01"}); // what the next read gave
     EXPECT_TRUE(leds->HasFailed());
 }
 
