@@ -3,6 +3,7 @@
 #include "Await.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -147,6 +148,13 @@ pid_t Daemon::Id() const
 
 int Daemon::Wait()
 {
+    // One that does not end is killed, which the status tells: the test fails then, and holds up no other.
+    constexpr auto Limit = std::chrono::duration_cast<std::chrono::milliseconds>(Patience);
+    pollfd entry{process->Descriptor(), POLLIN, 0};
+    if (poll(&entry, 1, static_cast<int>(Limit.count())) == 0)
+    {
+        process->Signal(SIGKILL);
+    }
     const int status = process->Wait();
     if (reader.joinable())
     {

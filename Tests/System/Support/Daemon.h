@@ -43,7 +43,8 @@ public:
     void Signal(int signal) const;
     pid_t Id() const;
 
-    /// Waits for its end and returns the exit status; all of its output has been read then.
+    /// Waits for its end and returns the exit status; all of its output has been read then. Kills it, which is 137, when it
+    /// did not end for long.
     int Wait();
 
     /// SIGINT, then Wait.
