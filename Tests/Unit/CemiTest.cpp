@@ -9,7 +9,10 @@
 
 #include <fcntl.h>
 
+#include <array>
+#include <cstddef>
 #include <memory>
+#include <new>
 #include <optional>
 #include <type_traits>
 
@@ -226,6 +229,19 @@ TEST_F(Cemi, GoesOnWhenItCannotAskForMessagesToDiscard)
     EXPECT_TRUE(hub.Await("RegisterTopicListener"));
     EXPECT_EQ(log->Failures(), Texts{"ERROR Cemi Failed to get message queue attributes"});
     EXPECT_FALSE(cemi->HasFailed());
+}
+
+TEST_F(Cemi, HasAllThatItsWorkerUsesBeforeItStartsIt)
+{
+    // Zeroes: in memory that was used before there could still be what the worker looks for.
+    alignas(TestedCemi) static std::array<std::byte, sizeof(TestedCemi)> room;
+    const PauseAfterThreadStart pause([this] { EXPECT_TRUE(polls.AwaitCalls(1)); });
+    auto* const early = new (room.data()) TestedCemi(ScriptedHub::Hub(), FromLl, ToLl);
+    EXPECT_EQ(log->Lines(), (Texts{"DEBUG Cemi Opened message queue /cemiTestFromLl successfully",
+                                   "DEBUG Cemi Opened message queue /cemiTestToLl successfully",
+                                   "DEBUG Cemi Sended cemi message with size 4 from LL to user message queue"}));
+    EXPECT_FALSE(early->HasFailed());
+    std::destroy_at(early);
 }
 
 TEST_F(Cemi, FailsWhenTheQueueTowardsTheApplicationsCannotBeOpened)
