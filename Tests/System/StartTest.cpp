@@ -15,6 +15,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
+using testing::StartsWith;
 
 namespace
 {
@@ -67,6 +68,13 @@ TEST_F(Start, VersionIsPrintedAndTheDaemonGoesOn)
     EXPECT_TRUE(daemon.AwaitLine("IsConnected()"));
     EXPECT_TRUE(std::regex_match(daemon.Lines().at(0), std::regex("Version [0-9a-f]{40}"))) << daemon.Lines().at(0);
     EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Start, TheVersionIsPrintedBeforeTheLogIsConfigured)
+{
+    Daemon daemon({"--version", "--log_config_file", "/none"});
+    EXPECT_TRUE(daemon.AwaitLine("log4cplus:ERROR"));
+    EXPECT_THAT(daemon.Lines().at(0), StartsWith("Version "));
 }
 
 TEST_F(Start, AnUnknownOptionGivesOneLineAndStatus255BeforeAnythingIsTouched)

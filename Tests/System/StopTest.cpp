@@ -132,6 +132,19 @@ TEST_F(Stop, ASigintInTheMiddleOfAPassLetsItsRemainingStepsRun)
                             "DEBUG Nemt UnregisterTopicListener(2)", "DEBUG Nemt UnregisterTopicListener(1)"));
 }
 
+TEST_F(Stop, ASigintDuringTheFirstUseOfTheResetLineEndsTheDaemonOnceItIsBuilt)
+{
+    NEEDS_FAILURE("the direction file that answers late");
+    Simulator::Fault late;
+    late.delay = std::chrono::milliseconds(300);
+    late.calls = 1;
+    board->Faults()->Set(Operation::DirectionWrite, late);
+    auto daemon = Daemon::OnTraceLibrary();
+    ASSERT_TRUE(Await([&] { return board->Faults()->Calls(Operation::DirectionWrite) == 1; }));
+    EXPECT_EQ(daemon.Stop(), 0);
+    EXPECT_EQ(daemon.Count("DEBUG Nemt Close()"), 1);
+}
+
 TEST_F(Stop, ASigintDuringTheStartEndsTheDaemonOnceItIsBuilt)
 {
     auto daemon = Daemon::OnTraceLibrary({}, {{"TRACE_OPEN_DELAY", "300"}});

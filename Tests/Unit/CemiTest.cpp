@@ -235,6 +235,7 @@ TEST_F(Cemi, HasAllThatItsWorkerUsesBeforeItStartsIt)
 {
     // Zeroes: in memory that was used before there could still be what the worker looks for.
     alignas(TestedCemi) static std::array<std::byte, sizeof(TestedCemi)> room;
+    room.fill(std::byte{0});
     const PauseAfterThreadStart pause([this] { EXPECT_TRUE(polls.AwaitCalls(1)); });
     auto* const early = new (room.data()) TestedCemi(ScriptedHub::Hub(), FromLl, ToLl);
     EXPECT_EQ(log->Lines(), (Texts{"DEBUG Cemi Opened message queue /cemiTestFromLl successfully",

@@ -1,10 +1,13 @@
 #include "Leds.h"
 
+#include "Allocations.h"
 #include "Await.h"
 #include "ComponentTest.h"
 #include "ScriptedPoll.h"
 #include "ScriptedUleds.h"
 #include "Workers.h"
+
+#include <log4cplus/hierarchy.h>
 
 #include <fcntl.h>
 
@@ -621,6 +624,25 @@ TEST_F(Leds, RegistersNothingWhenItsWorkerIsFasterThanTheTable)
         EXPECT_EQ(uleds.Opened(), 0U);
     }
     EXPECT_EQ(log->Lines(), Texts{});
+}
+
+// Whatever is left to do after the start of the worker makes it likelier that it comes first; and a table that moved would
+// take the rows away from under it.
+TEST_F(Leds, HasNothingLeftToPrepareButToFillTheTableWhenItsWorkerStarts)
+{
+    log4cplus::Logger::getDefaultHierarchy().clear();
+    std::size_t atStart = 0;
+    {
+        const PauseAfterThreadStart pause(
+            [&atStart]
+            {
+                EXPECT_TRUE(log4cplus::Logger::exists("Leds"));
+                atStart = Allocations();
+            });
+        leds.emplace(ScriptedHub::Hub(), Configured, WithRs485);
+    }
+    EXPECT_EQ(Allocations(), atStart);
+    EXPECT_GT(atStart, 0U);
 }
 
 TEST_F(Leds, DoesNotFailWhenItsWorkerIsFasterThanTheTable)
