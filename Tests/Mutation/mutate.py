@@ -32,7 +32,7 @@ SYSTEM_TESTS = BUILD / "bin/SystemTests"
 
 BUILD_LIMIT = 3600  # s; no change makes the compiler hang, but others may take the machine
 UNIT_LIMIT = 60     # s; fifty times what the tests take
-SYSTEM_LIMIT = 120  # s; five times what the shards take
+SYSTEM_LIMIT = 120  # s; five times what the shards take by themselves
 SHARDS = 8          # system tests at once: most of their time is waiting
 MEMORY = 4 << 30    # bytes; a mutant that floods its log ends here
 FILE_SIZE = 64 << 20
