@@ -204,7 +204,7 @@ void ReportFloors(const Processors& processors, std::size_t pairs, std::size_t t
     limitTable.AddAll(Measure(Relay("limit"), Relay(), JudgedLoads(), pairs, turns, processors), None, None, None);
     limitTable.Print();
 
-    PrintHeading("Relay that also writes two ready-made lines a frame into a pipe, and relay");
+    PrintHeading("Relay with that limit that also writes two ready-made lines a frame into a pipe, and relay");
     RatioTable linesTable("with lines");
     linesTable.AddAll(Measure(Relay("lines"), Relay(), JudgedLoads(), pairs, turns, processors), None, None, None);
     linesTable.Print();
