@@ -132,7 +132,8 @@ void ReportLife(const Processors& processors, std::size_t runs)
 
     LifeTable table;
     table.Add("exec to the first link state message, less the reset's 11 ms, ms", startWithoutPulse, relay.start, 2, 4);
-    table.Add("exec to the first message of a relay with the log library, ms", relayWithLogLibrary.start, relay.start, 2);
+    table.Add("exec to the first message of a relay with the log library, ms", relayWithLogLibrary.start, relay.start,
+              2);
     table.Add("SIGINT to the end, ms", daemon.stop, {}, 0, 800);
     table.Add("resident memory at DEBUG, KiB", daemon.resident, relay.resident, 0, ResidentBudget);
     table.Add("resident memory at WARN, KiB", quiet.resident, relay.resident, 0, ResidentBudget);
