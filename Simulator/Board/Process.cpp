@@ -30,6 +30,8 @@ void Execute(const Process::Start& start, pid_t parent)
     }
     // Ctrl-C in a terminal is for the board, which then stops the program in its own way.
     setpgid(0, 0);
+    // What a shell starts in its background ignores SIGINT, and so would the program.
+    static_cast<void>(std::signal(SIGINT, SIG_DFL));
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);

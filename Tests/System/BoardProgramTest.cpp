@@ -124,6 +124,16 @@ int RunOnce(const std::vector<std::string>& arguments, std::vector<std::string>&
     return status;
 }
 
+TEST(BoardProgram, ProgramsOnTheBoardHearSigintAlsoInTheBackgroundOfAShell)
+{
+    std::signal(SIGINT, SIG_IGN);
+    {
+        Daemon program({"sleep", "1000"}, {});
+        EXPECT_EQ(program.Stop(), 128 + SIGINT);
+    }
+    std::signal(SIGINT, SIG_DFL);
+}
+
 TEST(BoardProgram, ShowsATelegramEachWayAnLedTheButtonAndARecoveredLink)
 {
     const auto program = StartWithLeds({"--demo"});
