@@ -151,7 +151,12 @@ int Daemon::Wait()
     // One that does not end is killed, which the status tells: the test fails then, and holds up no other.
     constexpr auto Limit = std::chrono::duration_cast<std::chrono::milliseconds>(Patience);
     pollfd entry{process->Descriptor(), POLLIN, 0};
-    if (poll(&entry, 1, static_cast<int>(Limit.count())) != 1)
+    int ended = -1;
+    while (ended == -1)
+    {
+        ended = poll(&entry, 1, static_cast<int>(Limit.count())); // -1: by a signal
+    }
+    if (ended == 0)
     {
         process->Signal(SIGKILL);
     }
