@@ -3,7 +3,7 @@
 //   soak [--full] [--seed N]
 //
 // Several boards at once, each with a seed of its own that follows from N; the same N is the same run, but for the time that
-// things take. Without --full it takes a minute or two.
+// things take. Without --full it takes a minute.
 
 #include "SandboxedJobs.h"
 #include "Starts.h"
@@ -135,7 +135,7 @@ int Run(const std::vector<std::string>& arguments)
         else
         {
             std::cerr << "soak [--full] [--seed N]\n";
-            return EXIT_FAILURE;
+            return 2; // what the script knows to be about the options
         }
     }
     return RunAll(form, seed);
