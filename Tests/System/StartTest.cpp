@@ -62,6 +62,22 @@ TEST_F(Start, HelpWithTheValueFalseIsHelp)
     ExpectNothingTouched(daemon);
 }
 
+TEST_F(Start, HelpIsPrintedBesideANameOf5000Characters)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--led_green_name", std::string(5000, 'x'), "--help"});
+    EXPECT_EQ(daemon.Wait(), 0);
+    ASSERT_FALSE(daemon.Lines().empty());
+    EXPECT_EQ(daemon.Lines()[0], "ORVEL userspace driver");
+}
+
+TEST_F(Start, AnArgumentOfMoreThan16384BytesGivesOneLineAndStatus255BeforeAnythingIsTouched)
+{
+    auto daemon = Daemon::OnTraceLibrary({"--led_green_name", std::string(16385, 'x'), "--help"});
+    EXPECT_EQ(daemon.Wait(), 255);
+    EXPECT_THAT(daemon.Lines(), ElementsAre("Argument of more than 16384 bytes"));
+    ExpectNothingTouched(daemon);
+}
+
 TEST_F(Start, VersionIsPrintedAndTheDaemonGoesOn)
 {
     auto daemon = Daemon::OnTraceLibrary({"--version"});

@@ -243,14 +243,32 @@ TEST_F(CommandLine, RejectsASwitchWithAValueThatIsNoTruthValue)
     ExpectRejected({"orvel", "--help=perhaps"});
 }
 
-TEST_F(CommandLine, TakesArgumentsOf4096Bytes)
+TEST_F(CommandLine, TakesArgumentsOf16384Bytes)
 {
     const std::string option = "--led_green_name=";
-    const std::string name(4096 - option.size(), 'x');
-    const std::string grouped = "-o" + std::string(4094, 'y');
+    const std::string name(16384 - option.size(), 'x');
+    const std::string grouped = "-o" + std::string(16382, 'y');
     ExpectAccepted({"orvel", (option + name).c_str(), grouped.c_str()});
     EXPECT_EQ(commandLine.ledNames[2], name);
     EXPECT_EQ(commandLine.ledNames[3], grouped.substr(2));
+}
+
+TEST_F(CommandLine, DoesNotLookAtTheLengthOfItsOwnName)
+{
+    const std::string program(16385, 'o');
+    ExpectAccepted({program.c_str(), "-e"});
+    EXPECT_TRUE(commandLine.enableRs485);
+}
+
+TEST_F(CommandLine, KeepsASwitchThatIsOnWhenTheOptionDoesNotOccur)
+{
+    commandLine.help = true;
+    commandLine.version = true;
+    commandLine.enableRs485 = true;
+    ExpectAccepted({"orvel"});
+    EXPECT_TRUE(commandLine.help);
+    EXPECT_TRUE(commandLine.version);
+    EXPECT_TRUE(commandLine.enableRs485);
 }
 
 // The parser would run out of stack: the kernel passes on up to 128 KiB.
@@ -259,13 +277,13 @@ TEST_F(CommandLine, RejectsALongerArgumentWithALineOfItsOwn)
     constexpr std::size_t Largest = 128 * 1024 - 1;
     for (const char* const option : {"--led_green_name=", "--", "-o", "-", "", "--reset_gpio="})
     {
-        for (const std::size_t size : {std::size_t{4097}, Largest})
+        for (const std::size_t size : {std::size_t{16385}, Largest})
         {
             std::string argument = option;
             argument.resize(size, 'a');
             const Output output;
             EXPECT_FALSE(Parse({"orvel", "-e", argument.c_str()}));
-            EXPECT_EQ(output.Flushed(), "Argument of more than 4096 bytes\n");
+            EXPECT_EQ(output.Flushed(), "Argument of more than 16384 bytes\n");
         }
     }
     ExpectDefaults();

@@ -12,9 +12,9 @@ namespace OrvelDriver
 namespace
 {
 
-// The parser's regular expressions take stack for each character, and with some ten thousand of them more than there is. No
-// path and no name is longer than this.
-constexpr std::size_t MaxArgument = 4096; // bytes
+// The parser's regular expressions take stack for each character, and end in a crash where an argument is several times this
+// long.
+constexpr std::size_t MaxArgument = 16384; // bytes
 
 bool IsTooLong(const char* argument)
 {
@@ -61,7 +61,8 @@ CommandLine::CommandLine()
 
 bool CommandLine::Parse(int argc, const char* const* argv)
 {
-    if (std::any_of(argv, argv + argc, &IsTooLong))
+    // The program's own name is not parsed, and may be missing.
+    if (argc > 1 && std::any_of(argv + 1, argv + argc, &IsTooLong))
     {
         std::cout << "Argument of more than " << MaxArgument << " bytes" << std::endl;
         return false;
@@ -78,8 +79,16 @@ bool CommandLine::Parse(int argc, const char* const* argv)
         };
 
         // The three switches count by presence: "--help=false" prints the help too.
-        help = given.count("help") != 0;
-        version = given.count("version") != 0;
+        const auto switchOn = [&given](const char* option, bool& setting)
+        {
+            if (given.count(option) != 0)
+            {
+                setting = true;
+            }
+        };
+
+        switchOn("help", help);
+        switchOn("version", version);
         takeOver("led_knx_red_name", ledNames[0]);
         takeOver("led_knx_yellow_name", ledNames[1]);
         takeOver("led_green_name", ledNames[2]);
@@ -87,7 +96,7 @@ bool CommandLine::Parse(int argc, const char* const* argv)
         takeOver("prog_button_message_queue", progButtonQueues);
         takeOver("led_rs485_termination_name", ledNames[4]);
         takeOver("log_config_file", logConfigFile);
-        enableRs485 = given.count("enable_rs485") != 0;
+        switchOn("enable_rs485", enableRs485);
         takeOver("reset_gpio", resetGpio);
         // "device" is accepted and without effect: start scripts pass it, and the link's port is wired on the board.
     }
