@@ -33,7 +33,7 @@ enum MessageType : uint8_t
 
 // The table's rows in the order of registration. The built-in names are not those of the command line's defaults: they
 // stand for a key that the map lacks, which the command line never leaves out.
-std::vector<VirtualLedDevice> ConfiguredRows(std::map<int, std::string>&& ledNames, bool enableRs485)
+std::vector<VirtualLedDevice> BuiltInRows(bool enableRs485)
 {
     std::vector<VirtualLedDevice> rows{
         {"knx1", -1, VirtualLedType::Led, 3, 0},
@@ -44,13 +44,6 @@ std::vector<VirtualLedDevice> ConfiguredRows(std::map<int, std::string>&& ledNam
     if (enableRs485)
     {
         rows.push_back({"rs485termination", -1, VirtualLedType::Rs485Termination, 1, 4});
-    }
-    for (VirtualLedDevice& row : rows)
-    {
-        if (const auto configured = ledNames.find(row.nameKey); configured != ledNames.end())
-        {
-            row.name = std::move(configured->second);
-        }
     }
     return rows;
 }
@@ -65,13 +58,14 @@ std::vector<VirtualLedDevice> EmptyTable()
 } // namespace
 
 Leds::Leds(Nemt::CommHub* hub, std::map<int, std::string> ledNames, bool enableRs485)
-    : Leds(hub, ConfiguredRows(std::move(ledNames), enableRs485))
+    : Leds(hub, BuiltInRows(enableRs485), std::move(ledNames))
 {
 }
 
 // The worker starts before the table is filled, and nothing but the time that a new thread takes to be scheduled lets it
-// find the rows. So all that can be done beforehand is: what is left here are a few moves into room reserved already.
-Leds::Leds(Nemt::CommHub* hub, std::vector<VirtualLedDevice> rows)
+// find the rows and their configured names. So all that can be done beforehand is: what is left here are a few moves into
+// room reserved already.
+Leds::Leds(Nemt::CommHub* hub, std::vector<VirtualLedDevice> rows, std::map<int, std::string> ledNames)
     : commHub(hub)
     , devices(EmptyTable())
     , logger(log4cplus::Logger::getInstance("Leds"))
@@ -80,6 +74,13 @@ Leds::Leds(Nemt::CommHub* hub, std::vector<VirtualLedDevice> rows)
     for (VirtualLedDevice& row : rows)
     {
         devices.push_back(std::move(row));
+    }
+    for (VirtualLedDevice& device : devices)
+    {
+        if (const auto configured = ledNames.find(device.nameKey); configured != ledNames.end())
+        {
+            device.name = std::move(configured->second);
+        }
     }
 }
 
@@ -149,47 +150,45 @@ void Leds::ThreadFunction()
         }
         for (std::size_t index = 0; index < devices.size(); ++index)
         {
+            const VirtualLedDevice& device = devices[index];
             const short events = set[index].revents;
-            if ((events & ReadEvents) != 0)
+            if ((events & ReadEvents) == 0)
             {
-                ForwardBrightness(devices[index]);
+                if ((events & ErrorEvents) != 0)
+                {
+                    LOG4CPLUS_ERROR(logger, "Return events in poll signalled virtual led error, aborting.");
+                    failed = true; // the worker goes on until the main thread has seen this
+                }
+                continue;
             }
-            else if ((events & ErrorEvents) != 0)
-            {
-                LOG4CPLUS_ERROR(logger, "Return events in poll signalled virtual led error, aborting.");
-                failed = true; // the worker goes on until the main thread has seen this
-            }
-        }
-    }
-}
 
-void Leds::ForwardBrightness(const VirtualLedDevice& device)
-{
-    int32_t brightness = 0;
-    const ssize_t received = read(device.fd, &brightness, sizeof(brightness));
-    if (received < 0)
-    {
-        const int error = errno;
-        LOG4CPLUS_ERROR(logger, "Failed to read from /dev/uleds for led " << device.name << ": " << strerror(error));
-        if (error == EBADF)
-        {
-            // The text names another error than the one tested for; log watchers look for it as it is.
-            LOG4CPLUS_FATAL(logger, "Read reported bad file descriptor (EBADFD)");
-            failed = true;
+            int32_t brightness = 0;
+            const ssize_t received = read(device.fd, &brightness, sizeof(brightness));
+            if (received < 0)
+            {
+                const int error = errno;
+                LOG4CPLUS_ERROR(logger,
+                                "Failed to read from /dev/uleds for led " << device.name << ": " << strerror(error));
+                if (error == EBADF)
+                {
+                    // The text names another error than the one tested for; log watchers look for it as it is.
+                    LOG4CPLUS_FATAL(logger, "Read reported bad file descriptor (EBADFD)");
+                    failed = true;
+                }
+                continue;
+            }
+            if (received == 0)
+            {
+                continue;
+            }
+
+            if (!TransmitLedState(device, brightness > 0))
+            {
+                LOG4CPLUS_ERROR_FMT(logger, "Failed to transmit LED state for led %s", device.name.c_str());
+                continue;
+            }
+            LOG4CPLUS_DEBUG_FMT(logger, "Set brightness of led %s to %d", device.name.c_str(), brightness);
         }
-        return;
-    }
-    if (received == 0)
-    {
-        return;
-    }
-    if (TransmitLedState(device, brightness > 0))
-    {
-        LOG4CPLUS_DEBUG_FMT(logger, "Set brightness of led %s to %d", device.name.c_str(), brightness);
-    }
-    else
-    {
-        LOG4CPLUS_ERROR_FMT(logger, "Failed to transmit LED state for led %s", device.name.c_str());
     }
 }
 

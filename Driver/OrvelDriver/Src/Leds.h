@@ -35,7 +35,7 @@ class Leds
 public:
     /// `ledNames` replaces the built-in names, by LED key. Starts the worker and returns without waiting for the LEDs to
     /// be registered. Main thread.
-    Leds(Nemt::CommHub* hub, std::map<int, std::string> ledNames, bool enableRs485);
+    Leds(Nemt::CommHub* commHub, std::map<int, std::string> ledNames, bool enableRs485);
 
     /// Blocks for at most one poll period. The LEDs stay registered until the process exits: no application sees its LED
     /// vanish before the daemon itself is gone. Main thread.
@@ -51,11 +51,10 @@ public:
     }
 
 private:
-    Leds(Nemt::CommHub* hub, std::vector<VirtualLedDevice> rows);
+    Leds(Nemt::CommHub* commHub, std::vector<VirtualLedDevice> rows, std::map<int, std::string> ledNames);
 
     void ThreadFunction();
     bool OpenVirtualLedDevice(VirtualLedDevice& device);
-    void ForwardBrightness(const VirtualLedDevice& device);
     bool TransmitLedState(const VirtualLedDevice& device, bool on);
 
     // The flags are plain bytes: each is written by one side, changes once and is polled by the other.
