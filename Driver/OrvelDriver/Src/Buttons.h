@@ -19,7 +19,7 @@ class Buttons : public Nemt::ITopicListener
 {
 public:
     /// Opens the queues, asks the co-processor for a press since it booted, and registers with the hub. Main thread.
-    Buttons(Nemt::CommHub* commHub, std::vector<std::string> names);
+    Buttons(Nemt::CommHub* hub, std::vector<std::string> queueNames);
 
     /// Removes the opened queues from the system. Main thread.
     ~Buttons();

@@ -76,44 +76,43 @@ void Cemi::ThreadFunction()
     pollfd entry{toLlQueue, ReadEvents, 0};
     while (running)
     {
-        if (poll(&entry, 1, PollTimeout) > 0)
+        if (poll(&entry, 1, PollTimeout) <= 0)
         {
-            ReceiveFromUser();
+            continue;
         }
-    }
-}
 
-void Cemi::ReceiveFromUser()
-{
-    std::array<uint8_t, ReceiveSize> message;
-    const ssize_t received = mq_receive(toLlQueue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
-    if (received <= 0)
-    {
-        const int error = errno;
-        LOG4CPLUS_ERROR(logger, "Failed to read from queue " << toLlQueueName << ": " << strerror(error));
-        if (error == EBADF)
+        // Whatever the event is: a bad descriptor shows itself by the error of the receive.
+        std::array<uint8_t, ReceiveSize> message;
+        const ssize_t received =
+            mq_receive(toLlQueue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
+        if (received <= 0)
         {
-            LOG4CPLUS_FATAL(logger, "Queue to LL reports bad file descriptor.");
-            failed = true; // the worker goes on until the main thread has seen this
+            const int error = errno;
+            LOG4CPLUS_ERROR(logger, "Failed to read from queue " << toLlQueueName << ": " << strerror(error));
+            if (error == EBADF)
+            {
+                LOG4CPLUS_FATAL(logger, "Queue to LL reports bad file descriptor.");
+                failed = true; // the worker goes on until the main thread has seen this
+            }
+            continue;
         }
-        return;
-    }
 
-    const uint8_t size = message[0];
-    if (size == 0 || size + 1 != received)
-    {
-        LOG4CPLUS_ERROR_FMT(logger,
-                            "Received invalid cemi message with size byte %d and message size %d, dropping message",
-                            size, static_cast<int>(received));
-        return;
-    }
-    if (commHub->Transmit(TopicCemi, &message[1], size))
-    {
+        const uint8_t size = message[0];
+        if (size == 0 || size + 1 != received)
+        {
+            LOG4CPLUS_ERROR_FMT(logger,
+                                "Received invalid cemi message with size byte %d and message size %d, dropping message",
+                                size, static_cast<int>(received));
+            continue;
+        }
+
+        if (!commHub->Transmit(TopicCemi, &message[1], size))
+        {
+            LOG4CPLUS_ERROR_FMT(logger, "Failed to enqueue cemi message with size byte %d for LL, dropping message",
+                                size);
+            continue;
+        }
         LOG4CPLUS_DEBUG_FMT(logger, "Enqueued %d cemi bytes from message queue to LL", size);
-    }
-    else
-    {
-        LOG4CPLUS_ERROR_FMT(logger, "Failed to enqueue cemi message with size byte %d for LL, dropping message", size);
     }
 }
 

@@ -20,7 +20,7 @@ class Cemi : public Nemt::ITopicListener
 {
 public:
     /// Starts the worker and returns; the queues exist once the worker has opened them. Main thread.
-    Cemi(Nemt::CommHub* hub, const std::string& fromLlName, const std::string& toLlName);
+    Cemi(Nemt::CommHub* commHub, const std::string& fromLlQueueName, const std::string& toLlQueueName);
 
     /// Blocks for at most one poll period, then removes both queues from the system. Main thread.
     ~Cemi();
@@ -43,7 +43,6 @@ public:
 
 private:
     void ThreadFunction();
-    void ReceiveFromUser();
     void SendCemiToUser(const uint8_t* data, uint16_t length);
     void SendToUser(const char* data, uint16_t length);
 

@@ -11,13 +11,13 @@ class Connection : public Nemt::IConnectionListener
 {
 public:
     /// Registers with the hub. Main thread.
-    explicit Connection(Nemt::CommHub* hub);
+    explicit Connection(Nemt::CommHub* commHub);
 
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
     /// Link library's thread.
-    void OnConnectionChanged(bool nowConnected) override;
+    void OnConnectionChanged(bool connected) override;
 
     /// Unregisters from the hub. Main thread.
     virtual ~Connection();

@@ -21,7 +21,7 @@ public:
     };
 
     /// Exports the pin and makes it an input; HasFailed tells whether that went wrong.
-    explicit Reset(int gpioNumber);
+    explicit Reset(int gpio);
 
     /// Blocks for at least 11 ms: the line is low for 1 ms, then the co-processor has 10 ms to boot. Sets the failure
     /// flag, and skips the 10 ms, when the line could not be driven or released.
