@@ -3,10 +3,13 @@
 // Prints how many of the constructions lost a device. Not a test: it depends on the machine's scheduler. Each construction
 // happens in a process of its own, right after a pause, as in the daemon: code that runs for the first time is slow.
 // Half of the busy processes take short naps, as a machine's own services do when it starts.
-//   leds-start [CONSTRUCTIONS [BUSY PROCESSES]]
+//   leds-start [--fifo] [CONSTRUCTIONS [BUSY PROCESSES]]
+// --fifo starts each process as the service starts the daemon: in real time, with reset-on-fork. This needs root, or
+// RLIMIT_RTPRIO.
 
 #include "Leds.h"
 
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/types.h>
 #include <sys/wait.h>
@@ -38,6 +41,7 @@ namespace
 
 constexpr int Devices = 5;
 constexpr const char* Once = "once";
+constexpr int Refused = 2; // the exit status without the right to run in real time
 std::atomic<int> registered{0};
 
 pid_t StartBusyProcess(bool napping)
@@ -70,17 +74,31 @@ bool ConstructOnce()
     return registered == Devices;
 }
 
-bool ConstructInNewProcess(char* program)
+// This process, and what it executes; not what it forks.
+bool RunInRealTime()
+{
+    sched_param parameters{};
+    parameters.sched_priority = 1;
+    return sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &parameters) == 0;
+}
+
+// The exit status.
+int ConstructInNewProcess(bool realTime)
 {
     const pid_t process = fork();
     if (process == 0)
     {
-        execl("/proc/self/exe", program, Once, nullptr);
+        if (realTime && !RunInRealTime())
+        {
+            std::perror("SCHED_FIFO");
+            _exit(Refused);
+        }
+        execl("/proc/self/exe", "leds-start", Once, nullptr);
         _exit(EXIT_FAILURE);
     }
     int status = 0;
     waitpid(process, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : EXIT_FAILURE;
 }
 
 } // namespace
@@ -117,6 +135,12 @@ int main(int argc, char** argv)
     {
         return ConstructOnce() ? EXIT_SUCCESS : EXIT_FAILURE;
     }
+    const bool realTime = argc > 1 && argv[1] == std::string("--fifo");
+    if (realTime)
+    {
+        --argc;
+        ++argv;
+    }
     const int constructions = argc > 1 ? std::stoi(argv[1]) : 10'000;
     const auto busy =
         argc > 2 ? static_cast<unsigned int>(std::stoi(argv[2])) : 2 * std::thread::hardware_concurrency();
@@ -128,10 +152,15 @@ int main(int argc, char** argv)
     int lost = 0;
     for (int construction = 0; construction < constructions; ++construction)
     {
-        lost += ConstructInNewProcess(argv[0]) ? 0 : 1;
+        const int status = ConstructInNewProcess(realTime);
+        if (status == Refused)
+        {
+            return EXIT_FAILURE;
+        }
+        lost += status == EXIT_SUCCESS ? 0 : 1;
     }
-    std::printf("%d of %d constructions lost a device, beside %u busy processes on %u cores\n", lost, constructions,
-                busy, std::thread::hardware_concurrency());
+    std::printf("%d of %d constructions%s lost a device, beside %u busy processes on %u cores\n", lost, constructions,
+                realTime ? " in real time" : "", busy, std::thread::hardware_concurrency());
     for (const pid_t process : processes)
     {
         kill(process, SIGKILL);
