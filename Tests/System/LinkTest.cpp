@@ -136,6 +136,20 @@ TEST_F(Link, AFailedReconnectionIsToldToTheApplicationsBeforeTheHubIsClosed)
     EXPECT_EQ(daemon.Count("DEBUG Nemt Close()"), 1);
 }
 
+TEST_F(Link, AReconnectionIsToldToTheApplicationsAlsoWhenTheBridgeFailedDuringIt)
+{
+    auto daemon = Daemon::OnTraceLibrary({}, {{"TRACE_CONNECTED", "0"}, {"TRACE_BROKEN_QUEUE", "/cemiFromLL"}});
+    EXPECT_EQ(daemon.Wait(), 255);
+    const auto lines = daemon.MainThreadLines();
+    const auto failure =
+        std::find(lines.begin(), lines.end(), "FATAL Cemi Message queue /cemiFromLL reports bad file descriptor");
+    const std::vector<std::string> end(failure == lines.end() ? failure : failure + 1, lines.end());
+    EXPECT_THAT(end,
+                ElementsAre("DEBUG Cemi Sended cemi message with size 4 from LL to user message queue",
+                            "DEBUG Nemt Instance()", "DEBUG Nemt Close()", "DEBUG Nemt UnregisterConnectionListener(1)",
+                            "DEBUG Nemt UnregisterTopicListener(2)", "DEBUG Nemt UnregisterTopicListener(1)"));
+}
+
 TEST_F(Link, TheResetLineIsLowForAtLeastAMillisecond)
 {
     Daemon daemon;

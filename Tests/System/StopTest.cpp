@@ -4,12 +4,17 @@
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -35,6 +40,67 @@ bool IsAsleep(pid_t process)
     file >> call;
     return call == SYS_clock_nanosleep || call == SYS_nanosleep;
 }
+
+// Those of the signals up to 31 that are in one of the masks that the kernel shows of a process. Without those by which
+// sanitizers learn of a crash.
+std::vector<int> SignalsIn(const std::string& mask, pid_t process)
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/status");
+    for (std::string line; std::getline(file, line);)
+    {
+        if (line.rfind(mask + ":", 0) != 0)
+        {
+            continue;
+        }
+        const auto bits = std::stoull(line.substr(mask.size() + 1), nullptr, 16);
+        std::vector<int> signals;
+        for (int signal = 1; signal <= 31; ++signal)
+        {
+            const bool ofACrash = signal == SIGSEGV || signal == SIGBUS || signal == SIGFPE;
+            if ((bits >> (signal - 1) & 1U) != 0 && !ofACrash)
+            {
+                signals.push_back(signal);
+            }
+        }
+        return signals;
+    }
+    ADD_FAILURE() << "no " << mask;
+    return {};
+}
+
+// Whether the daemon runs in another program's hands (an emulator, valgrind), which catches signals for it.
+bool IsInOtherHands(const Daemon& daemon)
+{
+    return std::filesystem::read_symlink("/proc/" + std::to_string(daemon.Id()) + "/exe").filename() != "orvel";
+}
+
+// While it exists, the tests ignore none of the signals that they may have been started with ignored.
+class DefaultSignals
+{
+public:
+    DefaultSignals()
+    {
+        for (std::size_t index = 0; index < Numbers.size(); ++index)
+        {
+            handlers[index] = std::signal(Numbers[index], SIG_DFL);
+        }
+    }
+
+    ~DefaultSignals()
+    {
+        for (std::size_t index = 0; index < Numbers.size(); ++index)
+        {
+            static_cast<void>(std::signal(Numbers[index], handlers[index]));
+        }
+    }
+
+    DefaultSignals(const DefaultSignals&) = delete;
+    DefaultSignals& operator=(const DefaultSignals&) = delete;
+
+private:
+    static constexpr std::array Numbers{SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM};
+    std::array<sighandler_t, Numbers.size()> handlers{};
+};
 
 std::vector<std::string> Behind(const std::vector<std::string>& lines, const std::string& line)
 {
@@ -102,23 +168,62 @@ TEST_F(Stop, IsLookedForEvery250Milliseconds)
     EXPECT_EQ(Behind(daemon.MainThreadLines(), "DEBUG Nemt IsConnected()").at(0), "DEBUG Nemt nanosleep(0, 250000000)");
 }
 
-TEST_F(Stop, ASecondSigintChangesNothing)
+TEST_F(Stop, ASigintDuringThePeriodLetsTheLostLinkBeAnsweredFirst)
 {
-    auto daemon = Daemon::OnTraceLibrary();
+    auto daemon = Daemon::OnTraceLibrary({}, {{"TRACE_CONNECTED", "0"}});
     ASSERT_TRUE(AwaitSupervising(daemon));
-    daemon.Interrupt();
-    daemon.Interrupt();
+    ASSERT_TRUE(Await([&] { return IsAsleep(daemon.Id()); }));
     EXPECT_EQ(daemon.Stop(), 0);
-    EXPECT_EQ(daemon.Count("DEBUG Nemt Close()"), 1);
+    auto lines = Behind(daemon.MainThreadLines(), "DEBUG Nemt IsConnected()");
+    lines.resize(3);
+    EXPECT_THAT(lines, ElementsAre("ERROR Main Lost connection to STM32, resetting and trying to reconnect.",
+                                   "DEBUG Reset Resetting STM32 using GPIO 3", "DEBUG Nemt Reconnect()"));
 }
 
-TEST_F(Stop, SigtermIsNotCaught)
+TEST_F(Stop, ASigintDuringThePeriodInWhichAComponentFailedIsAFailure)
 {
+    auto daemon = Daemon::OnTraceLibrary({"-p", "without slash"});
+    ASSERT_TRUE(AwaitSupervising(daemon));
+    ASSERT_TRUE(Await([&] { return IsAsleep(daemon.Id()) || daemon.Count("DEBUG Nemt Close()") == 1; }));
+    EXPECT_EQ(daemon.Stop(), 255);
+}
+
+TEST_F(Stop, ASecondSigintChangesNothing)
+{
+    auto daemon = Daemon::OnTraceLibrary({}, {{"TRACE_CLOSE_DELAY", "1000"}});
+    ASSERT_TRUE(AwaitSupervising(daemon));
+    daemon.Interrupt();
+    ASSERT_TRUE(daemon.AwaitLine("Close()")); // the first was handled; two that come at once would be one
+    EXPECT_EQ(daemon.Stop(), 0);
+    EXPECT_EQ(daemon.Count("DEBUG Nemt Close()"), 1);
+    EXPECT_EQ(daemon.Count("DEBUG Nemt UnregisterTopicListener(1)"), 1);
+}
+
+TEST_F(Stop, NoOtherSignalIsCaughtOrIgnored)
+{
+    const DefaultSignals inherited;
     auto daemon = Daemon::OnTraceLibrary();
     ASSERT_TRUE(AwaitSupervising(daemon));
-    daemon.Signal(SIGTERM);
-    EXPECT_EQ(daemon.Wait(), 128 + SIGTERM);
-    EXPECT_EQ(daemon.Count("DEBUG Nemt Close()"), 0);
+    if (IsInOtherHands(daemon))
+    {
+        GTEST_SKIP() << "the signals that are caught are those of the program that runs the daemon";
+    }
+    EXPECT_THAT(SignalsIn("SigCgt", daemon.Id()), ElementsAre(SIGINT));
+    EXPECT_EQ(SignalsIn("SigIgn", daemon.Id()), SignalsIn("SigIgn", getpid())); // it inherits what is ignored
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(Stop, OtherSignalsEndTheProcessAtOnce)
+{
+    const DefaultSignals inherited;
+    for (const int signal : {SIGTERM, SIGHUP, SIGPIPE})
+    {
+        auto daemon = Daemon::OnTraceLibrary();
+        ASSERT_TRUE(AwaitSupervising(daemon));
+        daemon.Signal(signal);
+        EXPECT_EQ(daemon.Wait(), 128 + signal);
+        EXPECT_EQ(daemon.Count("DEBUG Nemt Close()"), 0);
+    }
 }
 
 TEST_F(Stop, ASigintInTheMiddleOfAPassLetsItsRemainingStepsRun)
@@ -143,6 +248,22 @@ TEST_F(Stop, ASigintDuringTheFirstUseOfTheResetLineEndsTheDaemonOnceItIsBuilt)
     ASSERT_TRUE(Await([&] { return board->Faults()->Calls(Operation::DirectionWrite) == 1; }));
     EXPECT_EQ(daemon.Stop(), 0);
     EXPECT_EQ(daemon.Count("DEBUG Nemt Close()"), 1);
+}
+
+TEST_F(Stop, ASigintWhileTheLogIsBeingConfiguredKills)
+{
+    std::string directory = testing::TempDir() + "orvel-stop-XXXXXX";
+    ASSERT_NE(mkdtemp(directory.data()), nullptr);
+    const std::string file = directory + "/log.properties";
+    EXPECT_EQ(mkfifo(file.c_str(), 0600), 0);
+    auto daemon = Daemon::OnTraceLibrary({"--log_config_file", file});
+    int writingEnd = -1; // can be opened only while there is a reader, who then waits for a text
+    EXPECT_TRUE(Await([&] { return (writingEnd = open(file.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) != -1; }));
+    daemon.Interrupt();
+    close(writingEnd);
+    EXPECT_EQ(daemon.Wait(), 128 + SIGINT);
+    EXPECT_THAT(daemon.Lines(), ElementsAre());
+    std::filesystem::remove_all(directory);
 }
 
 TEST_F(Stop, ASigintDuringTheStartEndsTheDaemonOnceItIsBuilt)

@@ -4,7 +4,8 @@
 // What it answers is set in the environment: TRACE_OPEN, TRACE_CONNECTED, TRACE_TRANSMIT (0 or 1), TRACE_RECONNECT (a
 // sequence of 0 and 1, the last of which stays; or "throw"). How long it takes: TRACE_OPEN_DELAY, TRACE_RECONNECT_DELAY,
 // TRACE_CLOSE_DELAY (ms). Once closed it transmits nothing. TRACE_EXIT_DELAY (ms) keeps the process so long behind the end
-// of its main function. With TRACE_SLEEP=1 each sleep of the process is a line too.
+// of its main function. With TRACE_SLEEP=1 each sleep of the process is a line too. While it reconnects, a frame comes in
+// that the daemon cannot write into the queue TRACE_BROKEN_QUEUE: its descriptor is a bad one for that moment.
 
 #include "Nemt/CommHub.h"
 
@@ -14,11 +15,16 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <map>
 #include <mutex>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 extern "C"
 {
@@ -41,6 +47,7 @@ std::mutex mutex;
 std::atomic<bool> closed{false};
 Numbers topicListeners;
 Numbers connectionListeners;
+std::vector<Nemt::ITopicListener*> registered; // for topics
 
 // cppcheck-suppress passedByValue ; the library's interface takes a text that it could write to
 void Trace(std::string line)
@@ -85,6 +92,43 @@ void TraceListener(const std::string& call, Numbers& numbers, const void* listen
     const std::lock_guard lock(mutex);
     const auto number = numbers.emplace(listener, static_cast<int>(numbers.size()) + 1).first->second;
     Trace(call + "(" + std::to_string(number) + ")");
+}
+
+// The process's descriptor of a queue; -1 when it has none.
+int DescriptorOf(const std::string& queue)
+{
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+    {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(entry, gone) == queue)
+        {
+            return std::stoi(entry.path().filename());
+        }
+    }
+    return -1;
+}
+
+void ReceiveWhileBroken(const std::string& queue)
+{
+    const int descriptor = DescriptorOf(queue);
+    if (descriptor == -1)
+    {
+        return;
+    }
+    const int kept = fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
+    const int noQueue = open("/dev/null", O_RDWR | O_CLOEXEC);
+    dup2(noQueue, descriptor);
+    {
+        const std::lock_guard lock(mutex);
+        for (Nemt::ITopicListener* const listener : registered)
+        {
+            const uint8_t frame = 0x29;
+            listener->OnTopicData(0x100, &frame, 1);
+        }
+    }
+    dup3(kept, descriptor, O_CLOEXEC);
+    close(noQueue);
+    close(kept);
 }
 
 } // namespace
@@ -144,6 +188,7 @@ bool CommHub::Reconnect()
     static std::size_t calls = 0;
     Trace("Reconnect()");
     Delay("TRACE_RECONNECT_DELAY");
+    ReceiveWhileBroken(Setting("TRACE_BROKEN_QUEUE", "none"));
     const std::string answers = Setting("TRACE_RECONNECT", "1");
     if (answers == "throw")
     {
@@ -163,6 +208,8 @@ bool CommHub::Transmit(uint16_t topic, const uint8_t* data, uint16_t length)
 void CommHub::RegisterTopicListener(ITopicListener* listener)
 {
     TraceListener("RegisterTopicListener", topicListeners, listener);
+    const std::lock_guard lock(mutex);
+    registered.push_back(listener);
 }
 
 void CommHub::UnregisterTopicListener(const ITopicListener* listener)
