@@ -17,20 +17,20 @@
 namespace
 {
 
-// A script can put another program in the daemon's place, which then runs the daemon in its own way.
-std::string Given(const char* variable, const char* otherwise)
-{
-    const char* const value = getenv(variable);
-    return value != nullptr ? value : otherwise;
-}
-
 std::vector<std::string> DriverCommand(std::vector<std::string> options)
 {
-    options.insert(options.begin(), Given("ORVEL_TEST_DRIVER", DRIVER));
+    options.insert(options.begin(), Daemon::Program());
     return options;
 }
 
 } // namespace
+
+std::string Daemon::Program()
+{
+    // A script can put another program in the daemon's place, which then runs the daemon in its own way.
+    const char* const given = getenv("ORVEL_TEST_DRIVER");
+    return given != nullptr ? given : DRIVER;
+}
 
 Daemon::Daemon(std::vector<std::string> options)
     : Daemon(DriverCommand(std::move(options)), {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}})

@@ -27,6 +27,9 @@ public:
     /// Any program. Its standard input is the test's own unless another descriptor is given.
     Daemon(std::vector<std::string> command, Environment environment, int standardInput = -1);
 
+    /// The daemon's file.
+    static std::string Program();
+
     /// Kills it if it still runs.
     ~Daemon();
 
