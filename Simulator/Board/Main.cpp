@@ -8,6 +8,7 @@
 #include "Options.h"
 #include "Rendezvous.h"
 #include "Session.h"
+#include "StartPriority.h"
 #include "StopSignals.h"
 #include "Terminal.h"
 #include "TerminalGuard.h"
@@ -134,6 +135,7 @@ int RunBoard(const Options& options, std::optional<pid_t> guard)
         BlockScreenSignals();
     }
     const StopSignals signals;
+    const StartPriority priority;
     const Rendezvous rendezvous(options.name); // before the namespaces, in which this user has another number
     EnterNamespaces();
 
@@ -141,6 +143,15 @@ int RunBoard(const Options& options, std::optional<pid_t> guard)
     daemonStart.standardOutput = front.DaemonOutput();
     EventLog events([&front](std::chrono::microseconds since, const std::string& event)
                     { front.OnEvent(since, event); });
+    daemonStart.beforeExec = [&priority, &events, told = false](pid_t daemon) mutable
+    {
+        if (const int error = priority.Raise(daemon); error != 0 && !told)
+        {
+            events.Add(std::string("daemon starts at ordinary priority (") + strerror(error) +
+                       "): on a busy machine its LEDs may not come");
+            told = true;
+        }
+    };
     Board board(events, options.resetGpio);
     std::optional<KnxIp> knxIp;
     if (options.knxIp)

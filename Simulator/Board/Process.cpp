@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -61,28 +62,41 @@ void Execute(const Process::Start& start, pid_t parent)
 
 Process::Process(const Start& start)
 {
-    // Closed by a successful exec; otherwise it brings the reason.
-    std::array<int, 2> failure{};
-    if (pipe2(failure.data(), O_CLOEXEC) == -1)
+    // One byte lets the new process go on. Closed by a successful exec; otherwise it brings the reason.
+    std::array<int, 2> ends{};
+    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == -1)
     {
-        throw std::runtime_error(std::string("cannot make a pipe: ") + strerror(errno));
+        throw std::runtime_error(std::string("cannot make a socket: ") + strerror(errno));
     }
     const pid_t parent = getpid();
     id = fork();
     if (id == 0)
     {
-        Execute(start, parent);
+        close(ends[0]); // so that the end of the board ends the wait
+        char go = 0;
+        if (recv(ends[1], &go, 1, 0) == 1)
+        {
+            Execute(start, parent);
+        }
         const int error = errno;
-        static_cast<void>(write(failure[1], &error, sizeof(error)) == -1);
+        send(ends[1], &error, sizeof(error), MSG_NOSIGNAL);
         _exit(127);
     }
-    close(failure[1]);
     int error = id == -1 ? errno : 0;
-    if (id != -1 && read(failure[0], &error, sizeof(error)) > 0)
+    close(ends[1]);
+    if (id != -1)
     {
-        waitpid(id, nullptr, 0);
+        if (start.beforeExec)
+        {
+            start.beforeExec(id);
+        }
+        send(ends[0], "g", 1, MSG_NOSIGNAL);
+        if (recv(ends[0], &error, sizeof(error), 0) > 0)
+        {
+            waitpid(id, nullptr, 0);
+        }
     }
-    close(failure[0]);
+    close(ends[0]);
     if (error != 0)
     {
         throw std::runtime_error("cannot start " + start.command.front() + ": " + strerror(error));

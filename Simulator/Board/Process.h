@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -20,6 +21,7 @@ public:
         std::vector<std::pair<std::string, std::string>> environment; ///< in addition to the board's own
         int standardInput = -1;  ///< descriptor that becomes its standard input; -1: the board's own
         int standardOutput = -1; ///< descriptor that becomes its standard output and error; -1: the board's own
+        std::function<void(pid_t)> beforeExec; ///< called with the new process, which waits meanwhile
     };
 
     /// Throws std::runtime_error when the program cannot be started.
