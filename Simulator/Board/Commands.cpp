@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include <algorithm>
+#include <csignal>
 #include <sstream>
 
 using namespace std::string_literals;
@@ -10,6 +12,7 @@ namespace Simulator
 namespace
 {
 
+constexpr std::size_t MaxPause = 3600;    // seconds
 constexpr std::size_t MaxTelegram = 1024; // bytes; the line's own limit, beyond that of the driver, which tests need
 
 std::string WithoutMargin(const std::string& text)
@@ -37,6 +40,10 @@ std::string Commands::Execute(const std::string& line)
     if (name == "telegram")
     {
         return InjectTelegram(rest);
+    }
+    if (name == "restart" || name == "kill")
+    {
+        return RestartDaemon(name, rest);
     }
     if (!rest.empty())
     {
@@ -79,6 +86,8 @@ std::string Commands::Help()
            "unplug          pull the serial line\n"
            "plug            plug it in again\n"
            "mute            let the co-processor hang until it is reset\n"
+           "restart [S]     end the daemon with SIGINT and start it again, after S seconds\n"
+           "kill [S]        the same with SIGKILL\n"
            "quit            stop the daemon and the board\n"
            "help            this list";
 }
@@ -93,6 +102,23 @@ std::string Commands::InjectTelegram(const std::string& hex)
     }
     coProcessor.InjectTelegram(*telegram);
     return "";
+}
+
+std::string Commands::RestartDaemon(const std::string& command, const std::string& pause) const
+{
+    if (!restart)
+    {
+        return "'" + command + "' needs a daemon, and there is none here";
+    }
+    const bool isNumber =
+        pause.size() <= std::to_string(MaxPause).size() &&
+        std::all_of(pause.begin(), pause.end(), [](char digit) { return digit >= '0' && digit <= '9'; });
+    const unsigned long seconds = isNumber && !pause.empty() ? std::stoul(pause) : 0;
+    if (!isNumber || seconds > MaxPause)
+    {
+        return "'" + command + "' takes a pause of 0 to " + std::to_string(MaxPause) + " seconds, or nothing";
+    }
+    return restart(command == "kill" ? SIGKILL : SIGINT, std::chrono::seconds(seconds));
 }
 
 } // namespace Simulator

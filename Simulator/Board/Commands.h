@@ -2,7 +2,10 @@
 
 #include "CoProcessor.h"
 
+#include <chrono>
+#include <functional>
 #include <string>
+#include <utility>
 
 namespace Simulator
 {
@@ -11,8 +14,13 @@ namespace Simulator
 class Commands
 {
 public:
-    explicit Commands(CoProcessor& theCoProcessor)
+    /// Ends the daemon with `signal` and starts it again after `pause`. The result is as that of Execute.
+    using Restart = std::function<std::string(int signal, std::chrono::seconds pause)>;
+
+    /// Without `restartDaemon` there is no daemon here.
+    explicit Commands(CoProcessor& theCoProcessor, Restart restartDaemon = {})
         : coProcessor(theCoProcessor)
+        , restart(std::move(restartDaemon))
     {
     }
 
@@ -30,8 +38,10 @@ public:
 
 private:
     std::string InjectTelegram(const std::string& hex);
+    std::string RestartDaemon(const std::string& command, const std::string& pause) const;
 
     CoProcessor& coProcessor;
+    const Restart restart;
     bool quitRequested = false;
 };
 

@@ -1,5 +1,6 @@
 #include "Demonstration.h"
 
+#include "LedWatch.h"
 #include "Orvel/Protocol.h"
 
 #include <fcntl.h>
@@ -22,8 +23,9 @@ namespace
 
 using namespace std::chrono_literals;
 
-constexpr auto Patience = 20s; // with each step, on a busy machine
-constexpr auto Glance = 50ms;  // between two looks at whether it has been cancelled
+constexpr auto Patience = 20s;  // with each step, on a busy machine
+constexpr auto Glance = 50ms;   // between two looks at whether it has been cancelled
+constexpr int MaxRestarts = 10; // each start without LEDs is a rare one
 
 // A message queue as an application opens it: the daemon has created it.
 class Queue
@@ -75,16 +77,18 @@ class Walk
 {
 public:
     Walk(Board& theBoard, EventLog& eventLog, const std::atomic<bool>& isCancelled,
-         const std::function<void(const std::string&)>& sayLine)
+         const std::function<void(const std::string&)>& sayLine, const std::function<void()>& restartDaemon)
         : board(theBoard)
         , events(eventLog)
         , cancelled(isCancelled)
         , say(sayLine)
+        , restart(restartDaemon)
     {
     }
 
     void Run()
     {
+        AwaitLeds();
         Await("link up");
         // The daemon opens its queues and registers its LEDs on threads of its own.
         AwaitFile("/dev/mqueue/cemiFromLL", "the daemon opens its queues");
@@ -145,6 +149,34 @@ private:
                });
     }
 
+    void AwaitLeds()
+    {
+        for (int restarts = 0; !LedsCome(); ++restarts)
+        {
+            if (restarts == MaxRestarts)
+            {
+                throw std::runtime_error("the LEDs never came");
+            }
+            say("the daemon is started anew");
+            restart();
+        }
+    }
+
+    // False when the board has told that this daemon will have none.
+    bool LedsCome()
+    {
+        bool come = false;
+        Insist("the daemon registers its LEDs",
+               [&]
+               {
+                   come = !board.Files().TheUleds().Leds().empty();
+                   const std::size_t next = come ? 0 : events.Await(LedsDidNotCome, seen, Glance);
+                   seen = next != 0 ? next : seen;
+                   return come || next != 0;
+               });
+        return come;
+    }
+
     // The kernel tells nobody of a new queue or LED.
     void AwaitFile(const std::filesystem::path& file, const std::string& meaning)
     {
@@ -171,7 +203,7 @@ private:
     void SetLed(const std::string& name, int brightness)
     {
         const auto file = std::filesystem::path("/sys/class/leds") / name / "brightness";
-        AwaitFile(file, "the daemon registers the LED " + name + " (rarely it does not; then start again)");
+        AwaitFile(file, "the daemon registers the LED " + name);
         std::ofstream stream(file);
         stream << brightness << std::endl;
         if (!stream)
@@ -184,17 +216,18 @@ private:
     EventLog& events;
     const std::atomic<bool>& cancelled;
     const std::function<void(const std::string&)>& say;
+    const std::function<void()>& restart;
     std::size_t seen = 0;
 };
 
 } // namespace
 
 void Demonstrate(Board& board, EventLog& events, const std::atomic<bool>& cancelled,
-                 const std::function<void(const std::string&)>& say)
+                 const std::function<void(const std::string&)>& say, const std::function<void()>& restart)
 {
     try
     {
-        Walk(board, events, cancelled, say).Run();
+        Walk(board, events, cancelled, say, restart).Run();
         say("that was all; the daemon goes on, and 'help' lists what you can do");
     }
     catch (const std::runtime_error& failure)

@@ -158,7 +158,6 @@ int RunBoard(const Options& options, std::optional<pid_t> guard)
     {
         knxIp.emplace(*options.knxIp, board.TheCoProcessor(), events);
     }
-    rendezvous.Announce();
     Session session(daemonStart, board, events, rendezvous, signals, front.Person());
     if (options.demo)
     {
@@ -194,6 +193,22 @@ int RunBoard(const Options& options)
     throw std::runtime_error("cannot run " + options.command.front() + ": " + strerror(errno));
 }
 
+int ListBoards()
+{
+    const auto boards = Rendezvous::List();
+    if (boards.empty())
+    {
+        std::fputs("orvel-board: no board is running\n", stderr);
+    }
+    for (const auto& board : boards)
+    {
+        const std::string daemon =
+            board.daemon == Rendezvous::NoDaemon ? "no daemon" : "daemon " + std::to_string(board.daemon);
+        std::printf("%s  %s\n", board.name.c_str(), daemon.c_str());
+    }
+    return EXIT_SUCCESS;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -217,6 +232,8 @@ int main(int argc, char** argv)
             return EXIT_SUCCESS;
         case Options::Mode::Exec:
             RunOnBoard(options);
+        case Options::Mode::List:
+            return ListBoards();
         case Options::Mode::Run:
             return RunBoard(options);
         }

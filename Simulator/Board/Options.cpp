@@ -15,6 +15,7 @@ namespace
 {
 
 constexpr int MaxGpio = 31;               // the simulated chip has the pins 0 to 31
+constexpr std::size_t MaxName = 100;      // bytes; that of a file
 constexpr std::size_t MaxArgument = 4096; // bytes; the parser takes stack for each
 
 cxxopts::Options Definitions()
@@ -25,7 +26,8 @@ cxxopts::Options Definitions()
                                  "what happens line by line, and reads the commands below.\n");
     definitions.custom_help("[OPTION...] [-- ORVEL OPTION...]\n"
                             "  orvel-board exec [--name NAME] -- COMMAND [ARGUMENT...]\n"
-                            "  orvel-board shell [--name NAME]");
+                            "  orvel-board shell [--name NAME]\n"
+                            "  orvel-board list");
     // clang-format off
     definitions.add_options()
         ("h,help", "Print this help message and exit.")
@@ -87,6 +89,13 @@ Options ParseOptions(int argc, const char* const* argv)
         own.erase(own.begin() + 1);
     }
 
+    if (first == "list")
+    {
+        Check(own.size() == 2 && separator == end, "list takes no option");
+        options.mode = Options::Mode::List;
+        return options;
+    }
+
     const auto isTooLong = [](const char* argument) { return std::strlen(argument) > MaxArgument; };
     Check(std::none_of(own.begin(), own.end(), isTooLong),
           "argument of more than " + std::to_string(MaxArgument) + " bytes");
@@ -116,6 +125,9 @@ Options ParseOptions(int argc, const char* const* argv)
         takeOver("reset_gpio", options.resetGpio);
         takeOver("driver", driver);
         takeOver("library", library);
+        Check(!options.name.empty() && options.name.size() <= MaxName && options.name[0] != '.' &&
+                  options.name.find('/') == std::string::npos,
+              "name must be 1 to " + std::to_string(MaxName) + " bytes, have no '/' and not begin with '.'");
         options.driver = driver;
         options.library = library;
         options.demo = given.count("demo") != 0;

@@ -1,15 +1,17 @@
 #include "Rendezvous.h"
 
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
-#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
-#include <utility>
 
 namespace Simulator
 {
@@ -17,78 +19,150 @@ namespace Simulator
 namespace
 {
 
-// An abstract name, which begins with a zero byte: the kernel forgets it with the process.
-std::pair<sockaddr_un, socklen_t> Address(const std::string& boardName)
+bool IsOwnDirectory(const std::filesystem::path& path, mode_t forbidden)
 {
-    const std::string name = "orvel-board/" + std::to_string(getuid()) + "/" + boardName;
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (name.size() + 1 > sizeof(address.sun_path))
-    {
-        throw std::runtime_error("the board's name is too long: " + boardName);
-    }
-    std::copy(name.begin(), name.end(), &address.sun_path[1]);
-    return {address, static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size())};
+    struct stat status = {};
+    return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
+           (status.st_mode & forbidden) == 0;
 }
 
-int MakeSocket()
+// Made where it is missing. Throws when another user was there first.
+std::filesystem::path Directory()
 {
-    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const std::string user = std::to_string(geteuid());
+    const char* const given = std::getenv("XDG_RUNTIME_DIR");
+    std::filesystem::path directory = "/tmp/orvel-board-" + user;
+    for (const std::filesystem::path& parent :
+         {std::filesystem::path(given != nullptr ? given : ""), std::filesystem::path("/run/user") / user})
+    {
+        if (IsOwnDirectory(parent, S_IWGRP | S_IWOTH))
+        {
+            directory = parent / "orvel-board";
+            break;
+        }
+    }
+    mkdir(directory.c_str(), S_IRWXU);
+    if (!IsOwnDirectory(directory, S_IRWXG | S_IRWXO))
+    {
+        throw std::runtime_error(directory.string() +
+                                 " is not a directory of this user alone; set XDG_RUNTIME_DIR to one that is");
+    }
+    return directory;
+}
+
+// Whether the directory still has the file that is open.
+bool IsThere(int descriptor, const std::filesystem::path& file)
+{
+    struct stat opened = {};
+    struct stat there = {};
+    return fstat(descriptor, &opened) == 0 && lstat(file.c_str(), &there) == 0 && opened.st_ino == there.st_ino;
+}
+
+// A record lock: the kernel tells whose it is, and frees it with the process. Closing any descriptor of the file would free it
+// too, so the process that holds it opens it once.
+struct flock WholeFile()
+{
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
+// Nothing when no board runs that has told its daemon.
+std::optional<Rendezvous::Running> Read(const std::filesystem::path& file)
+{
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
     if (descriptor == -1)
     {
-        throw std::runtime_error(std::string("cannot make a socket: ") + strerror(errno));
+        return std::nullopt;
     }
-    return descriptor;
+    struct flock holder = WholeFile();
+    const bool locked = fcntl(descriptor, F_GETLK, &holder) == 0 && holder.l_type != F_UNLCK;
+    std::array<char, 32> text{};
+    const bool announced = read(descriptor, text.data(), text.size() - 1) > 0;
+    close(descriptor);
+    if (!locked || !announced)
+    {
+        return std::nullopt;
+    }
+    return Rendezvous::Running{file.filename(), holder.l_pid,
+                               static_cast<pid_t>(std::strtol(text.data(), nullptr, 10))};
 }
 
 } // namespace
 
 Rendezvous::Rendezvous(const std::string& boardName)
 {
-    const auto [address, size] = Address(boardName);
-    socket = MakeSocket();
-    if (bind(socket, reinterpret_cast<const sockaddr*>(&address), size) == -1)
+    // A board that ends removes its file, and the directory after the last: then they are made anew.
+    while (descriptor == -1)
     {
-        const int error = errno;
-        close(socket);
-        if (error != EADDRINUSE)
+        file = Directory() / boardName;
+        descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
+        if (descriptor == -1 && errno != ENOENT)
         {
-            throw std::runtime_error(std::string("cannot be found by others: ") + strerror(error));
+            throw std::runtime_error("cannot make " + file.string() + ": " + strerror(errno));
         }
-        throw std::runtime_error("a board named '" + boardName + "' is running already; give this one another --name");
+        struct flock lock = WholeFile();
+        if (descriptor != -1 && fcntl(descriptor, F_SETLK, &lock) == -1)
+        {
+            const int error = errno;
+            close(descriptor);
+            if (error != EAGAIN && error != EACCES)
+            {
+                throw std::runtime_error("cannot lock " + file.string() + ": " + strerror(error));
+            }
+            throw std::runtime_error("a board named '" + boardName +
+                                     "' is running already; give this one another --name");
+        }
+        if (descriptor != -1 && !IsThere(descriptor, file))
+        {
+            close(descriptor);
+            descriptor = -1;
+        }
     }
+    static_cast<void>(ftruncate(descriptor, 0) == -1); // a killed board has left its daemon there
 }
 
 Rendezvous::~Rendezvous()
 {
-    close(socket);
+    unlink(file.c_str());
+    rmdir(file.parent_path().c_str()); // fails while there are others
+    close(descriptor);
 }
 
-void Rendezvous::Announce() const
+void Rendezvous::Announce(pid_t daemon) const
 {
-    listen(socket, 1);
-}
-
-void Rendezvous::Greet() const
-{
-    close(accept4(socket, nullptr, nullptr, SOCK_CLOEXEC));
+    std::array<char, 32> text{};
+    // As long for every number: it replaces the last one in one write.
+    const int size = std::snprintf(text.data(), text.size(), "%-10d\n", daemon);
+    static_cast<void>(pwrite(descriptor, text.data(), static_cast<std::size_t>(size), 0) == -1);
 }
 
 pid_t Rendezvous::Find(const std::string& boardName)
 {
-    const auto [address, size] = Address(boardName);
-    const int descriptor = MakeSocket();
-    ucred board{};
-    socklen_t boardSize = sizeof(board);
-    const bool found = connect(descriptor, reinterpret_cast<const sockaddr*>(&address), size) == 0 &&
-                       getsockopt(descriptor, SOL_SOCKET, SO_PEERCRED, &board, &boardSize) == 0 &&
-                       board.uid == getuid();
-    close(descriptor);
+    const auto found = Read(Directory() / boardName);
     if (!found)
     {
         throw std::runtime_error("no board named '" + boardName + "' is running");
     }
-    return board.pid;
+    return found->board;
+}
+
+std::vector<Rendezvous::Running> Rendezvous::List()
+{
+    std::vector<Running> boards;
+    std::error_code gone;
+    for (std::filesystem::directory_iterator entry(Directory(), gone), end; !gone && entry != end;
+         entry.increment(gone))
+    {
+        if (auto found = Read(entry->path()))
+        {
+            boards.push_back(std::move(*found));
+        }
+    }
+    std::sort(boards.begin(), boards.end(),
+              [](const Running& left, const Running& right) { return left.name < right.name; });
+    return boards;
 }
 
 } // namespace Simulator

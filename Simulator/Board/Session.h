@@ -4,6 +4,7 @@
 #include "CommandInput.h"
 #include "Commands.h"
 #include "EventLog.h"
+#include "LedWatch.h"
 #include "Process.h"
 #include "Rendezvous.h"
 #include "StopSignals.h"
@@ -18,7 +19,7 @@
 namespace Simulator
 {
 
-/// Everything that goes on while the daemon runs.
+/// Everything that goes on while the daemon runs, also when it is started again.
 class Session
 {
 public:
@@ -39,7 +40,7 @@ public:
     /// The commands of a person are taken once it is over.
     void StartDemonstration();
 
-    /// Until the daemon has ended; returns its exit status.
+    /// Until the daemon has ended and is not to be started again; returns its exit status.
     int Run();
 
 private:
@@ -47,9 +48,16 @@ private:
 
     bool Step();
     void Execute(const std::string& line);
+    void StartDaemon();
+    void OnDaemonEnd();
+    std::string Restart(int signal, std::chrono::seconds pause);
     void Stop();
+    void SignalDaemon(int signal);
+    void LookForLeds();
+    void OnTime(Clock::time_point now);
     int PollTimeout() const;
 
+    const Process::Start start;
     Board& board;
     EventLog& events;
     const Rendezvous& rendezvous;
@@ -58,11 +66,18 @@ private:
     Commands commands;
     CommandInput input;
     bool reading = true;
-    std::optional<Clock::time_point> stopBegan;
+    bool stopping = false;                            // the board is to end with the daemon
+    std::optional<Clock::time_point> endBegan;        // when the daemon was last asked to end
+    std::optional<std::chrono::seconds> restartAfter; // once it has ended
+    std::optional<Clock::time_point> startsAt;        // while it does not run
+    int status = 0;                                   // with which it last ended
     int demonstrationDone;
+    int restartWanted; // by the demonstration
     std::atomic<bool> demonstrationCancelled{false};
     std::thread demonstration;
-    Process daemon;
+    std::optional<Process> daemon;
+    std::optional<LedWatch> ledWatch; // until there is a finding
+    Clock::time_point looksAt;
 };
 
 } // namespace Simulator

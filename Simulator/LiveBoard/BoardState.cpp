@@ -36,7 +36,8 @@ void BoardState::OnEvent(Time time, const std::string& event)
         return;
     }
     TakeState(event);
-    const bool trouble = event == "co-processor hangs" || event == "serial line pulled";
+    const bool trouble =
+        event == "co-processor hangs" || event == "serial line pulled" || StartsWith(event, "the LEDs did not come");
     Keep(log, {time, trouble ? Line::Trouble : Line::Board, event});
 }
 

@@ -24,6 +24,7 @@ using namespace std::chrono_literals;
 
 constexpr auto DrawEvery = 50ms;          // at most; more a person does not see
 constexpr std::size_t MaxTyped = 3072;    // characters; the longest telegram
+constexpr int MaxPause = 3600;            // seconds; that of the commands
 constexpr std::size_t LongestLine = 4096; // characters of the daemon's log
 
 void Check(bool succeeded)
@@ -285,7 +286,8 @@ void LiveBoard::OnKey(int key)
     default:
         break;
     }
-    if (demonstration && (key == 'b' || key == 'u' || key == 'm' || key == 't'))
+    if (demonstration && key < 0x80 &&
+        std::string_view("bumtrk").find(static_cast<char>(key)) != std::string_view::npos)
     {
         OnAnswer("wait until the demonstration is over");
         return;
@@ -304,9 +306,34 @@ void LiveBoard::OnKey(int key)
     case 't':
         view.prompt = telegram;
         break;
+    case 'r':
+        TypeWithPause("restart");
+        break;
+    case 'k':
+        TypeWithPause("kill");
+        break;
     default:
         break;
     }
+    if (key >= '0' && key <= '9')
+    {
+        OnDigit(key - '0');
+    }
+    else
+    {
+        view.pause.reset();
+    }
+}
+
+void LiveBoard::OnDigit(int digit)
+{
+    const int pause = view.pause.value_or(0) * 10 + digit;
+    view.pause = pause <= MaxPause ? pause : digit;
+}
+
+void LiveBoard::TypeWithPause(const std::string& command)
+{
+    Type(command + (view.pause ? " " + std::to_string(*view.pause) : ""));
 }
 
 void LiveBoard::OnPromptKey(int key)

@@ -65,6 +65,8 @@ private:
     void ReadKeys();
     void OnKey(int key);
     void OnPromptKey(int key);
+    void OnDigit(int digit);
+    void TypeWithPause(const std::string& command);
     void Type(const std::string& command) const;
     void Redraw();
     int PollTimeout() const;

@@ -122,18 +122,21 @@ void DrawList(Picture& picture, const std::string& heading, const std::deque<Boa
     }
 }
 
-void DrawHelp(Picture& picture, int first, int end)
+void DrawHelp(Picture& picture, const std::string& name, int first, int end)
 {
-    static const std::array lines{
+    const std::array<std::string, 11> lines{
         "b  press the programming button, or let it go",
         "u  pull the serial line, or plug it in again",
         "m  let the co-processor hang until it is reset",
         "t  a telegram from KNX: a cEMI frame in hexadecimal digits",
+        "r  end the daemon with SIGINT and start it again; 3r: after 3 seconds",
+        "k  the same with SIGKILL",
         "h  this help, and back",
         "q  stop the daemon and the board, as Ctrl-C does; the second time by force",
         "",
         "(*) is an LED that is on, ( ) one that is off. Times are in seconds.",
-        "In another terminal 'orvel-board shell' is a shell on this board.",
+        "In another terminal 'orvel-board shell" + (name == "board" ? "" : " --name " + name) +
+            "' is a shell on this board.",
     };
     if (first < end)
     {
@@ -200,7 +203,7 @@ Picture Draw(const BoardState& state, const View& view, int rows, int columns)
     DrawState(picture, state);
     if (view.help)
     {
-        DrawHelp(picture, FirstListRow, last);
+        DrawHelp(picture, view.name, FirstListRow, last);
     }
     else
     {
@@ -218,11 +221,16 @@ Picture Draw(const BoardState& state, const View& view, int rows, int columns)
         picture.PutBar(last, label + (typed.size() > room ? typed.substr(typed.size() - room) : typed) + "_",
                        Style::Bar);
     }
+    else if (view.pause)
+    {
+        picture.PutBar(last, " after " + std::to_string(*view.pause) + " s:  r restart  k kill", Style::Bar);
+    }
     else
     {
         picture.PutBar(last,
                        std::string(" b ") + (state.IsButtonPressed() ? "release" : "press") + "  u " +
-                           (state.IsPlugged() ? "unplug" : "plug") + "  m mute  t telegram  h help  q quit",
+                           (state.IsPlugged() ? "unplug" : "plug") +
+                           "  m mute  t telegram  r restart  k kill  h help  q quit",
                        Style::Bar);
     }
     return picture;

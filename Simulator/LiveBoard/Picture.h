@@ -65,7 +65,8 @@ struct View
 {
     std::string name; ///< of the board
     bool help = false;
-    std::optional<std::string> prompt; ///< the telegram that is being typed
+    std::optional<std::string> prompt;       ///< the telegram that is being typed
+    std::optional<int> pause = std::nullopt; ///< seconds that have been typed, for the next restart
 };
 
 /// The board on a screen of this size, however small.

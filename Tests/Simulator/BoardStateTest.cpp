@@ -142,6 +142,12 @@ TEST_F(BoardStateTest, TheLinkEndsWithTheDaemon)
     EXPECT_FALSE(state.IsLinkUp());
 }
 
+TEST_F(BoardStateTest, AStartWithoutLedsIsTrouble)
+{
+    Happen("the LEDs did not come; restart starts the daemon anew");
+    EXPECT_EQ(state.Log().back().kind, BoardState::Line::Trouble);
+}
+
 TEST_F(BoardStateTest, TelegramsAreDecodedAndCounted)
 {
     Happen("telegram to KNX: 11 00 bc e0 00 00 0a 03 01 00 81");

@@ -59,7 +59,7 @@ TEST(Picture, HasTheWholeBoardOn24RowsOf80Columns)
             "-- log " + dashes.substr(7), "    0.100 reset line low", "    0.200 reset line high after 1.4 ms",
             "    0.300 co-processor booted", "    0.400 link up", "    0.500 LED red KNX on",
             "    0.600 LED orange device on", "    0.700 RS485 termination on", "    0.800 button pressed",
-            " b release  u unplug  m mute  t telegram  h help  q quit"));
+            " b release  u unplug  m mute  t telegram  r restart  k kill  h help  q quit"));
 }
 
 TEST(Picture, SaysInWordsWhatIsWrong)
@@ -70,7 +70,7 @@ TEST(Picture, SaysInWordsWhatIsWrong)
     state.OnEvent(1s, "button released");
     const auto rows = Rows(Draw(state, {"board", false, {}}, 24, 80));
     EXPECT_EQ(rows[3], " link        DOWN, serial line PULLED, co-processor hangs");
-    EXPECT_EQ(rows[23], " b press  u plug  m mute  t telegram  h help  q quit");
+    EXPECT_EQ(rows[23], " b press  u plug  m mute  t telegram  r restart  k kill  h help  q quit");
 }
 
 TEST(Picture, ShowsTheLastLinesThatFit)
@@ -126,12 +126,25 @@ TEST(Picture, HelpTakesThePlaceOfTheLists)
 {
     const auto rows = Rows(Draw(Busy(), {"board", true, {}}, 24, 80));
     EXPECT_THAT(rows[6], StartsWith(" help ---"));
-    for (const char* const key : {"b  ", "u  ", "m  ", "t  ", "h  ", "q  "})
+    for (const char* const key : {"b  ", "u  ", "m  ", "t  ", "r  ", "k  ", "h  ", "q  "})
     {
         EXPECT_THAT(rows, testing::Contains(StartsWith(std::string(" ") + key)));
     }
     EXPECT_THAT(rows, testing::Each(Not(EndsWith(">"))));
     EXPECT_THAT(rows, testing::Each(Not(HasSubstr("1/2/3"))));
+}
+
+TEST(Picture, HelpTellsTheCommandForThisBoard)
+{
+    EXPECT_THAT(Rows(Draw(Busy(), {"board", true, {}}, 24, 80)),
+                testing::Contains(HasSubstr("'orvel-board shell' is a shell on this board")));
+    EXPECT_THAT(Rows(Draw(Busy(), {"other", true, {}}, 24, 80)),
+                testing::Contains(HasSubstr("'orvel-board shell --name other' is a shell on this board")));
+}
+
+TEST(Picture, APauseThatIsTypedIsAtTheBottomWithTheKeysThatItIsFor)
+{
+    EXPECT_EQ(Rows(Draw(Busy(), {"board", false, {}, 13}, 24, 80))[23], " after 13 s:  r restart  k kill");
 }
 
 TEST(Picture, WhatIsTypedIsAtTheBottomAndItsEndIsVisible)

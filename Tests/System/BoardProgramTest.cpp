@@ -8,10 +8,15 @@
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -124,6 +129,96 @@ int RunOnce(const std::vector<std::string>& arguments, std::vector<std::string>&
     return status;
 }
 
+// As "list" tells it; 0 when it does not.
+pid_t DaemonOf(const std::string& board)
+{
+    std::vector<std::string> lines;
+    RunOnce({"list"}, lines);
+    const std::string start = board + "  daemon ";
+    const auto found = std::find_if(lines.begin(), lines.end(),
+                                    [&](const auto& line) { return line.compare(0, start.size(), start) == 0; });
+    return found == lines.end() ? 0 : std::stoi(found->substr(start.size()));
+}
+
+bool Holds(const std::vector<std::string>& lines, const std::string& text)
+{
+    return std::any_of(lines.begin(), lines.end(),
+                       [&](const auto& line) { return line.find(text) != std::string::npos; });
+}
+
+class TemporaryDirectory
+{
+public:
+    TemporaryDirectory()
+    {
+        std::string name = testing::TempDir() + "orvel-board-test-XXXXXX";
+        EXPECT_NE(mkdtemp(name.data()), nullptr);
+        path = name;
+    }
+
+    ~TemporaryDirectory()
+    {
+        std::filesystem::remove_all(path);
+    }
+
+    TemporaryDirectory(const TemporaryDirectory&) = delete;
+    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
+
+    const std::filesystem::path& Path() const
+    {
+        return path;
+    }
+
+private:
+    std::filesystem::path path;
+};
+
+// The boards of this program's tests are kept in a directory of their own, which is gone with what killed ones leave in it.
+class OwnRuntimeDirectory : public testing::Environment
+{
+public:
+    void SetUp() override
+    {
+        directory = std::make_unique<TemporaryDirectory>();
+        setenv("XDG_RUNTIME_DIR", directory->Path().c_str(), 1);
+    }
+
+    void TearDown() override
+    {
+        directory.reset();
+    }
+
+private:
+    std::unique_ptr<TemporaryDirectory> directory;
+};
+
+// The framework owns it.
+const testing::Environment* const ownRuntimeDirectory = testing::AddGlobalTestEnvironment(new OwnRuntimeDirectory);
+
+// The daemon, whose LED worker comes too early: at its first start, or at every one.
+class LosingDriver
+{
+public:
+    explicit LosingDriver(const std::string& when)
+    {
+        std::ofstream(directory.Path() / "loses");
+        std::ofstream(File()) << "#!/bin/sh\n"
+                              << "[ '" << when << "' = '*' ] || rm '" << (directory.Path() / "loses").string()
+                              << "' 2>/dev/null || exec " DRIVER " \"$@\"\n"
+                              << "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD=" EARLY_THREADS
+                                 " exec " DRIVER " \"$@\"\n";
+        std::filesystem::permissions(File(), std::filesystem::perms::owner_all);
+    }
+
+    std::string File() const
+    {
+        return directory.Path() / "orvel";
+    }
+
+private:
+    TemporaryDirectory directory;
+};
+
 TEST(BoardProgram, ProgramsOnTheBoardHearSigintAlsoInTheBackgroundOfAShell)
 {
     std::signal(SIGINT, SIG_IGN);
@@ -179,7 +274,8 @@ TEST(BoardProgram, AWrongCommandGetsOneLineAndChangesNothing)
 {
     BoardProgram board;
     ASSERT_TRUE(board->AwaitLine("link up"));
-    for (const char* const wrong : {"jump", "press hard", "telegram", "telegram 1", "telegram 2x", "quit now"})
+    for (const char* const wrong : {"jump", "press hard", "telegram", "telegram 1", "telegram 2x", "quit now",
+                                    "restart x", "kill -1", "restart 3601", "restart 1 2"})
     {
         board.Type(wrong);
         EXPECT_TRUE(board->AwaitLine("'" + std::string(wrong).substr(0, std::string(wrong).find(' ')) + "'")) << wrong;
@@ -244,6 +340,185 @@ TEST(BoardProgram, EndsWithTheStatusOfTheDaemon)
     std::vector<std::string> lines;
     EXPECT_EQ(RunOnce({"--name", Name(), "--", "--foo"}, lines), 255);
     EXPECT_THAT(lines, Contains(EndsWith("daemon ended with status 255")));
+}
+
+TEST(BoardProgram, RestartEndsTheDaemonInItsOwnWayWhileApplicationsStay)
+{
+    const auto program = StartWithLeds();
+    BoardProgram& board = *program;
+    Daemon application(
+        {BOARD, "exec", "--name", Name(), "--", "sh", "-c",
+         "echo stands; while [ -e /dev/mqueue/progButton ] || [ -e /sys/class/leds/prg1 ]; do sleep 0.01; done; "
+         "echo gone; until [ -e /dev/mqueue/progButton ]; do sleep 0.01; done; echo again"},
+        {});
+    ASSERT_TRUE(application.AwaitLine("stands"));
+    board.Type("restart 2");
+    EXPECT_TRUE(board->AwaitLine("daemon ended with status 0"));
+    EXPECT_TRUE(board->AwaitLine("daemon starts again in 2 s"));
+    EXPECT_TRUE(application.AwaitLine("gone"));
+    EXPECT_TRUE(board->AwaitLine("daemon started"));
+    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(application.AwaitLine("again"));
+    EXPECT_EQ(application.Wait(), 0);
+    EXPECT_EQ(board->Stop(), 0);
+}
+
+TEST(BoardProgram, KillLeavesTheQueuesBehindAndTakesTheLedsAway)
+{
+    const auto program = StartWithLeds();
+    BoardProgram& board = *program;
+    board.Type("kill 3600");
+    EXPECT_TRUE(board->AwaitLine("daemon ended with status 137"));
+    EXPECT_TRUE(board->AwaitLine("daemon starts again in 3600 s"));
+    std::vector<std::string> lines;
+    EXPECT_EQ(RunOnce({"exec", "--name", Name(), "--", "ls", "/dev/mqueue", "/sys/class/leds"}, lines), 0);
+    EXPECT_THAT(lines, testing::IsSupersetOf({"cemiFromLL", "cemiToLL", "progButton"}));
+    EXPECT_THAT(lines, testing::Not(Contains("prg1")));
+    EXPECT_EQ(board->Stop(), 137); // that of the daemon, which is not started again
+}
+
+TEST(BoardProgram, KillStartsTheDaemonOverTheQueuesThatWereLeft)
+{
+    BoardProgram board;
+    ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 4"));
+    board.Type("kill");
+    EXPECT_TRUE(board->AwaitLine("daemon ended with status 137"));
+    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitLine("Sended cemi message with size 4"));
+    EXPECT_EQ(board->Stop(), 0);
+}
+
+TEST(BoardProgram, OneRestartAtATime)
+{
+    BoardProgram board;
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    board.Type("kill 3600");
+    ASSERT_TRUE(board->AwaitLine("daemon starts again in 3600 s"));
+    board.Type("restart");
+    EXPECT_TRUE(board->AwaitLine("the daemon is ending, or about to start again"));
+    board.Type("quit");
+    EXPECT_EQ(board->Wait(), 137);
+}
+
+TEST(BoardProgram, EndsWithTheStatusOfADaemonThatEndsByItselfAfterARestart)
+{
+    BoardProgram board;
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    board.Type("restart");
+    ASSERT_TRUE(board->AwaitLine("daemon ended with status 0"));
+    ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 4"));
+    kill(DaemonOf(Name()), SIGKILL);
+    EXPECT_EQ(board->Wait(), 137);
+}
+
+TEST(BoardProgram, TellsThatTheLedsDidNotCome)
+{
+    const LosingDriver driver("*");
+    BoardProgram board({"--driver", driver.File()});
+    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitLine("the LEDs did not come; restart starts the daemon anew"));
+    EXPECT_EQ(board->Stop(), 0);
+}
+
+TEST(BoardProgram, SaysNothingOfLedsThatCome)
+{
+    const auto board = StartWithLeds();
+    // Longer than it takes to find that they do not.
+    EXPECT_FALSE(Await([&] { return Holds((*board)->Lines(), "LEDs did not come"); }, std::chrono::seconds(3)));
+    EXPECT_EQ((*board)->Stop(), 0);
+}
+
+TEST(BoardProgram, TheDemonstrationStartsADaemonWithoutLedsAnew)
+{
+    const LosingDriver driver("1");
+    BoardProgram board({"--driver", driver.File(), "--demo"});
+    EXPECT_TRUE(board->AwaitLine("the LEDs did not come"));
+    EXPECT_TRUE(board->AwaitLine("the daemon is started anew"));
+    EXPECT_TRUE(board->AwaitLine("LED red KNX on"));
+    EXPECT_TRUE(board->AwaitLine("that was all"));
+    EXPECT_EQ(board->Stop(), 0);
+}
+
+TEST(BoardProgram, SaysOnceWhyItsDaemonStartsAtOrdinaryPriority)
+{
+    if (Daemon({"chrt", "--fifo", "--reset-on-fork", "1", "true"}, {}).Wait() == 0)
+    {
+        GTEST_SKIP() << "it starts at real-time priority";
+    }
+    BoardProgram board;
+    EXPECT_TRUE(board->AwaitLine("daemon starts at ordinary priority (Operation not permitted)"));
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    board.Type("restart");
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    EXPECT_EQ(board->Stop(), 0);
+    const auto lines = board->Lines();
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                            [](const auto& line) { return line.find("ordinary priority") != std::string::npos; }),
+              1);
+}
+
+TEST(BoardProgram, ListTellsTheRunningBoardsAndTheirDaemons)
+{
+    BoardProgram board;
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    BoardProgram other({"--name", Name() + "-other"});
+    ASSERT_TRUE(other->AwaitLine("link up"));
+    std::ifstream name("/proc/" + std::to_string(DaemonOf(Name())) + "/comm");
+    std::string program;
+    EXPECT_TRUE(std::getline(name, program));
+    EXPECT_EQ(program, "orvel");
+    EXPECT_GT(DaemonOf(Name() + "-other"), 0);
+    board.Type("kill 3600");
+    ASSERT_TRUE(board->AwaitLine("daemon starts again"));
+    std::vector<std::string> lines;
+    EXPECT_EQ(RunOnce({"list"}, lines), 0);
+    EXPECT_THAT(lines, Contains(Name() + "  no daemon"));
+    board->Stop();
+    EXPECT_EQ(RunOnce({"list"}, lines), 0);
+    EXPECT_THAT(lines, testing::Not(Contains(StartsWith(Name() + "  "))));
+    EXPECT_EQ(other->Stop(), 0);
+}
+
+TEST(BoardProgram, AKilledBoardIsNotListedAndItsNameIsFree)
+{
+    {
+        BoardProgram board;
+        ASSERT_TRUE(board->AwaitLine("link up"));
+        board->Signal(SIGKILL);
+        board->Wait();
+    }
+    std::vector<std::string> lines;
+    EXPECT_EQ(RunOnce({"list"}, lines), 0);
+    EXPECT_THAT(lines, testing::Not(Contains(StartsWith(Name()))));
+    EXPECT_EQ(RunOnce({"exec", "--name", Name(), "--", "true"}, lines), 1);
+    BoardProgram board;
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    EXPECT_GT(DaemonOf(Name()), 0);
+    EXPECT_EQ(board->Stop(), 0);
+}
+
+TEST(BoardProgram, WhatAnotherUserHasMadeStandsForNoBoard)
+{
+    const TemporaryDirectory runtime;
+    const auto directory = runtime.Path() / "orvel-board";
+    ASSERT_TRUE(std::filesystem::create_directory(directory));
+    std::ofstream(directory / Name()) << getpid() << '\n';
+    const std::vector<std::string> exec{BOARD, "exec", "--name", Name(), "--", "true"};
+    const Daemon::Environment environment{{"XDG_RUNTIME_DIR", runtime.Path()}};
+    // Others could have made the file.
+    std::filesystem::permissions(directory, std::filesystem::perms::all);
+    Daemon inSharedDirectory(exec, environment);
+    EXPECT_EQ(inSharedDirectory.Wait(), 1);
+    EXPECT_THAT(inSharedDirectory.Lines(),
+                testing::ElementsAre(HasSubstr("orvel-board is not a directory of this user alone")));
+    std::filesystem::permissions(directory, std::filesystem::perms::owner_all);
+    if (chown(directory.c_str(), 1, 1) == 0) // not as an ordinary user
+    {
+        Daemon inDirectoryOfAnother(exec, environment);
+        EXPECT_EQ(inDirectoryOfAnother.Wait(), 1);
+        EXPECT_THAT(inDirectoryOfAnother.Lines(),
+                    testing::ElementsAre(HasSubstr("orvel-board is not a directory of this user alone")));
+    }
 }
 
 TEST(BoardProgram, PassesOptionsOnToTheDaemon)
@@ -343,6 +618,10 @@ TEST(BoardProgram, WrongOptionsGetOneLineAndStatus2)
                                                       {"exec", "--demo", "--", "true"},
                                                       {"shell", "--", "true"},
                                                       {"shell", "--plain"},
+                                                      {"list", "--plain"},
+                                                      {"--name", "a/b"},
+                                                      {"--name", "."},
+                                                      {"--name", ""},
                                                       {"--name=" + std::string(100'000, 'x')}};
     for (const auto& options : wrong)
     {

@@ -40,15 +40,15 @@ struct ProcessState
 {
     char state = 'X'; // gone
     pid_t parent = -1;
+    std::string program; // in parentheses
 };
 
 ProcessState StateOf(const std::string& process)
 {
     std::ifstream file("/proc/" + process + "/stat");
     std::string id;
-    std::string name;
     ProcessState found;
-    file >> id >> name >> found.state >> found.parent;
+    file >> id >> found.program >> found.state >> found.parent;
     return found;
 }
 
@@ -59,12 +59,13 @@ bool IsGone(pid_t process)
     return state == 'X' || state == 'Z';
 }
 
-pid_t ChildOf(pid_t parent)
+pid_t ChildOf(pid_t parent, const std::string& program = "orvel-board")
 {
     for (const auto& entry : std::filesystem::directory_iterator("/proc"))
     {
         const std::string name = entry.path().filename();
-        if (StateOf(name).parent == parent && parent != -1)
+        const ProcessState found = StateOf(name);
+        if (found.parent == parent && parent != -1 && found.program == "(" + program + ")")
         {
             return std::stoi(name);
         }
@@ -180,7 +181,7 @@ TEST_F(LiveBoard, ShowsTheBoardIn24RowsOf80Columns)
     EXPECT_EQ(rows[5], " telegrams   0 to KNX, 0 confirmed, 0 not sent; 0 from KNX, 0 lost");
     EXPECT_THAT(rows[6], StartsWith("-- telegrams ---"));
     EXPECT_THAT(rows[14], StartsWith("-- log ---"));
-    EXPECT_EQ(rows[23], " b press  u unplug  m mute  t telegram  h help  q quit");
+    EXPECT_EQ(rows[23], " b press  u unplug  m mute  t telegram  r restart  k kill  h help  q quit");
 }
 
 TEST_F(LiveBoard, NeedsNoColour)
@@ -224,6 +225,34 @@ TEST_F(LiveBoard, AKeyLetsTheCoProcessorHang)
     Await("link        up");
 }
 
+TEST_F(LiveBoard, KeysEndTheDaemonAndStartItAgain)
+{
+    StartWithLink();
+    Press("r");
+    Await("times the link came up 2");
+    Press("k");
+    Await("times the link came up 3");
+    Press("q");
+    ExpectTerminalAsBefore(0);
+}
+
+TEST_F(LiveBoard, ANumberBeforeTheKeyIsThePause)
+{
+    for (const auto& [key, status] : {std::pair("r", 0), std::pair("k", 137)})
+    {
+        StartWithLink();
+        Await("Buttons: Programming button since boot was"); // it has its handler for SIGINT
+        Press("3600");
+        Await(" after 3600 s:  r restart  k kill");
+        Press(key);
+        Await("daemon ended with status " + std::to_string(status));
+        Await("daemon starts again in 3600 s");
+        Await("q quit");
+        Press("q");
+        ExpectTerminalAsBefore(status);
+    }
+}
+
 TEST_F(LiveBoard, ATelegramIsTypedAndShownInWords)
 {
     StartWithLink();
@@ -260,6 +289,7 @@ TEST_F(LiveBoard, HelpComesAndGoes)
     StartWithLink();
     Press("h");
     Await(" b  press the programming button, or let it go");
+    Await("'orvel-board shell --name " + Name() + "'");
     Press("h");
     Await("-- telegrams");
 }
@@ -269,8 +299,10 @@ TEST_F(LiveBoard, FollowsTheSizeOfTheTerminal)
     StartWithLink();
     window->Resize(40, 120);
     Await("co-processor running");
-    EXPECT_TRUE(
-        ::Await([&] { return window->Rows().back() == " b press  u unplug  m mute  t telegram  h help  q quit"; }));
+    EXPECT_TRUE(::Await(
+        [&] {
+            return window->Rows().back() == " b press  u unplug  m mute  t telegram  r restart  k kill  h help  q quit";
+        }));
     EXPECT_THAT(window->Rows(), SizeIs(40));
     for (const int size : {1, 2, 5, 7, 10})
     {
@@ -342,7 +374,7 @@ TEST_F(LiveBoard, EndsWithTheDaemonAndSaysWhatItSaidLast)
     EXPECT_THAT(window->Rows(), Contains("daemon ended with status 255"));
 
     StartWithLink();
-    kill(ChildOf(Board()), SIGKILL);
+    kill(ChildOf(Board(), "orvel"), SIGKILL);
     ExpectTerminalAsBefore(128 + SIGKILL);
     EXPECT_THAT(window->Rows(), Contains("daemon ended with status 137"));
 }

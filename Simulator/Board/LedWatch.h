@@ -1,0 +1,36 @@
+#pragma once
+
+#include <sys/types.h>
+
+namespace Simulator
+{
+
+/// What the board tells, and the demonstration looks for.
+constexpr const char* LedsDidNotCome = "the LEDs did not come; restart starts the daemon anew";
+
+/// Looks whether a daemon that has just started will have LEDs. On a busy machine its LED worker can come before the table of
+/// LEDs is filled, serves none then, and says nothing.
+class LedWatch
+{
+public:
+    enum class Finding
+    {
+        NotYet,
+        TheyCome,
+        TheyDoNot
+    };
+
+    explicit LedWatch(pid_t daemonProcess)
+        : daemon(daemonProcess)
+    {
+    }
+
+    /// One look, to be taken every period of the daemon's workers until there is a finding.
+    Finding Look();
+
+private:
+    pid_t daemon;
+    int looksWithout = 0;
+};
+
+} // namespace Simulator
