@@ -13,6 +13,14 @@ benchmark_packages="libbenchmark-dev strace gnuplot-nox binutils"
 fuzz_packages="clang libclang-rt-dev"
 package_packages="debhelper dpkg-dev lintian"
 
+# with_log COMMAND...: runs it with $log, a file for what its programs say, which goes with it.
+with_log() (
+  log=$(mktemp)
+  trap 'rm -f "$log"' EXIT
+  trap 'exit 1' HUP INT TERM
+  "$@"
+)
+
 # need_packages PACKAGE...: installs those that are missing.
 need_packages() {
   command -v apt-get >/dev/null || { say "no apt-get here: taking it that these are installed: $*"; return; }
@@ -27,17 +35,26 @@ need_packages() {
     command -v sudo >/dev/null || die "missing packages; as root: apt-get install$missing"
   fi
   say "installing$missing"
-  log=$(mktemp)
-  # shellcheck disable=SC2086 # lists of words
-  if ! { $root apt-get update && $root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $missing; } >"$log" 2>&1; then
-    tail -n 5 "$log" >&2
-    rm -f "$log"
-    die "cannot install$missing"
-  fi
-  rm -f "$log"
+  with_log install_missing || exit 1
 }
 
-need_fuse() { [ -c /dev/fuse ] || die "there is no /dev/fuse, which the simulated board needs: modprobe fuse"; }
+install_missing() {
+  # shellcheck disable=SC2086 # lists of words
+  { $root apt-get update && $root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $missing; } >"$log" 2>&1 || {
+    tail -n 5 "$log" >&2
+    die "cannot install$missing"
+  }
+}
+
+# need_board: what the simulated board needs and no package brings.
+need_board() {
+  [ -c /dev/fuse ] || die "there is no /dev/fuse, which the simulated board needs: modprobe fuse"
+  (: <>/dev/fuse) 2>/dev/null || die "/dev/fuse, which the simulated board needs, is not readable and writable for this user"
+  command -v unshare >/dev/null || return 0 # the board itself will tell
+  unshare --user --map-root-user --mount --ipc true 2>/dev/null && return 0
+  [ "$(id -u)" = 0 ] || die "the simulated board needs a user namespace, and this system gives an ordinary user none (see the sysctl user.max_user_namespaces and the rules of its security module); run as root instead"
+  unshare --mount --ipc true 2>/dev/null || die "the simulated board needs mount and IPC namespaces, and this system gives none"
+}
 
 # build PRESET [CMAKE OPTION...]: configures and builds into build/PRESET, whatever was configured there before; everything,
 # or the targets in $build_targets.
@@ -45,15 +62,17 @@ build() {
   preset=$1
   shift
   say "building ($preset)"
-  cmake --preset "$preset" -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DORVEL_BENCHMARKS=OFF -DNEMT_LIBRARY= ${ORVEL_REVISION:+-DORVEL_REVISION="$ORVEL_REVISION"} "$@" >"/tmp/orvel-configure.$$" 2>&1 || {
-    tail -n 20 "/tmp/orvel-configure.$$" >&2
-    rm -f "/tmp/orvel-configure.$$"
-    die "cannot configure"
-  }
-  grep -E -- '^-- log4cplus' "/tmp/orvel-configure.$$" || true
-  rm -f "/tmp/orvel-configure.$$"
+  with_log configure "$@" || exit 1
   # shellcheck disable=SC2086 # a list of words
   cmake --build --preset "$preset" ${build_targets:+--target $build_targets} || die "cannot build"
+}
+
+configure() {
+  cmake --preset "$preset" -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DORVEL_BENCHMARKS=OFF -DNEMT_LIBRARY= ${ORVEL_REVISION:+-DORVEL_REVISION="$ORVEL_REVISION"} "$@" >"$log" 2>&1 || {
+    tail -n 20 "$log" >&2
+    die "cannot configure"
+  }
+  grep -E -- '^-- log4cplus' "$log" || true
 }
 
 # describe_build: into build/tidy, for programs that read the sources, how each is compiled. Headers that GCC has compiled
