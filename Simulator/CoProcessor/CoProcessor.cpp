@@ -96,7 +96,6 @@ void CoProcessor::SetResetLine(bool high)
         outgoing.clear();
         ++resets;
         hung = false;
-        pressedSinceBoot = false;
         leds.fill(0);
         rs485Termination = 0;
         events.Add("reset line low");
@@ -247,6 +246,7 @@ void CoProcessor::BootWhenDue()
     if (state == State::Booting && Clock::now() >= bootsAt)
     {
         state = State::Running;
+        pressedSinceBoot = buttonPressed; // its first look at the button
         events.Add("co-processor booted");
     }
 }

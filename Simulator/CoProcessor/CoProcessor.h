@@ -42,11 +42,12 @@ public:
     CoProcessor(const CoProcessor&) = delete;
     CoProcessor& operator=(const CoProcessor&) = delete;
 
-    /// While the line is low it is held in reset. When it goes high it boots and has forgotten its LEDs, a press of the
+    /// While the line is low it is held in reset. When it goes high it boots and has forgotten its LEDs, the presses of the
     /// button and the session with the driver, and a hang is over.
     void SetResetLine(bool high);
 
-    /// A press is reported, and remembered until the next reset. False when the button was so already.
+    /// A press is reported, and counts as one since boot until the next reset. A button that is held while it boots counts
+    /// as well, and is not reported. False when the button was so already.
     bool SetButton(bool pressed);
 
     /// Pulls or plugs its serial line; false when it is so already.

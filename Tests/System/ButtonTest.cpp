@@ -56,6 +56,21 @@ TEST_F(Button, APressSinceBootArrivesThreeTimes)
     EXPECT_EQ(daemon.Stop(), 0);
 }
 
+TEST_F(Button, AButtonThatIsHeldWhileTheDaemonStartsArrivesThreeTimes)
+{
+    TheCoProcessor().SetButton(true);
+    Daemon daemon;
+    ASSERT_TRUE(AwaitFromStart(daemon, "DEBUG Buttons Programming button since boot was: pressed"));
+    const Queue queue("/progButton", Queue::For::Reading);
+    for (int time = 0; time < 3; ++time)
+    {
+        EXPECT_EQ(queue.Receive(), Pressed);
+    }
+    TheCoProcessor().SetButton(false);
+    EXPECT_EQ(queue.Receive(), Released);
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
 TEST_F(Button, EachOfSeveralQueuesGetsEachEventAndTheDefaultQueueIsNotKeptBesideThem)
 {
     Daemon daemon({"-p", "/one", "--prog_button_message_queue", "/two"});
