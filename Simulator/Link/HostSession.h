@@ -25,10 +25,11 @@ public:
     void Stop();
 
     /// Tells of a valid frame from the co-processor.
-    void OnFrame(const Wire::Frame& frame);
+    void OnFrame(const Wire::Frame& frame, Clock::time_point now);
 
-    /// To be called at NextTime() or later. Returns what has to be sent now, if anything. The link goes down here when
-    /// the co-processor was silent for too long.
+    /// To be called at NextTime() or later, when all that had come by `now` has been told. Returns what has to be sent
+    /// now, if anything. The link goes down here when the co-processor was silent for too long: for five pings, which
+    /// is a second, or for 25 where the machine was busy in the last minute.
     std::optional<Wire::Frame> OnTime(Clock::time_point now);
 
     /// When OnTime has something to do, nothing while there is no session.
@@ -53,12 +54,16 @@ private:
         Up,
     };
 
+    void NoteDelay(Clock::duration delay, Clock::time_point now);
+
     State state = State::Down;
     uint32_t number; // of the session
     Clock::time_point next;
     Clock::time_point deadline; // while starting
     bool heard = false;         // since the last ping
     int silentPeriods = 0;
+    std::optional<Clock::time_point> asked; // the first ping that nothing has been heard since
+    Clock::time_point busyUntil;
 };
 
 } // namespace Simulator

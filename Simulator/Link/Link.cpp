@@ -186,8 +186,9 @@ void Link::ThreadFunction()
 {
     while (TakeRequest())
     {
-        WaitAndReceive(); // before the silence is measured
-        KeepTime();
+        const auto now = Clock::now();
+        WaitAndReceive();
+        KeepTime(now); // what had come by then has been received before the silence is judged
         SendMessages();
         if (!port.IsOpen() && session.IsUp()) // a session that is starting goes on trying until its time is over
         {
@@ -259,7 +260,7 @@ void Link::WaitAndReceive()
 
 void Link::OnFrame(const Wire::Frame& frame)
 {
-    session.OnFrame(frame);
+    session.OnFrame(frame, Clock::now());
     ReportState(); // the listeners learn of the link before they get its first message
     if (frame.kind == Wire::Kind::Message && session.IsUp())
     {
@@ -270,9 +271,9 @@ void Link::OnFrame(const Wire::Frame& frame)
     }
 }
 
-void Link::KeepTime()
+void Link::KeepTime(Clock::time_point now)
 {
-    const std::optional<Wire::Frame> frame = session.OnTime(Clock::now());
+    const std::optional<Wire::Frame> frame = session.OnTime(now);
     if (!frame)
     {
         return;

@@ -80,7 +80,7 @@ private:
     int PollTimeout() const;
     void WaitAndReceive();
     void OnFrame(const Wire::Frame& frame);
-    void KeepTime();
+    void KeepTime(Clock::time_point now);
     void SendMessages();
     std::optional<Wire::Frame> Dequeue();
     void ReportState();
