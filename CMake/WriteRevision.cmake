@@ -1,4 +1,4 @@
-# Writes OUTPUT: the full hash of HEAD of the git checkout SOURCE_DIR, or outside a checkout the given REVISION.
+# Writes OUTPUT, which defines BuildRevision of NAMESPACE: the full hash of HEAD of the git checkout SOURCE_DIR, or outside a checkout the given REVISION.
 set(hash "")
 find_program(git git)
 if(git)
@@ -21,7 +21,10 @@ if(NOT length EQUAL 40 OR NOT hash MATCHES "^[0-9a-f]+$")
     "of 40 lower-case hexadecimal digits. Configure with -DORVEL_REVISION=HASH.")
 endif()
 
-set(text "#include \"Revision.h\"\n\nnamespace OrvelDriver\n{\n\nconst char* const BuildRevision = \"${hash}\";\n\n} // namespace OrvelDriver\n")
+string(CONCAT text
+  "namespace ${NAMESPACE}\n{\n\n"
+  "extern const char* const BuildRevision;\nconst char* const BuildRevision = \"${hash}\";\n\n"
+  "} // namespace ${NAMESPACE}\n")
 if(EXISTS ${OUTPUT})
   file(READ ${OUTPUT} written)
 endif()

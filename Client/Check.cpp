@@ -3,6 +3,7 @@
 #include "CheckDevices.h"
 #include "CheckProgram.h"
 #include "CheckQueues.h"
+#include "CheckRunning.h"
 #include "Output.h"
 
 #include <array>
@@ -29,7 +30,7 @@ bool Check(const CheckOptions& options)
 {
     // In the order in which the daemon needs it.
     Findings findings = CheckProgram(options.driver);
-    for (const Findings& more : {CheckDevices(options.resetGpio), CheckQueues(options.buttonQueues)})
+    for (const Findings& more : {CheckDevices(options.resetGpio), CheckQueues(options.buttonQueues), CheckRunning()})
     {
         findings.insert(findings.end(), more.begin(), more.end());
     }

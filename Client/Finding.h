@@ -12,7 +12,7 @@ struct Finding
     enum class Level
     {
         Ok,
-        Warning, ///< the daemon starts, but not all of it will work
+        Warning, ///< the daemon starts, but not all will work
         Failure  ///< the daemon does not start
     };
 

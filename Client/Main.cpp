@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "Options.h"
 #include "Output.h"
+#include "Version.h"
 
 #include <csignal>
 #include <cstdio>
@@ -19,6 +20,9 @@ Status Run(const Options& options)
     {
     case Options::Command::Help:
         Output().Write(options.help);
+        break;
+    case Options::Command::Version:
+        Output().Write(OrvelVersion::VersionText("orvelctl"));
         break;
     case Options::Command::Send:
         Send(options.send);

@@ -37,7 +37,8 @@ constexpr const char* GeneralHelp = "Talks to the orvel daemon as an application
                                     "\n"
                                     "'orvelctl COMMAND --help' has the options of a command.\n"
                                     "\n"
-                                    "  -h, --help  Print this help message and exit.\n";
+                                    "  -h, --help     Print this help message and exit.\n"
+                                    "  -v, --version  Print version and revision and exit.\n";
 
 constexpr std::size_t MaxArgument = 4096; // bytes; the parser takes stack for each
 
@@ -446,6 +447,11 @@ Options ParseOptions(int argc, const char* const* argv)
     if (first == "-h" || first == "--help")
     {
         options.help = GeneralHelp;
+        return options;
+    }
+    if (first == "-v" || first == "--version")
+    {
+        options.command = Options::Command::Version;
         return options;
     }
     const auto* const command = std::find_if(Commands.begin(), Commands.end(),

@@ -19,6 +19,7 @@ struct Options
     enum class Command
     {
         Help,
+        Version,
         Send,
         Monitor,
         Replay,

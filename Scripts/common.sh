@@ -79,6 +79,6 @@ configure() {
 # before are not for them.
 describe_build() {
   cmake --preset debug -B build/tidy -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DORVEL_BENCHMARKS=ON -DNEMT_LIBRARY= \
-    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null && cmake --build build/tidy --target OrvelComponentsRevision >/dev/null ||
+    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null && cmake --build build/tidy --target OrvelComponentsRevision OrvelVersionRevision >/dev/null ||
     die "cannot configure"
 }

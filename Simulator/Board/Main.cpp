@@ -12,6 +12,7 @@
 #include "StopSignals.h"
 #include "Terminal.h"
 #include "TerminalGuard.h"
+#include "Version.h"
 
 #include <unistd.h>
 
@@ -229,6 +230,9 @@ int main(int argc, char** argv)
         {
         case Options::Mode::Help:
             std::printf("%s\n%s\n", options.help.c_str(), Commands::Help().c_str());
+            return EXIT_SUCCESS;
+        case Options::Mode::Version:
+            std::printf("%s", OrvelVersion::VersionText("orvel-board").c_str());
             return EXIT_SUCCESS;
         case Options::Mode::Exec:
             RunOnBoard(options);

@@ -31,6 +31,7 @@ cxxopts::Options Definitions()
     // clang-format off
     definitions.add_options()
         ("h,help", "Print this help message and exit.")
+        ("v,version", "Print version and revision and exit.")
         ("demo", "First show a telegram each way, an LED, the button and a recovered link.")
         ("plain", "Write what happens line by line and read commands, as is done without a terminal.")
         ("name", "Name of the board, to have several and to find them with exec and shell, default is: board",
@@ -110,6 +111,11 @@ Options ParseOptions(int argc, const char* const* argv)
         {
             options.mode = Options::Mode::Help;
             options.help = definitions.help();
+            return options;
+        }
+        if (given.count("version") != 0)
+        {
+            options.mode = Options::Mode::Version;
             return options;
         }
         const auto takeOver = [&given](const char* option, auto& setting)

@@ -18,7 +18,8 @@ struct Options
         Run,  ///< start the board and the daemon
         Exec, ///< run `command` on a running board, which may be a shell
         List, ///< tell the running boards
-        Help
+        Help,
+        Version
     };
 
     Mode mode = Mode::Run;

@@ -21,8 +21,10 @@
 #include <string>
 
 using testing::Contains;
+using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::StartsWith;
 
 namespace
@@ -588,7 +590,7 @@ TEST(BoardProgram, ExecPassesTheWorkingDirectoryOn)
     std::vector<std::string> lines;
     EXPECT_EQ(RunOnce({"exec", "--name", Name(), "--", "pwd"}, lines), 0);
     std::array<char, 4096> here{};
-    EXPECT_THAT(lines, testing::ElementsAre(getcwd(here.data(), here.size())));
+    EXPECT_THAT(lines, ElementsAre(getcwd(here.data(), here.size())));
     EXPECT_EQ(board->Stop(), 0);
 }
 
@@ -598,7 +600,7 @@ TEST(BoardProgram, TwoBoardsOfOneNameAreRefusedAndOfTwoNamesRunBesideEachOther)
     EXPECT_TRUE(board->AwaitLine("link up"));
     std::vector<std::string> lines;
     EXPECT_EQ(RunOnce({"--name", Name()}, lines), 1);
-    EXPECT_THAT(lines, testing::ElementsAre(HasSubstr("is running already")));
+    EXPECT_THAT(lines, ElementsAre(HasSubstr("is running already")));
     BoardProgram other({"--name", Name() + "-other"});
     EXPECT_TRUE(other->AwaitLine("link up"));
     EXPECT_EQ(other->Stop(), 0);
@@ -627,7 +629,7 @@ TEST(BoardProgram, WrongOptionsGetOneLineAndStatus2)
     {
         std::vector<std::string> lines;
         EXPECT_EQ(RunOnce(options, lines), 2) << options.front();
-        EXPECT_THAT(lines, testing::ElementsAre(StartsWith("orvel-board: "))) << options.front();
+        EXPECT_THAT(lines, ElementsAre(StartsWith("orvel-board: "))) << options.front();
     }
 }
 
@@ -641,7 +643,7 @@ TEST(BoardProgram, MissingProgramsAndBoardsGetOneLineAndStatus1)
     {
         std::vector<std::string> lines;
         EXPECT_EQ(RunOnce(options, lines), 1) << options[1];
-        EXPECT_THAT(lines, testing::ElementsAre(StartsWith("orvel-board: "))) << options[1];
+        EXPECT_THAT(lines, ElementsAre(StartsWith("orvel-board: "))) << options[1];
     }
 }
 
@@ -651,6 +653,17 @@ TEST(BoardProgram, HelpListsOptionsAndCommands)
     EXPECT_EQ(RunOnce({"--help"}, lines), 0);
     EXPECT_THAT(lines, Contains(HasSubstr("--demo")));
     EXPECT_THAT(lines, Contains(StartsWith("unplug ")));
+}
+
+TEST(BoardProgram, TellsVersionAndRevision)
+{
+    for (const char* const option : {"--version", "-v"})
+    {
+        std::vector<std::string> lines;
+        EXPECT_EQ(RunOnce({option}, lines), 0);
+        EXPECT_THAT(lines,
+                    ElementsAre(MatchesRegex("orvel-board [0-9]+\\.[0-9]+\\.[0-9]+ \\(revision [0-9a-f]{40}\\)")));
+    }
 }
 
 } // namespace

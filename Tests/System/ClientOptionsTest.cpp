@@ -1,6 +1,7 @@
 // The options of orvelctl.
 
 #include "ClientProgram.h"
+#include "OnBoard.h"
 
 #include <gmock/gmock.h>
 
@@ -32,6 +33,24 @@ TEST(ClientOptions, HelpOfACommandListsItsOptions)
             EXPECT_THAT(outcome.lines, Contains(StartsWith("  -h, --help ")));
             EXPECT_THAT(outcome.lines, Contains(StartsWith(std::string("  orvelctl ") + command + " [OPTION...]")));
         }
+    }
+}
+
+using ClientOptionsOnBoard = OnBoard;
+
+TEST_F(ClientOptionsOnBoard, VersionIsThatOfTheTreeWithTheRevisionThatTheDaemonTells)
+{
+    Daemon daemon({"--version"});
+    ASSERT_TRUE(Await([&] { return !daemon.Lines().empty(); }));
+    const std::string line = daemon.Lines().front();
+    EXPECT_TRUE(AwaitEvent("reset line low")); // it can be stopped now
+    EXPECT_EQ(daemon.Stop(), 0);
+    ASSERT_EQ(line.rfind("Version ", 0), 0U) << line;
+    for (const char* const option : {"--version", "-v"})
+    {
+        const Outcome outcome = RunClient({option});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_THAT(outcome.lines, ElementsAre("orvelctl " VERSION " (revision " + line.substr(8) + ")"));
     }
 }
 
