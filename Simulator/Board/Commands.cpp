@@ -12,8 +12,7 @@ namespace Simulator
 namespace
 {
 
-constexpr std::size_t MaxPause = 3600;    // seconds
-constexpr std::size_t MaxTelegram = 1024; // bytes; the line's own limit, beyond that of the driver, which tests need
+constexpr std::size_t MaxPause = 3600; // seconds
 
 std::string WithoutMargin(const std::string& text)
 {
@@ -94,8 +93,8 @@ std::string Commands::Help()
 
 std::string Commands::InjectTelegram(const std::string& hex)
 {
-    const auto telegram = FromHex(hex);
-    if (!telegram || telegram->empty() || telegram->size() > MaxTelegram)
+    const auto telegram = TelegramFromHex(hex);
+    if (!telegram)
     {
         return "'telegram' takes 1 to " + std::to_string(MaxTelegram) +
                " bytes of two hexadecimal digits each; spaces and colons may stand between them";

@@ -1,6 +1,7 @@
 #include "Hex.h"
 
 #include <cctype>
+#include <utility>
 
 namespace Simulator
 {
@@ -55,6 +56,12 @@ std::optional<Bytes> FromHex(const std::string& text)
         position += 2;
     }
     return bytes;
+}
+
+std::optional<Bytes> TelegramFromHex(const std::string& text)
+{
+    auto telegram = FromHex(text);
+    return telegram && !telegram->empty() && telegram->size() <= MaxTelegram ? std::move(telegram) : std::nullopt;
 }
 
 } // namespace Simulator

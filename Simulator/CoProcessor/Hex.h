@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,5 +16,10 @@ std::string ToHex(const Bytes& bytes);
 
 /// Two digits a byte; spaces and colons may stand between bytes. Nothing when `text` is anything else.
 std::optional<Bytes> FromHex(const std::string& text);
+
+constexpr std::size_t MaxTelegram = 1024; ///< bytes; the line's own limit, beyond that of the driver, which tests need
+
+/// A telegram as a person types it: 1 to MaxTelegram bytes. Nothing when `text` is anything else.
+std::optional<Bytes> TelegramFromHex(const std::string& text);
 
 } // namespace Simulator

@@ -1,5 +1,7 @@
 #include "LiveBoard.h"
 
+#include "Hex.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -344,7 +346,10 @@ void LiveBoard::OnPromptKey(int key)
     case Terminal::Enter:
         telegram = typed;
         Type("telegram " + typed);
-        view.prompt.reset();
+        if (TelegramFromHex(typed)) // otherwise the answer tells what is wrong, and the text stays to be corrected
+        {
+            view.prompt.reset();
+        }
         break;
     case Terminal::Escape:
         view.prompt.reset();

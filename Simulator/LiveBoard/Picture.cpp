@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <climits>
 #include <cstdio>
+#include <cwchar>
+#include <numeric>
 
 namespace Simulator
 {
@@ -15,9 +18,34 @@ constexpr int FirstListRow = 6; // behind the state
 constexpr int LeftColumn = 1;
 constexpr int ValueColumn = 13;
 
-char Printable(char character)
+struct Glyph
 {
-    return character >= ' ' && character <= '~' ? character : '?';
+    wchar_t character;
+    int columns; // that it takes
+};
+
+// What is no character of the locale, or none that can be shown, becomes '?'. Marks on the character before are left out.
+std::vector<Glyph> Glyphs(const std::string& text)
+{
+    std::vector<Glyph> glyphs;
+    std::mbstate_t state{};
+    for (std::size_t position = 0; position < text.size();)
+    {
+        wchar_t character = 0;
+        const std::size_t size = std::mbrtowc(&character, &text[position], text.size() - position, &state);
+        const bool isCharacter = size >= 1 && size <= text.size() - position;
+        const int columns = isCharacter ? wcwidth(character) : -1;
+        if (!isCharacter)
+        {
+            state = {};
+        }
+        if (columns != 0)
+        {
+            glyphs.push_back(columns > 0 ? Glyph{character, columns} : Glyph{L'?', 1});
+        }
+        position += isCharacter ? size : 1;
+    }
+    return glyphs;
 }
 
 // "  12.345"
@@ -163,18 +191,30 @@ const Picture::Cell& Picture::At(int row, int column) const
                     static_cast<std::size_t>(column));
 }
 
+Picture::Cell& Picture::CellAt(int row, int column)
+{
+    return cells[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) + static_cast<std::size_t>(column)];
+}
+
 int Picture::Put(int row, int column, const std::string& text, Style style)
 {
-    const int end = column + static_cast<int>(text.size());
+    const std::vector<Glyph> glyphs = Glyphs(text);
+    const int end = std::accumulate(glyphs.begin(), glyphs.end(), column,
+                                    [](int sum, const Glyph& glyph) { return sum + glyph.columns; });
     if (row < 0 || row >= rows)
     {
         return end;
     }
-    for (int position = std::max(column, 0); position < std::min(end, columns); ++position)
+    for (const Glyph& glyph : glyphs)
     {
-        const bool cut = position == columns - 1 && end > columns;
-        cells[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) + static_cast<std::size_t>(position)] =
-            {cut ? '>' : Printable(text[static_cast<std::size_t>(position - column)]), style};
+        const int behind = column + glyph.columns;
+        for (int position = std::max(column, 0); position < std::min(behind, columns); ++position)
+        {
+            const bool cut = end > columns && behind >= columns; // no more fits, or not even this one
+            const wchar_t character = position == column ? glyph.character : L'\0';
+            CellAt(row, position) = {cut ? (position == columns - 1 ? L'>' : L' ') : character, style};
+        }
+        column = behind;
     }
     return end;
 }
@@ -188,9 +228,15 @@ void Picture::PutBar(int row, const std::string& text, Style style)
 std::string Picture::Text(int row) const
 {
     std::string text;
+    std::mbstate_t state{};
     for (int column = 0; column < columns; ++column)
     {
-        text += At(row, column).character;
+        if (const wchar_t character = At(row, column).character; character != 0)
+        {
+            std::array<char, MB_LEN_MAX> bytes{};
+            const std::size_t size = std::wcrtomb(bytes.data(), character, &state);
+            text.append(bytes.data(), size <= bytes.size() ? size : 0);
+        }
     }
     text.erase(text.find_last_not_of(' ') + 1);
     return text;

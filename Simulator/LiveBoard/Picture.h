@@ -22,13 +22,13 @@ enum class Style : uint8_t
     Orange
 };
 
-/// Characters and their styles in rows and columns, all of them printable ASCII.
+/// Characters and their styles in rows and columns. Which characters can be shown is the matter of the locale (LC_CTYPE).
 class Picture
 {
 public:
     struct Cell
     {
-        char character = ' ';
+        wchar_t character = L' '; ///< 0 behind one that takes two columns
         Style style = Style::Plain;
     };
 
@@ -45,7 +45,8 @@ public:
 
     const Cell& At(int row, int column) const;
 
-    /// What does not fit is left out, and its last column says so with a '>'. Returns the column behind the text.
+    /// What does not fit is left out, and its last column says so with a '>'; a '?' stands for what cannot be shown. Returns
+    /// the column behind the text.
     int Put(int row, int column, const std::string& text, Style style = Style::Plain);
 
     /// The whole row, with `text` at its beginning.
@@ -55,6 +56,8 @@ public:
     std::string Text(int row) const;
 
 private:
+    Cell& CellAt(int row, int column);
+
     int rows;
     int columns;
     std::vector<Cell> cells;

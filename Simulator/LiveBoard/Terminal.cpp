@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <clocale>
 #include <stdexcept>
 
 namespace Simulator
@@ -39,6 +40,12 @@ void StartColours()
     init_pair(YellowPair, many ? short{226} : short{COLOR_YELLOW}, -1);
     init_pair(GreenPair, COLOR_GREEN, -1);
     init_pair(OrangePair, many ? Orange : short{COLOR_RED}, -1);
+}
+
+screen* OpenScreen()
+{
+    std::setlocale(LC_CTYPE, ""); // the characters that the user's terminal has
+    return newterm(nullptr, stdout, stdin);
 }
 
 chtype AttributesOf(Style style)
@@ -86,7 +93,7 @@ bool Terminal::IsThere()
 }
 
 Terminal::Terminal()
-    : handle(newterm(nullptr, stdout, stdin))
+    : handle(OpenScreen())
 {
     if (handle == nullptr)
     {
@@ -125,7 +132,11 @@ void Terminal::Show(const Picture& picture)
         for (int column = 0; column < picture.Columns(); ++column)
         {
             const auto& cell = picture.At(row, column);
-            mvaddch(row, column, static_cast<unsigned char>(cell.character) | AttributesOf(cell.style));
+            if (cell.character != 0)
+            {
+                attrset(static_cast<int>(AttributesOf(cell.style)));
+                mvaddnwstr(row, column, &cell.character, 1);
+            }
         }
     }
     refresh();

@@ -57,8 +57,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
         {
             for (int column = 0; column < picture.Columns(); ++column)
             {
-                const char character = picture.At(row, column).character;
-                Fuzz::Expect("a character that can be shown", character >= ' ' && character <= '~');
+                const wchar_t character = picture.At(row, column).character;
+                Fuzz::Expect("a character that can be shown", character >= L' ' && character <= L'~');
             }
         }
     }

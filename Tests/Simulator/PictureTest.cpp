@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <clocale>
 #include <string>
 #include <vector>
 
@@ -120,6 +121,45 @@ TEST(Picture, NothingThatIsNoCharacterReachesTheTerminal)
     state.OnDaemonLine(1s, "a\033[2Jb\tc\xC3\xA4\x7F");
     EXPECT_EQ(Rows(Draw(state, {"\033]0;board", false, {}}, 24, 80))[15], "    1.000 a?[2Jb?c???");
     EXPECT_EQ(Rows(Draw(state, {"\033]0;board", false, {}}, 24, 80))[0], " orvel-board: ?]0;board");
+}
+
+// Restores the locale that the other tests have.
+class WithUtf8
+{
+public:
+    WithUtf8()
+    {
+        EXPECT_NE(std::setlocale(LC_CTYPE, "C.UTF-8"), nullptr);
+    }
+
+    ~WithUtf8()
+    {
+        std::setlocale(LC_CTYPE, before.c_str());
+    }
+
+    WithUtf8(const WithUtf8&) = delete;
+    WithUtf8& operator=(const WithUtf8&) = delete;
+
+private:
+    const std::string before = std::setlocale(LC_CTYPE, nullptr);
+};
+
+TEST(Picture, ShowsCharactersBeyondAsciiWhereTheLocaleHasThem)
+{
+    const std::string kitchen = "K\u00fcche";
+    const std::string board = "\u677f"; // takes two columns
+    EXPECT_EQ(Draw({}, {kitchen, false, {}}, 24, 80).Text(0), " orvel-board: K??che");
+    const WithUtf8 locale;
+    EXPECT_EQ(Draw({}, {kitchen, false, {}}, 24, 80).Text(0), " orvel-board: " + kitchen);
+    EXPECT_EQ(Draw({}, {"Ku\u0308che", false, {}}, 24, 80).Text(0), " orvel-board: Kuche") << "a mark of its own";
+    EXPECT_EQ(Draw({}, {"\u202e\xc2\x9bx\xfc", false, {}}, 24, 80).Text(0), " orvel-board: ?x?") << "no characters";
+    Picture picture(1, 4);
+    EXPECT_EQ(picture.Put(0, 0, board + board), 4);
+    EXPECT_EQ(picture.Text(0), board + board);
+    EXPECT_EQ(picture.Put(0, 0, "a" + board + board), 5);
+    EXPECT_EQ(picture.Text(0), "a" + board + ">");
+    EXPECT_EQ(picture.Put(0, 0, "ab" + board + board), 6);
+    EXPECT_EQ(picture.Text(0), "ab >");
 }
 
 TEST(Picture, HelpTakesThePlaceOfTheLists)

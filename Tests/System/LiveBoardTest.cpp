@@ -184,6 +184,15 @@ TEST_F(LiveBoard, ShowsTheBoardIn24RowsOf80Columns)
     EXPECT_EQ(rows[23], " b press  u unplug  m mute  t telegram  r restart  k kill  h help  q quit");
 }
 
+TEST_F(LiveBoard, ShowsANameAsItIsWhereTheTerminalHasItsCharacters)
+{
+    const std::string name = "K\u00fcche-" + std::to_string(getpid());
+    StartWithLink("--name " + name, "LC_ALL=C.UTF-8");
+    Await(" orvel-board: " + name);
+    StartWithLink("--name " + name, "LC_ALL=C");
+    Await(" orvel-board: K??che-");
+}
+
 TEST_F(LiveBoard, NeedsNoColour)
 {
     StartWithLink("", "TERM=vt100");
@@ -268,16 +277,21 @@ TEST_F(LiveBoard, ATelegramIsTypedAndShownInWords)
     Await("value=0x00");
 }
 
-TEST_F(LiveBoard, AWrongTelegramIsAnsweredAndOneCanBeGivenUp)
+TEST_F(LiveBoard, AWrongTelegramIsAnsweredAndStaysToBeCorrectedOrGivenUp)
 {
     StartWithLink();
     Press("t");
-    Press("C-u");
     Press("x");
     Press("Enter");
     Await("'telegram' takes 1 to 1024 bytes");
+    Await("telegram (Enter, Esc): 29 00 bc e0 11 01 0a 03 01 00 81x_");
+    Press("BSpace");
+    Press("Enter");
+    Await("1 from KNX, 0 lost");
     Press("t");
-    Await("telegram (Enter, Esc): x_");
+    Press("C-u");
+    Press("Enter");
+    Await("telegram (Enter, Esc): _");
     Press("Escape");
     Await(" b press  u unplug");
     Press("q");
