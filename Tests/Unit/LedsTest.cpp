@@ -7,13 +7,16 @@
 #include "ScriptedUleds.h"
 #include "Workers.h"
 
-#include <log4cplus/hierarchy.h>
-
 #include <fcntl.h>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <map>
+#include <memory>
+#include <new>
 #include <optional>
+#include <type_traits>
 
 namespace
 {
@@ -34,6 +37,14 @@ Bytes Record(const std::string& name)
     record.resize(64);
     record.insert(record.end(), {100, 0, 0, 0});
     return record;
+}
+
+// Two loggers of one name are the same bytes: each is nothing but a reference.
+template<std::size_t Size>
+bool HasCopy(const std::array<std::byte, Size>& room, const log4cplus::Logger& logger)
+{
+    const auto* const bytes = reinterpret_cast<const std::byte*>(&logger);
+    return std::search(room.begin(), room.end(), bytes, bytes + sizeof(logger)) != room.end();
 }
 
 class Leds : public ComponentTest
@@ -74,6 +85,11 @@ protected:
     ScriptedPoll polls;
     std::optional<OrvelDriver::Leds> leds;
 };
+
+TEST_F(Leds, HasNoVirtualFunction)
+{
+    EXPECT_FALSE(std::is_polymorphic_v<OrvelDriver::Leds>);
+}
 
 // Registration
 
@@ -592,6 +608,23 @@ TEST_F(Leds, FailsTheSameBelowItsLoggersLevel)
     EXPECT_EQ(log->Lines(), Texts{});
 }
 
+TEST_F(Leds, AsksForNoMemoryOnItsWorker)
+{
+    log4cplus::Logger::getInstance("Leds").setLogLevel(log4cplus::OFF_LOG_LEVEL);
+    polls.OnlyAnswer();
+    StartCompletely();
+    for (std::size_t handle = 0; handle < 5; ++handle)
+    {
+        uleds.Report(handle, 100);
+    }
+    EXPECT_TRUE(polls.Answer({{0, POLLIN}, {1, POLLIN}, {2, POLLIN}, {3, POLLIN}, {4, POLLIN}}));
+    ASSERT_TRUE(hub.Await("Transmit 257: 0e 01 01"));
+    EXPECT_TRUE(polls.Answer({{0, POLLIN}, {1, POLLERR}})); // nothing to read, and an error
+    ASSERT_TRUE(AwaitNextPoll());
+    EXPECT_EQ(polls.Calls().front().allocations, 0U);
+    EXPECT_EQ(polls.Calls().back().allocations, 0U);
+}
+
 // The worker before the table
 
 TEST_F(Leds, RegistersNothingWhenItsWorkerIsFasterThanTheTable)
@@ -630,18 +663,26 @@ TEST_F(Leds, RegistersNothingWhenItsWorkerIsFasterThanTheTable)
 // take the rows away from under it.
 TEST_F(Leds, HasNothingLeftToPrepareButToFillTheTableWhenItsWorkerStarts)
 {
-    log4cplus::Logger::getDefaultHierarchy().clear();
+    // Zeroes: in memory that was used before there could still be what is looked for.
+    alignas(OrvelDriver::Leds) static std::array<std::byte, sizeof(OrvelDriver::Leds)> room;
+    room.fill(std::byte{0});
+    const log4cplus::Logger logger = log4cplus::Logger::getInstance("Leds");
+    bool hasLogger = false;
     std::size_t atStart = 0;
+    OrvelDriver::Leds* early = nullptr;
     {
         const PauseAfterThreadStart pause(
-            [&atStart]
+            [&]
             {
-                EXPECT_TRUE(log4cplus::Logger::exists("Leds"));
-                atStart = Allocations();
+                hasLogger = HasCopy(room, logger);
+                atStart = allocations;
             });
-        leds.emplace(ScriptedHub::Hub(), Configured, WithRs485);
+        early = new (room.data()) OrvelDriver::Leds(ScriptedHub::Hub(), Configured, WithRs485);
     }
-    EXPECT_EQ(Allocations(), atStart);
+    const std::size_t atEnd = allocations;
+    std::destroy_at(early);
+    EXPECT_TRUE(hasLogger);
+    EXPECT_EQ(atEnd, atStart);
     EXPECT_GT(atStart, 0U);
 }
 

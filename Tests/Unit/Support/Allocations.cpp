@@ -1,23 +1,24 @@
 #include "Allocations.h"
 
-// The linker's option --wrap leads `new` to the one and knows the real one by the other name.
-extern "C" void* CountedNew(std::size_t size) __asm__("__wrap_" NEW_SYMBOL);
-extern "C" void* RealNew(std::size_t size) __asm__("__real_" NEW_SYMBOL);
+#include <dlfcn.h>
 
-namespace
-{
+// In the place of `new` for the whole process; on to the next one in line, which may be a sanitizer's.
+extern "C" void* CountedNew(std::size_t size) __asm__(NEW_SYMBOL);
 
-thread_local std::size_t allocations = 0;
-
-} // namespace
-
-std::size_t UnitTests::Allocations()
-{
-    return allocations;
-}
+// The linker's option --wrap leads `malloc` to the one and knows the real one by the other name.
+extern "C" void* __wrap_malloc(std::size_t size);
+extern "C" void* __real_malloc(std::size_t size);
 
 void* CountedNew(std::size_t size)
 {
-    ++allocations;
-    return RealNew(size);
+    using Function = void*(std::size_t);
+    static auto* const real = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, NEW_SYMBOL));
+    ++UnitTests::allocations;
+    return real(size);
+}
+
+void* __wrap_malloc(std::size_t size)
+{
+    ++UnitTests::allocations;
+    return __real_malloc(size);
 }

@@ -1,5 +1,6 @@
 #include "ScriptedHub.h"
 
+#include "Allocations.h"
 #include "Await.h"
 
 #include <algorithm>
@@ -186,12 +187,14 @@ bool CommHub::Reconnect()
 
 bool CommHub::Transmit(uint16_t topic, const uint8_t* data, uint16_t length)
 {
+    const UnitTests::Uncounted own;
     ScriptedHub::Instance().Record(this, UnitTests::TransmitText(topic, data, length));
     return ScriptedHub::Instance().Answer(ScriptedHub::Instance().transmitAnswer);
 }
 
 void CommHub::RegisterTopicListener(ITopicListener* listener)
 {
+    const UnitTests::Uncounted own;
     ScriptedHub& script = ScriptedHub::Instance();
     {
         const std::lock_guard<std::mutex> lock(script.mutex);

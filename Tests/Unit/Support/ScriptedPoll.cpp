@@ -1,5 +1,6 @@
 #include "ScriptedPoll.h"
 
+#include "Allocations.h"
 #include "Await.h"
 #include "Kernel.h"
 
@@ -61,9 +62,11 @@ bool ScriptedPoll::Queue(const Reply& reply)
 
 int ScriptedPoll::Poll(pollfd* set, nfds_t count, int timeout)
 {
+    const std::size_t before = allocations;
+    const Uncounted own;
     {
         std::unique_lock<std::mutex> lock(mutex);
-        calls.push_back({std::vector<pollfd>(set, set + count), timeout});
+        calls.push_back({std::vector<pollfd>(set, set + count), timeout, before});
         changed.notify_all();
         if (onlyAnswer)
         {

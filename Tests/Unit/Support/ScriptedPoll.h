@@ -14,7 +14,8 @@ namespace UnitTests
 struct PollCall
 {
     std::vector<pollfd> set;
-    int timeout; ///< ms
+    int timeout;             ///< ms
+    std::size_t allocations; ///< of the calling thread until then
 };
 
 /// The components' poll while it exists: the real one with a shorter timeout, so that workers end quickly, or what a

@@ -1,5 +1,6 @@
 #include "ScriptedUleds.h"
 
+#include "Allocations.h"
 #include "Await.h"
 #include "Kernel.h"
 
@@ -88,6 +89,7 @@ void ScriptedUleds::ReportBytes(std::size_t handle, const Bytes& bytes)
 
 int ScriptedUleds::Open(int flags)
 {
+    const Uncounted own;
     const std::lock_guard<std::mutex> lock(mutex);
     if (handles.size() == failingHandle)
     {
