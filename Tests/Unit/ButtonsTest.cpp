@@ -4,6 +4,7 @@
 #include "Await.h"
 #include "ComponentTest.h"
 #include "NoStandardInput.h"
+#include "VirtualSlots.h"
 
 #include <fcntl.h>
 
@@ -54,6 +55,11 @@ protected:
 
     std::optional<TestedButtons> buttons;
 };
+
+TEST_F(Buttons, HasNoVirtualFunctionButTheListeners)
+{
+    EXPECT_EQ(VirtualSlots<OrvelDriver::Buttons>(), 1U);
+}
 
 // Start
 
@@ -229,6 +235,28 @@ TEST_F(Buttons, SendsAPressSinceBootThreeTimesToEveryQueue)
     EXPECT_EQ(log->Lines(), Texts{"DEBUG Buttons Programming button since boot was: pressed"});
 }
 
+TEST_F(Buttons, SendsAPressSinceBootInThreeRoundsOverItsQueues)
+{
+    std::map<mqd_t, std::string> opened;
+    Kernel::MqOpen.Replace(
+        [&opened](const char* name, int flags, mode_t mode, mq_attr* attributes)
+        {
+            const mqd_t queue = Kernel::MqOpen.Real(name, flags, mode, attributes);
+            opened[queue] = name;
+            return queue;
+        });
+    Start({First, Second});
+    Texts sent;
+    Kernel::MqSend.Replace(
+        [&](mqd_t queue, const char* data, std::size_t length, unsigned int priority)
+        {
+            sent.push_back(opened.at(queue));
+            return Kernel::MqSend.Real(queue, data, length, priority);
+        });
+    hub.Receive(TopicDevice, {0x09, 0x01, 0x01});
+    EXPECT_EQ(sent, (Texts{First, Second, First, Second, First, Second}));
+}
+
 TEST_F(Buttons, LogsAPressSinceBootBeforeItSends)
 {
     Start({Unopenable});
@@ -323,6 +351,20 @@ TEST_F(Buttons, ReachesTheSecondQueueWhenTheFirstFails)
     EXPECT_EQ(log->Failures(), Texts{"ERROR Buttons Failed to write programming button state to queue "
                                      "/buttonsTestFirst: Input/output error"});
     EXPECT_FALSE(buttons->HasFailed());
+}
+
+TEST_F(Buttons, ReachesTheSecondQueueWhenTheFirstIsFull)
+{
+    Start({First, Second});
+    for (int count = 0; count < 6; ++count)
+    {
+        Applications::Send(First, Released);
+    }
+    hub.Receive(TopicDevice, {0x07, 0x01, 0x01});
+    EXPECT_EQ(Applications::ReceiveAll(First), std::vector<Bytes>(6, Released));
+    EXPECT_EQ(Applications::ReceiveAll(Second), std::vector<Bytes>{Pressed});
+    EXPECT_EQ(log->Failures(), Texts{"ERROR Buttons Failed to write programming button state to queue "
+                                     "/buttonsTestFirst: Resource temporarily unavailable"});
 }
 
 TEST_F(Buttons, DropsEventsWhileAQueueIsFull)

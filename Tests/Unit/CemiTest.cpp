@@ -1,10 +1,12 @@
 #include "Cemi.h"
 
+#include "Allocations.h"
 #include "Applications.h"
 #include "Await.h"
 #include "ComponentTest.h"
 #include "NoStandardInput.h"
 #include "ScriptedPoll.h"
+#include "VirtualSlots.h"
 #include "Workers.h"
 
 #include <fcntl.h>
@@ -98,6 +100,11 @@ protected:
     ScriptedPoll polls;
     std::optional<TestedCemi> cemi;
 };
+
+TEST_F(Cemi, HasNoVirtualFunctionButTheListeners)
+{
+    EXPECT_EQ(VirtualSlots<OrvelDriver::Cemi>(), 1U);
+}
 
 // Start
 
@@ -521,6 +528,48 @@ TEST_F(Cemi, ReceivesOnlyWhenPollReportsSomething)
     EXPECT_FALSE(cemi->HasFailed());
 }
 
+// What the events are is not looked at: only receiving tells that the descriptor is bad.
+TEST_F(Cemi, FailsWhenPollReportsThatItsDescriptorIsBad)
+{
+    polls.OnlyAnswer();
+    StartCompletely();
+    Kernel::MqReceive.FailAlways(EBADF); // as on a descriptor that is closed
+    EXPECT_TRUE(polls.Answer({{0, POLLNVAL}}));
+    EXPECT_TRUE(log->Await("FATAL Cemi Queue to LL reports bad file descriptor."));
+    EXPECT_TRUE(AwaitFailure());
+    EXPECT_EQ(log->Failures(), (Texts{"ERROR Cemi Failed to read from queue /cemiTestToLl: Bad file descriptor",
+                                      "FATAL Cemi Queue to LL reports bad file descriptor."}));
+}
+
+TEST_F(Cemi, ReceivesWhateverEventPollReports)
+{
+    polls.OnlyAnswer();
+    StartCompletely();
+    uint8_t number = 0x10;
+    for (const short event : std::vector<short>{POLLIN, POLLPRI, POLLRDBAND, POLLERR, POLLHUP, POLLNVAL})
+    {
+        Applications::Send(ToLl, {0x01, ++number});
+        EXPECT_TRUE(polls.Answer({{0, event}}));
+        EXPECT_TRUE(hub.Await("Transmit 256: 1" + std::to_string(number - 0x10)));
+    }
+    EXPECT_EQ(log->Failures(), Texts{});
+}
+
+TEST_F(Cemi, AsksForNoMemoryOnItsWorker)
+{
+    log4cplus::Logger::getInstance("Cemi").setLogLevel(log4cplus::OFF_LOG_LEVEL);
+    Applications::CreateQueue(ToLl, 261, 14);
+    Applications::Send(ToLl, {0x01, 0xAA}); // stale
+    StartCompletely();
+    Applications::Send(ToLl, Prefixed(255, Frame(255)));
+    Applications::Send(ToLl, {0x00});
+    Applications::Send(ToLl, {0x01, 0x77});
+    ASSERT_TRUE(hub.Await("Transmit 256: 77"));
+    ASSERT_TRUE(polls.AwaitCalls(polls.Calls().size() + 1));
+    EXPECT_EQ(polls.Calls().front().allocations, 0U);
+    EXPECT_EQ(polls.Calls().back().allocations, 0U);
+}
+
 TEST_F(Cemi, ReceivesIntoABufferThatIsLargerThanAnyMessageAndIgnoresThePriority)
 {
     StartCompletely();
@@ -704,6 +753,18 @@ TEST_F(Cemi, SendsALinkStateToNoQueueAtAllBeforeItsOwnAreOpen)
         });
     cemi->SendLinkState(1);
     EXPECT_EQ(*queue, -1);
+}
+
+TEST_F(Cemi, AsksForNoMemoryForWhatItSendsToTheApplications)
+{
+    StartCompletely();
+    log4cplus::Logger::getInstance("Cemi").setLogLevel(log4cplus::OFF_LOG_LEVEL);
+    const Bytes frame = Frame(260);
+    const std::size_t before = allocations;
+    cemi->OnTopicData(TopicCemi, frame.data(), static_cast<uint16_t>(frame.size()));
+    cemi->SendLinkState(1);
+    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(Applications::ReceiveAll(FromLl), (std::vector<Bytes>{Prefixed(4, frame), LinkUsable}));
 }
 
 TEST_F(Cemi, SendsFramesAndLinkStatesFromTwoThreadsAtOnce)

@@ -236,6 +236,19 @@ TEST_F(CommandLine, AcceptsADeviceWithoutEffect)
     ExpectDefaults();
 }
 
+TEST_F(CommandLine, AcceptsWhatIsNoOptionWithoutEffect)
+{
+    ExpectAccepted({"orvel", "stray", "-", "another", "--", "--enable_rs485", "-h"});
+    ExpectDefaults();
+}
+
+TEST_F(CommandLine, TakesOverOptionsBetweenWhatIsNone)
+{
+    ExpectAccepted({"orvel", "stray", "--led_green_name", "power", "another", "-e", "third"});
+    EXPECT_EQ(commandLine.ledNames[2], "power");
+    EXPECT_TRUE(commandLine.enableRs485);
+}
+
 TEST_F(CommandLine, AcceptsANegativeGpio)
 {
     ExpectAccepted({"orvel", "--reset_gpio=-1"});
@@ -359,6 +372,18 @@ TEST_F(CommandLine, DescribesEveryOptionInTheHelp)
 TEST_F(CommandLine, SeparatesTheDescriptionFromTheUsageByAnEmptyLine)
 {
     EXPECT_EQ(commandLine.options.help().rfind("ORVEL userspace driver\n\nUsage:\n", 0), 0U);
+}
+
+// Its width and the text of its usage line among it.
+TEST_F(CommandLine, LeavesTheLayoutOfTheHelpToTheParser)
+{
+    cxxopts::Options same("orvel", "ORVEL userspace driver\n");
+    for (const auto& option : commandLine.options.group_help("").options)
+    {
+        same.add_options()(option.s + "," + option.l.at(0), option.desc,
+                           option.is_boolean ? cxxopts::value<bool>() : cxxopts::value<std::string>());
+    }
+    EXPECT_EQ(commandLine.options.help(), same.help());
 }
 
 TEST_F(CommandLine, KeepsAllTheHelpInTheUnnamedGroup)

@@ -1,6 +1,7 @@
 #include "Connection.h"
 
 #include "ComponentTest.h"
+#include "VirtualSlots.h"
 
 #include <array>
 #include <cstddef>
@@ -19,6 +20,11 @@ static_assert(!std::has_virtual_destructor_v<Nemt::IConnectionListener>, "the li
 class Connection : public ComponentTest
 {
 };
+
+TEST_F(Connection, HasNoVirtualFunctionButTheListenersAndItsDestructor)
+{
+    EXPECT_EQ(VirtualSlots<OrvelDriver::Connection>(), 3U);
+}
 
 TEST_F(Connection, RegistersAndOnlyThenAsksForTheState)
 {

@@ -1,10 +1,12 @@
 #include "MessageQueue.h"
 
+#include "Allocations.h"
 #include "Applications.h"
 #include "ComponentTest.h"
 #include "NoStandardInput.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 
 namespace
 {
@@ -15,6 +17,34 @@ const std::string Name = "/messageQueueTest";
 constexpr bool Reading = true;
 constexpr bool Writing = false;
 constexpr mqd_t Invalid = -1;
+
+// The process's mask for new files while it exists.
+class Mask
+{
+public:
+    explicit Mask(mode_t mask)
+        : previous(umask(mask))
+    {
+    }
+
+    ~Mask()
+    {
+        umask(previous);
+    }
+
+    Mask(const Mask&) = delete;
+    Mask& operator=(const Mask&) = delete;
+
+private:
+    mode_t previous;
+};
+
+mode_t Permissions(mqd_t queue)
+{
+    struct stat status = {};
+    EXPECT_EQ(fstat(queue, &status), 0);
+    return status.st_mode & 0777U;
+}
 
 class MessageQueue : public ComponentTest
 {
@@ -91,6 +121,25 @@ TEST_F(MessageQueue, IsOpenedNonBlockingForReading)
     ASSERT_GE(Create(7, 3, Reading, nullptr), 0);
     EXPECT_EQ(openFlags, O_CREAT | O_NONBLOCK | O_RDONLY);
     EXPECT_EQ(openMode, 0644U);
+}
+
+// Whoever starts the daemon decides with the mask who may use its queues.
+TEST_F(MessageQueue, GetsThePermissionsThatTheProcesssMaskLeaves)
+{
+    const std::vector<std::pair<mode_t, mode_t>> expected{{0, 0644}, {022, 0644}, {027, 0640}, {0777, 0}};
+    for (const auto& [given, left] : expected)
+    {
+        Applications::RemoveQueue(Name);
+        const Mask mask(given);
+        EXPECT_EQ(Permissions(Create(7, 3, Writing, nullptr)), left);
+        EXPECT_EQ(umask(given), given); // is as it was
+    }
+}
+
+TEST_F(MessageQueue, KeepsItsPermissionsWhenItExistsAlready)
+{
+    Applications::CreateQueue(Name, 7, 3); // its owner's alone
+    EXPECT_EQ(Permissions(Create(7, 3, Writing, nullptr)), 0600U);
 }
 
 TEST_F(MessageQueue, IsAskedForWithNothingButSizeAndCapacity)
@@ -187,6 +236,31 @@ TEST_F(MessageQueue, KeepsMessagesThatArriveWhileTheOthersAreDeleted)
         });
     OrvelDriver::MessageQueue::DeletePending(queue, 8, nullptr);
     EXPECT_EQ(Applications::ReceiveAll(Name), (std::vector<Bytes>{{7}, {7}}));
+}
+
+TEST_F(MessageQueue, IsReceivedFromAsOftenAsItHadMessagesHoweverManyTheKernelAllows)
+{
+    constexpr long Largest = 65536;
+    Kernel::MqGetattr.Replace(
+        [](mqd_t /*queue*/, mq_attr* attributes)
+        {
+            attributes->mq_curmsgs = Largest;
+            return 0;
+        });
+    const mqd_t queue = Create(8, 5, Reading, nullptr);
+    OrvelDriver::MessageQueue::DeletePending(queue, 8, nullptr);
+    EXPECT_EQ(Kernel::MqReceive.Calls(), Largest);
+}
+
+TEST_F(MessageQueue, IsEmptiedWithoutAskingForMemory)
+{
+    const mqd_t queue = Create(261, 5, Reading, nullptr);
+    Applications::Send(Name, {1});
+    Applications::Send(Name, {2});
+    const std::size_t before = allocations;
+    OrvelDriver::MessageQueue::DeletePending(queue, 261, nullptr);
+    EXPECT_EQ(allocations, before);
+    EXPECT_EQ(Applications::Pending(Name), 0);
 }
 
 TEST_F(MessageQueue, IsReceivedFromIntoTheCallersSizeAndWithoutPriority)

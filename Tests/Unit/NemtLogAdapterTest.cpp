@@ -152,12 +152,12 @@ TEST_F(NemtLogAdapter, DumpsAsManyBytesAsAreAskedFor)
     std::vector<unsigned char> data;
     std::string expected = "DEBUG Nemt all:";
     std::ostringstream digits;
-    for (unsigned int index = 0; index < 1000; ++index)
+    for (unsigned int index = 0; index < 70000; ++index)
     {
         data.push_back(static_cast<unsigned char>(index * 7));
         digits << ' ' << std::hex << (index * 7) % 256;
     }
-    for (const unsigned int length : {1U, 63U, 64U, 65U, 96U, 1000U})
+    for (const unsigned int length : {1U, 63U, 64U, 65U, 96U, 1000U, 1024U, 1025U, 70000U})
     {
         log->Clear();
         NemtLog_DebugHex(Text("all:"), data.data(), length);
@@ -182,6 +182,21 @@ TEST_F(NemtLogAdapter, DumpsAnyLengthOfBytesWithTwoDigits)
         ASSERT_EQ(log->Details().back().text, "DEBUG Nemt t" + dump);
         dump += " ab";
     }
+}
+
+TEST_F(NemtLogAdapter, KeepsLineBreaks)
+{
+    std::array<unsigned char, 1> data{0x0a};
+    NemtLog_Debug(Text("one\ntwo\n"));
+    NemtLog_Warn(Text("one\r\ntwo"));
+    NemtLog_Error(Text("\none"));
+    NemtLog_DebugFmt(Text("one\n%s\n"), "two\nthree");
+    NemtLog_WarnFmt(Text("one\r\n%d"), 2);
+    NemtLog_ErrorFmt(Text("\n%d"), 1);
+    NemtLog_DebugHex(Text("one\ntwo"), data.data(), data.size());
+    EXPECT_EQ(log->Lines(),
+              (Texts{"DEBUG Nemt one\ntwo\n", "WARN Nemt one\r\ntwo", "ERROR Nemt \none",
+                     "DEBUG Nemt one\ntwo\nthree\n", "WARN Nemt one\r\n2", "ERROR Nemt \n1", "DEBUG Nemt one\ntwo a"}));
 }
 
 TEST_F(NemtLogAdapter, LogsTheTextAloneForADumpOfNoBytes)

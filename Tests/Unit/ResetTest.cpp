@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <functional>
+#include <type_traits>
 
 namespace
 {
@@ -37,6 +38,11 @@ protected:
     GpioDirectory gpio{3};
     Pauses pauses;
 };
+
+TEST_F(Reset, HasNoVirtualFunction)
+{
+    EXPECT_FALSE(std::is_polymorphic_v<OrvelDriver::Reset>);
+}
 
 TEST_F(Reset, ExportsThePinAndMakesItAnInput)
 {
