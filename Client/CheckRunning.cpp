@@ -132,25 +132,26 @@ Findings CheckRunning()
                                     "remove its queues when it ends";
     const Traces traces = FindTraces();
     const std::vector<Process> processes = LookAround(traces);
-    Findings findings;
+    Findings certain;
+    Findings possible;
     for (const Process& process : processes)
     {
         if (process.IsDaemon())
         {
-            findings.push_back({Level::Warning, Subject,
-                                "is process " + process.id + " (" + process.name + "), which has " +
-                                    (process.hasQueues ? "the queues and " : "") + SerialLine + " open" + harm});
+            certain.push_back({Level::Warning, Subject,
+                               "is process " + process.id + " (" + process.name + "), which has " +
+                                   (process.hasQueues ? "the queues and " : "") + SerialLine + " open" + harm});
         }
         else if (!process.seen && process.name == DaemonName && !traces.queues.empty()) // not one of another board
         {
-            findings.push_back(
+            possible.push_back(
                 {Level::Warning, Subject,
                  "may be process " + process.id + " (" + process.name + "), which this user may not look into" + harm});
         }
     }
-    if (!findings.empty())
+    if (!certain.empty() || !possible.empty())
     {
-        return findings;
+        return certain.empty() ? possible : certain; // beside a certain one, the others are those of other boards
     }
     const auto unseen =
         std::count_if(processes.begin(), processes.end(), [](const Process& process) { return !process.seen; });
