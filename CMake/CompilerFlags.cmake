@@ -1,20 +1,46 @@
-# Warnings for every target, hardening for release builds, and paths in log lines that begin at the source tree.
+# Warnings for every target, hardening for every optimised build type, and paths in log lines that begin at the source tree.
+include(CheckCXXSourceCompiles)
 include(CheckPIESupported)
 check_pie_supported()
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
 option(ORVEL_WARNINGS_AS_ERRORS "Stop the build at the first warning" OFF)
 
+# Without a type CMake would neither optimise nor harden, and say nothing.
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  message(STATUS "No CMAKE_BUILD_TYPE is given: Release")
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Release, RelWithDebInfo, MinSizeRel or Debug" FORCE)
+endif()
+
 add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
 if(ORVEL_WARNINGS_AS_ERRORS)
   add_compile_options(-Werror)
 endif()
 
-if(CMAKE_BUILD_TYPE STREQUAL "Release")
-  # The symbols and line tables stay, so that a backtrace from the field can be read.
-  add_compile_options(-g1 -fstack-protector-strong -fstack-clash-protection -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
-  if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|i.86")
-    add_compile_options(-fcf-protection)
-  endif()
-  add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,--as-needed)
+# The other types, Debug and those of a name of their own, bring the flags that they are to have.
+set(hardened $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+
+# The symbols and line tables stay, so that a backtrace from the field can be read. RelWithDebInfo has more than that.
+add_compile_options($<$<CONFIG:Release,MinSizeRel>:-g1>)
+add_compile_options("$<${hardened}:-fstack-protector-strong;-fstack-clash-protection>")
+
+# Of no effect without optimisation, and then a warning: the flags of a build type are the integrator's to change.
+set(CMAKE_TRY_COMPILE_CONFIGURATION Release) # where the type is chosen at the build only
+if(CMAKE_BUILD_TYPE)
+  set(CMAKE_TRY_COMPILE_CONFIGURATION ${CMAKE_BUILD_TYPE})
 endif()
+unset(ORVEL_OPTIMISES CACHE) # the type may be another one than last time
+check_cxx_source_compiles("
+  #ifndef __OPTIMIZE__
+  #error This build type does not optimise.
+  #endif
+  int main() {}" ORVEL_OPTIMISES)
+unset(CMAKE_TRY_COMPILE_CONFIGURATION)
+if(ORVEL_OPTIMISES)
+  add_compile_options("$<${hardened}:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3>")
+endif()
+
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|i.86")
+  add_compile_options($<${hardened}:-fcf-protection>)
+endif()
+add_link_options("$<${hardened}:-Wl,-z,relro;-Wl,-z,now;-Wl,-z,noexecstack;-Wl,--as-needed>")
