@@ -1,6 +1,7 @@
-# Writes OUTPUT, which defines BuildRevision of NAMESPACE: the full hash of HEAD of the git checkout SOURCE_DIR, or outside a checkout the given REVISION.
+# Writes OUTPUT, which defines BuildRevision of NAMESPACE: the full hash of HEAD of the git checkout SOURCE_DIR; outside a
+# checkout the given REVISION, or without one that of the commit which `git archive` made SOURCE_DIR of.
 set(hash "")
-find_program(git git)
+find_program(git git NO_CACHE)
 if(git)
   # The checkout may belong to another user than the one who builds, and may lie inside another checkout.
   execute_process(
@@ -14,20 +15,24 @@ endif()
 if(hash STREQUAL "")
   set(hash "${REVISION}")
 endif()
+if(hash STREQUAL "")
+  file(STRINGS ${SOURCE_DIR}/CMake/ArchivedRevision hash LIMIT_COUNT 1)
+endif()
 string(LENGTH "${hash}" length)
 if(NOT length EQUAL 40 OR NOT hash MATCHES "^[0-9a-f]+$")
-  message(FATAL_ERROR
-    "Cannot tell the build revision: git is not installed, or ${SOURCE_DIR} is not a checkout with a commit, and ORVEL_REVISION is not a hash "
-    "of 40 lower-case hexadecimal digits. Configure with -DORVEL_REVISION=HASH.")
+  # The leading blank keeps it in one line.
+  message(FATAL_ERROR " No revision, as this is no git checkout and no archive of one, or git is missing: "
+    "configure with -DORVEL_REVISION= and the 40 hexadecimal digits of the commit.")
 endif()
 
 string(CONCAT text
   "namespace ${NAMESPACE}\n{\n\n"
   "extern const char* const BuildRevision;\nconst char* const BuildRevision = \"${hash}\";\n\n"
   "} // namespace ${NAMESPACE}\n")
+set(written "")
 if(EXISTS ${OUTPUT})
   file(READ ${OUTPUT} written)
 endif()
-if(NOT text STREQUAL "${written}")
+if(NOT text STREQUAL written)
   file(WRITE ${OUTPUT} "${text}")
 endif()
