@@ -6,7 +6,7 @@ say() { printf '\n== %s\n' "$*"; }
 die() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
 
 build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplus-dev libcxxopts-dev libfuse3-dev libncurses-dev"
-test_packages="libgtest-dev libgmock-dev python3 tmux zsh"
+test_packages="libgtest-dev libgmock-dev python3 tmux zsh busybox-static"
 kernel_packages="qemu-system-x86 busybox-static gcc make xz-utils binutils"
 check_packages="clang clang-format clang-tidy gcovr binutils"
 benchmark_packages="libbenchmark-dev strace gnuplot-nox binutils"

@@ -1,0 +1,184 @@
+// The start script of boards without systemd, on a board that has BusyBox and nothing else.
+
+#include "ClientProgram.h"
+#include "OnBoard.h"
+
+#include <gmock/gmock.h>
+
+#include <sys/mount.h>
+#include <sys/prctl.h>
+
+#include <csignal>
+#include <sstream>
+
+namespace
+{
+
+using testing::ElementsAre;
+
+class InitScript : public OnBoard
+{
+protected:
+    void SetUp() override
+    {
+        // In the place of init, to which the daemon comes when the script has ended.
+        ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
+        std::string pattern = (std::filesystem::temp_directory_path() / "orvel-root-XXXXXX").string();
+        root = mkdtemp(pattern.data());
+        Daemon made({BUSYBOX_ROOT, root, DRIVER, STAND_IN_LIBRARY, INIT_SCRIPT}, {});
+        const int status = made.Wait();
+        if (status == 77)
+        {
+            GTEST_SKIP() << "a script is in the place of the daemon here";
+        }
+        ASSERT_EQ(status, 0) << testing::PrintToString(made.Lines());
+        log = std::make_unique<Daemon>(
+            std::vector<std::string>{"chroot", root, "/bin/busybox", "syslogd", "-n", "-O", "/tmp/messages"},
+            Daemon::Environment{});
+        ASSERT_TRUE(Await([&] { return std::filesystem::exists(File("/dev/log")); }));
+    }
+
+    void TearDown() override
+    {
+        if (HasFailure())
+        {
+            std::cout << "logged:\n" << Logged();
+        }
+        if (Script("status").status == 0)
+        {
+            kill(DaemonId(), SIGKILL);
+        }
+        log.reset();
+        umount2(root.c_str(), MNT_DETACH);
+        std::filesystem::remove(root);
+        OnBoard::TearDown();
+    }
+
+    Outcome Script(const std::string& action)
+    {
+        Daemon script({"chroot", root, "/etc/init.d/orvel", action}, {{"PATH", "/usr/sbin:/sbin:/bin"}});
+        const int status = script.Wait();
+        return {status, script.Lines()};
+    }
+
+    void Write(const std::string& file, const std::string& text) const
+    {
+        std::ofstream(File(file)) << text;
+    }
+
+    std::string Read(const std::string& file) const
+    {
+        std::stringstream text;
+        text << std::ifstream(File(file)).rdbuf();
+        return text.str();
+    }
+
+    std::string File(const std::string& name) const
+    {
+        return root + name;
+    }
+
+    std::string Logged() const
+    {
+        return Read("/tmp/messages");
+    }
+
+    pid_t DaemonId() const
+    {
+        return std::stoi(Read("/run/orvel.pid"));
+    }
+
+private:
+    std::string root;
+    std::unique_ptr<Daemon> log;
+};
+
+TEST_F(InitScript, StartsTheDaemonOnceAndStopsItInOrder)
+{
+    const Outcome start = Script("start");
+    EXPECT_EQ(start.status, 0);
+    EXPECT_THAT(start.lines, ElementsAre("orvel: started, as process " + std::to_string(DaemonId())));
+    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_TRUE(Await([&] { return Queue::Exists("/cemiToLL"); }));
+
+    const Outcome again = Script("start");
+    EXPECT_EQ(again.status, 0);
+    EXPECT_THAT(again.lines, ElementsAre("orvel: runs already, as process " + std::to_string(DaemonId())));
+    const Outcome running = Script("status");
+    EXPECT_EQ(running.status, 0);
+    EXPECT_THAT(running.lines, ElementsAre("orvel: runs, as process " + std::to_string(DaemonId())));
+
+    const Outcome stop = Script("stop");
+    EXPECT_EQ(stop.status, 0);
+    EXPECT_THAT(stop.lines, ElementsAre("orvel: stopped"));
+    EXPECT_FALSE(Queue::Exists("/cemiToLL"));
+    const Outcome stopped = Script("status");
+    EXPECT_EQ(stopped.status, 3);
+    EXPECT_THAT(stopped.lines, ElementsAre("orvel: does not run"));
+    EXPECT_EQ(Script("stop").status, 0);
+}
+
+TEST_F(InitScript, RestartsTheDaemon)
+{
+    ASSERT_EQ(Script("start").status, 0);
+    EXPECT_TRUE(AwaitEvent("link up"));
+    const pid_t first = DaemonId();
+    const Outcome restart = Script("restart");
+    EXPECT_EQ(restart.status, 0);
+    EXPECT_THAT(restart.lines,
+                ElementsAre("orvel: stopped", "orvel: started, as process " + std::to_string(DaemonId())));
+    EXPECT_NE(DaemonId(), first);
+    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_EQ(Script("stop").status, 0);
+}
+
+TEST_F(InitScript, GivesTheDaemonItsOptionsAndWhatItWritesToTheLog)
+{
+    Write("/etc/default/orvel", "ORVEL_OPTIONS=\"--version --prog_button_message_queue /knob\"\n");
+    ASSERT_EQ(Script("start").status, 0);
+    EXPECT_TRUE(Await([&] { return Queue::Exists("/knob"); }));
+    EXPECT_TRUE(Await([&] { return Logged().find("orvel: Version ") != std::string::npos; }));
+    EXPECT_EQ(Script("stop").status, 0);
+}
+
+TEST_F(InitScript, SchedulesTheMainThreadFirstWhereItCan)
+{
+    std::filesystem::remove(File("/bin/chrt"));
+    Write("/bin/chrt", "#!/bin/sh\necho \"$*\" >>/tmp/scheduled\nshift 3\nexec \"$@\"\n");
+    std::filesystem::permissions(File("/bin/chrt"), std::filesystem::perms{0755});
+    ASSERT_EQ(Script("start").status, 0);
+    EXPECT_EQ(Read("/tmp/scheduled"), "--fifo --reset-on-fork 1 true\n--fifo --reset-on-fork 1 /usr/sbin/orvel\n");
+    EXPECT_EQ(Script("stop").status, 0);
+}
+
+TEST_F(InitScript, SaysThatADaemonHasNotStarted)
+{
+    Write("/etc/default/orvel", "ORVEL_OPTIONS=--nonsense\n");
+    const Outcome start = Script("start");
+    EXPECT_EQ(start.status, 1);
+    EXPECT_THAT(start.lines, ElementsAre("orvel: has not started; the system's log says why"));
+    EXPECT_TRUE(Await([&] { return Logged().find("orvel: Option") != std::string::npos; }));
+    const Outcome status = Script("status");
+    EXPECT_EQ(status.status, 1);
+    EXPECT_THAT(status.lines, ElementsAre("orvel: has ended by itself; the system's log says why"));
+}
+
+TEST_F(InitScript, LeavesAProcessAloneThatHasTheNumberOfAnEarlierDaemon)
+{
+    Daemon other({"sleep", "1000"}, {});
+    Write("/run/orvel.pid", std::to_string(other.Id()) + "\n");
+    EXPECT_EQ(Script("status").status, 1);
+    EXPECT_THAT(Script("stop").lines, ElementsAre("orvel: does not run"));
+    EXPECT_EQ(kill(other.Id(), 0), 0);
+    other.Signal(SIGTERM);
+    EXPECT_EQ(other.Wait(), 128 + SIGTERM);
+}
+
+TEST_F(InitScript, SaysWhatItTakes)
+{
+    const Outcome outcome = Script("reload");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.lines, ElementsAre("usage: /etc/init.d/orvel {start|stop|restart|status}"));
+}
+
+} // namespace
