@@ -1,0 +1,59 @@
+SUMMARY = "KNX driver daemon for boards with a co-processor"
+# The owner has not chosen a licence.
+LICENSE = "CLOSED"
+
+# The archive of Scripts/release, in the folder "files" beside this recipe. It has its revision in it.
+SRC_URI = "file://orvel-${PV}.tar.gz"
+
+# The recipe by which the board's layer installs libNemt.so into ${libdir}.
+ORVEL_LINK_LIBRARY ?= "libnemt"
+DEPENDS = "cxxopts log4cplus ${ORVEL_LINK_LIBRARY}"
+
+inherit cmake pkgconfig systemd update-rc.d useradd
+
+PACKAGECONFIG ??= "client ${@bb.utils.filter('DISTRO_FEATURES', 'systemd sysvinit', d)}"
+PACKAGECONFIG[client] = "-DORVEL_CLIENT=ON,-DORVEL_CLIENT=OFF"
+PACKAGECONFIG[simulator] = "-DORVEL_SIMULATOR=ON,-DORVEL_SIMULATOR=OFF,fuse3 ncurses"
+PACKAGECONFIG[systemd] = "-DORVEL_SYSTEMD=ON,-DORVEL_SYSTEMD=OFF"
+PACKAGECONFIG[sysvinit] = "-DORVEL_INIT=ON,-DORVEL_INIT=OFF"
+EXTRA_OECMAKE = " \
+    -DORVEL_TESTS=OFF \
+    -DNEMT_LIBRARY=${STAGING_LIBDIR}/libNemt.so \
+    -DORVEL_UNIT_DIR=${systemd_system_unitdir} \
+    -DORVEL_UDEV_DIR=${nonarch_base_libdir}/udev \
+"
+
+SYSTEMD_SERVICE:${PN} = "${@bb.utils.contains('PACKAGECONFIG', 'systemd', 'orvel.service', '', d)}"
+INITSCRIPT_NAME = "orvel"
+INITSCRIPT_PARAMS = "defaults 60"
+USERADD_PACKAGES = "${PN}"
+GROUPADD_PARAM:${PN} = "--system orvel"
+
+# The components of the install step: ${PN} is Runtime, ${PN}-tools Client, ${PN}-dev Development. Pages and examples are in
+# ${PN}-doc.
+PACKAGES =+ "${PN}-tools ${PN}-simulator"
+FILES:${PN}-tools = " \
+    ${bindir}/orvelctl \
+    ${datadir}/bash-completion/completions/orvelctl \
+    ${datadir}/zsh/site-functions/_orvelctl \
+"
+FILES:${PN}-simulator = " \
+    ${bindir}/orvel-board \
+    ${libdir}/orvel-simulator \
+    ${datadir}/bash-completion/completions/orvel-board \
+    ${datadir}/zsh/site-functions/_orvel-board \
+"
+FILES:${PN} += " \
+    ${systemd_system_unitdir} \
+    ${nonarch_base_libdir}/udev \
+    ${nonarch_libdir}/sysctl.d \
+    ${nonarch_libdir}/sysusers.d \
+    ${datadir}/bash-completion \
+    ${datadir}/zsh \
+"
+CONFFILES:${PN} = "${sysconfdir}/default/orvel"
+RDEPENDS:${PN} = "${ORVEL_LINK_LIBRARY}"
+RDEPENDS:${PN}-simulator = "${PN}"
+RRECOMMENDS:${PN} = "kernel-module-uleds"
+# A libNemt.so without a SONAME is in no list of what packages provide.
+INSANE_SKIP:${PN} += "file-rdeps"
