@@ -2,11 +2,7 @@
 
 #include "Overlay.h"
 
-#include <sys/mount.h>
-
-#include <cerrno>
-#include <cstring>
-#include <stdexcept>
+#include <filesystem>
 
 namespace Simulator
 {
@@ -67,14 +63,6 @@ void Board::Build(int resetGpio)
     show(directory / "gpio", "/sys/class/gpio");
     show(directory / "leds", "/sys/class/leds");
     show(line.Device(), "/dev/ttymxc2");
-
-    // The queues of this IPC namespace, not those of the system.
-    std::filesystem::create_directory("/dev/mqueue");
-    if (mount("mqueue", "/dev/mqueue", "mqueue", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == -1)
-    {
-        throw std::runtime_error(std::string("cannot mount /dev/mqueue: ") + strerror(errno));
-    }
-    mounts.emplace_back("/dev/mqueue");
 }
 
 void Board::TakeDown()

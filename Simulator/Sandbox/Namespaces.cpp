@@ -1,5 +1,7 @@
 #include "Namespaces.h"
 
+#include "Overlay.h"
+
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -22,8 +24,6 @@ namespace Simulator
 
 namespace
 {
-
-constexpr int MessageLimit = 32; // messages in a queue; the daemon needs 14, a system's default is 10
 
 [[noreturn]] void Fail(const std::string& what, int error)
 {
@@ -151,6 +151,26 @@ void MakeMountsPrivate()
     std::filesystem::current_path(workingDirectory, ignored);
 }
 
+void Mount(const char* type, const std::filesystem::path& target, unsigned long flags, const char* options)
+{
+    std::error_code ignored;
+    std::filesystem::create_directory(target, ignored);
+    if (mount(type, target.c_str(), type, flags, options) == -1)
+    {
+        Fail("cannot mount " + target.string(), errno);
+    }
+}
+
+// A "/dev" for all that runs in the namespaces, also when the board has been taken down: with the queues of this IPC
+// namespace, and with pseudo-terminals. The system's "ptmx" would not find its terminals from a directory that is a cover.
+void MakeDeviceDirectory()
+{
+    CoverDirectory("/dev");
+    Mount("mqueue", "/dev/mqueue", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr);
+    Mount("devpts", "/dev/pts", MS_NOSUID | MS_NOEXEC, "newinstance,ptmxmode=666");
+    BindMount("/dev/pts/ptmx", "/dev/ptmx");
+}
+
 } // namespace
 
 void EnterNamespaces()
@@ -170,7 +190,8 @@ void EnterNamespaces()
         }
     }
     MakeMountsPrivate();
-    SetMessageLimit(MessageLimit);
+    MakeDeviceDirectory();
+    SetMessageLimit(ORVEL_MESSAGE_LIMIT);
 }
 
 void JoinNamespaces(pid_t pid)

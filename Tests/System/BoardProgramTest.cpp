@@ -617,6 +617,33 @@ TEST(BoardProgram, ExecRunsAnApplicationOnTheRunningBoard)
     EXPECT_EQ(board->Stop(), 0);
 }
 
+TEST(BoardProgram, ExecRunsAProgramThatNeedsAPseudoTerminal)
+{
+    BoardProgram board;
+    EXPECT_TRUE(board->AwaitLine("link up"));
+    std::vector<std::string> lines;
+    EXPECT_EQ(RunOnce({"exec", "--name", Name(), "--", "script", "-qec", "tty", "/dev/null"}, lines), 0);
+    EXPECT_THAT(lines, testing::ElementsAre(StartsWith("/dev/pts/")));
+    EXPECT_EQ(board->Stop(), 0);
+}
+
+TEST(BoardProgram, AnApplicationCanListTheQueuesAlsoWhenTheDaemonHasEnded)
+{
+    BoardProgram board;
+    EXPECT_TRUE(board->AwaitLine("link up"));
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+    Daemon application(
+        {BOARD, "exec", "--name", Name(), "--", "sh", "-c", "echo waits; cat; ls /dev/mqueue && echo listed"}, {},
+        ends[0]);
+    close(ends[0]);
+    EXPECT_TRUE(application.AwaitLine("waits"));
+    EXPECT_EQ(board->Stop(), 0);
+    close(ends[1]);
+    EXPECT_EQ(application.Wait(), 0);
+    EXPECT_THAT(application.Lines(), testing::ElementsAre("waits", "listed"));
+}
+
 TEST(BoardProgram, ExecPassesTheWorkingDirectoryOn)
 {
     BoardProgram board;
