@@ -36,7 +36,7 @@ Board::~Board()
 
 void Board::Build(int resetGpio)
 {
-    for (const char* const directory : {"/dev", "/sys/class"})
+    for (const char* const directory : {"/dev", "/sys/class", "/sys/devices/platform", "/sys/devices/virtual/misc"})
     {
         CoverDirectory(directory);
         mounts.emplace_back(directory);
@@ -60,8 +60,11 @@ void Board::Build(int resetGpio)
     };
     const std::filesystem::path directory = FilesDirectory;
     show(directory / "uleds", "/dev/uleds");
-    show(directory / "gpio", "/sys/class/gpio");
-    show(directory / "leds", "/sys/class/leds");
+    for (const char* const part :
+         {"class/gpio", "class/leds", "devices/platform/simulated-gpio", "devices/virtual/misc/uleds"})
+    {
+        show(directory / part, std::filesystem::path("/sys") / part);
+    }
     show(line.Device(), "/dev/ttymxc2");
 }
 

@@ -15,7 +15,8 @@ namespace Simulator
 /// The simulated board: what the daemon finds in "/dev" and "/sys/class", and the co-processor behind it.
 ///
 /// Lives in the namespaces of the calling process, which must be its own (EnterNamespaces). While it exists, every program
-/// in them sees "/dev/uleds", "/dev/ttymxc2", "/sys/class/gpio", "/sys/class/leds". One board at a time in a process.
+/// in them sees "/dev/uleds", "/dev/ttymxc2", "/sys/class/gpio", "/sys/class/leds" and what the links in these lead to in
+/// "/sys/devices". One board at a time in a process.
 class Board
 {
 public:

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -76,9 +77,8 @@ PinFile PinFileOf(NodeKind kind)
 }
 
 // In sysfs nobody opens a file for what nobody has the permission to do, not even root.
-bool CanBeOpened(NodeKind kind, int flags)
+bool CanBeOpened(mode_t mode, int flags)
 {
-    const mode_t mode = Tree::Mode(kind);
     const int access = flags & O_ACCMODE;
     const bool reads = access != O_WRONLY;
     const bool writes = access != O_RDONLY;
@@ -105,12 +105,19 @@ fuse_lowlevel_ops FileRequests::Operations()
     { Self(request).Lookup(request, Node::FromNumber(parent), name); };
     operations.getattr = [](fuse_req_t request, fuse_ino_t number, fuse_file_info*)
     { Self(request).GetAttributes(request, Node::FromNumber(number)); };
-    operations.setattr = [](fuse_req_t request, fuse_ino_t number, struct stat*, int which, fuse_file_info*)
-    { Self(request).SetAttributes(request, Node::FromNumber(number), which); };
+    operations.setattr = [](fuse_req_t request, fuse_ino_t number, struct stat* wanted, int which, fuse_file_info*)
+    { Self(request).SetAttributes(request, Node::FromNumber(number), *wanted, which); };
+    operations.readlink = [](fuse_req_t request, fuse_ino_t number)
+    { Self(request).ReadLink(request, Node::FromNumber(number)); };
     operations.readdir = [](fuse_req_t request, fuse_ino_t number, size_t size, off_t offset, fuse_file_info*)
     { Self(request).ReadDirectory(request, Node::FromNumber(number), size, offset); };
     operations.create = [](fuse_req_t request, fuse_ino_t, const char*, mode_t, fuse_file_info*)
     { fuse_reply_err(request, EACCES); }; // sysfs makes its files itself
+    operations.mkdir = [](fuse_req_t request, fuse_ino_t, const char*, mode_t) { fuse_reply_err(request, EPERM); };
+    operations.symlink = [](fuse_req_t request, const char*, fuse_ino_t, const char*)
+    { fuse_reply_err(request, EPERM); };
+    operations.unlink = [](fuse_req_t request, fuse_ino_t, const char*) { fuse_reply_err(request, EPERM); };
+    operations.rmdir = operations.unlink;
     operations.open = [](fuse_req_t request, fuse_ino_t number, fuse_file_info* info)
     { Self(request).Open(request, Node::FromNumber(number), *info); };
     operations.read = [](fuse_req_t request, fuse_ino_t number, size_t size, off_t offset, fuse_file_info* info)
@@ -147,14 +154,20 @@ struct stat FileRequests::Attributes(Node node) const
     {
     };
     attributes.st_ino = node.Number();
-    attributes.st_mode = Tree::Mode(node.kind);
+    attributes.st_mode = Tree::Mode(node);
     attributes.st_nlink = 1;
     attributes.st_uid = geteuid();
     attributes.st_gid = getegid();
-    attributes.st_size = S_ISDIR(attributes.st_mode) ? 0 : FileSize;
+    attributes.st_size = S_ISREG(attributes.st_mode) ? FileSize : 0;
     attributes.st_atim = mountTime;
     attributes.st_mtim = mountTime;
     attributes.st_ctim = mountTime;
+    if (const auto changed = rights.find(node.Number()); changed != rights.end())
+    {
+        attributes.st_mode = (attributes.st_mode & S_IFMT) | changed->second.permissions;
+        attributes.st_uid = changed->second.user;
+        attributes.st_gid = changed->second.group;
+    }
     return attributes;
 }
 
@@ -169,19 +182,49 @@ void FileRequests::GetAttributes(fuse_req_t request, Node node)
     fuse_reply_attr(request, &attributes, 0);
 }
 
-void FileRequests::SetAttributes(fuse_req_t request, Node node, int which)
+// The kernel has checked that the caller may do this, and has translated the numbers of user and group into those of the
+// board's own namespace. A new size or time is accepted and has no effect.
+void FileRequests::SetAttributes(fuse_req_t request, Node node, const struct stat& wanted, int which)
 {
-    if ((which & (FUSE_SET_ATTR_MODE | FUSE_SET_ATTR_UID | FUSE_SET_ATTR_GID)) != 0)
+    if (!tree.Exists(node))
     {
-        fuse_reply_err(request, EPERM);
+        fuse_reply_err(request, ENOENT);
         return;
     }
-    GetAttributes(request, node); // a new size or time is accepted and has no effect
+    const auto isWanted = [which](int attribute) { return (which & attribute) != 0; };
+    if (isWanted(FUSE_SET_ATTR_MODE | FUSE_SET_ATTR_UID | FUSE_SET_ATTR_GID))
+    {
+        const struct stat now = Attributes(node);
+        const mode_t mode = isWanted(FUSE_SET_ATTR_MODE) ? wanted.st_mode : now.st_mode;
+        rights[node.Number()] = {mode & ~static_cast<mode_t>(S_IFMT),
+                                 isWanted(FUSE_SET_ATTR_UID) ? wanted.st_uid : now.st_uid,
+                                 isWanted(FUSE_SET_ATTR_GID) ? wanted.st_gid : now.st_gid};
+        ForgetRightsOfTheGone();
+    }
+    GetAttributes(request, node);
+}
+
+void FileRequests::ForgetRightsOfTheGone()
+{
+    for (auto entry = rights.begin(); entry != rights.end();)
+    {
+        entry = tree.Exists(Node::FromNumber(entry->first)) ? std::next(entry) : rights.erase(entry);
+    }
+}
+
+void FileRequests::ReadLink(fuse_req_t request, Node node)
+{
+    if (!tree.Exists(node))
+    {
+        fuse_reply_err(request, ENOENT);
+        return;
+    }
+    fuse_reply_readlink(request, tree.TextOf(node).c_str());
 }
 
 void FileRequests::ReadDirectory(fuse_req_t request, Node node, std::size_t size, off_t offset)
 {
-    std::vector<Tree::Entry> entries{{".", node}, {"..", {NodeKind::Root, 0}}};
+    std::vector<Tree::Entry> entries{{".", node}, {"..", Tree::Root}};
     for (Tree::Entry& entry : tree.List(node))
     {
         entries.push_back(std::move(entry));
@@ -205,14 +248,14 @@ void FileRequests::ReadDirectory(fuse_req_t request, Node node, std::size_t size
 
 void FileRequests::Open(fuse_req_t request, Node node, const fuse_file_info& info)
 {
-    if (node.kind == NodeKind::Uleds)
+    if (node.Kind() == NodeKind::Uleds)
     {
         device.Open(request, info);
         return;
     }
     const auto open = [this, request, node, opened = info](const Fault&) mutable
     {
-        if (!tree.Exists(node) || !CanBeOpened(node.kind, opened.flags))
+        if (!tree.Exists(node) || !CanBeOpened(Attributes(node).st_mode, opened.flags))
         {
             fuse_reply_err(request, tree.Exists(node) ? EACCES : ENODEV);
             return true;
@@ -221,12 +264,12 @@ void FileRequests::Open(fuse_req_t request, Node node, const fuse_file_info& inf
         fuse_reply_open(request, &opened);
         return true;
     };
-    Give(request, OpenOperation(node.kind), open);
+    Give(request, OpenOperation(node.Kind()), open);
 }
 
 void FileRequests::Read(fuse_req_t request, Node node, std::size_t size, off_t offset, const fuse_file_info& info)
 {
-    if (node.kind == NodeKind::Uleds)
+    if (node.Kind() == NodeKind::Uleds)
     {
         device.Read(request, size, info);
         return;
@@ -243,7 +286,7 @@ void FileRequests::Read(fuse_req_t request, Node node, std::size_t size, off_t o
 
 void FileRequests::Write(fuse_req_t request, Node node, const std::string& data, const fuse_file_info& info)
 {
-    if (node.kind == NodeKind::Uleds)
+    if (node.Kind() == NodeKind::Uleds)
     {
         device.Write(request, data, info);
         return;
@@ -261,25 +304,39 @@ void FileRequests::Write(fuse_req_t request, Node node, const std::string& data,
         }
         return true;
     };
-    Give(request, WriteOperation(node.kind), write);
+    Give(request, WriteOperation(node.Kind()), write);
 }
 
+// A changed mode can let a file be opened for what it never does.
 int FileRequests::ReadText(Node node, std::string& text) const
 {
-    switch (node.kind)
+    if ((Tree::Mode(node) & 0444) == 0)
+    {
+        return EIO;
+    }
+    switch (node.Kind())
     {
     case NodeKind::Brightness:
         return uleds.ReadBrightness(node.id, text);
     case NodeKind::MaxBrightness:
         return uleds.ReadMaxBrightness(node.id, text);
+    case NodeKind::Text:
+        text = tree.TextOf(node);
+        return tree.Exists(node) ? 0 : ENODEV;
+    case NodeKind::Unsupported:
+        return EIO;
     default:
-        return tree.Exists(node) ? gpio.Read(Tree::PinOf(node), PinFileOf(node.kind), text) : ENODEV;
+        return tree.Exists(node) ? gpio.Read(Tree::PinOf(node), PinFileOf(node.Kind()), text) : ENODEV;
     }
 }
 
 int FileRequests::WriteText(Node node, const std::string& text)
 {
-    switch (node.kind)
+    if ((Tree::Mode(node) & 0222) == 0)
+    {
+        return EIO;
+    }
+    switch (node.Kind())
     {
     case NodeKind::Export:
         return gpio.Export(text);
@@ -287,14 +344,18 @@ int FileRequests::WriteText(Node node, const std::string& text)
         return gpio.Unexport(text);
     case NodeKind::Brightness:
         return uleds.WriteBrightness(node.id, text);
+    case NodeKind::Text:
+        return !tree.Exists(node) ? ENODEV : Tree::Takes(node, text) ? 0 : EINVAL;
+    case NodeKind::Unsupported:
+        return EIO;
     default:
-        return tree.Exists(node) ? gpio.Write(Tree::PinOf(node), PinFileOf(node.kind), text) : ENODEV;
+        return tree.Exists(node) ? gpio.Write(Tree::PinOf(node), PinFileOf(node.Kind()), text) : ENODEV;
     }
 }
 
 void FileRequests::Poll(fuse_req_t request, Node node, const fuse_file_info& info, fuse_pollhandle* poller)
 {
-    if (node.kind == NodeKind::Uleds)
+    if (node.Kind() == NodeKind::Uleds)
     {
         device.Poll(request, info, poller);
         return;
@@ -308,7 +369,7 @@ void FileRequests::Poll(fuse_req_t request, Node node, const fuse_file_info& inf
 
 void FileRequests::Release(fuse_req_t request, Node node, const fuse_file_info& info)
 {
-    if (node.kind == NodeKind::Uleds)
+    if (node.Kind() == NodeKind::Uleds)
     {
         device.Release(request, info);
         return;

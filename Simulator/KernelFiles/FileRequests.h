@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 
 #include <chrono>
+#include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -39,9 +41,17 @@ public:
     void Abort();
 
 private:
+    struct Rights
+    {
+        mode_t permissions;
+        uid_t user;
+        gid_t group;
+    };
+
     void Lookup(fuse_req_t request, Node parent, const std::string& name);
     void GetAttributes(fuse_req_t request, Node node);
-    void SetAttributes(fuse_req_t request, Node node, int which);
+    void SetAttributes(fuse_req_t request, Node node, const struct stat& wanted, int which);
+    void ReadLink(fuse_req_t request, Node node);
     void ReadDirectory(fuse_req_t request, Node node, std::size_t size, off_t offset);
     void Open(fuse_req_t request, Node node, const fuse_file_info& info);
     void Read(fuse_req_t request, Node node, std::size_t size, off_t offset, const fuse_file_info& info);
@@ -53,6 +63,7 @@ private:
     int ReadText(Node node, std::string& text) const;
     int WriteText(Node node, const std::string& text);
     struct stat Attributes(Node node) const;
+    void ForgetRightsOfTheGone();
 
     Gpio& gpio;
     Uleds& uleds;
@@ -60,6 +71,7 @@ private:
     Answers answers;
     UledsRequests device;
     const timespec mountTime;
+    std::map<uint64_t, Rights> rights; // of the nodes whose rights were changed, by number
 };
 
 } // namespace Simulator

@@ -82,7 +82,9 @@ int Gpio::UnexportPin(int pin)
     {
         return EINVAL;
     }
-    exported = Pin{};
+    Pin released;
+    released.output = exported.output; // the chip goes on driving it, low
+    exported = released;
     return 0;
 }
 
@@ -112,8 +114,9 @@ int Gpio::WritePin(Pin& pin, PinFile file, std::string_view text) const
         {
             return EINVAL;
         }
-        pin.edge = *edge;
-        return 0;
+        const bool refused = pin.output && *edge != pin.edge && *edge != Edges.front(); // an output gives no interrupt
+        pin.edge = refused ? Edges.front() : *edge;
+        return refused ? EIO : 0;
     }
     if (file == PinFile::Value && !pin.output)
     {

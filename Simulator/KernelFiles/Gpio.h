@@ -59,16 +59,17 @@ public:
     Gpio(const Gpio&) = delete;
     Gpio& operator=(const Gpio&) = delete;
 
-    /// Makes the pin with this number an input that can be used. EBUSY when it is exported already, EINVAL when there is
+    /// Makes the pin with this number usable: an input, or the output that it was when it was last unexported. EBUSY when it is exported already, EINVAL when there is
     /// no such pin or no number, ERANGE for a number of more than 64 bits.
     int Export(std::string_view text);
 
-    /// Releases the pin: it is an input again, as nobody is left to drive it. EINVAL when it is not exported.
+    /// Takes the pin's files away. An input stays one; an output stays one too, driven low. EINVAL when it is not exported.
     int Unexport(std::string_view text);
 
     /// Direction: "in", "out" and "low" (driven low), "high" (driven high).
     /// Value: 0 or not 0, inverted by active_low. EPERM for an input.
-    /// ActiveLow: 0 or not 0. Edge: "none", "rising", "falling", "both", which is kept and has no effect.
+    /// ActiveLow: 0 or not 0. Edge: "none", "rising", "falling", "both", which is kept and has no effect; an output
+    /// takes no other than the one it had as an input, and has "none" when it refused one with EIO.
     /// EINVAL for any other text, ENODEV when the pin is not exported.
     int Write(int pin, PinFile file, std::string_view text);
 

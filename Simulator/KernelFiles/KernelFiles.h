@@ -13,9 +13,10 @@ namespace Simulator
 /// The kernel's files for GPIO pins and userspace LEDs, for any program, as a file system:
 ///
 ///     uleds                                               like "/dev/uleds"
-///     gpio/{export,unexport}                              like "/sys/class/gpio"
-///     gpio/gpioN/{direction,value,active_low,edge}
-///     leds/NAME/{brightness,max_brightness}               like "/sys/class/leds"
+///     class/gpio/{export,unexport,gpiochip0,gpioN}        like "/sys/class/gpio"
+///     class/leds/NAME                                     like "/sys/class/leds"
+///     devices/platform/simulated-gpio/...                 what the links in class/gpio lead to: a chip, its pins
+///     devices/virtual/misc/uleds/NAME/...                 what the links in class/leds lead to
 ///
 /// A thread of its own answers. That has two consequences for the program it is part of:
 /// - Threads of this program had better not wait in a read. Killed meanwhile, it would wait for its own answer for ever.

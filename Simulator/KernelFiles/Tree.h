@@ -7,38 +7,41 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Simulator
 {
 
+/// What a node does when it is read or written.
 enum class NodeKind : uint8_t
 {
-    Root = 1, // the number of the root is fixed
+    Directory,
+    Link,
+    Text, // always reads the same, and takes some words without any effect
+    Unsupported,
     Uleds,
-    GpioDirectory,
-    LedsDirectory,
     Export,
     Unexport,
-    PinDirectory,
     Direction,
     Value,
     ActiveLow,
     Edge,
-    LedDirectory,
     Brightness,
     MaxBrightness
 };
 
-/// A file or directory. What is made anew under an old name is another node: files of the old one that are still open
+/// A file, directory or link. What is made anew under an old name is another node: files of the old one that are still open
 /// do not reach it.
 struct Node
 {
-    NodeKind kind;
-    uint64_t id; // of the pin's export, of the LED; else 0
+    std::size_t place; // in the table of the tree
+    uint64_t id;       // of the pin's export, of the LED; else 0
 
     static Node FromNumber(uint64_t number);
     uint64_t Number() const;
+
+    NodeKind Kind() const;
 };
 
 /// Which files there are at the moment. Any thread.
@@ -51,20 +54,31 @@ public:
         Node node;
     };
 
+    static constexpr Node Root{0, 0};
+
     Tree(const Gpio& chip, const Uleds& ledDevices);
 
-    /// Empty for a file, and for a directory that is gone.
+    /// Empty for what is no directory, and for a directory that is gone.
     std::vector<Entry> List(Node directory) const;
 
     bool Exists(Node node) const;
 
-    /// Type and permissions, as stat has them.
-    static mode_t Mode(NodeKind kind);
+    /// Type and permissions, as stat has them for a new node.
+    static mode_t Mode(Node node);
+
+    /// Of a link: where it leads. Of a text: what is read, with its newline.
+    std::string TextOf(Node node) const;
+
+    /// Whether a text takes this when it is written.
+    static bool Takes(Node text, std::string_view written);
 
     /// Of a node below a pin's directory, and of the directory.
     static int PinOf(Node node);
 
 private:
+    std::vector<uint64_t> Ids(Node directory, const std::string& name) const;
+    std::string NameOf(Node node) const;
+
     const Gpio& gpio;
     const Uleds& uleds;
 };

@@ -28,7 +28,8 @@ void ExpectPins(const Gpio& gpio)
         const bool exported = gpio.ExportNumber(pin) != 0;
         Fuzz::ExpectEqual("direction", gpio.Read(pin, PinFile::Direction, direction), exported ? 0 : ENODEV);
         Fuzz::ExpectEqual("value", gpio.Read(pin, PinFile::Value, value), exported ? 0 : ENODEV);
-        Fuzz::ExpectEqual("an output", gpio.IsDriven(pin), direction == "out\n");
+        Fuzz::Expect("a direction", !exported || gpio.IsDriven(pin) == (direction == "out\n"));
+        Fuzz::Expect("an output without its files, which is low", exported || !gpio.IsDriven(pin) || !gpio.IsHigh(pin));
         Fuzz::Expect("an input that is pulled up", gpio.IsDriven(pin) || gpio.IsHigh(pin));
         Fuzz::Expect("a value", !exported || value == "0\n" || value == "1\n");
     }
@@ -117,6 +118,14 @@ private:
         {
             Fuzz::ExpectEqual("driven", gpio.IsDriven(pin), text.rfind("in", 0) != 0);
             Fuzz::ExpectEqual("driven high", gpio.IsDriven(pin) && gpio.IsHigh(pin), text.rfind("high", 0) == 0);
+        }
+        if (file == PinFile::Edge && (error == 0 || error == EIO))
+        {
+            std::string edge;
+            Fuzz::ExpectEqual("an edge that can be read", gpio.Read(pin, file, edge), 0);
+            edge.pop_back();
+            Fuzz::ExpectEqual("the edge", error == 0 ? text.substr(0, edge.size()) : "none", edge);
+            Fuzz::Expect("an output that takes no edge", error == 0 || gpio.IsDriven(pin));
         }
         if (error == 0 && file == PinFile::Value)
         {

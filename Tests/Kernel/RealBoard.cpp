@@ -24,8 +24,10 @@ void UnexportPins()
 {
     for (int pin = 0; pin < Simulator::Gpio::PinCount; ++pin)
     {
-        if (std::filesystem::exists("/sys/class/gpio/gpio" + std::to_string(pin)))
+        const std::filesystem::path directory = "/sys/class/gpio/gpio" + std::to_string(pin);
+        if (std::filesystem::exists(directory))
         {
+            std::ofstream(directory / "direction") << "in"; // an output would stay one
             std::ofstream("/sys/class/gpio/unexport") << pin;
         }
     }

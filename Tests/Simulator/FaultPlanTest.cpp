@@ -121,8 +121,8 @@ protected:
         : handle(At("uleds"))
     {
         EXPECT_EQ(handle.Register("led"), RecordSize);
-        EXPECT_EQ(WriteTo(At("gpio/export"), "3"), 0);
-        EXPECT_EQ(WriteTo(At("gpio/gpio3/direction"), "out"), 0);
+        EXPECT_EQ(WriteTo(At("class/gpio/export"), "3"), 0);
+        EXPECT_EQ(WriteTo(At("class/gpio/gpio3/direction"), "out"), 0);
     }
 
     /// The error that the operation ends with.
@@ -137,18 +137,18 @@ protected:
         case Operation::UledsRead:
             return ReadOfItsOwn();
         case Operation::ExportOpen:
-            return File(At("gpio/export"), O_WRONLY | O_CREAT | O_TRUNC).error;
+            return File(At("class/gpio/export"), O_WRONLY | O_CREAT | O_TRUNC).error;
         case Operation::ExportWrite:
-            WriteTo(At("gpio/unexport"), "3");
-            return WriteTo(At("gpio/export"), "3");
+            WriteTo(At("class/gpio/unexport"), "3");
+            return WriteTo(At("class/gpio/export"), "3");
         case Operation::DirectionOpen:
-            return File(At("gpio/gpio3/direction"), O_WRONLY | O_CREAT | O_TRUNC).error;
+            return File(At("class/gpio/gpio3/direction"), O_WRONLY | O_CREAT | O_TRUNC).error;
         case Operation::DirectionWrite:
-            return WriteTo(At("gpio/gpio3/direction"), "out");
+            return WriteTo(At("class/gpio/gpio3/direction"), "out");
         case Operation::ValueOpen:
-            return File(At("gpio/gpio3/value"), O_WRONLY | O_CREAT | O_TRUNC).error;
+            return File(At("class/gpio/gpio3/value"), O_WRONLY | O_CREAT | O_TRUNC).error;
         case Operation::ValueWrite:
-            return WriteTo(At("gpio/gpio3/value"), "1");
+            return WriteTo(At("class/gpio/gpio3/value"), "1");
         default:
             return -1;
         }
@@ -232,14 +232,14 @@ TEST_F(Faults, AFailedCallHasNoOtherEffect)
     EXPECT_FALSE(HasLed("other"));
     EXPECT_EQ(handle.Read(), -EBADF);
     EXPECT_EQ(handle.Poll(), POLLIN);
-    EXPECT_EQ(WriteTo(At("gpio/gpio3/direction"), "in"), EIO);
+    EXPECT_EQ(WriteTo(At("class/gpio/gpio3/direction"), "in"), EIO);
     EXPECT_TRUE(files->TheGpio().IsDriven(3));
 }
 
 TEST_F(Faults, AStreamSeesAFailedWriteWhenItCloses)
 {
     files->TheFaults().Fail(Operation::ValueWrite, EIO);
-    std::ofstream stream(At("gpio/gpio3/value"));
+    std::ofstream stream(At("class/gpio/gpio3/value"));
     stream << 0 << 1;
     EXPECT_TRUE(stream.good());
     stream.close();
@@ -331,12 +331,12 @@ TEST_F(Faults, ADelayDoesNotHoldUpOthers)
     Fault fault;
     fault.delay = 10min;
     files->TheFaults().Set(Operation::ExportWrite, fault);
-    Child delayed([this] { return WriteTo(At("gpio/export"), "5"); });
+    Child delayed([this] { return WriteTo(At("class/gpio/export"), "5"); });
     ASSERT_TRUE(AwaitCalls(Operation::ExportWrite, 2));
     EXPECT_EQ(handle.Read(), 0);
     kill(delayed.pid, SIGKILL); // nor need anybody wait for its end
     EXPECT_EQ(delayed.Wait(), 128 + SIGKILL);
-    EXPECT_FALSE(fs::exists(At("gpio/gpio5")));
+    EXPECT_FALSE(fs::exists(At("class/gpio/gpio5")));
 }
 
 TEST_F(Faults, ADelayEndsWithTheFiles)

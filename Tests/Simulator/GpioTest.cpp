@@ -116,20 +116,51 @@ TEST_F(Gpio, OnlyAnExportedPinCanBeUnexported)
     EXPECT_EQ(gpio.Unexport("3"), EINVAL);
 }
 
-TEST_F(Gpio, UnexportingReleasesThePin)
+TEST_F(Gpio, AnOutputThatIsUnexportedGoesLowAndStaysAnOutput)
 {
-    Write(PinFile::ActiveLow, "1");
-    Write(PinFile::Edge, "both");
-    Write(PinFile::Direction, "out");
+    Write(PinFile::Direction, "high");
     changes.clear();
 
     EXPECT_EQ(gpio.Unexport("3"), 0);
 
-    EXPECT_THAT(changes, ElementsAre(Change(3, false, true)));
+    EXPECT_THAT(changes, ElementsAre(Change(3, true, false)));
+    EXPECT_EQ(gpio.Export("3"), 0);
+    EXPECT_EQ(Read(PinFile::Direction), "out\n");
+    EXPECT_EQ(Read(PinFile::Value), "0\n");
+    EXPECT_EQ(changes.size(), 1U);
+}
+
+TEST_F(Gpio, AnInputThatIsUnexportedStaysOneAndForgetsTheRest)
+{
+    Write(PinFile::ActiveLow, "1");
+    Write(PinFile::Edge, "both");
+    gpio.Unexport("3");
     EXPECT_EQ(gpio.Export("3"), 0);
     EXPECT_EQ(Read(PinFile::Direction), "in\n");
     EXPECT_EQ(Read(PinFile::ActiveLow), "0\n");
     EXPECT_EQ(Read(PinFile::Edge), "none\n");
+    EXPECT_THAT(changes, IsEmpty());
+}
+
+TEST_F(Gpio, AnEdgeStaysWhenThePinBecomesAnOutputUntilAnotherIsRefused)
+{
+    Write(PinFile::Edge, "rising");
+    Write(PinFile::Direction, "out");
+    EXPECT_EQ(Write(PinFile::Edge, "rising"), 0);
+    EXPECT_EQ(Read(PinFile::Edge), "rising\n");
+    EXPECT_EQ(Write(PinFile::Edge, "both"), EIO);
+    EXPECT_EQ(Read(PinFile::Edge), "none\n");
+}
+
+TEST_F(Gpio, AnOutputTakesNoEdge)
+{
+    Write(PinFile::Direction, "out");
+    for (const char* const edge : {"rising", "falling", "both"})
+    {
+        EXPECT_EQ(Write(PinFile::Edge, edge), EIO) << edge;
+    }
+    EXPECT_EQ(Write(PinFile::Edge, "none"), 0);
+    EXPECT_EQ(Write(PinFile::Edge, "up"), EINVAL);
 }
 
 TEST_F(Gpio, APinThatIsNotExportedHasNoFiles)

@@ -45,19 +45,19 @@ TEST_F(MountedTree, ListsWhatThereIs)
 {
     const Handle led(At("uleds"));
     ASSERT_EQ(led.Register("system"), RecordSize);
-    ASSERT_EQ(WriteTo(At("gpio/export"), "31"), 0);
-    EXPECT_THAT(Names(directory.path), UnorderedElementsAre("uleds", "gpio", "leds"));
-    EXPECT_THAT(Names(At("gpio")), UnorderedElementsAre("export", "unexport", "gpio31"));
-    EXPECT_THAT(Names(At("gpio/gpio31")), UnorderedElementsAre("direction", "value", "active_low", "edge"));
-    EXPECT_THAT(Names(At("leds")), UnorderedElementsAre("system"));
-    EXPECT_THAT(Names(At("leds/system")), UnorderedElementsAre("brightness", "max_brightness"));
+    ASSERT_EQ(WriteTo(At("class/gpio/export"), "31"), 0);
+    EXPECT_THAT(Names(directory.path), UnorderedElementsAre("uleds", "class", "devices"));
+    EXPECT_THAT(Names(At("class/gpio")), UnorderedElementsAre("export", "unexport", "gpiochip0", "gpio31"));
+    EXPECT_THAT(Names(At("class/leds")), UnorderedElementsAre("system"));
+    EXPECT_THAT(Names(At("devices/virtual/misc/uleds")),
+                UnorderedElementsAre("system", "power", "subsystem", "uevent"));
 }
 
 TEST_F(MountedTree, ListsADirectoryOfManyEntriesWhole)
 {
     for (int pin = 0; pin < 32; ++pin)
     {
-        ASSERT_EQ(WriteTo(At("gpio/export"), std::to_string(pin)), 0);
+        ASSERT_EQ(WriteTo(At("class/gpio/export"), std::to_string(pin)), 0);
     }
     std::vector<std::unique_ptr<Handle>> leds;
     for (int led = 0; led < 200; ++led) // more than fit into one answer
@@ -65,27 +65,27 @@ TEST_F(MountedTree, ListsADirectoryOfManyEntriesWhole)
         leds.push_back(std::make_unique<Handle>(At("uleds")));
         ASSERT_EQ(leds.back()->Register(std::string(40, 'x') + std::to_string(led)), RecordSize);
     }
-    EXPECT_EQ(Names(At("gpio")).size(), 34U);
-    EXPECT_EQ(Names(At("leds")).size(), 200U);
+    EXPECT_EQ(Names(At("class/gpio")).size(), 35U);
+    EXPECT_EQ(Names(At("class/leds")).size(), 200U);
 }
 
 TEST_F(MountedTree, HasTheModesSizesAndOwnerOfTheRealFiles)
 {
     const Handle led(At("uleds"));
     ASSERT_EQ(led.Register("system"), RecordSize);
-    ASSERT_EQ(WriteTo(At("gpio/export"), "3"), 0);
+    ASSERT_EQ(WriteTo(At("class/gpio/export"), "3"), 0);
     for (const auto& [path, mode] : {std::pair("uleds", 0100600),
-                                     {"gpio/export", 0100200},
-                                     {"gpio/unexport", 0100200},
-                                     {"gpio/gpio3/direction", 0100644},
-                                     {"gpio/gpio3/value", 0100644},
-                                     {"gpio/gpio3/active_low", 0100644},
-                                     {"gpio/gpio3/edge", 0100644},
-                                     {"leds/system/brightness", 0100644},
-                                     {"leds/system/max_brightness", 0100444},
-                                     {"gpio", 0040755},
-                                     {"gpio/gpio3", 0040755},
-                                     {"leds/system", 0040755}})
+                                     {"class/gpio/export", 0100200},
+                                     {"class/gpio/unexport", 0100200},
+                                     {"class/gpio/gpio3/direction", 0100644},
+                                     {"class/gpio/gpio3/value", 0100644},
+                                     {"class/gpio/gpio3/active_low", 0100644},
+                                     {"class/gpio/gpio3/edge", 0100644},
+                                     {"class/leds/system/brightness", 0100644},
+                                     {"class/leds/system/max_brightness", 0100444},
+                                     {"class/gpio", 0040755},
+                                     {"class/gpio/gpio3", 0040755},
+                                     {"class/leds/system", 0040755}})
     {
         struct stat attributes
         {
@@ -99,33 +99,67 @@ TEST_F(MountedTree, HasTheModesSizesAndOwnerOfTheRealFiles)
 
 TEST_F(MountedTree, LetsNobodyCreateAFile)
 {
-    EXPECT_EQ(File(At("gpio/new"), O_WRONLY | O_CREAT | O_TRUNC).error, EACCES);
-    EXPECT_EQ(File(At("gpio/gpio3/direction"), O_WRONLY | O_CREAT | O_TRUNC).error, ENOENT);
-    EXPECT_EQ(File(At("leds/none/brightness"), O_WRONLY | O_CREAT | O_TRUNC).error, ENOENT);
-    EXPECT_EQ(File(At("gpio/new"), O_WRONLY).error, ENOENT);
+    EXPECT_EQ(File(At("class/gpio/new"), O_WRONLY | O_CREAT | O_TRUNC).error, EACCES);
+    EXPECT_EQ(File(At("class/gpio/gpio3/direction"), O_WRONLY | O_CREAT | O_TRUNC).error, ENOENT);
+    EXPECT_EQ(File(At("class/leds/none/brightness"), O_WRONLY | O_CREAT | O_TRUNC).error, ENOENT);
+    EXPECT_EQ(File(At("class/gpio/new"), O_WRONLY).error, ENOENT);
 }
 
 TEST_F(MountedTree, OpensNothingForWhatNobodyMayDo)
 {
     const Handle led(At("uleds"));
     ASSERT_EQ(led.Register("system"), RecordSize);
-    EXPECT_EQ(File(At("gpio/export"), O_RDONLY).error, EACCES);
-    EXPECT_EQ(File(At("gpio/export"), O_RDWR).error, EACCES);
-    EXPECT_EQ(File(At("leds/system/max_brightness"), O_WRONLY).error, EACCES);
+    EXPECT_EQ(File(At("class/gpio/export"), O_RDONLY).error, EACCES);
+    EXPECT_EQ(File(At("class/gpio/export"), O_RDWR).error, EACCES);
+    EXPECT_EQ(File(At("class/leds/system/max_brightness"), O_WRONLY).error, EACCES);
 }
 
-TEST_F(MountedTree, AcceptsATruncationAndNoOtherMode)
+TEST_F(MountedTree, AcceptsATruncationWithoutEffect)
 {
-    ASSERT_EQ(WriteTo(At("gpio/export"), "3"), 0);
-    EXPECT_EQ(truncate(At("gpio/gpio3/value").c_str(), 0), 0);
-    EXPECT_EQ(ReadFrom(At("gpio/gpio3/value")), "1\n");
-    EXPECT_EQ(chmod(At("gpio/gpio3/value").c_str(), 0600) == -1 ? errno : 0, EPERM);
+    ASSERT_EQ(WriteTo(At("class/gpio/export"), "3"), 0);
+    EXPECT_EQ(truncate(At("class/gpio/gpio3/value").c_str(), 0), 0);
+    EXPECT_EQ(ReadFrom(At("class/gpio/gpio3/value")), "1\n");
+}
+
+TEST_F(MountedTree, LetsAnotherUserInByTheModeAlone)
+{
+    constexpr uid_t Other = 1;
+    const Handle led(At("uleds"));
+    ASSERT_EQ(led.Register("system"), RecordSize);
+    const auto writeAsOther = [this]
+    {
+        Child other([this] { return setuid(Other) == -1 ? 255 : SetBrightness("system", "7"); });
+        return other.Wait();
+    };
+    const int before = writeAsOther();
+    if (before == 255)
+    {
+        GTEST_SKIP() << "an ordinary user's board knows one user only";
+    }
+    EXPECT_EQ(before, EACCES);
+    EXPECT_EQ(chmod(At("class/leds/system/brightness").c_str(), 0666), 0);
+    EXPECT_EQ(writeAsOther(), 0);
+    EXPECT_EQ(chmod(At("class/leds/system/brightness").c_str(), 0644), 0);
+    EXPECT_EQ(writeAsOther(), EACCES);
+    EXPECT_EQ(chown(At("class/leds/system/brightness").c_str(), Other, static_cast<gid_t>(-1)), 0);
+    EXPECT_EQ(writeAsOther(), 0);
+}
+
+TEST_F(MountedTree, ALinkIsGoneWithWhatItLedTo)
+{
+    Handle led(At("uleds"));
+    ASSERT_EQ(led.Register("system"), RecordSize);
+    const fs::path place = At("class/leds/system");
+    EXPECT_EQ(fs::read_symlink(place), "../../devices/virtual/misc/uleds/system");
+    led.Close();
+    EXPECT_TRUE(Await([&] { return !fs::is_symlink(place); }));
+    EXPECT_FALSE(fs::exists(At("devices/virtual/misc/uleds/system")));
 }
 
 TEST_F(MountedTree, ReadsAFileInPiecesToItsEnd)
 {
-    ASSERT_EQ(WriteTo(At("gpio/export"), "3"), 0);
-    const File file(At("gpio/gpio3/direction"), O_RDONLY);
+    ASSERT_EQ(WriteTo(At("class/gpio/export"), "3"), 0);
+    const File file(At("class/gpio/gpio3/direction"), O_RDONLY);
     std::string text(2, ' ');
     EXPECT_EQ(read(file.descriptor, text.data(), 2), 2);
     EXPECT_EQ(text, "in");
@@ -179,11 +213,11 @@ TEST_F(Mounting, TwoAtOnceHaveNothingInCommon)
     KernelFiles otherFiles(other.path);
     const Handle handle(other.path / "uleds");
     ASSERT_EQ(handle.Register("led"), RecordSize);
-    EXPECT_EQ(WriteTo(other.path / "gpio/export", "3"), 0);
-    EXPECT_TRUE(fs::exists(other.path / "leds/led"));
+    EXPECT_EQ(WriteTo(other.path / "class/gpio/export", "3"), 0);
+    EXPECT_TRUE(fs::exists(other.path / "class/leds/led"));
     EXPECT_FALSE(HasLed("led"));
-    EXPECT_FALSE(fs::exists(At("gpio/gpio3")));
-    EXPECT_EQ(WriteTo(At("gpio/export"), "3"), 0);
+    EXPECT_FALSE(fs::exists(At("class/gpio/gpio3")));
+    EXPECT_EQ(WriteTo(At("class/gpio/export"), "3"), 0);
 }
 
 TEST_F(Mounting, AProcessThatWaitsInAPollIsLetGoWithAnError)
@@ -205,7 +239,7 @@ TEST_F(Mounting, FilesThatAreStillOpenFailWhenTheEndHasCome)
 {
     Handle handle(At("uleds"));
     ASSERT_EQ(handle.Register("led"), RecordSize);
-    const File pin(At("gpio/export"), O_WRONLY);
+    const File pin(At("class/gpio/export"), O_WRONLY);
     files.reset();
     EXPECT_LT(handle.Read(), 0);
     EXPECT_LT(pin.Write("3"), 0);

@@ -240,12 +240,12 @@ protected:
 
     bool HasLed(const std::string& name) const
     {
-        return fs::exists(At("leds/" + name));
+        return fs::exists(At("class/leds/" + name));
     }
 
     int SetBrightness(const std::string& led, const std::string& text) const
     {
-        return WriteTo(At("leds/" + led + "/brightness"), text);
+        return WriteTo(At("class/leds/" + led + "/brightness"), text);
     }
 
     unsigned Calls(Simulator::Operation operation)

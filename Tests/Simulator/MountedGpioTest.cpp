@@ -24,17 +24,17 @@ class MountedGpio : public Mounted
 protected:
     MountedGpio()
     {
-        EXPECT_EQ(WriteTo(At("gpio/export"), "3"), 0);
+        EXPECT_EQ(WriteTo(At("class/gpio/export"), "3"), 0);
     }
 
     int Write(const std::string& file, const std::string& text) const
     {
-        return WriteTo(At("gpio/gpio3/" + file), text);
+        return WriteTo(At("class/gpio/gpio3/" + file), text);
     }
 
     std::string Read(const std::string& file) const
     {
-        return ReadFrom(At("gpio/gpio3/" + file));
+        return ReadFrom(At("class/gpio/gpio3/" + file));
     }
 };
 
@@ -48,8 +48,8 @@ TEST_F(MountedGpio, AnExportedPinHasItsFilesAtOnceAndIsAnInput)
 
 TEST_F(MountedGpio, ExportingAgainIsBusyAndAStreamFailsAtClose)
 {
-    EXPECT_EQ(WriteTo(At("gpio/export"), "3"), EBUSY);
-    std::ofstream stream(At("gpio/export"));
+    EXPECT_EQ(WriteTo(At("class/gpio/export"), "3"), EBUSY);
+    std::ofstream stream(At("class/gpio/export"));
     stream << 3;
     EXPECT_TRUE(stream.good());
     stream.close();
@@ -60,40 +60,40 @@ TEST_F(MountedGpio, ExportRefusesWhatIsNoPin)
 {
     for (const std::string text : {"32", "abc", "-1"})
     {
-        EXPECT_EQ(WriteTo(At("gpio/export"), text), EINVAL) << text;
+        EXPECT_EQ(WriteTo(At("class/gpio/export"), text), EINVAL) << text;
     }
 }
 
 TEST_F(MountedGpio, APinThatIsNotExportedHasNoDirectory)
 {
-    EXPECT_EQ(WriteTo(At("gpio/gpio4/direction"), "in"), ENOENT);
-    EXPECT_EQ(WriteTo(At("gpio/gpio99/value"), "1"), ENOENT);
-    EXPECT_FALSE(std::ofstream(At("gpio/gpio4/direction")).is_open());
+    EXPECT_EQ(WriteTo(At("class/gpio/gpio4/direction"), "in"), ENOENT);
+    EXPECT_EQ(WriteTo(At("class/gpio/gpio99/value"), "1"), ENOENT);
+    EXPECT_FALSE(std::ofstream(At("class/gpio/gpio4/direction")).is_open());
 }
 
 TEST_F(MountedGpio, APinStaysExportedWhenTheExportingProcessExits)
 {
-    Child exporter([this] { return WriteTo(At("gpio/export"), "5"); });
+    Child exporter([this] { return WriteTo(At("class/gpio/export"), "5"); });
     EXPECT_EQ(exporter.Wait(), 0);
-    EXPECT_TRUE(fs::exists(At("gpio/gpio5/direction")));
+    EXPECT_TRUE(fs::exists(At("class/gpio/gpio5/direction")));
 }
 
 TEST_F(MountedGpio, AnUnexportedPinIsGoneAndCanBeExportedAnew)
 {
     Write("direction", "high");
-    EXPECT_EQ(WriteTo(At("gpio/unexport"), "3\n"), 0);
-    EXPECT_FALSE(fs::exists(At("gpio/gpio3")));
-    EXPECT_EQ(WriteTo(At("gpio/unexport"), "3"), EINVAL);
-    EXPECT_EQ(WriteTo(At("gpio/export"), "3"), 0);
-    EXPECT_EQ(Read("direction"), "in\n");
+    EXPECT_EQ(WriteTo(At("class/gpio/unexport"), "3\n"), 0);
+    EXPECT_FALSE(fs::exists(At("class/gpio/gpio3")));
+    EXPECT_EQ(WriteTo(At("class/gpio/unexport"), "3"), EINVAL);
+    EXPECT_EQ(WriteTo(At("class/gpio/export"), "3"), 0);
+    EXPECT_EQ(Read("direction"), "out\n");
 }
 
 TEST_F(MountedGpio, AFileThatIsStillOpenDoesNotReachThePinExportedAnew)
 {
-    const File old(At("gpio/gpio3/direction"), O_WRONLY);
-    WriteTo(At("gpio/unexport"), "3");
+    const File old(At("class/gpio/gpio3/direction"), O_WRONLY);
+    WriteTo(At("class/gpio/unexport"), "3");
     EXPECT_EQ(old.Write("out"), -ENODEV);
-    WriteTo(At("gpio/export"), "3");
+    WriteTo(At("class/gpio/export"), "3");
     EXPECT_EQ(old.Write("out"), -ENODEV);
     EXPECT_EQ(Read("direction"), "in\n");
 }
@@ -135,14 +135,14 @@ TEST_F(MountedGpio, RefusesValuesThatAreNoNumberAndKeepsTheLevel)
 
 TEST_F(MountedGpio, TheDigitsOfAStreamArriveAsOneWriteWhenItCloses)
 {
-    std::ofstream(At("gpio/gpio3/direction")) << "out";
-    std::ofstream stream(At("gpio/gpio3/value"));
+    std::ofstream(At("class/gpio/gpio3/direction")) << "out";
+    std::ofstream stream(At("class/gpio/gpio3/value"));
     stream << 0;
     stream << 1;
     EXPECT_EQ(files->TheGpio().Writes().size(), 2U);
     stream.close();
     EXPECT_FALSE(stream.fail());
-    std::ofstream(At("gpio/gpio3/direction")) << "in";
+    std::ofstream(At("class/gpio/gpio3/direction")) << "in";
 
     std::vector<std::string> writes;
     for (const auto& write : files->TheGpio().Writes())
@@ -173,7 +173,7 @@ TEST_F(MountedGpio, ActiveLowAndEdgeCanBeWritten)
 
 TEST_F(MountedGpio, TheWritesToOneFileFromOneHandleAreSeparate)
 {
-    const File file(At("gpio/gpio3/direction"), O_WRONLY);
+    const File file(At("class/gpio/gpio3/direction"), O_WRONLY);
     EXPECT_EQ(file.Write("high"), 4);
     EXPECT_EQ(file.Write("low\n"), 4); // whatever the offset is
     EXPECT_EQ(Read("value"), "0\n");
@@ -181,7 +181,7 @@ TEST_F(MountedGpio, TheWritesToOneFileFromOneHandleAreSeparate)
 
 TEST_F(MountedGpio, APollOfAFileDoesNotWait)
 {
-    const File file(At("gpio/gpio3/value"), O_RDONLY);
+    const File file(At("class/gpio/gpio3/value"), O_RDONLY);
     pollfd set{file.descriptor, POLLIN, 0};
     EXPECT_EQ(poll(&set, 1, -1), 1);
     EXPECT_EQ(set.revents, POLLIN);

@@ -34,8 +34,8 @@ TEST_F(MountedUleds, ARecordIsTakenWholeAndItsLedIsThereAtOnce)
 {
     const Handle handle(At("uleds"));
     EXPECT_EQ(handle.Register("system", 77), RecordSize);
-    EXPECT_EQ(ReadFrom(At("leds/system/brightness")), "0\n");
-    EXPECT_EQ(ReadFrom(At("leds/system/max_brightness")), "77\n");
+    EXPECT_EQ(ReadFrom(At("class/leds/system/brightness")), "0\n");
+    EXPECT_EQ(ReadFrom(At("class/leds/system/max_brightness")), "77\n");
     EXPECT_THAT(LedChanges(), ElementsAre(Pair("system", true)));
 }
 
@@ -58,7 +58,7 @@ TEST_F(MountedUleds, RefusesBrightnessesAndNamesThatCannotBe)
     {
         EXPECT_EQ(handle.Register(name), -EINVAL) << '"' << name << '"';
     }
-    EXPECT_THAT(Names(At("leds")), IsEmpty());
+    EXPECT_THAT(Names(At("class/leds")), IsEmpty());
 }
 
 TEST_F(MountedUleds, TakesANameOf63CharactersAndRefuses64)
@@ -77,7 +77,7 @@ TEST_F(MountedUleds, RenamesAnLedWhoseNameExists)
     EXPECT_EQ(first.Register("led"), RecordSize);
     EXPECT_EQ(second.Register("led"), RecordSize);
     EXPECT_EQ(third.Register("led"), RecordSize);
-    EXPECT_THAT(Names(At("leds")), UnorderedElementsAre("led", "led_1", "led_2"));
+    EXPECT_THAT(Names(At("class/leds")), UnorderedElementsAre("led", "led_1", "led_2"));
 }
 
 TEST_F(MountedUleds, HasNoMemoryForANameWithoutRoomForItsNumber)
@@ -136,7 +136,7 @@ TEST_F(ReadLed, AReportIsPollinAloneUntilItIsRead)
     EXPECT_EQ(handle.Poll(0, POLLPRI | POLLRDBAND), 0);
     EXPECT_EQ(handle.Read(), 50);
     EXPECT_EQ(handle.Poll(0, AllEvents), 0);
-    EXPECT_EQ(ReadFrom(At("leds/led/brightness")), "50\n");
+    EXPECT_EQ(ReadFrom(At("class/leds/led/brightness")), "50\n");
 }
 
 TEST_F(ReadLed, AReadThatIsTooSmallGivesNothingAndLeavesTheReport)
@@ -178,7 +178,7 @@ TEST_F(ReadLed, ABrightnessAboveTheMaximumIsTheMaximum)
 {
     EXPECT_EQ(SetBrightness("led", "255"), 0);
     EXPECT_EQ(handle.Read(), 100);
-    EXPECT_EQ(ReadFrom(At("leds/led/brightness")), "100\n");
+    EXPECT_EQ(ReadFrom(At("class/leds/led/brightness")), "100\n");
 }
 
 TEST_F(ReadLed, ABrightnessThatIsNoDecimalNumberIsRefusedAndNotReported)
@@ -192,7 +192,7 @@ TEST_F(ReadLed, ABrightnessThatIsNoDecimalNumberIsRefusedAndNotReported)
 
 TEST_F(ReadLed, AStreamSetsTheBrightness)
 {
-    std::ofstream(At("leds/led/brightness")) << 42 << std::endl;
+    std::ofstream(At("class/leds/led/brightness")) << 42 << std::endl;
     EXPECT_EQ(handle.Read(), 42);
 }
 
@@ -216,14 +216,14 @@ TEST_F(ReadLed, TheLedIsGoneAtOnceWhenItsHandleCloses)
 
 TEST_F(ReadLed, AFileThatIsStillOpenDoesNotReachTheNextLedOfTheSameName)
 {
-    const File old(At("leds/led/brightness"), O_RDWR);
+    const File old(At("class/leds/led/brightness"), O_RDWR);
     handle.Close();
     const Handle next(At("uleds"));
     ASSERT_EQ(next.Register("led"), RecordSize);
     char text = 0;
     EXPECT_EQ(old.Write("50"), -ENODEV);
     EXPECT_EQ(pread(old.descriptor, &text, 1, 0) == -1 ? errno : 0, ENODEV);
-    EXPECT_EQ(ReadFrom(At("leds/led/brightness")), "0\n");
+    EXPECT_EQ(ReadFrom(At("class/leds/led/brightness")), "0\n");
 }
 
 TEST_F(MountedUleds, AnLedIsGoneWhenItsOwnerHasExited)
@@ -250,10 +250,10 @@ TEST_F(MountedUleds, ManyLedsAreGoneWhenTheirOwnerHasExited)
                 handles.push_back(std::make_unique<Handle>(At("uleds")));
                 handles.back()->Register("led");
             }
-            return static_cast<int>(Names(At("leds")).size());
+            return static_cast<int>(Names(At("class/leds")).size());
         });
     EXPECT_EQ(owner.Wait(), Count);
-    EXPECT_THAT(Names(At("leds")), IsEmpty());
+    EXPECT_THAT(Names(At("class/leds")), IsEmpty());
 }
 
 TEST_F(MountedUleds, AnLedIsGoneWhenItsOwnerWasKilled)
@@ -369,7 +369,7 @@ TEST_F(WaitingRead, DoesNotHoldUpOthers)
     const Handle other(At("uleds"));
     EXPECT_EQ(other.Register("other"), RecordSize);
     EXPECT_EQ(other.Read(), 0);
-    EXPECT_EQ(WriteTo(At("gpio/export"), "3"), 0);
+    EXPECT_EQ(WriteTo(At("class/gpio/export"), "3"), 0);
     SetBrightness("led", "98");
     EXPECT_EQ(reader.Wait(), 98);
 }

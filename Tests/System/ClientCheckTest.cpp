@@ -71,7 +71,7 @@ TEST_F(ClientCheckOnBoard, ABoardWithAllThatIsNeededIsOk)
         outcome.lines,
         ElementsAre("ok    daemon                 is " DRIVER,
                     "ok    libNemt.so             is " STAND_IN_LIBRARY "/libNemt.so",
-                    "ok    reset GPIO 3           can be exported, if there is such a pin",
+                    "ok    reset GPIO 3           can be exported, unless a driver has it",
                     "ok    /dev/ttymxc2           can be opened, if nobody else has it",
                     "ok    /dev/uleds             can be opened",
                     "ok    fs.mqueue.msg_max      is 32, and 14 are needed",

@@ -9,9 +9,9 @@ namespace
 class SimulatedBoard : public TestBoard
 {
 public:
-    SimulatedBoard(Simulator::EventLog& events, int resetGpio)
-        : board(events, resetGpio)
-        , resetPin(std::to_string(resetGpio))
+    SimulatedBoard(Simulator::EventLog& events, int resetPin)
+        : board(events, resetPin)
+        , resetGpio(resetPin)
     {
     }
 
@@ -27,7 +27,8 @@ public:
 
     void StartPinsAnew() override
     {
-        board.Files().TheGpio().Unexport(resetPin);
+        board.Files().TheGpio().Write(resetGpio, Simulator::PinFile::Direction, "in");
+        board.Files().TheGpio().Unexport(std::to_string(resetGpio));
         board.Files().TheGpio().Forget();
     }
 
@@ -48,7 +49,7 @@ public:
 
 private:
     Simulator::Board board;
-    const std::string resetPin;
+    const int resetGpio;
 };
 
 } // namespace
