@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <optional>
@@ -77,6 +76,13 @@ struct Process
     }
 };
 
+// Only devices and queues are looked at: any other file may be on a network that does not answer. The name of a queue
+// stands where others have a path.
+bool MayBeTrace(const std::string& target)
+{
+    return target.compare(0, 5, "/dev/") == 0 || target.rfind('/') == 0;
+}
+
 Process LookInto(const std::filesystem::path& directory, const Traces& traces)
 {
     Process process;
@@ -87,10 +93,13 @@ Process LookInto(const std::filesystem::path& directory, const Traces& traces)
     for (std::filesystem::directory_iterator entry(directory / "fd", error), end; !error && entry != end;
          entry.increment(error))
     {
-        const auto open = Status(entry->path());
+        std::error_code unread;
+        const auto target = std::filesystem::read_symlink(entry->path(), unread);
+        isBlocked =
+            isBlocked || unread == std::errc::permission_denied; // the list of a process of the same user is not
+        const auto open = !unread && MayBeTrace(target) ? Status(entry->path()) : std::nullopt;
         if (!open)
         {
-            isBlocked = isBlocked || errno == EACCES || errno == EPERM; // the list of a process of the same user is not
             continue;
         }
         const FileIdentity identity(open->st_dev, open->st_ino);
