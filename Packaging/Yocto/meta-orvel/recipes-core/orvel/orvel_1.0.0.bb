@@ -51,7 +51,7 @@ FILES:${PN} += " \
     ${datadir}/bash-completion \
     ${datadir}/zsh \
 "
-CONFFILES:${PN} = "${sysconfdir}/default/orvel"
+CONFFILES:${PN} = "${sysconfdir}/default/orvel ${sysconfdir}/orvel/log4cplus.properties"
 RDEPENDS:${PN} = "${ORVEL_LINK_LIBRARY}"
 RDEPENDS:${PN}-simulator = "${PN}"
 RRECOMMENDS:${PN} = "kernel-module-uleds"
