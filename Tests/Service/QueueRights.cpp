@@ -1,6 +1,7 @@
 // queue-rights: what the user may do with each queue of the daemon, one line each, such as "/cemiToLL: send, take". Takes no
 // message away.
 // queue-rights occupy: makes the queues for frames to the bus and for the programming button before the daemon does.
+// queue-rights fill: makes queues as long as the kernel lets the user, and tells how many.
 
 #include "Orvel/Protocol.h"
 
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
+#include <string>
 
 namespace
 {
@@ -45,10 +47,33 @@ bool OccupyAll()
            Occupy(ORVEL_PROG_BUTTON_QUEUE, ORVEL_PROG_BUTTON_QUEUE_CAPACITY, ORVEL_PROG_BUTTON_MESSAGE_SIZE);
 }
 
+// Of the smallest size, of which a user may have the most.
+int Fill()
+{
+    mq_attr attributes{};
+    attributes.mq_maxmsg = 1;
+    attributes.mq_msgsize = 1;
+    for (int number = 0;; ++number)
+    {
+        const mqd_t queue =
+            mq_open(("/fill" + std::to_string(number)).c_str(), O_RDONLY | O_CREAT | O_EXCL, 0600, &attributes);
+        if (queue == -1)
+        {
+            std::printf("%d queues, then: %s\n", number, strerror(errno));
+            return 0;
+        }
+        mq_close(queue);
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    if (argc > 1 && strcmp(argv[1], "fill") == 0)
+    {
+        return Fill();
+    }
     if (argc > 1)
     {
         return strcmp(argv[1], "occupy") == 0 && OccupyAll() ? 0 : 1;
