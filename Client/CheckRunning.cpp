@@ -40,7 +40,7 @@ std::optional<struct stat> Status(const std::string& path)
 // What a running daemon has open.
 struct Traces
 {
-    std::optional<dev_t> serialLine;
+    std::optional<FileIdentity> serialLine; // not its number, which a pseudo-terminal of another mount can have too
     std::vector<FileIdentity> queues;
 };
 
@@ -49,7 +49,7 @@ Traces FindTraces()
     Traces traces;
     if (const auto line = Status(SerialLine); line && S_ISCHR(line->st_mode))
     {
-        traces.serialLine = line->st_rdev;
+        traces.serialLine.emplace(line->st_dev, line->st_ino);
     }
     for (const char* const name : {ORVEL_CEMI_FROM_LL_QUEUE, ORVEL_CEMI_TO_LL_QUEUE})
     {
@@ -104,7 +104,7 @@ Process LookInto(const std::filesystem::path& directory, const Traces& traces)
         }
         const FileIdentity identity(open->st_dev, open->st_ino);
         const bool isDevice = S_ISCHR(open->st_mode);
-        process.hasSerialLine = process.hasSerialLine || (isDevice && open->st_rdev == traces.serialLine);
+        process.hasSerialLine = process.hasSerialLine || identity == traces.serialLine;
         process.isBoard = process.isBoard || (isDevice && open->st_rdev == PseudoTerminals);
         process.hasQueues =
             process.hasQueues || std::find(traces.queues.begin(), traces.queues.end(), identity) != traces.queues.end();

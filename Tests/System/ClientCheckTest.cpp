@@ -147,6 +147,14 @@ TEST_F(ClientCheckOnBoard, AnApplicationThatHasTheQueuesOpenIsNoDaemonAndNeither
     application->Stop();
 }
 
+TEST_F(ClientCheckOnBoard, TheDaemonOfAnotherBoardIsNone)
+{
+    Daemon other({BOARD, "--name", "check-" + std::to_string(getpid())}, {});
+    ASSERT_TRUE(other.AwaitLine("link up"));
+    EXPECT_THAT(Check().lines, Not(Contains(HasSubstr("is process"))));
+    EXPECT_EQ(other.Stop(), 0);
+}
+
 TEST_F(ClientCheckOnBoard, FewerMessagesThanTheQueuesNeedAreNamedAsTheDaemonFails)
 {
     WithMessageLimit(13,
