@@ -317,7 +317,7 @@ void LiveBoard::OnKey(int key)
     default:
         break;
     }
-    if (key >= '0' && key <= '9')
+    if (key >= '0' && key <= '9' && !demonstration)
     {
         OnDigit(key - '0');
     }
@@ -330,7 +330,10 @@ void LiveBoard::OnKey(int key)
 void LiveBoard::OnDigit(int digit)
 {
     const int pause = view.pause.value_or(0) * 10 + digit;
-    view.pause = pause <= MaxPause ? pause : digit;
+    if (pause <= MaxPause)
+    {
+        view.pause = pause;
+    }
 }
 
 void LiveBoard::TypeWithPause(const std::string& command)

@@ -73,6 +73,13 @@ pid_t ChildOf(pid_t parent, const std::string& program = "orvel-board")
     return -1;
 }
 
+// Not for a process that was not found, which would be all or a group of them.
+void Kill(pid_t process, int signal)
+{
+    ASSERT_GT(process, 0);
+    ASSERT_EQ(kill(process, signal), 0);
+}
+
 // A window in which the board runs, between two looks at the settings of the terminal.
 class LiveBoard : public testing::Test
 {
@@ -262,6 +269,13 @@ TEST_F(LiveBoard, ANumberBeforeTheKeyIsThePause)
     }
 }
 
+TEST_F(LiveBoard, ADigitThatMakesThePauseTooLongIsLeftOut)
+{
+    StartWithLink();
+    Press("3601");
+    Await(" after 360 s:  r restart  k kill");
+}
+
 TEST_F(LiveBoard, ATelegramIsTypedAndShownInWords)
 {
     StartWithLink();
@@ -340,7 +354,7 @@ TEST_F(LiveBoard, LeavesTheTerminalAsItWasHoweverItIsStopped)
         ExpectTerminalAsBefore(0);
     }
     StartWithLink();
-    kill(Guard(), SIGTERM);
+    Kill(Guard(), SIGTERM);
     ExpectTerminalAsBefore(0);
 }
 
@@ -349,7 +363,7 @@ TEST_F(LiveBoard, LeavesTheTerminalAsItWasWhenItCrashes)
     for (const int signal : {SIGKILL, SIGABRT})
     {
         StartWithLink();
-        kill(Board(), signal);
+        Kill(Board(), signal);
         ExpectTerminalAsBefore(128 + signal);
         EXPECT_THAT(window->Rows(), Contains(StartsWith("orvel-board: the board was killed: ")));
     }
@@ -359,7 +373,7 @@ TEST_F(LiveBoard, EndsWhenTheProcessThatGuardsTheTerminalIsKilled)
 {
     StartWithLink();
     const pid_t board = Board();
-    kill(Guard(), SIGKILL);
+    Kill(Guard(), SIGKILL);
     EXPECT_TRUE(::Await([&] { return IsGone(board); }));
     EXPECT_TRUE(window->AwaitValue("alternate_on", "0"));
     EXPECT_TRUE(window->AwaitValue("cursor_flag", "1"));
@@ -373,7 +387,7 @@ TEST_F(LiveBoard, LeavesTheTerminalAsItWasWhenItsGuardIsKilledUnderAShell)
     Press("Enter");
     Await("link        up");
     const pid_t board = Board();
-    kill(Guard(), SIGKILL);
+    Kill(Guard(), SIGKILL);
     EXPECT_TRUE(::Await([&] { return IsGone(board); }));
     Press(R"(stty -g | cmp - "$WINDOW/settings" && echo settings "as before")");
     Press("Enter");
@@ -388,7 +402,7 @@ TEST_F(LiveBoard, EndsWithTheDaemonAndSaysWhatItSaidLast)
     EXPECT_THAT(window->Rows(), Contains("daemon ended with status 255"));
 
     StartWithLink();
-    kill(ChildOf(Board(), "orvel"), SIGKILL);
+    Kill(ChildOf(Board(), "orvel"), SIGKILL);
     ExpectTerminalAsBefore(128 + SIGKILL);
     EXPECT_THAT(window->Rows(), Contains("daemon ended with status 137"));
 }
@@ -451,8 +465,10 @@ TEST_F(LiveBoard, DuringTheDemonstrationKeysOnlyQuitAndHelp)
     // It waits for a link that this daemon never brings up.
     Start("--demo --driver /bin/sleep -- 1000");
     Await("daemon started");
+    Press("5");
     Press("b");
     Await("wait until the demonstration is over");
+    EXPECT_THAT(window->Rows().back(), HasSubstr("q quit"));
     Press("h");
     Await(" b  press the programming button");
     Press("q");
