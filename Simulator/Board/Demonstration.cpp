@@ -159,6 +159,9 @@ private:
             }
             say("the daemon is started anew");
             restart();
+            // Until then the LEDs and the lines are those of the daemon that goes.
+            Await("daemon ended");
+            Await("daemon started");
         }
     }
 

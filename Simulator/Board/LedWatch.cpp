@@ -1,5 +1,7 @@
 #include "LedWatch.h"
 
+#include <sys/syscall.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -47,6 +49,19 @@ bool HasWaited(const std::filesystem::path& thread)
     return switches > 0;
 }
 
+// Whether the thread waits in the opening of a file. That of "/dev/uleds" takes as long as the board needs to answer it.
+bool IsOpening(const std::filesystem::path& thread)
+{
+    std::ifstream file(thread / "syscall");
+    long call = -1;
+    file >> call; // stays -1 or becomes 0 where the thread runs, or is gone
+    return call == SYS_openat
+#ifdef SYS_open
+           || call == SYS_open
+#endif
+        ;
+}
+
 } // namespace
 
 LedWatch::Finding LedWatch::Look()
@@ -66,9 +81,10 @@ LedWatch::Finding LedWatch::Look()
         return Finding::TheyCome;
     }
     // The bridge is built after the LEDs. Once it has its queue and no thread still waits for its first turn, the LED worker
-    // has looked at its table.
+    // has looked at its table, or is opening the device.
     const auto threads = Entries(DirectoryOf(daemon) / "task");
-    const bool hasLookedAtTable = hasOpened("/cemiFromLL") && std::all_of(threads.begin(), threads.end(), HasWaited);
+    const bool hasLookedAtTable = hasOpened("/cemiFromLL") && std::all_of(threads.begin(), threads.end(), HasWaited) &&
+                                  std::none_of(threads.begin(), threads.end(), IsOpening);
     looksWithout = hasLookedAtTable ? looksWithout + 1 : 0;
     return looksWithout == EnoughLooks ? Finding::TheyDoNot : Finding::NotYet;
 }
