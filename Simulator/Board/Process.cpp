@@ -29,8 +29,6 @@ void Execute(const Process::Start& start, pid_t parent)
     {
         return; // the board died before it could be told so
     }
-    // Ctrl-C in a terminal is for the board, which then stops the program in its own way.
-    setpgid(0, 0);
     // What a shell starts in its background ignores SIGINT, and so would the program.
     static_cast<void>(std::signal(SIGINT, SIG_DFL));
     sigset_t none;
@@ -73,11 +71,14 @@ Process::Process(const Start& start)
     if (id == 0)
     {
         close(ends[0]); // so that the end of the board ends the wait
+        // Ctrl-C in a terminal is for the board, which then stops the program in its own way.
+        setpgid(0, 0);
         char go = 0;
-        if (recv(ends[1], &go, 1, 0) == 1)
+        if (recv(ends[1], &go, 1, 0) != 1)
         {
-            Execute(start, parent);
+            _exit(127); // the board died, and nobody is to be told anything
         }
+        Execute(start, parent);
         const int error = errno;
         send(ends[1], &error, sizeof(error), MSG_NOSIGNAL);
         _exit(127);

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <optional>
 #include <stdexcept>
 
@@ -26,28 +27,65 @@ bool IsOwnDirectory(const std::filesystem::path& path, mode_t forbidden)
            (status.st_mode & forbidden) == 0;
 }
 
-// Made where it is missing. Throws when another user was there first.
-std::filesystem::path Directory()
+// As the system knows this user, who has another number on a board.
+unsigned long OuterUser()
 {
-    const std::string user = std::to_string(geteuid());
+    const unsigned long user = geteuid();
+    std::ifstream map("/proc/self/uid_map");
+    unsigned long inside = 0;
+    unsigned long outside = 0;
+    unsigned long count = 0;
+    while (map >> inside >> outside >> count)
+    {
+        if (user >= inside && user - inside < count)
+        {
+            return outside + (user - inside);
+        }
+    }
+    return user;
+}
+
+std::filesystem::path DirectoryPath()
+{
+    const std::string user = std::to_string(OuterUser());
     const char* const given = std::getenv("XDG_RUNTIME_DIR");
-    std::filesystem::path directory = "/tmp/orvel-board-" + user;
     for (const std::filesystem::path& parent :
          {std::filesystem::path(given != nullptr ? given : ""), std::filesystem::path("/run/user") / user})
     {
-        if (IsOwnDirectory(parent, S_IWGRP | S_IWOTH))
+        if (parent.is_absolute() && IsOwnDirectory(parent, S_IWGRP | S_IWOTH))
         {
-            directory = parent / "orvel-board";
-            break;
+            return parent / "orvel-board";
         }
     }
-    mkdir(directory.c_str(), S_IRWXU);
+    return "/tmp/orvel-board-" + user;
+}
+
+// Nothing where it is missing. Throws when another user was there first.
+std::optional<std::filesystem::path> Directory()
+{
+    std::filesystem::path directory = DirectoryPath();
     if (!IsOwnDirectory(directory, S_IRWXG | S_IRWXO))
     {
+        struct stat status = {};
+        if (lstat(directory.c_str(), &status) == -1 && errno == ENOENT)
+        {
+            return std::nullopt;
+        }
         throw std::runtime_error(directory.string() +
                                  " is not a directory of this user alone; set XDG_RUNTIME_DIR to one that is");
     }
     return directory;
+}
+
+// The same, made where it is missing.
+std::filesystem::path MakeDirectory()
+{
+    const std::filesystem::path directory = DirectoryPath();
+    if (mkdir(directory.c_str(), S_IRWXU) == -1 && errno != EEXIST)
+    {
+        throw std::runtime_error("cannot make " + directory.string() + ": " + strerror(errno));
+    }
+    return Directory().value_or(directory);
 }
 
 // Whether the directory still has the file that is open.
@@ -58,8 +96,8 @@ bool IsThere(int descriptor, const std::filesystem::path& file)
     return fstat(descriptor, &opened) == 0 && lstat(file.c_str(), &there) == 0 && opened.st_ino == there.st_ino;
 }
 
-// A record lock: the kernel tells whose it is, and frees it with the process. Closing any descriptor of the file would free it
-// too, so the process that holds it opens it once.
+// A record lock: the kernel tells which process holds it, and frees it with that process. Closing any descriptor of the file
+// would free it too, so the process that holds it opens the file once.
 struct flock WholeFile()
 {
     struct flock lock = {};
@@ -96,7 +134,7 @@ Rendezvous::Rendezvous(const std::string& boardName)
     // A board that ends removes its file, and the directory after the last: then they are made anew.
     while (descriptor == -1)
     {
-        file = Directory() / boardName;
+        file = MakeDirectory() / boardName;
         descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
         if (descriptor == -1 && errno != ENOENT)
         {
@@ -140,7 +178,8 @@ void Rendezvous::Announce(pid_t daemon) const
 
 pid_t Rendezvous::Find(const std::string& boardName)
 {
-    const auto found = Read(Directory() / boardName);
+    const auto directory = Directory();
+    const auto found = directory ? Read(*directory / boardName) : std::nullopt;
     if (!found)
     {
         throw std::runtime_error("no board named '" + boardName + "' is running");
@@ -151,9 +190,13 @@ pid_t Rendezvous::Find(const std::string& boardName)
 std::vector<Rendezvous::Running> Rendezvous::List()
 {
     std::vector<Running> boards;
+    const auto directory = Directory();
+    if (!directory)
+    {
+        return boards;
+    }
     std::error_code gone;
-    for (std::filesystem::directory_iterator entry(Directory(), gone), end; !gone && entry != end;
-         entry.increment(gone))
+    for (std::filesystem::directory_iterator entry(*directory, gone), end; !gone && entry != end; entry.increment(gone))
     {
         if (auto found = Read(entry->path()))
         {

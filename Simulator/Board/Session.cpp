@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <stdexcept>
 
 namespace Simulator
 {
@@ -74,6 +75,12 @@ int Session::Run()
 }
 
 // False when the daemon has ended for good.
+bool Session::GoesOn() const
+{
+    return daemon || (!stopping && (startsAt || startFailed));
+}
+
+// The result is that of GoesOn.
 bool Session::Step()
 {
     std::array<pollfd, 5> set{{{daemon ? daemon->Descriptor() : -1, POLLIN, 0},
@@ -83,6 +90,14 @@ bool Session::Step()
                                {reading ? input.Descriptor() : -1, POLLIN, 0}}};
     poll(set.data(), set.size(), PollTimeout());
     const auto isReady = [&set](std::size_t index) { return set.at(index).revents != 0; };
+    if (isReady(0))
+    {
+        OnDaemonEnd(); // first: what else has come is for the board as it is now
+        if (!GoesOn())
+        {
+            return false;
+        }
+    }
     if (isReady(1))
     {
         signals.Take();
@@ -104,23 +119,61 @@ bool Session::Step()
     {
         reading = input.Read([this](const std::string& line) { Execute(line); });
     }
-    if (isReady(0))
-    {
-        OnDaemonEnd();
-    }
     OnTime(Clock::now());
-    return daemon || startsAt;
+    return GoesOn();
 }
 
 void Session::StartDaemon()
 {
     endBegan.reset();
+    killed = false;
     startsAt.reset();
-    daemon.emplace(start);
-    events.Add("daemon started");
-    rendezvous.Announce(daemon->Id());
+    Process::Start toldStart = start;
+    toldStart.beforeExec = [this](pid_t process)
+    {
+        if (start.beforeExec)
+        {
+            start.beforeExec(process);
+        }
+        // Before the daemon can do anything that is told, and that somebody waits for.
+        events.Add("daemon started");
+        rendezvous.Announce(process);
+    };
+    try
+    {
+        daemon.emplace(toldStart);
+    }
+    catch (...)
+    {
+        rendezvous.Announce(Rendezvous::NoDaemon);
+        throw;
+    }
     ledWatch.emplace(daemon->Id());
     looksAt = Clock::now() + LookEvery;
+}
+
+// The program can have gone, or be written at this moment.
+void Session::StartDaemonAgain()
+{
+    try
+    {
+        StartDaemon();
+        startFailed = false;
+    }
+    catch (const std::runtime_error& failure)
+    {
+        startFailed = true;
+        events.Add(std::string(failure.what()) + "; restart tries again");
+    }
+}
+
+void Session::StartAfter(std::chrono::seconds pause)
+{
+    startsAt = Clock::now() + pause;
+    if (pause.count() > 0)
+    {
+        events.Add("daemon starts again in " + std::to_string(pause.count()) + " s");
+    }
 }
 
 void Session::OnDaemonEnd()
@@ -132,11 +185,7 @@ void Session::OnDaemonEnd()
     ledWatch.reset();
     if (restartAfter)
     {
-        startsAt = Clock::now() + *restartAfter;
-        if (restartAfter->count() > 0)
-        {
-            events.Add("daemon starts again in " + std::to_string(restartAfter->count()) + " s");
-        }
+        StartAfter(*restartAfter);
         restartAfter.reset();
     }
 }
@@ -144,9 +193,14 @@ void Session::OnDaemonEnd()
 // The result is what to tell the person.
 std::string Session::Restart(int signal, std::chrono::seconds pause)
 {
-    if (endBegan || !daemon)
+    if (!daemon && !stopping)
     {
-        return "the daemon is ending, or about to start again";
+        StartAfter(pause);
+        return "";
+    }
+    if (endBegan)
+    {
+        return "the daemon is ending";
     }
     endBegan = Clock::now();
     restartAfter = pause;
@@ -209,8 +263,10 @@ void Session::LookForLeds()
 
 void Session::OnTime(Clock::time_point now)
 {
-    if (daemon && endBegan && now >= *endBegan + StopLimit)
+    if (daemon && endBegan && !killed && now >= *endBegan + StopLimit)
     {
+        killed = true;
+        events.Add("daemon has not ended in " + std::to_string(StopLimit.count()) + " s and is killed");
         daemon->Signal(SIGKILL);
     }
     if (ledWatch && now >= looksAt)
@@ -219,7 +275,7 @@ void Session::OnTime(Clock::time_point now)
     }
     if (startsAt && now >= *startsAt)
     {
-        StartDaemon();
+        StartDaemonAgain();
     }
 }
 
@@ -227,7 +283,7 @@ void Session::OnTime(Clock::time_point now)
 int Session::PollTimeout() const
 {
     auto next = Clock::time_point::max();
-    if (daemon && endBegan)
+    if (daemon && endBegan && !killed)
     {
         next = *endBegan + StopLimit;
     }

@@ -47,8 +47,11 @@ private:
     using Clock = std::chrono::steady_clock;
 
     bool Step();
+    bool GoesOn() const;
     void Execute(const std::string& line);
     void StartDaemon();
+    void StartDaemonAgain();
+    void StartAfter(std::chrono::seconds pause);
     void OnDaemonEnd();
     std::string Restart(int signal, std::chrono::seconds pause);
     void Stop();
@@ -69,7 +72,9 @@ private:
     bool stopping = false;                            // the board is to end with the daemon
     std::optional<Clock::time_point> endBegan;        // when the daemon was last asked to end
     std::optional<std::chrono::seconds> restartAfter; // once it has ended
+    bool killed = false;                              // because it did not end in time
     std::optional<Clock::time_point> startsAt;        // while it does not run
+    bool startFailed = false;                         // and a person may try again
     int status = 0;                                   // with which it last ended
     int demonstrationDone;
     int restartWanted; // by the demonstration

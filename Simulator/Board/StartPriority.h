@@ -8,7 +8,7 @@ namespace Simulator
 /// Lets daemons start at real-time priority: the main thread is then not taken off its processor while it starts its workers,
 /// which are ordinary threads, and its LEDs come also on a busy machine.
 ///
-/// In a user namespace nobody may set it, not even root. So a process does that stays outside.
+/// In a user namespace nobody may set it, not even root. A process that stays outside therefore does it.
 class StartPriority
 {
 public:

@@ -197,6 +197,25 @@ private:
 // The framework owns it.
 const testing::Environment* const ownRuntimeDirectory = testing::AddGlobalTestEnvironment(new OwnRuntimeDirectory);
 
+// A script in the place of the daemon.
+class OwnDriver
+{
+public:
+    explicit OwnDriver(const std::string& script)
+    {
+        std::ofstream(File()) << "#!/bin/sh\n" << script << '\n';
+        std::filesystem::permissions(File(), std::filesystem::perms::owner_all);
+    }
+
+    std::string File() const
+    {
+        return directory.Path() / "orvel";
+    }
+
+private:
+    TemporaryDirectory directory;
+};
+
 // The daemon, whose LED worker comes too early: at its first start, or at every one.
 class LosingDriver
 {
@@ -426,14 +445,82 @@ TEST(BoardProgram, KillStartsTheDaemonOverTheQueuesThatWereLeft)
 
 TEST(BoardProgram, OneRestartAtATime)
 {
+    const OwnDriver driver("trap '' INT; echo deaf; exec sleep 1000");
+    BoardProgram board({"--driver", driver.File()});
+    ASSERT_TRUE(board->AwaitLine("deaf"));
+    board.Type("restart");
+    board.Type("kill");
+    EXPECT_TRUE(board->AwaitLine("the daemon is ending"));
+    board.Type("quit");
+    board->Wait();
+}
+
+TEST(BoardProgram, ARestartDuringAPauseSetsTheStartAnew)
+{
     BoardProgram board;
     ASSERT_TRUE(board->AwaitLine("link up"));
     board.Type("kill 3600");
     ASSERT_TRUE(board->AwaitLine("daemon starts again in 3600 s"));
+    board.Type("restart 1800");
+    EXPECT_TRUE(board->AwaitLine("daemon starts again in 1800 s"));
     board.Type("restart");
-    EXPECT_TRUE(board->AwaitLine("the daemon is ending, or about to start again"));
+    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_GT(DaemonOf(Name()), 0);
+    board.Type("kill 3600");
+    ASSERT_TRUE(board->AwaitLine("daemon starts again in 3600 s"));
     board.Type("quit");
     EXPECT_EQ(board->Wait(), 137);
+}
+
+TEST(BoardProgram, ADaemonThatDoesNotEndIsKilledWhichIsTold)
+{
+    const OwnDriver driver("trap '' INT; echo deaf; exec sleep 1000");
+    BoardProgram board({"--driver", driver.File()});
+    ASSERT_TRUE(board->AwaitLine("deaf"));
+    board.Type("restart");
+    EXPECT_TRUE(board->AwaitLine("daemon has not ended in 15 s and is killed"));
+    EXPECT_TRUE(board->AwaitLine("daemon ended with status 137"));
+    EXPECT_TRUE(board->AwaitLine("deaf"));
+    const auto lines = board->Lines();
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                            [](const auto& line) { return line.find("is killed") != std::string::npos; }),
+              1);
+    board.Type("kill 3600");
+    EXPECT_TRUE(board->AwaitLine("daemon ended with status 137"));
+    EXPECT_EQ(board->Stop(), 137);
+}
+
+TEST(BoardProgram, ARestartThatCannotStartTheDaemonKeepsTheBoardForTheNext)
+{
+    const OwnDriver driver("exec " DRIVER " \"$@\"");
+    BoardProgram board({"--driver", driver.File()});
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    std::filesystem::rename(driver.File(), driver.File() + ".away");
+    board.Type("kill");
+    EXPECT_TRUE(board->AwaitLine("cannot start " + driver.File() + ": No such file or directory; restart tries again"));
+    std::vector<std::string> lines;
+    EXPECT_EQ(RunOnce({"list"}, lines), 0);
+    EXPECT_THAT(lines, Contains(Name() + "  no daemon"));
+    EXPECT_EQ(RunOnce({"exec", "--name", Name(), "--", "true"}, lines), 0);
+    board.Type("restart");
+    EXPECT_TRUE(board->AwaitLine("restart tries again"));
+    std::filesystem::rename(driver.File() + ".away", driver.File());
+    board.Type("restart");
+    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_GT(DaemonOf(Name()), 0);
+    std::filesystem::remove(driver.File());
+    board.Type("kill");
+    EXPECT_TRUE(board->AwaitLine("restart tries again"));
+    board.Type("quit");
+    EXPECT_EQ(board->Wait(), 137);
+}
+
+TEST(BoardProgram, EndsWhereItsFirstDaemonCannotBeStarted)
+{
+    const TemporaryDirectory directory;
+    std::vector<std::string> lines;
+    EXPECT_EQ(RunOnce({"--name", Name(), "--driver", directory.Path()}, lines), 1);
+    EXPECT_THAT(lines, Contains("orvel-board: cannot start " + directory.Path().string() + ": Permission denied"));
 }
 
 TEST(BoardProgram, EndsWithTheStatusOfADaemonThatEndsByItselfAfterARestart)
@@ -443,7 +530,9 @@ TEST(BoardProgram, EndsWithTheStatusOfADaemonThatEndsByItselfAfterARestart)
     board.Type("restart");
     ASSERT_TRUE(board->AwaitLine("daemon ended with status 0"));
     ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 4"));
-    kill(DaemonOf(Name()), SIGKILL);
+    const pid_t daemon = DaemonOf(Name());
+    ASSERT_GT(daemon, 0);
+    kill(daemon, SIGKILL);
     EXPECT_EQ(board->Wait(), 137);
 }
 
@@ -533,28 +622,58 @@ TEST(BoardProgram, AKilledBoardIsNotListedAndItsNameIsFree)
     EXPECT_EQ(board->Stop(), 0);
 }
 
+// What "exec" says where boards are looked for in `runtime`.
+std::vector<std::string> LookIn(const std::filesystem::path& runtime)
+{
+    Daemon program({BOARD, "exec", "--name", Name(), "--", "true"}, {{"XDG_RUNTIME_DIR", runtime}});
+    EXPECT_EQ(program.Wait(), 1);
+    return program.Lines();
+}
+
 TEST(BoardProgram, WhatAnotherUserHasMadeStandsForNoBoard)
 {
+    const auto refused = ElementsAre(HasSubstr("orvel-board is not a directory of this user alone"));
     const TemporaryDirectory runtime;
     const auto directory = runtime.Path() / "orvel-board";
     ASSERT_TRUE(std::filesystem::create_directory(directory));
-    std::ofstream(directory / Name()) << getpid() << '\n';
-    const std::vector<std::string> exec{BOARD, "exec", "--name", Name(), "--", "true"};
-    const Daemon::Environment environment{{"XDG_RUNTIME_DIR", runtime.Path()}};
+    std::filesystem::permissions(directory, std::filesystem::perms::owner_all);
+    std::ofstream(directory / Name()) << getpid() << '\n'; // which nobody has locked
+    EXPECT_THAT(LookIn(runtime.Path()), ElementsAre(HasSubstr("no board named '" + Name() + "'")));
+
+    // A link would lead to a directory that its maker chose.
+    const TemporaryDirectory linked;
+    std::filesystem::create_directory_symlink(directory, linked.Path() / "orvel-board");
+    EXPECT_THAT(LookIn(linked.Path()), refused);
+
     // Others could have made the file.
     std::filesystem::permissions(directory, std::filesystem::perms::all);
-    Daemon inSharedDirectory(exec, environment);
-    EXPECT_EQ(inSharedDirectory.Wait(), 1);
-    EXPECT_THAT(inSharedDirectory.Lines(),
-                testing::ElementsAre(HasSubstr("orvel-board is not a directory of this user alone")));
+    EXPECT_THAT(LookIn(runtime.Path()), refused);
     std::filesystem::permissions(directory, std::filesystem::perms::owner_all);
-    if (chown(directory.c_str(), 1, 1) == 0) // not as an ordinary user
+    if (chown(directory.c_str(), 1, 1) != 0)
     {
-        Daemon inDirectoryOfAnother(exec, environment);
-        EXPECT_EQ(inDirectoryOfAnother.Wait(), 1);
-        EXPECT_THAT(inDirectoryOfAnother.Lines(),
-                    testing::ElementsAre(HasSubstr("orvel-board is not a directory of this user alone")));
+        GTEST_SKIP() << "an ordinary user cannot give a directory to another";
     }
+    EXPECT_THAT(LookIn(runtime.Path()), refused);
+}
+
+TEST(BoardProgram, WhoLooksForBoardsMakesNoDirectory)
+{
+    const TemporaryDirectory runtime;
+    EXPECT_THAT(LookIn(runtime.Path()), ElementsAre(HasSubstr("no board named '" + Name() + "'")));
+    Daemon list({BOARD, "list"}, {{"XDG_RUNTIME_DIR", runtime.Path()}});
+    EXPECT_EQ(list.Wait(), 0);
+    EXPECT_THAT(list.Lines(), ElementsAre(HasSubstr("no board is running")));
+    EXPECT_TRUE(std::filesystem::is_empty(runtime.Path()));
+}
+
+TEST(BoardProgram, ARuntimeDirectoryThatIsNotAbsoluteIsIgnored)
+{
+    BoardProgram board;
+    ASSERT_TRUE(board->AwaitLine("link up"));
+    Daemon list({"sh", "-c", "cd \"$XDG_RUNTIME_DIR\" && XDG_RUNTIME_DIR=. exec " BOARD " list"}, {});
+    EXPECT_EQ(list.Wait(), 0);
+    EXPECT_THAT(list.Lines(), testing::Not(Contains(StartsWith(Name() + "  "))));
+    EXPECT_EQ(board->Stop(), 0);
 }
 
 TEST(BoardProgram, PassesOptionsOnToTheDaemon)
