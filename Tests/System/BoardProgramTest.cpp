@@ -536,6 +536,34 @@ TEST(BoardProgram, EndsWithTheStatusOfADaemonThatEndsByItselfAfterARestart)
     EXPECT_EQ(board->Wait(), 137);
 }
 
+TEST(BoardProgram, ACommandThatCameAfterTheDaemonsEndDoesNotStartItAgain)
+{
+    const OwnDriver driver("echo runs; exec sleep 1000"); // with no file of the board, which could not end without it
+    BoardProgram board({"--driver", driver.File()});
+    ASSERT_TRUE(board->AwaitLine("runs"));
+    const pid_t daemon = DaemonOf(Name());
+    ASSERT_GT(daemon, 0);
+    board->Signal(SIGSTOP); // so that it finds both at once
+    kill(daemon, SIGKILL);
+    const auto hasEnded = [daemon]
+    {
+        std::ifstream file("/proc/" + std::to_string(daemon) + "/stat");
+        std::string number;
+        std::string program;
+        std::string state;
+        file >> number >> program >> state;
+        return state == "Z";
+    };
+    EXPECT_TRUE(Await(hasEnded));
+    board.Type("restart");
+    board->Signal(SIGCONT);
+    EXPECT_EQ(board->Wait(), 137);
+    const auto lines = board->Lines();
+    EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                            [](const auto& line) { return line.find("daemon started") != std::string::npos; }),
+              1);
+}
+
 TEST(BoardProgram, TellsThatTheLedsDidNotCome)
 {
     const LosingDriver driver("*");
