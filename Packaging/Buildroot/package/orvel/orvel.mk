@@ -12,6 +12,15 @@ ORVEL_DEPENDENCIES = host-pkgconf cxxopts log4cplus
 ORVEL_INSTALL_STAGING = YES # for applications
 ORVEL_NEMT_LIBRARY = $(call qstrip,$(BR2_PACKAGE_ORVEL_NEMT_LIBRARY))
 
+# This file is also read where the package is not chosen, and for menuconfig, where the path is given.
+ifeq ($(BR2_PACKAGE_ORVEL),y)
+ifeq ($(BR_BUILDING),y)
+ifeq ($(ORVEL_NEMT_LIBRARY),)
+$(error orvel needs the path of libNemt.so: give it in BR2_PACKAGE_ORVEL_NEMT_LIBRARY)
+endif
+endif
+endif
+
 ORVEL_CONF_OPTS = \
 	-DORVEL_TESTS=OFF \
 	-DORVEL_SIMULATOR=OFF \
