@@ -51,9 +51,9 @@ need_board() {
   [ -c /dev/fuse ] || die "there is no /dev/fuse, which the simulated board needs: modprobe fuse"
   (: <>/dev/fuse) 2>/dev/null || die "/dev/fuse, which the simulated board needs, is not readable and writable for this user"
   command -v unshare >/dev/null || return 0 # the board itself will tell
-  unshare --user --map-root-user --mount --ipc true 2>/dev/null && return 0
+  unshare --user --map-root-user --mount --propagation unchanged --ipc true 2>/dev/null && return 0
   [ "$(id -u)" = 0 ] || die "the simulated board needs a user namespace, and this system gives an ordinary user none (see the sysctl user.max_user_namespaces and the rules of its security module); run as root instead"
-  unshare --mount --ipc true 2>/dev/null || die "the simulated board needs mount and IPC namespaces, and this system gives none"
+  unshare --mount --propagation unchanged --ipc true 2>/dev/null || die "the simulated board needs mount and IPC namespaces, and this system gives none"
 }
 
 # build PRESET [CMAKE OPTION...]: configures and builds into build/PRESET, whatever was configured there before; everything,

@@ -8,7 +8,6 @@
 
 using namespace std::chrono_literals;
 using Simulator::HostSession;
-using Simulator::Wire::Frame;
 using Simulator::Wire::Kind;
 
 namespace

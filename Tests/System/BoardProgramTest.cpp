@@ -222,7 +222,7 @@ class LosingDriver
 public:
     explicit LosingDriver(const std::string& when)
     {
-        std::ofstream(directory.Path() / "loses");
+        const std::ofstream loses(directory.Path() / "loses");
         std::ofstream(File()) << "#!/bin/sh\n"
                               << "[ '" << when << "' = '*' ] || rm '" << (directory.Path() / "loses").string()
                               << "' 2>/dev/null || exec " DRIVER " \"$@\"\n"
@@ -401,11 +401,10 @@ TEST(BoardProgram, RestartEndsTheDaemonInItsOwnWayWhileApplicationsStay)
 {
     const auto program = StartWithLeds();
     BoardProgram& board = *program;
-    Daemon application(
-        {BOARD, "exec", "--name", Name(), "--", "sh", "-c",
-         "echo stands; while [ -e /dev/mqueue/progButton ] || [ -e /sys/class/leds/prg1 ]; do sleep 0.01; done; "
-         "echo gone; until [ -e /dev/mqueue/progButton ]; do sleep 0.01; done; echo again"},
-        {});
+    const std::string script =
+        "echo stands; while [ -e /dev/mqueue/progButton ] || [ -e /sys/class/leds/prg1 ]; do sleep 0.01; done; "
+        "echo gone; until [ -e /dev/mqueue/progButton ]; do sleep 0.01; done; echo again";
+    Daemon application({BOARD, "exec", "--name", Name(), "--", "sh", "-c", script}, {});
     ASSERT_TRUE(application.AwaitLine("stands"));
     board.Type("restart 2");
     EXPECT_TRUE(board->AwaitLine("daemon ended with status 0"));

@@ -24,10 +24,10 @@ constexpr short ReadEvents = POLLIN | POLLPRI | POLLRDBAND;
 
 } // namespace
 
-Cemi::Cemi(Nemt::CommHub* hub, const std::string& fromLlName, const std::string& toLlName)
+Cemi::Cemi(Nemt::CommHub* hub, const std::string& fromLl, const std::string& toLl)
     : commHub(hub)
-    , fromLlQueueName(fromLlName)
-    , toLlQueueName(toLlName)
+    , fromLlQueueName(fromLl)
+    , toLlQueueName(toLl)
     , logger(log4cplus::Logger::getInstance("Cemi"))
     , thread(&Cemi::ThreadFunction, this)
 {
