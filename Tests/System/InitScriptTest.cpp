@@ -56,9 +56,18 @@ protected:
 
     Outcome Script(const std::string& action)
     {
-        Daemon script({"chroot", root, "/etc/init.d/orvel", action}, {{"PATH", "/usr/sbin:/sbin:/bin"}});
-        const int status = script.Wait();
-        return {status, script.Lines()};
+        return InRoot({"/etc/init.d/orvel", action});
+    }
+
+    Outcome InRoot(const std::vector<std::string>& command, const std::vector<std::string>& options = {})
+    {
+        std::vector<std::string> inRoot{"chroot"};
+        inRoot.insert(inRoot.end(), options.begin(), options.end());
+        inRoot.push_back(root);
+        inRoot.insert(inRoot.end(), command.begin(), command.end());
+        Daemon program(inRoot, {{"PATH", "/usr/sbin:/sbin:/bin"}});
+        const int status = program.Wait();
+        return {status, program.Lines()};
     }
 
     void Write(const std::string& file, const std::string& text) const
@@ -81,6 +90,13 @@ protected:
     std::string Logged() const
     {
         return Read("/tmp/messages");
+    }
+
+    static std::string NameOf(pid_t process)
+    {
+        std::stringstream name;
+        name << std::ifstream("/proc/" + std::to_string(process) + "/comm").rdbuf();
+        return name.str();
     }
 
     pid_t DaemonId() const
@@ -172,6 +188,52 @@ TEST_F(InitScript, LeavesAProcessAloneThatHasTheNumberOfAnEarlierDaemon)
     EXPECT_EQ(kill(other.Id(), 0), 0);
     other.Signal(SIGTERM);
     EXPECT_EQ(other.Wait(), 128 + SIGTERM);
+}
+
+TEST_F(InitScript, StartsNoSecondDaemonBesideOneWhoseNumberItHasNot)
+{
+    ASSERT_EQ(Script("start").status, 0);
+    const std::string number = std::to_string(DaemonId());
+    std::filesystem::remove(File("/run/orvel.pid"));
+    const Outcome start = Script("start");
+    const std::string numberOfSecond = Read("/run/orvel.pid");
+    Write("/run/orvel.pid", number + "\n");
+    EXPECT_EQ(start.status, 1);
+    EXPECT_THAT(start.lines, ElementsAre("orvel: process " + number + " runs, which this script has not started"));
+    EXPECT_EQ(numberOfSecond, "");
+    EXPECT_EQ(Script("stop").status, 0);
+}
+
+TEST_F(InitScript, StartsTheDaemonBesideAnotherProgramOfItsName)
+{
+    std::filesystem::copy_file("/bin/sleep", File("/tmp/orvel"));
+    Daemon other({File("/tmp/orvel"), "1000"}, {});
+    ASSERT_TRUE(Await([&] { return NameOf(other.Id()) == "orvel\n"; }));
+    EXPECT_EQ(Script("start").status, 0);
+    EXPECT_EQ(Script("stop").status, 0);
+}
+
+TEST_F(InitScript, LetsTheDaemonKeepNoDirectoryOfItsCaller)
+{
+    ASSERT_EQ(InRoot({"/bin/sh", "-c", "cd /tmp && /etc/init.d/orvel start"}).status, 0);
+    EXPECT_TRUE(std::filesystem::equivalent("/proc/" + std::to_string(DaemonId()) + "/cwd", File("/")));
+    EXPECT_EQ(Script("stop").status, 0);
+}
+
+TEST_F(InitScript, NeedsRootForAllButTheStatus)
+{
+    const std::string asUser = "--userspec=1000:1000";
+    if (Daemon({"chroot", asUser, "/", "true"}, {}).Wait() != 0)
+    {
+        GTEST_SKIP() << "there is no other user in a namespace that was not made by root";
+    }
+    for (const std::string action : {"start", "stop", "restart"})
+    {
+        const Outcome outcome = InRoot({"/etc/init.d/orvel", action}, {asUser});
+        EXPECT_EQ(outcome.status, 4) << action;
+        EXPECT_THAT(outcome.lines, ElementsAre("orvel: needs root")) << action;
+    }
+    EXPECT_EQ(InRoot({"/etc/init.d/orvel", "status"}, {asUser}).status, 3);
 }
 
 TEST_F(InitScript, SaysWhatItTakes)
