@@ -29,7 +29,8 @@ public:
 
     /// To be called at NextTime() or later, when all that had come by `now` has been told. Returns what has to be sent
     /// now, if anything. The link goes down here when the co-processor was silent for too long: for five pings, which
-    /// is a second, or for 25 where the machine was busy in the last minute.
+    /// is a second, or for 25, which is 5 s, where a ping or its answer was late in the last minute: on a busy
+    /// machine, or when the line was unplugged for less than that second.
     std::optional<Wire::Frame> OnTime(Clock::time_point now);
 
     /// When OnTime has something to do, nothing while there is no session.
