@@ -40,7 +40,8 @@ cxxopts::Options Definitions()
         ("knxip-interface", "Network interface for --knxip, default is: lo", cxxopts::value<std::string>())
         ("bus-speed", "With --knxip: tp1 for the pace of a line of 9600 bit/s, or unlimited, default is: tp1",
             cxxopts::value<std::string>())
-        ("reset_gpio", "GPIO pin that the co-processor's reset is wired to; tell the daemon the same, default is: 3", cxxopts::value<int>())
+        ("reset_gpio", "GPIO pin that the co-processor's reset is wired to; tell the daemon the same, default is: 3",
+            cxxopts::value<int>())
         ("driver", "The daemon to run, default is the one installed or built beside this program.",
             cxxopts::value<std::string>())
         ("library", "Directory of the libNemt.so that the daemon loads, default is the stand-in's.",

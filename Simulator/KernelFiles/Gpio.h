@@ -59,8 +59,8 @@ public:
     Gpio(const Gpio&) = delete;
     Gpio& operator=(const Gpio&) = delete;
 
-    /// Makes the pin with this number usable: an input, or the output that it was when it was last unexported. EBUSY when it is exported already, EINVAL when there is
-    /// no such pin or no number, ERANGE for a number of more than 64 bits.
+    /// Makes the pin with this number usable: an input, or the output that it was when it was last unexported. EBUSY when
+    /// it is exported already, EINVAL when there is no such pin or no number, ERANGE for a number of more than 64 bits.
     int Export(std::string_view text);
 
     /// Takes the pin's files away. An input stays one; an output stays one too, driven low. EINVAL when it is not exported.
