@@ -36,7 +36,7 @@ public:
         if (id == 0)
         {
             mq_open("/cemiFromLL", O_RDWR | O_CREAT, S_IRUSR | S_IWUSR, nullptr);
-            open(File().c_str(), O_RDONLY);
+            [[maybe_unused]] const int reading = open(File().c_str(), O_RDONLY);
             for (;;)
             {
                 pause();

@@ -17,6 +17,7 @@ public:
 
     ~Uncounted()
     {
+        // cppcheck-suppress selfAssignment ; `before` is what it was when this object was made
         allocations = before;
     }
 
