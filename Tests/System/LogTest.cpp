@@ -104,7 +104,7 @@ TEST_F(Log, ThePortThatCannotBeOpenedIsALineOfMain)
 
 TEST_F(Log, TheLossOfTheLinkAndGivingItUpAreLinesOfMain)
 {
-    const auto file = WriteConfiguration("log4cplus.rootLogger=ERROR,A\n"
+    const auto file = WriteConfiguration("log4cplus.rootLogger=DEBUG,A\n"
                                          "log4cplus.appender.A=log4cplus::ConsoleAppender\n" +
                                          WithOrigin("A"));
     auto daemon =
