@@ -53,6 +53,19 @@ protected:
         log->Clear();
     }
 
+    // From now on `opened` tells the name of each queue.
+    void NoteOpenedQueues()
+    {
+        Kernel::MqOpen.Replace(
+            [this](const char* name, int flags, mode_t mode, mq_attr* attributes)
+            {
+                const mqd_t queue = Kernel::MqOpen.Real(name, flags, mode, attributes);
+                opened[queue] = name;
+                return queue;
+            });
+    }
+
+    std::map<mqd_t, std::string> opened;
     std::optional<TestedButtons> buttons;
 };
 
@@ -237,14 +250,7 @@ TEST_F(Buttons, SendsAPressSinceBootThreeTimesToEveryQueue)
 
 TEST_F(Buttons, SendsAPressSinceBootInThreeRoundsOverItsQueues)
 {
-    std::map<mqd_t, std::string> opened;
-    Kernel::MqOpen.Replace(
-        [&opened](const char* name, int flags, mode_t mode, mq_attr* attributes)
-        {
-            const mqd_t queue = Kernel::MqOpen.Real(name, flags, mode, attributes);
-            opened[queue] = name;
-            return queue;
-        });
+    NoteOpenedQueues();
     Start({First, Second});
     Texts sent;
     Kernel::MqSend.Replace(
@@ -461,14 +467,7 @@ TEST_F(Buttons, GivesItsLinesTheirFileAndFunction)
 
 TEST_F(Buttons, UnregistersFirstAndThenClosesAndRemovesEachOpenedQueue)
 {
-    std::map<mqd_t, std::string> opened;
-    Kernel::MqOpen.Replace(
-        [&opened](const char* name, int flags, mode_t mode, mq_attr* attributes)
-        {
-            const mqd_t queue = Kernel::MqOpen.Real(name, flags, mode, attributes);
-            opened[queue] = name;
-            return queue;
-        });
+    NoteOpenedQueues();
     Start({First, Unopenable, Second});
     Texts steps;
     hub.Observe([&steps](const HubCall& call) { steps.push_back(call.text); });
