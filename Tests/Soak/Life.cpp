@@ -225,8 +225,8 @@ void Life::LoseLink()
     case 2:
         coProcessor.SetPlugged(false);
         break;
-    case 3:
-        coProcessor.SetDelay(2s);
+    case 3: // later than the library waits for an answer after one that was late
+        coProcessor.SetDelay(6s);
         break;
     default:
         coProcessor.SetDead(true);
