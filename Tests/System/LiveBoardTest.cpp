@@ -257,7 +257,6 @@ TEST_F(LiveBoard, ANumberBeforeTheKeyIsThePause)
     for (const auto& [key, status] : {std::pair("r", 0), std::pair("k", 137)})
     {
         StartWithLink();
-        Await("Buttons: Programming button since boot was"); // it has its handler for SIGINT
         Press("3600");
         Await(" after 3600 s:  r restart  k kill");
         Press(key);
