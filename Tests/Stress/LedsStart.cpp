@@ -1,6 +1,6 @@
 // How often the LED worker starts before its table is filled, on a machine that is busy with other things.
 //
-// Prints how many of the constructions lost a device. Not a test: it depends on the machine's scheduler. Each construction
+// Prints how many of the constructions lost a device, or its configured name. Not a test: it depends on the machine's scheduler. Each construction
 // happens in a process of its own, right after a pause, as in the daemon: code that runs for the first time is slow.
 // Half of the busy processes take short naps, as a machine's own services do when it starts.
 //   leds-start [--fifo] [CONSTRUCTIONS [BUSY PROCESSES]]
@@ -9,12 +9,15 @@
 
 #include "Leds.h"
 
+#include <linux/uleds.h>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/types.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -39,10 +42,10 @@ bool CommHub::Transmit(uint16_t /*topic*/, const uint8_t* /*data*/, uint16_t /*l
 namespace
 {
 
-constexpr int Devices = 5;
+constexpr std::array<const char*, 5> Names{"prg1", "prg2", "system", "knx", "rs485termination"}; // by their keys
 constexpr const char* Once = "once";
-constexpr int Refused = 2; // the exit status without the right to run in real time
-std::atomic<int> registered{0};
+constexpr int Refused = 2;              // the exit status without the right to run in real time
+std::atomic<std::size_t> registered{0}; // with their configured names
 
 pid_t StartBusyProcess(bool napping)
 {
@@ -62,16 +65,20 @@ pid_t StartBusyProcess(bool napping)
     return process;
 }
 
-// The daemon's start as far as the LEDs see it; false when a device was lost.
+// The daemon's start as far as the LEDs see it; false when a device or its name was lost.
 bool ConstructOnce()
 {
     log4cplus::Logger::getRoot().setLogLevel(log4cplus::OFF_LOG_LEVEL);
-    std::map<int, std::string> names{{0, "prg1"}, {1, "prg2"}, {2, "system"}, {3, "knx"}, {4, "rs485termination"}};
+    std::map<int, std::string> names;
+    for (const char* const name : Names)
+    {
+        names.emplace(static_cast<int>(names.size()), name);
+    }
     std::this_thread::sleep_for(std::chrono::milliseconds(10)); // the co-processor's time to boot
     {
         const OrvelDriver::Leds leds(nullptr, std::move(names), true);
     }
-    return registered == Devices;
+    return registered == Names.size();
 }
 
 // This process, and what it executes; not what it forks.
@@ -111,9 +118,10 @@ extern "C"
         return 1000;
     }
 
-    ssize_t __wrap_write(int /*fd*/, const void* /*data*/, size_t size)
+    ssize_t __wrap_write(int /*fd*/, const void* data, size_t size)
     {
-        ++registered;
+        const std::string name = static_cast<const uleds_user_dev*>(data)->name;
+        registered += std::count(Names.begin(), Names.end(), name);
         return static_cast<ssize_t>(size);
     }
 
@@ -159,8 +167,8 @@ int main(int argc, char** argv)
         }
         lost += status == EXIT_SUCCESS ? 0 : 1;
     }
-    std::printf("%d of %d constructions%s lost a device, beside %u busy processes on %u cores\n", lost, constructions,
-                realTime ? " in real time" : "", busy, std::thread::hardware_concurrency());
+    std::printf("%d of %d constructions%s lost a device or its name, beside %u busy processes on %u cores\n", lost,
+                constructions, realTime ? " in real time" : "", busy, std::thread::hardware_concurrency());
     for (const pid_t process : processes)
     {
         kill(process, SIGKILL);
