@@ -71,7 +71,7 @@ std::vector<int> SignalsIn(const std::string& mask, pid_t process)
 // Whether the daemon runs in another program's hands (an emulator, valgrind), which catches signals for it.
 bool IsInOtherHands(const Daemon& daemon)
 {
-    return std::filesystem::read_symlink("/proc/" + std::to_string(daemon.Id()) + "/exe").filename() != "orvel";
+    return !std::filesystem::equivalent("/proc/" + std::to_string(daemon.Id()) + "/exe", DRIVER);
 }
 
 // While it exists, the tests ignore none of the signals that they may have been started with ignored.
