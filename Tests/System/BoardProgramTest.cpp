@@ -421,6 +421,7 @@ TEST(BoardProgram, KillLeavesTheQueuesBehindAndTakesTheLedsAway)
 {
     const auto program = StartWithLeds();
     BoardProgram& board = *program;
+    ASSERT_TRUE(Await([&] { return Holds(board->Lines(), "Sended cemi message with size 4"); })); // all queues are made
     board.Type("kill 3600");
     EXPECT_TRUE(board->AwaitLine("daemon ended with status 137"));
     EXPECT_TRUE(board->AwaitLine("daemon starts again in 3600 s"));
