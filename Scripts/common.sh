@@ -11,7 +11,7 @@ kernel_packages="qemu-system-x86 busybox-static gcc make xz-utils binutils"
 check_packages="clang clang-format clang-tidy gcovr binutils"
 benchmark_packages="libbenchmark-dev strace gnuplot-nox binutils"
 fuzz_packages="clang libclang-rt-dev"
-package_packages="debhelper dpkg-dev lintian"
+package_packages="build-essential debhelper dpkg-dev lintian"
 
 # with_log COMMAND...: runs it with $log, a file for what its programs say, which goes with it.
 with_log() (

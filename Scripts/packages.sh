@@ -1,10 +1,10 @@
 # Sourced behind common.sh by the checks that install the packages.
 
-# need_packages_built: of the last commit, into build/packages, unless they are there.
+# need_packages_built [armhf|arm64]: of the last commit, by Scripts/package, unless they are there.
 need_packages_built() {
   revision=$(git rev-parse --verify HEAD) || die "packages are made of a commit, and there is none"
-  [ "$(cat build/packages/revision 2>/dev/null)" != "$revision" ] || return 0
-  Scripts/package
+  [ "$(cat "build/packages${1:+-$1}/revision" 2>/dev/null)" != "$revision" ] || return 0
+  Scripts/package "$@"
 }
 
 # make_later_packages DIRECTORY PACKAGE...: the same ones in a later version, to upgrade to.

@@ -35,6 +35,20 @@ prepare_root() {
   rm "$log"
 }
 
+# prepare_cross_root: what builds for Debian's ARM architectures and runs it emulated, in a Debian 12 of its own
+# (build/cross/root). This machine itself is given no other architecture.
+prepare_cross_root() {
+  contents="$build_packages $test_packages build-essential debhelper mount qemu-user systemd"
+  for foreign in armhf arm64; do
+    contents="$contents crossbuild-essential-$foreign"
+    for library in pkgconf liblog4cplus-dev libfuse3-dev libncurses-dev libgtest-dev libgmock-dev; do
+      contents="$contents $library:$foreign"
+    done
+  done
+  # shellcheck disable=SC2086 # a list of words
+  prepare_root cross bookworm "$(dpkg --print-architecture),armhf,arm64" $contents
+}
+
 # in_root COMMAND...: runs it in the prepared root, in this source tree, which has the same path there. The mounts are in a
 # namespace of the command's own and go with it, however it ends.
 in_root() {
