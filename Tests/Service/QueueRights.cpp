@@ -1,6 +1,7 @@
 // queue-rights: what the user may do with each queue of the daemon, one line each, such as "/cemiToLL: send, take". Takes no
 // message away.
 // queue-rights occupy: makes the queues for frames to the bus and for the programming button before the daemon does.
+// queue-rights flood SECONDS: sends messages that are no frames, as fast as they are taken, and tells how many.
 // queue-rights fill: makes queues as long as the kernel lets the user, and tells how many.
 
 #include "Orvel/Protocol.h"
@@ -9,7 +10,9 @@
 #include <mqueue.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 #include <string>
@@ -66,10 +69,29 @@ int Fill()
     }
 }
 
+// The size byte says that four more follow.
+int Flood(std::chrono::seconds howLong)
+{
+    const mqd_t queue = mq_open(ORVEL_CEMI_TO_LL_QUEUE, O_WRONLY);
+    const auto end = std::chrono::steady_clock::now() + howLong;
+    unsigned long sent = 0;
+    const char message = 4;
+    while (std::chrono::steady_clock::now() < end && mq_send(queue, &message, 1, 0) == 0)
+    {
+        ++sent;
+    }
+    std::printf("%lu messages\n", sent);
+    return sent > 0 ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    if (argc > 2 && strcmp(argv[1], "flood") == 0)
+    {
+        return Flood(std::chrono::seconds(atoi(argv[2])));
+    }
     if (argc > 1 && strcmp(argv[1], "fill") == 0)
     {
         return Fill();

@@ -183,8 +183,9 @@ std::vector<std::string> Daemon::Lines() const
 std::vector<Daemon::LogLine> Daemon::Log() const
 {
     // 03.07.2024 14:05:09.042 [140089525880640] ERROR Reset <> - Failed ...
+    // The service's configuration puts a priority before it, such as <3>.
     static const std::regex pattern(
-        R"(^(\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d)\.(\d{3}) \[(\d+)\] ([A-Z]+) +(\w+) <> - (.*)$)");
+        R"(^(?:<\d>)?(\d\d\.\d\d\.\d{4} \d\d:\d\d:\d\d)\.(\d{3}) \[(\d+)\] ([A-Z]+) +(\w+) <> - (.*)$)");
     std::vector<LogLine> found;
     for (const std::string& line : Lines())
     {
