@@ -327,6 +327,14 @@ TEST_F(CommandLine, RejectsALongerArgumentWithALineOfItsOwn)
     ExpectDefaults();
 }
 
+TEST_F(CommandLine, RejectsALongerArgumentThatIsTheOnlyOne)
+{
+    const std::string argument(16385, 'a');
+    const Output output;
+    EXPECT_FALSE(Parse({"orvel", argument.c_str()}));
+    EXPECT_EQ(output.Flushed(), "Argument of more than 16384 bytes\n");
+}
+
 TEST_F(CommandLine, KeepsItsDefaultsWhenItRejects)
 {
     ExpectRejected({"orvel", "-h", "-e", "--led_green_name", "power", "--no_such_option"});
