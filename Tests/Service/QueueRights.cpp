@@ -90,7 +90,7 @@ int main(int argc, char** argv)
 {
     if (argc > 2 && strcmp(argv[1], "flood") == 0)
     {
-        return Flood(std::chrono::seconds(atoi(argv[2])));
+        return Flood(std::chrono::seconds(strtol(argv[2], nullptr, 10)));
     }
     if (argc > 1 && strcmp(argv[1], "fill") == 0)
     {
