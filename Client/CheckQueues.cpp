@@ -111,8 +111,7 @@ Finding CheckName(const Wanted& wanted)
         return {Level::Ok, wanted.name, "is not there yet"};
     case EACCES:
         return {Level::Failure, wanted.name,
-                "belongs to " + OwnerOf(wanted.name) +
-                    ", whose daemon may be running; run this as the daemon's user (root)"};
+                "belongs to " + OwnerOf(wanted.name) + ", whose daemon may be running; run this as root"};
     default:
         return {Level::Failure, wanted.name, std::string("cannot be opened: ") + strerror(queue.Error())};
     }
@@ -123,7 +122,7 @@ Finding CheckName(const Wanted& wanted)
     }
     return {Level::Warning, wanted.name,
             "is left over with " + Sizes(found.mq_maxmsg, found.mq_msgsize) + " instead of " +
-                Sizes(wanted.messages, wanted.size) + ", and will stay so: rm /dev/mqueue" + wanted.name};
+                Sizes(wanted.messages, wanted.size) + ", and the daemon takes it as it is: rm /dev/mqueue" + wanted.name};
 }
 
 bool IsThere(const Wanted& wanted)
@@ -176,8 +175,7 @@ Finding CheckLimit(const char* limitName, long needed, bool goesOver)
     if (goesOver)
     {
         return {Level::Warning, subject,
-                text + ", and " + std::to_string(needed) +
-                    " are needed: only CAP_SYS_RESOURCE goes over it, which the " + "service does not have; better " +
+                text + ", and " + std::to_string(needed) + " are needed: only CAP_SYS_RESOURCE goes over it; better " +
                     remedy};
     }
     return {Level::Failure, subject,

@@ -22,7 +22,7 @@ using namespace std::chrono_literals;
 constexpr const char* LedDevice = "/dev/uleds";
 constexpr auto Patience = 5s; // for a udev or mdev that makes the device when the module has been loaded
 constexpr auto Pause = 20ms;
-constexpr gid_t SameGroup = static_cast<gid_t>(-1);
+constexpr auto SameGroup = static_cast<gid_t>(-1);
 
 // The driver may as well be part of the kernel, and the program missing: whether the device comes is what counts.
 void LoadModule()

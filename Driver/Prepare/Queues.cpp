@@ -158,7 +158,7 @@ void MakeQueues(const std::vector<std::string>& buttonQueues, const User& user)
 {
     {
         const MakingForUser making(user);
-        constexpr uid_t NoUser = static_cast<uid_t>(-1);
+        constexpr auto NoUser = static_cast<uid_t>(-1);
         if (static_cast<uid_t>(setfsuid(NoUser)) != user.id || static_cast<gid_t>(setfsgid(NoUser)) != user.group)
         {
             throw Failure(EX_NOPERM, "cannot make anything for another user: needs root");

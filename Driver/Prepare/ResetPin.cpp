@@ -29,7 +29,7 @@ int Export(const std::string& pin)
 
 void Give(const std::string& file, const User& user)
 {
-    constexpr gid_t SameGroup = static_cast<gid_t>(-1);
+    constexpr auto SameGroup = static_cast<gid_t>(-1);
     if (chown(file.c_str(), user.id, SameGroup) == -1)
     {
         throw Failure(EX_UNAVAILABLE, Because("cannot give the daemon " + file));

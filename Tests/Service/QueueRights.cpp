@@ -3,11 +3,16 @@
 // queue-rights occupy: makes the queues for frames to the bus and for the programming button before the daemon does.
 // queue-rights flood SECONDS: sends messages that are no frames, as fast as they are taken, and tells how many.
 // queue-rights fill: makes queues as long as the kernel lets the user, and tells how many.
+// queue-rights loop: makes the daemon's queues for everybody, again and again, until it is killed.
+// queue-rights other-sizes: makes them as no daemon does, with few and long messages.
+// queue-rights sizes: how many messages of how many bytes each has, such as "/cemiToLL: 14 of 261".
 
 #include "Orvel/Protocol.h"
 
 #include <fcntl.h>
 #include <mqueue.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -35,19 +40,54 @@ bool MayOpen(const char* queue, int how)
     return false;
 }
 
-// As large as the daemon would make it, so that it fits.
-bool Occupy(const char* queue, long capacity, long messageSize)
+constexpr std::initializer_list<const char*> Queues{ORVEL_CEMI_TO_LL_QUEUE, ORVEL_CEMI_FROM_LL_QUEUE,
+                                                    ORVEL_PROG_BUTTON_QUEUE};
+
+bool Make(const char* queue, long capacity, long messageSize)
 {
     mq_attr attributes{};
     attributes.mq_maxmsg = capacity;
     attributes.mq_msgsize = messageSize;
-    return mq_open(queue, O_RDONLY | O_CREAT | O_EXCL, 0666, &attributes) != -1;
+    const mqd_t made = mq_open(queue, O_RDONLY | O_CREAT, 0666, &attributes);
+    return made != -1 && mq_close(made) == 0;
 }
 
-bool OccupyAll()
+// As large as the daemon would make them, so that they fit.
+bool Occupy()
 {
-    return Occupy(ORVEL_CEMI_TO_LL_QUEUE, ORVEL_CEMI_QUEUE_CAPACITY, ORVEL_CEMI_MESSAGE_SIZE) &&
-           Occupy(ORVEL_PROG_BUTTON_QUEUE, ORVEL_PROG_BUTTON_QUEUE_CAPACITY, ORVEL_PROG_BUTTON_MESSAGE_SIZE);
+    return Make(ORVEL_CEMI_TO_LL_QUEUE, ORVEL_CEMI_QUEUE_CAPACITY, ORVEL_CEMI_MESSAGE_SIZE) &&
+           Make(ORVEL_PROG_BUTTON_QUEUE, ORVEL_PROG_BUTTON_QUEUE_CAPACITY, ORVEL_PROG_BUTTON_MESSAGE_SIZE);
+}
+
+bool MakeWithOtherSizes()
+{
+    return Make(ORVEL_CEMI_TO_LL_QUEUE, 2, 8192) && Make(ORVEL_CEMI_FROM_LL_QUEUE, 2, 8192) &&
+           Make(ORVEL_PROG_BUTTON_QUEUE, 2, 8192);
+}
+
+[[noreturn]] void Loop()
+{
+    umask(0);
+    for (;;)
+    {
+        Occupy();
+        Make(ORVEL_CEMI_FROM_LL_QUEUE, ORVEL_CEMI_QUEUE_CAPACITY, ORVEL_CEMI_MESSAGE_SIZE);
+    }
+}
+
+int TellSizes()
+{
+    for (const char* const queue : Queues)
+    {
+        mq_attr attributes{};
+        const mqd_t descriptor = mq_open(queue, O_RDONLY);
+        if (descriptor == -1 || mq_getattr(descriptor, &attributes) == -1)
+        {
+            return 1;
+        }
+        std::printf("%s: %ld of %ld\n", queue, attributes.mq_maxmsg, attributes.mq_msgsize);
+    }
+    return 0;
 }
 
 // Of the smallest size, of which a user may have the most.
@@ -58,8 +98,8 @@ int Fill()
     attributes.mq_msgsize = 1;
     for (int number = 0;; ++number)
     {
-        const mqd_t queue =
-            mq_open(("/fill" + std::to_string(number)).c_str(), O_RDONLY | O_CREAT | O_EXCL, 0600, &attributes);
+        const mqd_t queue = mq_open(("/fill" + std::to_string(getuid()) + "-" + std::to_string(number)).c_str(),
+                                    O_RDONLY | O_CREAT | O_EXCL, 0600, &attributes);
         if (queue == -1)
         {
             std::printf("%d queues, then: %s\n", number, strerror(errno));
@@ -88,19 +128,28 @@ int Flood(std::chrono::seconds howLong)
 
 int main(int argc, char** argv)
 {
-    if (argc > 2 && strcmp(argv[1], "flood") == 0)
+    const std::string command = argc > 1 ? argv[1] : "";
+    if (argc > 2 && command == "flood")
     {
         return Flood(std::chrono::seconds(strtol(argv[2], nullptr, 10)));
     }
-    if (argc > 1 && strcmp(argv[1], "fill") == 0)
+    if (command == "fill")
     {
         return Fill();
     }
-    if (argc > 1)
+    if (command == "loop")
     {
-        return strcmp(argv[1], "occupy") == 0 && OccupyAll() ? 0 : 1;
+        Loop();
     }
-    for (const char* const queue : {ORVEL_CEMI_TO_LL_QUEUE, ORVEL_CEMI_FROM_LL_QUEUE, ORVEL_PROG_BUTTON_QUEUE})
+    if (command == "sizes")
+    {
+        return TellSizes();
+    }
+    if (!command.empty())
+    {
+        return (command == "occupy" && Occupy()) || (command == "other-sizes" && MakeWithOtherSizes()) ? 0 : 1;
+    }
+    for (const char* const queue : Queues)
     {
         const bool send = MayOpen(queue, O_WRONLY);
         const bool take = MayOpen(queue, O_RDONLY);

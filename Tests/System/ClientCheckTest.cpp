@@ -181,7 +181,7 @@ TEST_F(ClientCheckOnBoard, ALimitThatTheServiceDoesNotGoOverIsAWarningWhereThisU
                          EXPECT_EQ(outcome.status, 0);
                          EXPECT_THAT(Complaints(outcome),
                                      ElementsAre("warn  fs.mqueue.msg_max      is 13, and 14 are needed: only "
-                                                 "CAP_SYS_RESOURCE goes over it, which the service does not have; "
+                                                 "CAP_SYS_RESOURCE goes over it; "
                                                  "better sysctl fs.mqueue.msg_max=14"));
                      });
 }
@@ -261,7 +261,7 @@ TEST_F(ClientCheckOnBoard, AQueueThatIsLeftOverWithOtherSizesIsAWarning)
     EXPECT_THAT(
         Complaints(outcome),
         ElementsAre("warn  /cemiToLL              is left over with 10 messages of 8192 bytes instead of 14 messages "
-                    "of 261 bytes, and will stay so: rm /dev/mqueue/cemiToLL"));
+                    "of 261 bytes, and the daemon takes it as it is: rm /dev/mqueue/cemiToLL"));
     EXPECT_EQ(StatusOfDaemon(), 0);
 }
 
@@ -275,7 +275,7 @@ TEST_F(ClientCheckOnBoard, AQueueOfAnotherUserIsNamedAsTheDaemonFails)
                           EXPECT_EQ(outcome.status, 1);
                           EXPECT_THAT(Complaints(outcome),
                                       ElementsAre("fail  /cemiFromLL            belongs to root, whose daemon may be "
-                                                  "running; run this as the daemon's user (root)"));
+                                                  "running; run this as root"));
                           Daemon daemon;
                           EXPECT_EQ(daemon.Wait(), 255);
                       });

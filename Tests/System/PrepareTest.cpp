@@ -434,7 +434,7 @@ TEST_F(PrepareWithoutLedDevice, LoadsItsModuleAndWaitsForIt)
     const std::string loaded = directory.File("loaded");
     Daemon program({PREPARE}, WithModprobe("[ \"$*\" = '-q uleds' ] && : >" + loaded));
     ASSERT_TRUE(Await([&] { return std::filesystem::exists(loaded) && SleepsAlone(program.Id()); }));
-    std::ofstream{"/dev/uleds"}; // in the place of udev
+    std::ofstream("/dev/uleds") << ""; // in the place of udev
     EXPECT_EQ(program.Wait(), 0) << testing::PrintToString(program.Lines());
     EXPECT_EQ(File("/dev/uleds"), "4711:0 0600");
     std::filesystem::remove("/dev/uleds");

@@ -43,7 +43,7 @@ define ORVEL_INSTALL_INIT_SYSV
 endef
 
 define ORVEL_USERS
-	- -1 orvel -1 - - - - Applications that use the KNX bus
+	orvel -1 orvel -1 * - - - KNX driver daemon
 endef
 
 define ORVEL_LINUX_CONFIG_FIXUPS

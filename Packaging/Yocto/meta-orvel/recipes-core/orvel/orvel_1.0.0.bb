@@ -27,7 +27,7 @@ SYSTEMD_SERVICE:${PN} = "${@bb.utils.contains('PACKAGECONFIG', 'systemd', 'orvel
 INITSCRIPT_NAME = "orvel"
 INITSCRIPT_PARAMS = "defaults 60"
 USERADD_PACKAGES = "${PN}"
-GROUPADD_PARAM:${PN} = "--system orvel"
+USERADD_PARAM:${PN} = "--system --user-group --no-create-home --home-dir / --shell /sbin/nologin orvel"
 
 # The components of the install step: ${PN} is Runtime, ${PN}-tools Client, ${PN}-dev Development. Pages and examples are in
 # ${PN}-doc.
