@@ -7,6 +7,7 @@
 
 #include <sys/mount.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <sstream>
@@ -25,13 +26,18 @@ protected:
         ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
         std::string pattern = (std::filesystem::temp_directory_path() / "orvel-root-XXXXXX").string();
         root = mkdtemp(pattern.data());
-        Daemon made({BUSYBOX_ROOT, root, DRIVER, STAND_IN_LIBRARY, INIT_SCRIPT}, {});
+        Daemon made({BUSYBOX_ROOT, root, DRIVER, STAND_IN_LIBRARY, INIT_SCRIPT, PREPARE}, {});
         const int status = made.Wait();
         if (status == 77)
         {
             GTEST_SKIP() << "a script is in the place of the daemon here";
         }
         ASSERT_EQ(status, 0) << testing::PrintToString(made.Lines());
+        if (HasOtherUsers())
+        {
+            Write("/etc/passwd", "orvel:x:4711:4712::/:/bin/false\n");
+            Write("/etc/group", "orvel:x:4712:\n");
+        }
         log = std::make_unique<Daemon>(
             std::vector<std::string>{"chroot", root, "/bin/busybox", "syslogd", "-n", "-O", "/tmp/messages"},
             Daemon::Environment{});
@@ -52,6 +58,37 @@ protected:
         umount2(root.c_str(), MNT_DETACH);
         std::filesystem::remove(root);
         OnBoard::TearDown();
+    }
+
+    static bool HasOtherUsers()
+    {
+        return Daemon({"chroot", "--userspec=4711:4712", "/", "true"}, {}).Wait() == 0;
+    }
+
+    // What the script says of a start, behind what it says where there is no user but root.
+    std::vector<std::string> Says(std::vector<std::string> lines) const
+    {
+        if (!std::filesystem::exists(File("/etc/passwd")))
+        {
+            lines.insert(lines.end() - 1, AsRoot);
+        }
+        return lines;
+    }
+
+    std::vector<std::string> StartedAs() const
+    {
+        return Says({"orvel: started, as process " + std::to_string(DaemonId())});
+    }
+
+    // The line of /proc/PID/status that begins so.
+    std::string StatusOfDaemon(const std::string& name) const
+    {
+        std::ifstream status("/proc/" + std::to_string(DaemonId()) + "/status");
+        std::string line;
+        while (std::getline(status, line) && line.rfind(name + ":", 0) != 0)
+        {
+        }
+        return line;
     }
 
     Outcome Script(const std::string& action)
@@ -105,6 +142,9 @@ protected:
         return std::stoi(Read("/run/orvel.pid"));
     }
 
+    static constexpr const char* AsRoot = "orvel: as root: there is no user orvel (addgroup -S orvel; "
+                                          "adduser -S -D -H -G orvel orvel) or no start-stop-daemon";
+
 private:
     std::string root;
     std::unique_ptr<Daemon> log;
@@ -114,7 +154,7 @@ TEST_F(InitScript, StartsTheDaemonOnceAndStopsItInOrder)
 {
     const Outcome start = Script("start");
     EXPECT_EQ(start.status, 0);
-    EXPECT_THAT(start.lines, ElementsAre("orvel: started, as process " + std::to_string(DaemonId())));
+    EXPECT_EQ(start.lines, StartedAs());
     EXPECT_TRUE(AwaitEvent("link up"));
     EXPECT_TRUE(Await([&] { return Queue::Exists("/cemiToLL"); }));
 
@@ -142,11 +182,56 @@ TEST_F(InitScript, RestartsTheDaemon)
     const pid_t first = DaemonId();
     const Outcome restart = Script("restart");
     EXPECT_EQ(restart.status, 0);
-    EXPECT_THAT(restart.lines,
-                ElementsAre("orvel: stopped", "orvel: started, as process " + std::to_string(DaemonId())));
+    EXPECT_EQ(restart.lines, Says({"orvel: stopped", "orvel: started, as process " + std::to_string(DaemonId())}));
     EXPECT_NE(DaemonId(), first);
     EXPECT_TRUE(AwaitEvent("link up"));
     EXPECT_EQ(Script("stop").status, 0);
+}
+
+TEST_F(InitScript, StartsTheDaemonAsItsOwnUser)
+{
+    if (!HasOtherUsers())
+    {
+        GTEST_SKIP() << "there is no other user in a namespace that was not made by root";
+    }
+    ASSERT_EQ(Script("start").status, 0);
+    EXPECT_EQ(StatusOfDaemon("Uid"), "Uid:\t4711\t4711\t4711\t4711");
+    EXPECT_EQ(StatusOfDaemon("Gid"), "Gid:\t4712\t4712\t4712\t4712");
+    EXPECT_THAT(StatusOfDaemon("Groups"), testing::AnyOf("Groups:\t4712 ", "Groups:\t "));
+    EXPECT_EQ(StatusOfDaemon("CapEff"), "CapEff:\t0000000000000000");
+    EXPECT_TRUE(AwaitEvent("link up"));
+    struct stat queue = {};
+    EXPECT_EQ(stat("/dev/mqueue/cemiToLL", &queue), 0);
+    EXPECT_EQ(queue.st_mode & 07777U, 0620U);
+    EXPECT_EQ(queue.st_gid, 4712U);
+    EXPECT_EQ(Script("restart").status, 0);
+    EXPECT_EQ(Script("stop").status, 0);
+    EXPECT_FALSE(Queue::Exists("/cemiToLL"));
+}
+
+TEST_F(InitScript, StartsTheDaemonAsRootWhereTheBoardHasNoUserForIt)
+{
+    std::filesystem::remove(File("/etc/passwd"));
+    const Outcome start = Script("start");
+    EXPECT_EQ(start.status, 0);
+    EXPECT_THAT(start.lines, ElementsAre(AsRoot, "orvel: started, as process " + std::to_string(DaemonId())));
+    EXPECT_EQ(StatusOfDaemon("Uid"), "Uid:\t0\t0\t0\t0");
+    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_EQ(Script("stop").status, 0);
+}
+
+TEST_F(InitScript, SaysWhatTheDaemonLacks)
+{
+    if (!HasOtherUsers())
+    {
+        GTEST_SKIP() << "there is no other user in a namespace that was not made by root";
+    }
+    Write("/etc/default/orvel", "ORVEL_OPTIONS=\"--reset_gpio 4096\"\n");
+    const Outcome start = Script("start");
+    EXPECT_EQ(start.status, 1);
+    EXPECT_THAT(start.lines, ElementsAre(testing::StartsWith("orvel-prepare: cannot export pin 4096 of --reset_gpio"),
+                                         "orvel: has not started"));
+    EXPECT_EQ(Script("status").status, 3);
 }
 
 TEST_F(InitScript, GivesTheDaemonItsOptionsAndWhatItWritesToTheLog)
@@ -164,7 +249,9 @@ TEST_F(InitScript, SchedulesTheMainThreadFirstWhereItCan)
     Write("/bin/chrt", "#!/bin/sh\necho \"$*\" >>/tmp/scheduled\nshift 3\nexec \"$@\"\n");
     std::filesystem::permissions(File("/bin/chrt"), std::filesystem::perms{0755});
     ASSERT_EQ(Script("start").status, 0);
-    EXPECT_EQ(Read("/tmp/scheduled"), "--fifo --reset-on-fork 1 true\n--fifo --reset-on-fork 1 /usr/sbin/orvel\n");
+    const std::string asUser = "start-stop-daemon -S -q -p /run/orvel.pid -c orvel:orvel -x /usr/sbin/orvel --";
+    EXPECT_EQ(Read("/tmp/scheduled"), "--fifo --reset-on-fork 1 true\n--fifo --reset-on-fork 1 " +
+                                          (HasOtherUsers() ? asUser : "/usr/sbin/orvel") + "\n");
     EXPECT_EQ(Script("stop").status, 0);
 }
 
@@ -173,7 +260,7 @@ TEST_F(InitScript, SaysThatADaemonHasNotStarted)
     Write("/etc/default/orvel", "ORVEL_OPTIONS=--nonsense\n");
     const Outcome start = Script("start");
     EXPECT_EQ(start.status, 1);
-    EXPECT_THAT(start.lines, ElementsAre("orvel: has not started; the system's log says why"));
+    EXPECT_EQ(start.lines, Says({"orvel: has not started; the system's log says why"}));
     EXPECT_TRUE(Await([&] { return Logged().find("orvel: Option") != std::string::npos; }));
     const Outcome status = Script("status");
     EXPECT_EQ(status.status, 1);
