@@ -1,13 +1,13 @@
 #include "Devices.h"
 
-#include "Failure.h"
+#include "Give.h"
 
 #include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <sysexits.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <thread>
 
@@ -22,7 +22,6 @@ using namespace std::chrono_literals;
 constexpr const char* LedDevice = "/dev/uleds";
 constexpr auto Patience = 5s; // for a udev or mdev that makes the device when the module has been loaded
 constexpr auto Pause = 20ms;
-constexpr auto SameGroup = static_cast<gid_t>(-1);
 
 // The driver may as well be part of the kernel, and the program missing: whether the device comes is what counts.
 void LoadModule()
@@ -42,30 +41,24 @@ void LoadModule()
 
 void GiveLedDevice(const User& user)
 {
-    if (access(LedDevice, F_OK) == -1)
+    const auto isMissing = [] { return access(LedDevice, F_OK) == -1 && errno == ENOENT; };
+    if (isMissing())
     {
         LoadModule();
     }
     const auto limit = std::chrono::steady_clock::now() + Patience;
-    while (chown(LedDevice, user.id, SameGroup) == -1)
+    while (isMissing() && std::chrono::steady_clock::now() < limit)
     {
-        if (errno != ENOENT || std::chrono::steady_clock::now() > limit)
-        {
-            throw Failure(EX_UNAVAILABLE, Because(std::string("cannot give the daemon ") + LedDevice));
-        }
         std::this_thread::sleep_for(Pause);
     }
-    if (chmod(LedDevice, S_IRUSR | S_IWUSR) == -1)
-    {
-        throw Failure(EX_UNAVAILABLE, Because(std::string("cannot close ") + LedDevice + " to others"));
-    }
+    Give(LedDevice, user, SameGroup, S_IRUSR | S_IWUSR);
 }
 
 void GiveSerialDevice(const std::string& device, const User& user)
 {
-    if (chown(device.c_str(), user.id, SameGroup) == -1 && errno != ENOENT)
+    if (access(device.c_str(), F_OK) == 0)
     {
-        throw Failure(EX_UNAVAILABLE, Because("cannot give the daemon " + device));
+        Give(device, user, SameGroup, S_IRUSR | S_IWUSR);
     }
 }
 

@@ -11,8 +11,8 @@ namespace OrvelPrepare
 /// has it can make LEDs of any name. Throws Failure.
 void GiveLedDevice(const User& user);
 
-/// Makes the user the owner of the serial device, whose group and mode stay the board's. A device that is missing is the
-/// daemon's to tell. Throws Failure.
+/// Makes the serial device the user's alone, too: whoever has it can read and send on the co-processor's line. A device that is
+/// missing is the daemon's to tell. Throws Failure.
 void GiveSerialDevice(const std::string& device, const User& user);
 
 } // namespace OrvelPrepare

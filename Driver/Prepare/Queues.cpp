@@ -33,7 +33,7 @@ struct Queue
 struct Found
 {
     bool right;
-    std::string description;
+    std::string description; // empty when nothing is
 };
 
 // While it lives, what this thread makes in a file system belongs to the user and the group, with exactly the mode that is
@@ -101,13 +101,15 @@ bool Make(const Queue& queue, const User& user)
 
 Found LookAt(const Queue& queue, const User& user)
 {
+    const mqd_t found = mq_open(queue.name.c_str(), O_RDONLY | O_NONBLOCK);
+    if (found == -1)
+    {
+        return {false, errno == ENOENT ? "" : strerror(errno)};
+    }
     struct stat status = {};
     mq_attr attributes{};
-    const mqd_t found = mq_open(queue.name.c_str(), O_RDONLY | O_NONBLOCK);
-    if (found == -1 || fstat(found, &status) == -1 || mq_getattr(found, &attributes) == -1)
-    {
-        return {false, strerror(errno)};
-    }
+    fstat(found, &status);
+    mq_getattr(found, &attributes);
     mq_close(found);
     const mode_t mode = status.st_mode & 07777U;
     std::array<char, 160> description{};
@@ -133,6 +135,10 @@ void MakeOrKeep(const Queue& queue, const User& user)
         if (found.right)
         {
             break;
+        }
+        if (found.description.empty())
+        {
+            continue; // whoever made it has removed it again
         }
         if (mq_unlink(queue.name.c_str()) == 0)
         {

@@ -1,8 +1,10 @@
 #include "ResetPin.h"
 
 #include "Failure.h"
+#include "Give.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sysexits.h>
 #include <unistd.h>
 
@@ -27,13 +29,12 @@ int Export(const std::string& pin)
     return error;
 }
 
-void Give(const std::string& file, const User& user)
+// A group that the board has let export pins keeps that right, but not the applications.
+void GiveExportFile(const User& user)
 {
-    constexpr auto SameGroup = static_cast<gid_t>(-1);
-    if (chown(file.c_str(), user.id, SameGroup) == -1)
-    {
-        throw Failure(EX_UNAVAILABLE, Because("cannot give the daemon " + file));
-    }
+    struct stat status = {};
+    const bool hasGroup = stat(ExportFile, &status) == 0 && status.st_gid != user.group;
+    Give(ExportFile, user, SameGroup, S_IWUSR | (hasGroup ? status.st_mode & S_IWGRP : 0U));
 }
 
 } // namespace
@@ -42,7 +43,7 @@ void GiveResetPin(int pin, const User& user)
 {
     const std::string number = std::to_string(pin);
     const std::string directory = "/sys/class/gpio/gpio" + number;
-    Give(ExportFile, user);
+    GiveExportFile(user);
 
     // The files are there when the write returns. An error may also mean that somebody else has just exported the pin.
     const int error = access(directory.c_str(), F_OK) == 0 ? 0 : Export(number);
@@ -51,8 +52,10 @@ void GiveResetPin(int pin, const User& user)
         errno = error;
         throw Failure(EX_CONFIG, Because("cannot export pin " + number + " of --reset_gpio"));
     }
-    Give(directory + "/direction", user);
-    Give(directory + "/value", user);
+    for (const char* const file : {"/direction", "/value"})
+    {
+        Give(directory + file, user, 0, S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH);
+    }
 }
 
 } // namespace OrvelPrepare
