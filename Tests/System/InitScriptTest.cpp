@@ -301,6 +301,24 @@ TEST_F(InitScript, StartsTheDaemonBesideAnotherProgramOfItsName)
     EXPECT_EQ(Script("stop").status, 0);
 }
 
+TEST_F(InitScript, StartsTheDaemonBesideWhatAStrangerMakesOfItsFile)
+{
+    if (!HasOtherUsers())
+    {
+        GTEST_SKIP() << "there is no other user in a namespace that was not made by root";
+    }
+    const std::string file = "/tmp/waits"; // for somebody who writes
+    ASSERT_EQ(mkfifo(File(file).c_str(), 0600), 0);
+    ASSERT_EQ(chmod(File(file).c_str(), 0644), 0);
+    Daemon stranger({"chroot", "--userspec=4713:4713", File("/"), "/usr/sbin/orvel", "--log_config_file", file},
+                    {{"LD_LIBRARY_PATH", "/usr/lib"}});
+    ASSERT_TRUE(Await([&] { return NameOf(stranger.Id()) == "orvel\n"; }));
+    const Outcome start = Script("start");
+    EXPECT_EQ(start.status, 0);
+    EXPECT_THAT(start.lines, testing::ElementsAreArray(StartedAs()));
+    EXPECT_EQ(Script("stop").status, 0);
+}
+
 TEST_F(InitScript, LetsTheDaemonKeepNoDirectoryOfItsCaller)
 {
     ASSERT_EQ(InRoot({"/bin/sh", "-c", "cd /tmp && /etc/init.d/orvel start"}).status, 0);
