@@ -122,8 +122,8 @@ Finding CheckName(const Wanted& wanted)
     }
     return {Level::Warning, wanted.name,
             "is left over with " + Sizes(found.mq_maxmsg, found.mq_msgsize) + " instead of " +
-                Sizes(wanted.messages, wanted.size) + ", and the daemon takes it as it is: rm /dev/mqueue" +
-                wanted.name};
+                Sizes(wanted.messages, wanted.size) +
+                "; the service replaces it, a daemon started by hand takes it as it is: rm /dev/mqueue" + wanted.name};
 }
 
 bool IsThere(const Wanted& wanted)

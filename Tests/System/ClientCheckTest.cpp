@@ -261,7 +261,8 @@ TEST_F(ClientCheckOnBoard, AQueueThatIsLeftOverWithOtherSizesIsAWarning)
     EXPECT_THAT(
         Complaints(outcome),
         ElementsAre("warn  /cemiToLL              is left over with 10 messages of 8192 bytes instead of 14 messages "
-                    "of 261 bytes, and the daemon takes it as it is: rm /dev/mqueue/cemiToLL"));
+                    "of 261 bytes; the service replaces it, a daemon started by hand takes it as it is: "
+                    "rm /dev/mqueue/cemiToLL"));
     EXPECT_EQ(StatusOfDaemon(), 0);
 }
 
