@@ -28,7 +28,9 @@ using namespace std::chrono_literals;
 constexpr int ResetGpio = 3;
 constexpr int RoundsBeforeLoss = 2;
 constexpr int MaxRounds = 40; // until the call that is to fail has come
-constexpr auto GivingUp = 3s; // a message that did not arrive so long after something failed
+// A message that did not arrive so long after something failed. The simulated link may take 5 s to notice a lost
+// co-processor, and reconnects then.
+constexpr auto GivingUp = 8s;
 constexpr auto HangLimit = 120s;
 constexpr const char* Usable = "03 b9 00 01"; // the state of the link
 const Point Period{"clock_nanosleep", "250ms"};
