@@ -1,7 +1,8 @@
 // queue-rights: what the user may do with each queue of the daemon, one line each, such as "/cemiToLL: send, take". Takes no
 // message away.
 // queue-rights occupy: makes the queues for frames to the bus and for the programming button before the daemon does.
-// queue-rights flood SECONDS: sends messages that are no frames, as fast as they are taken, and tells how many.
+// queue-rights flood SECONDS FILE: sends messages that are no frames, as fast as the queue takes them, for so long and then
+// until the file is there. Prints how many, and how long it took.
 // queue-rights fill: makes queues as long as the kernel lets the user, and tells how many.
 // queue-rights loop: makes the daemon's queues for everybody, again and again, until it is killed.
 // queue-rights other-sizes: makes them as no daemon does, with few and long messages.
@@ -110,17 +111,19 @@ int Fill()
 }
 
 // The size byte says that four more follow.
-int Flood(std::chrono::seconds howLong)
+int Flood(std::chrono::seconds howLong, const char* file)
 {
+    using Clock = std::chrono::steady_clock;
     const mqd_t queue = mq_open(ORVEL_CEMI_TO_LL_QUEUE, O_WRONLY);
-    const auto end = std::chrono::steady_clock::now() + howLong;
+    const auto begin = Clock::now();
     unsigned long sent = 0;
     const char message = 4;
-    while (std::chrono::steady_clock::now() < end && mq_send(queue, &message, 1, 0) == 0)
+    while ((Clock::now() < begin + howLong || access(file, F_OK) != 0) && mq_send(queue, &message, 1, 0) == 0)
     {
         ++sent;
     }
-    std::printf("%lu messages\n", sent);
+    const auto took = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin);
+    std::printf("%lu messages in %lld s\n", sent, static_cast<long long>(took.count()));
     return sent > 0 ? 0 : 1;
 }
 
@@ -129,9 +132,9 @@ int Flood(std::chrono::seconds howLong)
 int main(int argc, char** argv)
 {
     const std::string command = argc > 1 ? argv[1] : "";
-    if (argc > 2 && command == "flood")
+    if (argc > 3 && command == "flood")
     {
-        return Flood(std::chrono::seconds(strtol(argv[2], nullptr, 10)));
+        return Flood(std::chrono::seconds(strtol(argv[2], nullptr, 10)), argv[3]);
     }
     if (command == "fill")
     {
