@@ -5,27 +5,33 @@ cd "$(dirname "$0")/.."
 say() { printf '\n== %s\n' "$*"; }
 die() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
 
-build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplus-dev libcxxopts-dev libfuse3-dev libncurses-dev"
-test_packages="libgtest-dev libgmock-dev python3 tmux zsh busybox-static"
-kernel_packages="qemu-system-x86 busybox-static gcc make xz-utils binutils"
-check_packages="clang clang-format clang-tidy gcovr binutils"
-benchmark_packages="libbenchmark-dev strace gnuplot-nox binutils"
-fuzz_packages="clang libclang-rt-dev"
-package_packages="build-essential debhelper dpkg-dev lintian"
+# Lists of words.
+# shellcheck disable=SC2034 # used by the other scripts
+{
+  build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplus-dev libcxxopts-dev libfuse3-dev libncurses-dev"
+  test_packages="libgtest-dev libgmock-dev python3 tmux zsh busybox-static"
+  kernel_packages="qemu-system-x86 busybox-static gcc make xz-utils binutils"
+  check_packages="clang clang-format clang-tidy shellcheck gcovr binutils"
+  benchmark_packages="libbenchmark-dev strace gnuplot-nox binutils"
+  fuzz_packages="clang libclang-rt-dev"
+  package_packages="build-essential debhelper dpkg-dev lintian"
+}
 
-# with_log COMMAND...: runs it with $log, a file for what its programs say, which goes with it.
+# with_log FUNCTION [ARGUMENT...]: runs it with a file for what its programs say as its first argument. The file goes with it.
 with_log() (
-  log=$(mktemp)
-  trap 'rm -f "$log"' EXIT
+  function=$1 file=$(mktemp)
+  shift
+  trap 'rm -f "$file"' EXIT
   trap 'exit 1' HUP INT TERM
-  "$@"
+  "$function" "$file" "$@"
 )
 
-# need_packages PACKAGE...: installs those that are missing.
+# need_packages LIST...: installs the packages that are missing.
 need_packages() {
   command -v apt-get >/dev/null || { say "no apt-get here: taking it that these are installed: $*"; return; }
   missing=""
-  for package in "$@"; do
+  # shellcheck disable=SC2048 # lists of words
+  for package in $*; do
     dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing="$missing $package"
   done
   [ -n "$missing" ] || return 0
@@ -38,7 +44,8 @@ need_packages() {
   with_log install_missing || exit 1
 }
 
-install_missing() {
+install_missing() { # LOG
+  log=$1
   # shellcheck disable=SC2086 # lists of words
   { $root apt-get update && $root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends $missing; } >"$log" 2>&1 || {
     tail -n 5 "$log" >&2
@@ -67,7 +74,9 @@ build() {
   cmake --build --preset "$preset" ${build_targets:+--target $build_targets} || die "cannot build"
 }
 
-configure() {
+configure() { # LOG [CMAKE OPTION...]
+  log=$1
+  shift
   cmake --preset "$preset" -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DORVEL_BENCHMARKS=OFF -DNEMT_LIBRARY= ${ORVEL_REVISION:+-DORVEL_REVISION="$ORVEL_REVISION"} "$@" >"$log" 2>&1 || {
     tail -n 20 "$log" >&2
     die "cannot configure"
@@ -79,6 +88,6 @@ configure() {
 # before are not for them.
 describe_build() {
   cmake --preset debug -B build/tidy -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DORVEL_BENCHMARKS=ON -DNEMT_LIBRARY= \
-    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null && cmake --build build/tidy --target OrvelComponentsRevision OrvelVersionRevision >/dev/null ||
-    die "cannot configure"
+    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null || die "cannot configure"
+  cmake --build build/tidy --target OrvelComponentsRevision OrvelVersionRevision >/dev/null || die "cannot configure"
 }

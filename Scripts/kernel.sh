@@ -2,7 +2,7 @@
 
 # The kernel of the distribution stays until build/kernel is removed.
 need_kernel() {
-  need_packages $kernel_packages
+  need_packages "$kernel_packages"
   for tool in qemu-system-x86_64 busybox; do
     command -v "$tool" >/dev/null || die "$tool is missing; needed are the packages: $kernel_packages"
   done

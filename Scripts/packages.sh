@@ -1,6 +1,7 @@
 # Sourced behind common.sh by the checks that install the packages.
 
 # need_packages_built [armhf|arm64]: of the last commit, by Scripts/package, unless they are there.
+# shellcheck disable=SC2120 # the argument may be missing
 need_packages_built() {
   revision=$(git rev-parse --verify HEAD) || die "packages are made of a commit, and there is none"
   [ "$(cat "build/packages${1:+-$1}/revision" 2>/dev/null)" != "$revision" ] || return 0

@@ -14,6 +14,7 @@ prepare_root() {
   [ "$(cat "$root/orvel-root" 2>/dev/null)" != "$contents" ] || return 0
   command -v apt-get >/dev/null || die "needs a Debian with apt, from which it takes the mirror"
   need_packages mmdebstrap debian-archive-keyring util-linux
+  # shellcheck disable=SC2016 # apt-get expands it
   mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Identifier: Packages' 'Label: Debian' | head -n 1)
   [ -n "$mirror" ] || die "apt knows no Debian mirror here; name one in its sources and run apt-get update"
   say "making a root of Debian $suite ($home)"
