@@ -17,7 +17,7 @@ die() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
   package_packages="build-essential debhelper dpkg-dev lintian"
 }
 
-# with_log FUNCTION [ARGUMENT...]: runs it with a file for what its programs say as its first argument. The file goes with it.
+# with_log FUNCTION [ARGUMENT...]: calls it with a file for its programs' output as its first argument. Removes the file then.
 with_log() (
   function=$1 file=$(mktemp)
   shift
@@ -53,18 +53,18 @@ install_missing() { # LOG
   }
 }
 
-# need_board: what the simulated board needs and no package brings.
+# need_board: checks what the simulated board needs and no package brings.
 need_board() {
   [ -c /dev/fuse ] || die "there is no /dev/fuse, which the simulated board needs: modprobe fuse"
   (: <>/dev/fuse) 2>/dev/null || die "/dev/fuse, which the simulated board needs, is not readable and writable for this user"
-  command -v unshare >/dev/null || return 0 # the board itself will tell
+  command -v unshare >/dev/null || return 0 # the board itself will say it
   unshare --user --map-root-user --mount --propagation unchanged --ipc true 2>/dev/null && return 0
   [ "$(id -u)" = 0 ] || die "the simulated board needs a user namespace, and this system gives an ordinary user none (see the sysctl user.max_user_namespaces and the rules of its security module); run as root instead"
   unshare --mount --propagation unchanged --ipc true 2>/dev/null || die "the simulated board needs mount and IPC namespaces, and this system gives none"
 }
 
-# build PRESET [CMAKE OPTION...]: configures and builds into build/PRESET, whatever was configured there before; everything,
-# or the targets in $build_targets.
+# build PRESET [CMAKE OPTION...]: configures and builds into build/PRESET, whatever was configured there before. Builds
+# everything, or only the targets in $build_targets.
 build() {
   preset=$1
   shift
@@ -84,8 +84,8 @@ configure() { # LOG [CMAKE OPTION...]
   grep -E -- '^-- log4cplus' "$log" || true
 }
 
-# describe_build: into build/tidy, for programs that read the sources, how each is compiled. Headers that GCC has compiled
-# before are not for them.
+# describe_build: describes in build/tidy how each source is compiled, for programs that read the sources. They cannot use
+# headers that GCC has precompiled.
 describe_build() {
   cmake --preset debug -B build/tidy -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DORVEL_BENCHMARKS=ON -DNEMT_LIBRARY= \
     -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON >/dev/null || die "cannot configure"

@@ -1,6 +1,6 @@
-# Sourced behind common.sh by what runs on a real kernel: the kernel itself, in build/kernel, and the emulated machine.
+# Sourced after common.sh by scripts that need a real kernel: has the kernel, in build/kernel, and the emulated machine.
 
-# The kernel of the distribution stays until build/kernel is removed.
+# Fetches the distribution's kernel, unless build/kernel has one.
 need_kernel() {
   need_packages "$kernel_packages"
   for tool in qemu-system-x86_64 busybox; do
@@ -11,15 +11,15 @@ need_kernel() {
   Tests/Kernel/fetch-kernel "$PWD/build/kernel"
 }
 
-# make_initrd DIRECTORY FILE: of what is in the directory. Busybox is added to it.
+# make_initrd DIRECTORY FILE: packs the directory into FILE, with busybox.
 make_initrd() {
   mkdir -p "$1/bin" "$1/proc" "$1/sys" "$1/dev" "$1/tmp"
   cp "$(command -v busybox)" "$1/bin/busybox"
   (cd "$1" && find . | busybox cpio -o -H newc 2>/dev/null) >"$2"
 }
 
-# emulate SECONDS INITRD CONSOLE BOOT-PARAMETERS [QEMU-OPTION...]: one machine, until it is switched off, for so long at most.
-# The file CONSOLE gets what its kernel and its first process say.
+# emulate SECONDS INITRD CONSOLE BOOT-PARAMETERS [QEMU-OPTION...]: runs one machine until it switches itself off, for so long
+# at most. The file CONSOLE gets the output of its kernel and its first process.
 emulate() {
   limit=$1 initrd=$2 console=$3
   boot="console=ttyS0 quiet loglevel=4 panic=-1 oops=panic nokaslr mitigations=off random.trust_cpu=on cryptomgr.notests"

@@ -1,6 +1,6 @@
-# Sourced behind common.sh by the checks that install the packages.
+# Sourced after common.sh by the checks that install the packages.
 
-# need_packages_built [armhf|arm64]: of the last commit, by Scripts/package, unless they are there.
+# need_packages_built [armhf|arm64]: builds the packages of the last commit, unless they are there.
 # shellcheck disable=SC2120 # the argument may be missing
 need_packages_built() {
   revision=$(git rev-parse --verify HEAD) || die "packages are made of a commit, and there is none"
@@ -8,7 +8,7 @@ need_packages_built() {
   Scripts/package "$@"
 }
 
-# make_later_packages DIRECTORY PACKAGE...: the same ones in a later version, to upgrade to.
+# make_later_packages DIRECTORY PACKAGE...: makes the same packages with a later version, to upgrade to.
 make_later_packages() {
   later=$1
   shift

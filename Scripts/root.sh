@@ -1,12 +1,12 @@
-# Sourced behind common.sh by the checks that need another Debian than this machine's. Each has a root directory of its own
-# under build/, made once; removing build/NAME makes it anew.
+# Sourced after common.sh by the checks that need another Debian than this machine's. Each has a root directory of its own
+# under build/, made once; remove build/NAME to have it made again.
 if [ "$(id -u)" != 0 ]; then
   command -v sudo >/dev/null || die "mounts and changes its root directory; run it as root"
   exec sudo ${ORVEL_REVISION:+ORVEL_REVISION="$ORVEL_REVISION"} "Scripts/$(basename "$0")" "$@"
 fi
 
-# prepare_root NAME SUITE ARCHITECTURES PACKAGE...: makes build/NAME/root, unless it is there with these packages. Mirror and
-# age limits are those of this machine's apt, signatures are checked with its keys.
+# prepare_root NAME SUITE ARCHITECTURES PACKAGE...: makes build/NAME/root, unless it is there with these packages. It takes the
+# mirror and the age limits from this machine's apt, and checks signatures with its keys.
 prepare_root() {
   home=$PWD/build/$1 root=$PWD/build/$1/root suite=$2 architectures=$3
   shift 3
@@ -26,7 +26,7 @@ prepare_root() {
   mmdebstrap --variant=apt --architectures="$architectures" --include="$*" \
     --aptopt="$(apt-config dump --format '%F "%v";%n' Acquire::Check-Valid-Until Acquire::Check-Date)" \
     "$suite" "$new" "$mirror" >"$log" 2>&1 || {
-    # Without the mirror's name, which is this machine's own business.
+    # Leave out the mirror's name, which is this machine's own business.
     grep '^E: ' "$log" | sed 's|[a-z]*://[^ ]*|(the mirror)|g' >&2
     die "cannot make the root; all that was said is in $log"
   }
@@ -36,8 +36,8 @@ prepare_root() {
   rm "$log"
 }
 
-# prepare_cross_root: what builds for Debian's ARM architectures and runs it emulated, in a Debian 12 of its own
-# (build/cross/root). This machine itself is given no other architecture.
+# prepare_cross_root: makes a Debian 12 (build/cross/root) that builds for Debian's ARM architectures and runs the programs
+# emulated. This machine itself gets no other architecture.
 prepare_cross_root() {
   contents="$build_packages $test_packages build-essential debhelper mount qemu-user systemd"
   for foreign in armhf arm64; do
@@ -51,13 +51,13 @@ prepare_cross_root() {
 }
 
 # in_root COMMAND...: runs it in the prepared root, in this source tree, which has the same path there. The mounts are in a
-# namespace of the command's own and go with it, however it ends.
+# namespace of the command's own and vanish with it.
 in_root() {
   # shellcheck disable=SC2016 # expanded by the inner shell
   unshare --mount --propagation private sh -euc '
     root=$1 tree=$2
     shift 2
-    mount --bind "$root" "$root" # only where its root is a mount can a program give the mounts away or keep them
+    mount --bind "$root" "$root" # a program can give mounts away, or keep them, only where its root is a mount
     for directory in /proc /sys /dev; do
       mount --rbind "$directory" "$root$directory"
     done
