@@ -1,5 +1,5 @@
 # orvel_measure_coverage(TARGET): counts the lines of TARGET that run, in a build with ORVEL_COVERAGE. The target "report"
-# then tells the figures of all tests since the counters were last removed.
+# then prints the figures of all tests since the counters were last removed.
 option(ORVEL_COVERAGE "Count which lines of the daemon run (GCC)" OFF)
 
 function(orvel_measure_coverage target)

@@ -9,7 +9,7 @@ function(orvel_add_revision target)
   set(REVISION ${ORVEL_REVISION})
   set(OUTPUT ${CMAKE_CURRENT_BINARY_DIR}/Revision.cpp)
   set(write ${CMAKE_SOURCE_DIR}/CMake/WriteRevision.cmake)
-  include(${write}) # now too, so that a tree without a revision fails before anything is compiled
+  include(${write}) # here too, so that a tree without a revision fails before anything is compiled
   add_custom_target(${target}Revision
     COMMAND ${CMAKE_COMMAND} -DSOURCE_DIR=${SOURCE_DIR} -DREVISION=${REVISION} -DNAMESPACE=${NAMESPACE} -DOUTPUT=${OUTPUT}
             -P ${write}

@@ -1,9 +1,9 @@
-# Writes OUTPUT, which defines BuildRevision of NAMESPACE: the full hash of HEAD of the git checkout SOURCE_DIR; outside a
-# checkout the given REVISION, or without one that of the commit which `git archive` made SOURCE_DIR of.
+# Writes OUTPUT, which defines BuildRevision of NAMESPACE. In a git checkout it is the full hash of HEAD of SOURCE_DIR; elsewhere
+# it is the given REVISION, or else the hash of the commit from which `git archive` made SOURCE_DIR.
 set(hash "")
 find_program(git git NO_CACHE)
 if(git)
-  # The checkout may belong to another user than the one who builds, and may lie inside another checkout.
+  # The checkout may belong to a different user, and may lie inside another checkout.
   execute_process(
     COMMAND ${git} -c safe.directory=* -C ${SOURCE_DIR} rev-parse --show-toplevel HEAD
     OUTPUT_VARIABLE answer ERROR_QUIET RESULT_VARIABLE status OUTPUT_STRIP_TRAILING_WHITESPACE)
@@ -20,7 +20,7 @@ if(hash STREQUAL "")
 endif()
 string(LENGTH "${hash}" length)
 if(NOT length EQUAL 40 OR NOT hash MATCHES "^[0-9a-f]+$")
-  # The leading blank keeps it in one line.
+  # The leading blank keeps the message in one line.
   message(FATAL_ERROR " No revision, as this is no git checkout and no archive of one, or git is missing: "
     "configure with -DORVEL_REVISION= and the 40 hexadecimal digits of the commit.")
 endif()

@@ -4,7 +4,7 @@
 need_kernel() {
   need_packages "$kernel_packages"
   for tool in qemu-system-x86_64 busybox; do
-    command -v "$tool" >/dev/null || die "$tool is missing; needed are the packages: $kernel_packages"
+    command -v "$tool" >/dev/null || die "$tool is missing; install these packages: $kernel_packages"
   done
   [ ! -d build/kernel/disk ] || return 0
   say "fetching the kernel"
