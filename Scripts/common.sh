@@ -17,7 +17,12 @@ die() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
   package_packages="build-essential debhelper dpkg-dev lintian"
 }
 
-# with_log FUNCTION [ARGUMENT...]: calls it with a file for its programs' output as its first argument. Removes the file then.
+# The system tests of the daemon itself, those that a real kernel passes too. The others test the board, the client and the
+# examples, with the same few paths through the daemon.
+# shellcheck disable=SC2034 # used by the other scripts
+daemon_tests='^(Button|CemiBridge|CemiStart|Led|Link|Log|Start|Stop)\.'
+
+# with_log FUNCTION [ARGUMENT...]: runs it with a file for what its programs say as its first argument. The file goes with it.
 with_log() (
   function=$1 file=$(mktemp)
   shift
