@@ -1,9 +1,13 @@
-# Sourced by the other scripts, which run in the source tree.
+# Sourced by the other scripts and by the proofs, which all run at the top of the source tree.
 set -eu
-cd "$(dirname "$0")/.."
+program=$(cd "$(dirname "$0")" && pwd)/$(basename "$0")
+program_name=$(basename "$0") # a proof has that of its folder
+[ "$program_name" != prove ] || program_name=$(basename "$(dirname "$program")" | tr '[:upper:]' '[:lower:]')
+cd "$(dirname "$program")"
+while [ ! -f CMakePresets.json ] && [ "$PWD" != / ]; do cd ..; done
 
 say() { printf '\n== %s\n' "$*"; }
-die() { printf '%s: %s\n' "$(basename "$0")" "$*" >&2; exit 1; }
+die() { printf '%s: %s\n' "$program_name" "$*" >&2; exit 1; }
 
 # Lists of words.
 # shellcheck disable=SC2034 # used by the other scripts

@@ -2,7 +2,7 @@
 # under build/, made once; remove build/NAME to have it made again.
 if [ "$(id -u)" != 0 ]; then
   command -v sudo >/dev/null || die "mounts and changes its root directory; run it as root"
-  exec sudo ${ORVEL_REVISION:+ORVEL_REVISION="$ORVEL_REVISION"} "Scripts/$(basename "$0")" "$@"
+  exec sudo ${ORVEL_REVISION:+ORVEL_REVISION="$ORVEL_REVISION"} "$program" "$@"
 fi
 
 # prepare_root NAME SUITE ARCHITECTURES PACKAGE...: makes build/NAME/root, unless it is there with these packages. It takes the

@@ -422,7 +422,7 @@ protected:
     {
         if (!HasTshark())
         {
-            GTEST_SKIP() << "there is no tshark: Scripts/check-decoding installs it";
+            GTEST_SKIP() << "there is no tshark: Scripts/prove decoding installs it";
         }
         std::string pattern = (std::filesystem::temp_directory_path() / "orvel-oracle-XXXXXX").string();
         directory = mkdtemp(pattern.data());
