@@ -22,20 +22,20 @@ namespace OrvelClient
 namespace
 {
 
-constexpr const char* GeneralHelp = "Talks to the orvel daemon as an application does: shows, sends, tries.\n"
+constexpr const char* GeneralHelp = "Talks to the orvel daemon as an application does: sends, shows and checks.\n"
                                     "\n"
                                     "Usage:\n"
                                     "  orvelctl COMMAND [OPTION...] [ARGUMENT...]\n"
                                     "\n"
                                     "send HEX         send a frame to the bus, or each line of standard input\n"
                                     "monitor          show what comes from the bus, and the state of the link\n"
-                                    "replay FILE      send what a log or a capture of the monitor has\n"
+                                    "replay FILE      send the frames of a log or a capture of the monitor\n"
                                     "generate         send random telegrams, for load\n"
                                     "button           show when the programming button is pressed and released\n"
                                     "led NAME STATE   list the LEDs, show one, or set it: on, off, 0 to 100\n"
                                     "check            say whether the daemon would start on this machine\n"
                                     "\n"
-                                    "'orvelctl COMMAND --help' has the options of a command.\n"
+                                    "'orvelctl COMMAND --help' lists the options of a command.\n"
                                     "\n"
                                     "  -h, --help     Print this help message and exit.\n"
                                     "  -v, --version  Print version and revision and exit.\n";
@@ -306,8 +306,8 @@ void ParseMonitor(Options& options, int argc, const char* const* argv)
 void ParseReplay(Options& options, int argc, const char* const* argv)
 {
     CommandLine line("replay", "[OPTION...] FILE",
-                     "Sends what a log or a capture of the monitor has, with its timing; '-' is standard input.");
-    line.Add()("speed", "So many times as fast; max is as fast as the queue takes it, default is: 1",
+                     "Sends the frames of a log or a capture of the monitor, with its timing; '-' is standard input.");
+    line.Add()("speed", "Send so many times as fast; max is as fast as the queue takes the frames, default is: 1",
                cxxopts::value<std::string>());
     AddWait(line, "1000");
     if (!line.Parse(argc, argv, 1))
@@ -328,11 +328,12 @@ void ParseReplay(Options& options, int argc, const char* const* argv)
 void ParseGenerate(Options& options, int argc, const char* const* argv)
 {
     CommandLine line("generate", "[OPTION...]", "Sends random telegrams to random group addresses.");
-    line.Add()("rate", "So many telegrams a second, default is: 10", cxxopts::value<std::string>());
+    line.Add()("rate", "Send so many telegrams a second, default is: 10", cxxopts::value<std::string>());
     AddNumber(line, "End after so many telegrams.");
     // clang-format off
     line.Add()
-        ("seed", "The same telegrams for the same number; without it others each time.", cxxopts::value<std::string>())
+        ("seed", "The same seed gives the same telegrams; without it they differ each time.",
+            cxxopts::value<std::string>())
         ("print", "Show the telegrams, as 'send' reads them, instead of sending them.");
     // clang-format on
     AddWait(line, "1000");
@@ -377,7 +378,7 @@ void ParseButton(Options& options, int argc, const char* const* argv)
 void ParseLed(Options& options, int argc, const char* const* argv)
 {
     CommandLine line("led", "[OPTION...] [NAME [on|off|0..100]]",
-                     "Lists the LEDs with their brightness and the highest there is, or sets one.");
+                     "Lists the LEDs with their brightness and their highest brightness, or sets one.");
     if (!line.Parse(argc, argv, 2))
     {
         options.help = line.Help();

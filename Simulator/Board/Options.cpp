@@ -20,10 +20,10 @@ constexpr std::size_t MaxArgument = 4096; // bytes; the parser takes stack for e
 
 cxxopts::Options Definitions()
 {
-    cxxopts::Options definitions("orvel-board",
-                                 "Runs the unmodified orvel daemon on a simulated board.\n\n"
-                                 "In a terminal it shows the board; the key 'h' tells the keys. Otherwise it writes\n"
-                                 "what happens line by line, and reads the commands below.\n");
+    cxxopts::Options definitions(
+        "orvel-board", "Runs the unmodified orvel daemon on a simulated board.\n\n"
+                       "In a terminal it shows the board; the key 'h' explains the keys. Otherwise it writes\n"
+                       "what happens line by line, and reads the commands below.\n");
     definitions.custom_help("[OPTION...] [-- ORVEL OPTION...]\n"
                             "  orvel-board exec [--name NAME] -- COMMAND [ARGUMENT...]\n"
                             "  orvel-board shell [--name NAME]\n"
@@ -33,10 +33,10 @@ cxxopts::Options Definitions()
         ("h,help", "Print this help message and exit.")
         ("v,version", "Print version and revision and exit.")
         ("demo", "First show a telegram each way, an LED, the button and a recovered link.")
-        ("plain", "Write what happens line by line and read commands, as is done without a terminal.")
-        ("name", "Name of the board, to have several and to find them with exec and shell, default is: board",
+        ("plain", "Write what happens line by line and read commands, as without a terminal.")
+        ("name", "Name of the board, by which exec and shell find it, default is: board",
             cxxopts::value<std::string>())
-        ("knxip", "Join the board's KNX side to KNXnet/IP routing, multicast 224.0.23.12, port 3671.")
+        ("knxip", "Take part in KNXnet/IP routing, multicast 224.0.23.12, port 3671.")
         ("knxip-interface", "Network interface for --knxip, default is: lo", cxxopts::value<std::string>())
         ("bus-speed", "With --knxip: tp1 for the pace of a line of 9600 bit/s, or unlimited, default is: tp1",
             cxxopts::value<std::string>())
