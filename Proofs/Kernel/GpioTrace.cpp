@@ -47,7 +47,7 @@ GpioTrace::GpioTrace(Simulator::PinListener pinListener)
         throw std::runtime_error("cannot read the kernel's trace: " + std::string(strerror(errno)));
     }
     thread = std::thread(&GpioTrace::ThreadFunction, this);
-    // The co-processor has to be in reset before the daemon goes on: a wire has no delay.
+    // The co-processor must be in reset before the daemon goes on, because a wire has no delay.
     sched_param priority{};
     priority.sched_priority = sched_get_priority_min(SCHED_FIFO);
     pthread_setschedparam(thread.native_handle(), SCHED_FIFO, &priority);

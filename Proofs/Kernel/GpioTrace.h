@@ -9,7 +9,10 @@
 #include <thread>
 #include <vector>
 
-/// What the kernel traces of its GPIO pins and of the serial device, with its own time stamps. One at a time.
+/// What the kernel traces about its GPIO pins and the serial device, with the kernel's own time stamps. Only one
+/// trace can exist at a time.
+///
+/// A pin that nobody drives is high, as on the simulated board.
 ///
 /// A pin that nobody drives is high, as on the simulated board.
 class GpioTrace
@@ -17,18 +20,18 @@ class GpioTrace
 public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// Begins to trace. `pinListener` is called on this object's own thread, or the one that asks for the changes.
-    /// Throws std::runtime_error where the kernel offers no such trace.
+    /// Begins to trace. Calls `pinListener` on this object's own thread, or on the thread that asks for the
+    /// changes. Throws std::runtime_error if the kernel offers no such trace.
     explicit GpioTrace(Simulator::PinListener pinListener);
     ~GpioTrace();
 
     GpioTrace(const GpioTrace&) = delete;
     GpioTrace& operator=(const GpioTrace&) = delete;
 
-    /// Up to now, in order.
+    /// The changes up to now, in order.
     std::vector<Simulator::PinChange> Changes();
 
-    /// When the daemon opened the serial device, as often as it did.
+    /// The times at which the daemon opened the serial device.
     std::vector<Time> SerialOpenings();
 
     void Forget();

@@ -1,4 +1,4 @@
-// What only a real kernel can tell.
+// Tests that only a real kernel can decide.
 
 #include "Namespaces.h"
 #include "OnBoard.h"

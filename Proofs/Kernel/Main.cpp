@@ -1,4 +1,4 @@
-// The main function of the tests on a real kernel. The virtual machine is all that they need around them.
+// The main function of the tests on a real kernel. The virtual machine gives them all isolation that they need.
 
 #include <gtest/gtest.h>
 

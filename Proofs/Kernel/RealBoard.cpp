@@ -11,7 +11,7 @@ namespace
 
 constexpr const char* SerialDevice = "/dev/ttymxc2";
 
-// A process that was killed leaves its queues.
+// A killed process leaves its queues behind.
 void RemoveQueues()
 {
     for (const auto& queue : std::filesystem::directory_iterator("/dev/mqueue"))

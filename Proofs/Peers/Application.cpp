@@ -43,7 +43,7 @@ bool Await(mqd_t queue)
     return poll(&entry, 1, Patience) == 1;
 }
 
-// True when a message with this code was read, and confirmed well if it is a confirmation.
+// True if a message with this code was read and, for a confirmation, the telegram was sent.
 bool Read(mqd_t queue, uint8_t code, bool print)
 {
     std::array<uint8_t, ORVEL_CEMI_MESSAGE_SIZE> message{};

@@ -1,12 +1,12 @@
-// queue-rights: what the user may do with each queue of the daemon, one line each, such as "/cemiToLL: send, take". Takes no
+// queue-rights: prints what the user may do with each queue of the daemon, such as "/cemiToLL: send, take". Takes no
 // message away.
 // queue-rights occupy: makes the queues for frames to the bus and for the programming button before the daemon does.
 // queue-rights flood SECONDS FILE: sends messages that are no frames, as fast as the queue takes them, for so long and then
 // until the file is there. Prints how many, and how long it took.
-// queue-rights fill: makes queues as long as the kernel lets the user, and tells how many.
-// queue-rights loop: makes the daemon's queues for everybody, again and again, until it is killed.
-// queue-rights other-sizes: makes them as no daemon does, with few and long messages.
-// queue-rights sizes: how many messages of how many bytes each has, such as "/cemiToLL: 14 of 261".
+// queue-rights fill: makes as many queues as the kernel allows the user, and prints how many.
+// queue-rights loop: makes the daemon's queues, open to everybody, again and again until it is killed.
+// queue-rights other-sizes: makes the queues with few and long messages, as no daemon does.
+// queue-rights sizes: prints how many messages of how many bytes each queue has, such as "/cemiToLL: 14 of 261".
 
 #include "Orvel/Protocol.h"
 
@@ -53,7 +53,7 @@ bool Make(const char* queue, long capacity, long messageSize)
     return made != -1 && mq_close(made) == 0;
 }
 
-// As large as the daemon would make them, so that they fit.
+// They are as large as the daemon would make them, so that they fit.
 bool Occupy()
 {
     return Make(ORVEL_CEMI_TO_LL_QUEUE, ORVEL_CEMI_QUEUE_CAPACITY, ORVEL_CEMI_MESSAGE_SIZE) &&
@@ -91,7 +91,7 @@ int TellSizes()
     return 0;
 }
 
-// Of the smallest size, of which a user may have the most.
+// These queues have the smallest size, so a user can make the most of them.
 int Fill()
 {
     mq_attr attributes{};
@@ -110,7 +110,7 @@ int Fill()
     }
 }
 
-// The size byte says that four more follow.
+// The size byte says that four more bytes follow.
 int Flood(std::chrono::seconds howLong, const char* file)
 {
     using Clock = std::chrono::steady_clock;

@@ -1,8 +1,9 @@
-// How often the LED worker starts before its table is filled, on a machine that is busy with other things.
+// Measures how often the LED worker starts before its table is filled, on a machine that is busy with other things.
 //
-// Prints how many of the constructions lost a device, or its configured name. Not a test: it depends on the machine's scheduler. Each construction
-// happens in a process of its own, right after a pause, as in the daemon: code that runs for the first time is slow.
-// Half of the busy processes take short naps, as a machine's own services do when it starts.
+// Prints how many of the constructions lost a device, or its configured name. It is not a test, because the result depends
+// on the machine's scheduler. Each construction happens in a process of its own, right after a pause, as in the daemon:
+// code that runs for the first time is slow. Half of the busy processes take short naps, as a machine's own services do
+// when it starts.
 //   leds-start [--fifo] [CONSTRUCTIONS [BUSY PROCESSES]]
 // --fifo starts each process as the service starts the daemon: in real time, with reset-on-fork. This needs root, or
 // RLIMIT_RTPRIO.
@@ -31,7 +32,7 @@
 namespace Nemt
 {
 
-// The LEDs are switched by nobody here.
+// Nobody switches the LEDs here.
 bool CommHub::Transmit(uint16_t /*topic*/, const uint8_t* /*data*/, uint16_t /*length*/)
 {
     return true;
@@ -65,7 +66,7 @@ pid_t StartBusyProcess(bool napping)
     return process;
 }
 
-// The daemon's start as far as the LEDs see it; false when a device or its name was lost.
+// Does the part of the daemon's start that matters to the LEDs; false if a device or its name was lost.
 bool ConstructOnce()
 {
     log4cplus::Logger::getRoot().setLogLevel(log4cplus::OFF_LOG_LEVEL);
@@ -81,7 +82,7 @@ bool ConstructOnce()
     return registered == Names.size();
 }
 
-// This process, and what it executes; not what it forks.
+// Sets the priority of this process and of what it executes, but not of what it forks.
 bool RunInRealTime()
 {
     sched_param parameters{};
@@ -89,7 +90,7 @@ bool RunInRealTime()
     return sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &parameters) == 0;
 }
 
-// The exit status.
+// Returns the exit status.
 int ConstructInNewProcess(bool realTime)
 {
     const pid_t process = fork();
@@ -110,7 +111,8 @@ int ConstructInNewProcess(bool realTime)
 
 } // namespace
 
-// The daemon's calls come here instead of the kernel: "/dev/uleds" takes everything, and nothing ever happens to an LED.
+// The daemon's calls come here instead of the kernel: "/dev/uleds" accepts everything, and nothing ever happens to
+// an LED.
 extern "C"
 {
     int __wrap_open(const char* /*path*/, int /*flags*/, ...)

@@ -1,4 +1,4 @@
-// Loses memory: the address sanitizer looks for that too, in every program that ends by itself.
+// Leaks memory. The address sanitizer reports that too, in every program that ends by itself.
 
 #include <cstdio>
 #include <vector>

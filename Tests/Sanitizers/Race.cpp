@@ -1,6 +1,6 @@
-// Two threads use a plain variable at once: "Race deliberate" the flag that Tests/Suppressions/tsan.txt names, "Race
-// undeliberate" a counter beside it in the same object, which nothing names, "Race below" that counter from a function that
-// the destructor calls, which is named because it writes a flag.
+// Two threads use a plain variable at once. "Race deliberate" uses the flag that Tests/Suppressions/tsan.txt names.
+// "Race undeliberate" uses a counter beside it in the same object, which nothing names. "Race below" uses that
+// counter from a function that the destructor calls; the destructor is named because it writes a flag.
 
 #include <cstdio>
 #include <cstdlib>
@@ -12,7 +12,7 @@
 namespace OrvelDriver
 {
 
-// In the place of the daemon's component, whose names the suppressions have.
+// This stands in the place of the daemon's component, whose names the suppressions have.
 class Cemi
 {
 public:

@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// A network that nobody else uses: a network namespace of the calling thread's own, with a loopback interface that is up.
-/// Programs that the thread starts from then on live in it too. To be called in the sandbox.
+/// Gives the calling thread a network that nobody else uses: a network namespace of its own, whose loopback
+/// interface is up. Programs that the thread starts from then on live in it too. Call it in the sandbox.
 void EnterOwnNetwork();
 
 /// Of the calling thread's network.

@@ -15,8 +15,8 @@ namespace
 
 constexpr const char* InsideMarker = "ORVEL_TEST_INSIDE";
 
-// Returns only when it failed. A program that was built for another processor has to name the emulator that it is run by:
-// the kernel does not know it.
+// Returns only if it failed. The kernel cannot run a program that was built for another processor: such a program
+// must name its emulator.
 void StartAnew(char** argv)
 {
     char* const emulator = getenv("ORVEL_TEST_EMULATOR");
@@ -40,8 +40,8 @@ bool IsInside()
     return getenv(InsideMarker) != nullptr;
 }
 
-// In a child and with an exec, because libraries start threads before main, and a process with threads may not enter a
-// user namespace.
+// This happens in a child and with an exec: libraries start threads before main, and a process with threads may not
+// enter a user namespace.
 int RunInside(char** argv)
 {
     const pid_t child = fork();

@@ -30,7 +30,7 @@ using testing::StartsWith;
 namespace
 {
 
-// Each test has a board of its own name, because several run at once.
+// Each test's board has its own name, because several run at once.
 std::string Name()
 {
     return "test-" + std::to_string(getpid());
@@ -104,8 +104,8 @@ private:
     Daemon program;
 };
 
-// A running board whose daemon has registered its LEDs. On a busy machine the LED worker can come before its table is
-// filled, and then serves no LED; such a start is of no use here.
+// A running board whose daemon has registered its LEDs. On a busy machine the LED worker can come before its table
+// is filled, and then serves no LED; this test cannot use such a start.
 std::unique_ptr<BoardProgram> StartWithLeds(const std::vector<std::string>& options = {})
 {
     constexpr std::chrono::seconds enough{3};
@@ -131,7 +131,7 @@ int RunOnce(const std::vector<std::string>& arguments, std::vector<std::string>&
     return status;
 }
 
-// As "list" tells it; 0 when it does not.
+// The daemon's process as "list" prints it; 0 if it does not.
 pid_t DaemonOf(const std::string& board)
 {
     std::vector<std::string> lines;
@@ -175,7 +175,8 @@ private:
     std::filesystem::path path;
 };
 
-// The boards of this program's tests are kept in a directory of their own, which is gone with what killed ones leave in it.
+// The boards of this program's tests are kept in a directory of their own. It is removed with everything that killed
+// boards leave in it.
 class OwnRuntimeDirectory : public testing::Environment
 {
 public:
@@ -197,7 +198,7 @@ private:
 // The framework owns it.
 const testing::Environment* const ownRuntimeDirectory = testing::AddGlobalTestEnvironment(new OwnRuntimeDirectory);
 
-// A script in the place of the daemon.
+// A script in the daemon's place.
 class OwnDriver
 {
 public:
@@ -216,7 +217,7 @@ private:
     TemporaryDirectory directory;
 };
 
-// The daemon, whose LED worker comes too early: at its first start, or at every one.
+// The daemon with an LED worker that comes too early: at its first start, or at every start.
 class LosingDriver
 {
 public:
@@ -297,8 +298,8 @@ TEST(BoardProgram, APressBeforeARestartArrivesThreeTimes)
     ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 4")); // the daemon has told that it runs
     board.Type("press");
     ASSERT_TRUE(board->AwaitLine("Programming button state changed to: pressed"));
-    // Of the daemon that was started last: on a busy machine the first one can ask after the press. One can also come too
-    // late for the answer, and asks again only when it is started again.
+    // These lines are of the last daemon: on a busy machine the first one may ask after the press. A daemon may
+    // also listen too late for the answer, and asks again only when it is started again.
     const auto isTold = [&]
     {
         int starts = 0;
@@ -576,7 +577,7 @@ TEST(BoardProgram, TellsThatTheLedsDidNotCome)
 TEST(BoardProgram, SaysNothingOfLedsThatCome)
 {
     const auto board = StartWithLeds();
-    // Longer than it takes to find that they do not.
+    // This is longer than the board takes to notice that LEDs are missing.
     EXPECT_FALSE(Await([&] { return Holds((*board)->Lines(), "LEDs did not come"); }, std::chrono::seconds(3)));
     EXPECT_EQ((*board)->Stop(), 0);
 }
@@ -650,7 +651,7 @@ TEST(BoardProgram, AKilledBoardIsNotListedAndItsNameIsFree)
     EXPECT_EQ(board->Stop(), 0);
 }
 
-// What "exec" says where boards are looked for in `runtime`.
+// What "exec" says if `runtime` is the directory in which boards are looked for.
 std::vector<std::string> LookIn(const std::filesystem::path& runtime)
 {
     Daemon program({BOARD, "exec", "--name", Name(), "--", "true"}, {{"XDG_RUNTIME_DIR", runtime}});
@@ -668,12 +669,12 @@ TEST(BoardProgram, WhatAnotherUserHasMadeStandsForNoBoard)
     std::ofstream(directory / Name()) << getpid() << '\n'; // which nobody has locked
     EXPECT_THAT(LookIn(runtime.Path()), ElementsAre(HasSubstr("no board named '" + Name() + "'")));
 
-    // A link would lead to a directory that its maker chose.
+    // A link would lead to a directory that the link's maker chose.
     const TemporaryDirectory linked;
     std::filesystem::create_directory_symlink(directory, linked.Path() / "orvel-board");
     EXPECT_THAT(LookIn(linked.Path()), refused);
 
-    // Others could have made the file.
+    // Other users could have made the file.
     std::filesystem::permissions(directory, std::filesystem::perms::all);
     EXPECT_THAT(LookIn(runtime.Path()), refused);
     std::filesystem::permissions(directory, std::filesystem::perms::owner_all);

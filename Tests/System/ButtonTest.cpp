@@ -14,8 +14,8 @@ const Bytes Released{0x01};
 
 using Button = OnBoard;
 
-// Awaited where a press follows: one that comes before the answer would be reported as one since boot as well. An answer
-// that comes before the daemon listens for it is lost.
+// A test awaits this before a press: a press before the answer would also be reported as a press since boot. If the
+// answer comes before the daemon listens, it is lost.
 constexpr const char* NotPressedSinceBoot = "DEBUG Buttons Programming button since boot was: released";
 
 TEST_F(Button, APressAndAReleaseArriveInverted)

@@ -31,7 +31,7 @@ Outcome Check(std::vector<std::string> options = {}, const std::string& library 
     return {status, program.Lines()};
 }
 
-// The lines that are not "ok". The processes of other tests are nobody's business.
+// The lines that are not "ok". The processes of other tests do not matter here.
 std::vector<std::string> Complaints(const Outcome& outcome)
 {
     std::vector<std::string> complaints;
@@ -48,7 +48,7 @@ std::vector<std::string> Complaints(const Outcome& outcome)
 class ClientCheckOnBoard : public OnBoard
 {
 protected:
-    // What the check says is what the daemon does.
+    // The daemon does what the check says.
     int StatusOfDaemon()
     {
         Daemon daemon;
@@ -105,7 +105,8 @@ TEST_F(ClientCheckOnBoard, ARunningDaemonIsNoProblemUnlessASecondOneIsStarted)
     EXPECT_EQ(daemon.Stop(), 0);
 }
 
-// Of what the warning tells: the first daemon's co-processor is reset, and its queues are gone when the second one ends.
+// The harm that the warning describes: the second daemon resets the first one's co-processor, and removes its queues
+// when it ends.
 TEST_F(ClientCheckOnBoard, ASecondDaemonResetsTheCoProcessorUnderTheFirstAndTakesItsQueues)
 {
     Daemon first;
@@ -123,7 +124,7 @@ TEST_F(ClientCheckOnBoard, ADaemonThatThisUserMayNotLookIntoIsFoundByItsName)
 {
     Daemon daemon;
     ASSERT_TRUE(AwaitRunning(daemon));
-    // Without this capability nobody looks into a process that has more capabilities.
+    // Without this capability nobody may look into a process that has more capabilities.
     WithoutCapability(CAP_SYS_PTRACE,
                       [&]
                       {

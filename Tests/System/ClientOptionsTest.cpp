@@ -107,7 +107,7 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
     }
 }
 
-// In the words of the library that reads the options.
+// These are the words of the library that reads the options.
 TEST(ClientOptions, UnknownOnesAndThoseWithoutTheirValueGetOneLineAndStatus2)
 {
     const std::vector<std::vector<std::string>> wrong{{"send", "--jump"}, {"send", "--wait"}, {"led", "--on"}};

@@ -179,7 +179,7 @@ TEST_F(ClientSendFull, SendsWhenThereIsRoom)
     EXPECT_EQ(toLink.Take(), "01 2e");
 }
 
-// What the kernel says behind `name`.
+// The text behind `name` in the kernel's file.
 std::string Status(pid_t process, const std::string& name)
 {
     std::ifstream status("/proc/" + std::to_string(process) + "/status");
@@ -193,7 +193,7 @@ std::string Status(pid_t process, const std::string& name)
     return "";
 }
 
-// Whether the program takes signals by itself already.
+// Whether the program handles signals itself yet.
 bool BlocksSignals(pid_t process)
 {
     return Status(process, "SigBlk:").find_first_of("123456789abcdef") != std::string::npos;

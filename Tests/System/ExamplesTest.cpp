@@ -1,4 +1,4 @@
-// The examples, as people who begin with them run them.
+// The examples, run as beginners run them.
 
 #include "Await.h"
 #include "ClientProgram.h"
@@ -20,7 +20,7 @@ struct Example
     std::vector<std::string> command;
 };
 
-// The name that the test is listed with.
+// The test is listed with this name.
 std::ostream& operator<<(std::ostream& stream, const Example& example)
 {
     return stream << example.name;
@@ -129,7 +129,7 @@ TEST_P(Examples, GoesOnWhenTheDaemonWasStartedAnew)
     EXPECT_EQ(another.Stop(), 0);
 }
 
-// With queues that the test makes in the daemon's place.
+// Tests whose queues the test makes in the daemon's place.
 class ExamplesAlone : public testing::TestWithParam<Example>
 {
 protected:
@@ -140,7 +140,7 @@ protected:
         MadeQueue button{"/progButton", 6, 1};
     };
 
-    // Whether it waits for something at this moment.
+    // Whether the example waits for something at this moment.
     static bool IsAsleep(pid_t process)
     {
         std::ifstream file("/proc/" + std::to_string(process) + "/stat");

@@ -22,7 +22,7 @@ class InitScript : public OnBoard
 protected:
     void SetUp() override
     {
-        // In the place of init, to which the daemon comes when the script has ended.
+        // This stands in the place of init, which adopts the daemon when the script has ended.
         ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
         std::string pattern = (std::filesystem::temp_directory_path() / "orvel-root-XXXXXX").string();
         root = mkdtemp(pattern.data());
@@ -65,7 +65,7 @@ protected:
         return Daemon({"chroot", "--userspec=4711:4712", "/", "true"}, {}).Wait() == 0;
     }
 
-    // What the script says of a start, behind what it says where there is no user but root.
+    // What the script says of a start, after what it says if root is the only user.
     std::vector<std::string> Says(std::vector<std::string> lines) const
     {
         if (!std::filesystem::exists(File("/etc/passwd")))
@@ -80,7 +80,7 @@ protected:
         return Says({"orvel: started, as process " + std::to_string(DaemonId())});
     }
 
-    // The line of /proc/PID/status that begins so.
+    // The line of /proc/PID/status that begins like this.
     std::string StatusOfDaemon(const std::string& name) const
     {
         std::ifstream status("/proc/" + std::to_string(DaemonId()) + "/status");
@@ -102,8 +102,8 @@ protected:
         inRoot.insert(inRoot.end(), options.begin(), options.end());
         inRoot.push_back(root);
         inRoot.insert(inRoot.end(), command.begin(), command.end());
-        // The thread sanitizer's list of suppressions is not in the root, the script is what is tested, and it takes a daemon
-        // that ends slowly for one that runs.
+        // The root has no list of suppressions for the thread sanitizer. This tests the script, which takes
+        // a daemon that ends slowly for one that runs.
         Daemon program(inRoot, {{"PATH", "/usr/sbin:/sbin:/bin"}, {"TSAN_OPTIONS", "report_bugs=0:atexit_sleep_ms=0"}});
         const int status = program.Wait();
         return {status, program.Lines()};

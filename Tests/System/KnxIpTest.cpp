@@ -22,7 +22,7 @@ namespace Routing = Simulator::Routing;
 namespace
 {
 
-// "11 00 bc", as it stands in a queue.
+// "11 00 bc" as a message in a queue.
 Bytes Message(const std::string& cemi)
 {
     Bytes message = FromHex(cemi).value();
@@ -131,7 +131,7 @@ TEST_F(OnKnxIp, AnIncompleteRequestIsConfirmedAsFailedAndHeardByNobody)
 
 TEST_F(OnKnxIp, WhatWasAskedForBeforeAResetIsNotConfirmedAfterIt)
 {
-    // Held back long enough for the daemon to notice the hang, and to reset the co-processor.
+    // Held back long enough for the daemon to notice the hang and to reset the co-processor.
     Tell(Routing::Busy{0, 4000, 0});
     EXPECT_TRUE(AwaitEvent("KNXnet/IP: a router is busy"));
     EXPECT_TRUE(toLink.Send(Message("11 00 bc e0 11 02 0a 03 01 00 81")));

@@ -26,7 +26,7 @@ protected:
         return names;
     }
 
-    // The kernel reports 0 for each LED when it is registered; what the test does comes behind that.
+    // The kernel reports 0 for each LED when it is registered. What the test does comes after that.
     bool AwaitFirstReports()
     {
         return AwaitEvent("LED red KNX off") && AwaitEvent("LED yellow KNX off") &&

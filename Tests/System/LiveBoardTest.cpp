@@ -27,7 +27,7 @@ std::string Name()
     return "live-" + std::to_string(getpid());
 }
 
-// Set an LED that the daemon has registered; false while it has not.
+// Sets an LED that the daemon has registered; false until it has.
 bool SwitchOn(const std::string& led)
 {
     return Daemon({BOARD, "exec", "--name", Name(), "--", "sh", "-c",
@@ -52,7 +52,7 @@ ProcessState StateOf(const std::string& process)
     return found;
 }
 
-// Also when nobody has asked for its exit status yet.
+// True even if nobody has asked for the process's exit status yet.
 bool IsGone(pid_t process)
 {
     const char state = StateOf(std::to_string(process)).state;
@@ -73,14 +73,14 @@ pid_t ChildOf(pid_t parent, const std::string& program = "orvel-board")
     return -1;
 }
 
-// Not for a process that was not found, which would be all or a group of them.
+// A process that was not found would have a number that means all processes, or a group of them.
 void Kill(pid_t process, int signal)
 {
     ASSERT_GT(process, 0);
     ASSERT_EQ(kill(process, signal), 0);
 }
 
-// A window in which the board runs, between two looks at the settings of the terminal.
+// A window in which the board runs. The settings of the terminal are compared before and after.
 class LiveBoard : public testing::Test
 {
 protected:
@@ -106,7 +106,7 @@ protected:
         Close();
     }
 
-    // Waits until the board is gone: the next has the same name.
+    // Waits until the board has ended: the next one has the same name.
     void Close()
     {
         if (window)
@@ -124,7 +124,7 @@ protected:
         window->AwaitText("link        up");
     }
 
-    // Until an LED has been switched on: the daemon is built then.
+    // Waits until an LED can be switched on: by then all of the daemon's components exist then.
     void StartWithLeds(const std::string& options = "")
     {
         // On a busy machine the LED worker can come before its table is filled, and then serves no LED.
@@ -148,7 +148,7 @@ protected:
         window->AwaitText(text);
     }
 
-    // The process that was started, and the one that is the board.
+    // The process that was started, and its child, which is the board.
     pid_t Guard() const
     {
         pid_t id = -1;
@@ -210,7 +210,7 @@ TEST_F(LiveBoard, NeedsNoColour)
 TEST_F(LiveBoard, AKeyPressesTheButtonAndReleasesIt)
 {
     StartWithLeds();
-    // The last of the LEDs: no lines of theirs follow, among which the button's could go by.
+    // This is the last LED. No lines about LEDs follow that could push the button's line away.
     EXPECT_TRUE(SwitchOn("knx"));
     Await("Leds: Set brightness of led knx to 100");
     Await("(*) orange device");
@@ -461,7 +461,7 @@ TEST_F(LiveBoard, TellsAtTheEndWhatWasCounted)
 
 TEST_F(LiveBoard, DuringTheDemonstrationKeysOnlyQuitAndHelp)
 {
-    // It waits for a link that this daemon never brings up.
+    // This daemon waits for a link that it never brings up.
     Start("--demo --driver /bin/sleep -- 1000");
     Await("daemon started");
     Press("5");

@@ -84,7 +84,7 @@ TEST_F(Log, APropertyFileAtWarnSilencesDebugLinesButNotWarningsAndErrors)
         lines, ElementsAre("WARN Nemt a warning", "WARN Nemt a warning", "ERROR Nemt an error", "ERROR Nemt an error"));
 }
 
-// The layout of an appender that tells where each line comes from.
+// The layout of an appender that shows where each line comes from.
 std::string WithOrigin(const std::string& appender)
 {
     return "log4cplus.appender." + appender + ".layout=log4cplus::PatternLayout\n" + //
@@ -165,7 +165,7 @@ TEST_F(Log, EachLineTellsItsSourceAndItsFunction)
 
 TEST_F(Log, LinesBearTheLocalTime)
 {
-    // Half an hour more than any time zone that a machine can be in.
+    // This is half an hour more than any machine's time zone.
     constexpr std::chrono::minutes ahead = std::chrono::hours(14) + std::chrono::minutes(30);
     const auto now = [] { return std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now()); };
     const auto before = now();

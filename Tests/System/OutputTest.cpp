@@ -1,4 +1,4 @@
-// A standard output that is not as the daemon needs it.
+// A standard output that is not what the daemon needs.
 
 #include "OnBoard.h"
 #include "Process.h"

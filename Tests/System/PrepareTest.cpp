@@ -1,4 +1,4 @@
-// The program that does with root's rights what the daemon's user cannot, on the simulated board.
+// The program that uses root's rights for what the daemon's user cannot do, on the simulated board.
 
 #include "ClientProgram.h"
 #include "OnBoard.h"
@@ -40,14 +40,14 @@ std::string OwnerAndMode(const struct stat& status)
     return text.str();
 }
 
-// As "0:0 0644", or "nothing".
+// Owner and mode as "0:0 0644", or "nothing".
 std::string File(const std::string& path)
 {
     struct stat status = {};
     return stat(path.c_str(), &status) == 0 ? OwnerAndMode(status) : "nothing";
 }
 
-// As "4711:4712 0640, 6 of 1", or "nothing".
+// Owner, mode and sizes as "4711:4712 0640, 6 of 1", or "nothing".
 std::string QueueIs(const std::string& name)
 {
     const mqd_t queue = mq_open(name.c_str(), O_RDONLY | O_NONBLOCK);
@@ -90,7 +90,7 @@ bool IsMapped(uid_t user)
     return false;
 }
 
-// A process of another user that makes the daemon's queues, for everybody, as often as it can.
+// A process of another user that makes the daemon's queues, open to everybody, as often as it can.
 class MakesQueues
 {
 public:
@@ -352,7 +352,7 @@ TEST_F(Prepare, LeavesNoQueueHalfMadeWhenItIsInterrupted)
         while (!Queue::Exists(command[2 + 10 * static_cast<std::size_t>(run)]) &&
                std::chrono::steady_clock::now() < limit)
         {
-            // It makes a queue in some microseconds.
+            // The program makes a queue in a few microseconds.
         }
         program.Signal(SIGTERM);
         interrupted += program.Wait() == 128 + SIGTERM ? 1 : 0;
@@ -394,7 +394,7 @@ TEST_F(Prepare, GivesTheUserThePinAndNobodyElse)
     EXPECT_EQ(Run({"--reset_gpio", "12"}).status, 0) << "when it is exported";
 }
 
-// As their owner, a daemon in other hands can open them to anybody.
+// A taken-over daemon owns them, and can open them to anybody.
 TEST_F(Prepare, TakesThePinBackFromThoseWhomADaemonHasGivenItTo)
 {
     ASSERT_EQ(Run({"--reset_gpio", "12"}).status, 0);
@@ -458,7 +458,7 @@ protected:
         std::filesystem::remove("/dev/uleds");
     }
 
-    // Without a child, and waiting for something else.
+    // The program has no child, and waits for something else.
     static bool SleepsAlone(pid_t process)
     {
         const std::string directoryOfProcess = "/proc/" + std::to_string(process);

@@ -1,4 +1,4 @@
-// The log configuration that the service is installed with.
+// The log configuration that is installed with the service.
 
 #include "OnBoard.h"
 
@@ -64,7 +64,7 @@ TEST_F(ServiceLog, HasAllLinesOfTheBuiltInLogWhenItsOneLineIsUncommented)
     const auto file = directory / "log4cplus.properties";
     std::ofstream(file) << text;
 
-    // A start that ends when the serial device cannot be opened: all lines are the main thread's.
+    // This start ends because the serial device cannot be opened, so all lines are the main thread's.
     const Daemon::Environment environment{{"TRACE_OPEN", "0"}, {"TZ", "FAR-14:30"}};
     auto builtIn = Daemon::OnTraceLibrary({}, environment);
     EXPECT_EQ(builtIn.Wait(), 255);

@@ -23,7 +23,7 @@ namespace
 class Start : public OnBoard
 {
 protected:
-    // Neither the reset line nor the link nor anything else was used.
+    // The daemon used neither the reset line nor the link nor anything else.
     void ExpectNothingTouched(const Daemon& daemon)
     {
         EXPECT_THAT(PinChanges(), IsEmpty());

@@ -26,13 +26,13 @@ namespace
 
 using Stop = OnBoard;
 
-// Waits until the main thread is in its loop.
+// Waits until the main thread has reached its loop.
 bool AwaitSupervising(Daemon& daemon)
 {
     return daemon.AwaitLine("IsConnected()");
 }
 
-// Whether its main thread is in a sleep. The kernel shows the number of the call that it waits in.
+// Whether the main thread sleeps. The kernel shows the number of the call in which it waits.
 bool IsAsleep(pid_t process)
 {
     std::ifstream file("/proc/" + std::to_string(process) + "/syscall");
@@ -41,8 +41,8 @@ bool IsAsleep(pid_t process)
     return call == SYS_clock_nanosleep || call == SYS_nanosleep;
 }
 
-// Those of the signals up to 31 that are in one of the masks that the kernel shows of a process. Without those by which
-// sanitizers learn of a crash.
+// The signals up to 31 in one of the masks that the kernel shows of a process, without those by which sanitizers
+// notice a crash.
 std::vector<int> SignalsIn(const std::string& mask, pid_t process)
 {
     std::ifstream file("/proc/" + std::to_string(process) + "/status");
@@ -68,13 +68,13 @@ std::vector<int> SignalsIn(const std::string& mask, pid_t process)
     return {};
 }
 
-// Whether the daemon runs in another program's hands (an emulator, valgrind), which catches signals for it.
+// Whether another program (an emulator, valgrind) runs the daemon, and catches signals for it.
 bool IsInOtherHands(const Daemon& daemon)
 {
     return !std::filesystem::equivalent("/proc/" + std::to_string(daemon.Id()) + "/exe", DRIVER);
 }
 
-// While it exists, the tests ignore none of the signals that they may have been started with ignored.
+// While it exists, the tests ignore none of the signals that they may have inherited as ignored.
 class DefaultSignals
 {
 public:

@@ -1,4 +1,4 @@
-// The kernel's files as programs find them, the same on the simulated board and on a real kernel.
+// The kernel's files as programs see them, the same on the simulated board and on a real kernel.
 
 #include "MountedFiles.h"
 #include "OnBoard.h"
@@ -28,7 +28,7 @@ namespace fs = std::filesystem;
 namespace
 {
 
-/// A board with an LED "light" and the pin 7 exported, which is an input.
+/// A board with an LED "light", and with pin 7 exported as an input.
 class Sysfs : public OnBoard
 {
 protected:

@@ -1,7 +1,7 @@
-// Preloaded, it lets each thread of a program come before whatever the program does after it has started it.
+// When preloaded, it runs each new thread of a program before the program goes on.
 //
-// The daemon's LED worker then comes before its table is filled, which otherwise takes a busy machine and bad luck, and
-// serves no LED.
+// The daemon's LED worker then comes before its table is filled, and serves no LED. Otherwise this takes a busy
+// machine and bad luck.
 
 #include "ThreadStart.h"
 
@@ -38,7 +38,7 @@ private:
     std::shared_ptr<std::atomic<pid_t>> runs;
 };
 
-// Whether the thread waits for something, or is gone.
+// Whether the thread waits for something, or has ended.
 bool Sleeps(pid_t thread)
 {
     std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");

@@ -1,7 +1,7 @@
-// Preloaded, it makes each thread of a program begin its work a little later than it was started.
+// When preloaded, it delays the work of each new thread of a program a little.
 //
-// Under the thread sanitizer a new thread runs before the call that starts it returns. The daemon's LED worker then always
-// comes before its table is filled, which otherwise takes a busy machine and bad luck, and serves no LED.
+// Under the thread sanitizer a new thread runs before the call that starts it returns. The daemon's LED worker then
+// always comes before its table is filled, and serves no LED. Otherwise this takes a busy machine and bad luck.
 
 #include "ThreadStart.h"
 

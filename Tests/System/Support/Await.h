@@ -3,10 +3,11 @@
 #include <chrono>
 #include <thread>
 
-/// How long a test waits for what must happen. Long: the machine may be busy, and only a failing test waits it out.
+/// How long a test waits for what must happen. It is long because the machine may be busy; only a failing test
+/// waits so long.
 constexpr std::chrono::seconds Patience{SYSTEM_TEST_PATIENCE};
 
-/// Waits until `condition` holds, for things that tell nobody when they change; false when it did not for long.
+/// Waits until `condition` holds, for things that announce no change; false if it did not hold for long.
 template<typename Condition>
 bool Await(const Condition& condition, std::chrono::milliseconds patience = Patience)
 {

@@ -17,14 +17,14 @@
 #include <string>
 #include <vector>
 
-/// What a program wrote until it ended, and its exit status.
+/// What a program wrote before it ended, and its exit status.
 struct Outcome
 {
     int status;
     std::vector<std::string> lines;
 };
 
-/// orvelctl while it runs, with a pipe to type into.
+/// A running orvelctl, with a pipe to type into.
 class ClientProgram
 {
 public:
@@ -33,7 +33,7 @@ public:
     {
     }
 
-    /// A shell command in which "$ORVELCTL" is the program.
+    /// Runs a shell command in which "$ORVELCTL" is the program.
     static ClientProgram InShell(const std::string& command)
     {
         return {MakePipe(), {"sh", "-c", command}};
@@ -94,7 +94,7 @@ private:
     Daemon program;
 };
 
-/// Runs it to its end, with `input` as its standard input.
+/// Runs the program until it ends, with `input` as its standard input.
 inline Outcome RunClient(const std::vector<std::string>& arguments, const std::string& input = "")
 {
     ClientProgram client(arguments);
@@ -125,7 +125,7 @@ inline std::string OnTerminal(const std::string& command)
     return text;
 }
 
-/// A directory that goes with the test.
+/// A directory that is removed with this object.
 class TemporaryDirectory
 {
 public:
@@ -152,7 +152,7 @@ private:
     std::filesystem::path path;
 };
 
-/// A queue of the daemon, made by the test in the daemon's place.
+/// A queue that the test makes in the daemon's place.
 class MadeQueue
 {
 public:
@@ -189,7 +189,7 @@ public:
         Put(message);
     }
 
-    /// The next message as hexadecimal digits; "nothing" when there is none.
+    /// The next message as hexadecimal digits; "nothing" if there is none.
     std::string Take() const
     {
         Simulator::Bytes message(8192);

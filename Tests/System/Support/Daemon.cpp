@@ -27,7 +27,7 @@ std::vector<std::string> DriverCommand(std::vector<std::string> options)
 
 std::string Daemon::Program()
 {
-    // A script can put another program in the daemon's place, which then runs the daemon in its own way.
+    // A script can stand in the daemon's place, and runs the daemon in its own way.
     const char* const given = getenv("ORVEL_TEST_DRIVER");
     return given != nullptr ? given : DRIVER;
 }
@@ -148,7 +148,8 @@ pid_t Daemon::Id() const
 
 int Daemon::Wait()
 {
-    // One that does not end is killed, which the status tells: the test fails then, and holds up no other.
+    // A program that does not end is killed, and its status shows that: the test then fails without holding up
+    // others.
     constexpr auto Limit = std::chrono::duration_cast<std::chrono::milliseconds>(Patience);
     pollfd entry{process->Descriptor(), POLLIN, 0};
     int ended = -1;

@@ -12,60 +12,61 @@
 #include <utility>
 #include <vector>
 
-/// A program as a process, with its output: the unmodified daemon, or the board's own program.
+/// A program as a process, with its output: the unmodified daemon, or another program.
 class Daemon
 {
 public:
     using Environment = std::vector<std::pair<std::string, std::string>>;
 
-    /// The daemon on the stand-in link library.
+    /// Starts the daemon on the stand-in link library.
     explicit Daemon(std::vector<std::string> options = {});
 
-    /// The daemon on the link library that traces every call.
+    /// Starts the daemon on the link library that traces every call.
     static Daemon OnTraceLibrary(std::vector<std::string> options = {}, Environment environment = {});
 
-    /// Any program. Its standard input is the test's own unless another descriptor is given.
+    /// Starts any program. Its standard input is the test's own unless another descriptor is given.
     Daemon(std::vector<std::string> command, Environment environment, int standardInput = -1);
 
     /// The daemon's file.
     static std::string Program();
 
-    /// Kills it if it still runs.
+    /// Kills the program if it still runs.
     ~Daemon();
 
     Daemon(const Daemon&) = delete;
     Daemon& operator=(const Daemon&) = delete;
 
-    /// Stops it and starts it again as at first, with no line written yet.
+    /// Stops the program and starts it again in the same way, with no lines written yet.
     void Restart();
 
-    /// Waits for a line that contains `text`, behind those that were awaited before. False when none came for long.
+    /// Waits for a line that contains `text` and comes after those that were awaited before; false if none came
+    /// for long.
     bool AwaitLine(const std::string& text);
 
     void Interrupt() const;
     void Signal(int signal) const;
     pid_t Id() const;
 
-    /// Waits for its end and returns the exit status; all of its output has been read then. Kills it, which is 137, when it
-    /// did not end for long.
+    /// Waits for the program's end and returns its exit status; all its output has been read then. If the
+    /// program does not end for long, kills it, and the status is 137.
     int Wait();
 
-    /// SIGINT, then Wait.
+    /// Sends SIGINT, then calls Wait.
     int Stop();
 
-    /// All that it wrote so far.
+    /// Everything that the program wrote so far.
     std::vector<std::string> Lines() const;
 
-    /// Its log lines so far as "LEVEL Logger text", without date and thread.
+    /// The program's log lines so far as "LEVEL Logger text", without date and thread.
     std::vector<std::string> LogLines() const;
 
-    /// Those of the thread that logged first, which is the main thread.
+    /// The log lines of the thread that logged first, which is the main thread.
     std::vector<std::string> MainThreadLines() const;
 
     /// How many of the log lines are `line`, as LogLines gives them.
     long Count(const std::string& line) const;
 
-    /// The time that the first log line with this text bears; nothing when there is none.
+    /// The time of the first log line with this text; nothing if there is none.
     std::optional<std::chrono::milliseconds> TimeOf(const std::string& text) const;
 
 private:

@@ -10,7 +10,8 @@
 #include <fstream>
 #include <thread>
 
-/// Runs `function` on a thread whose programs lack a capability that root has; they end with the thread.
+/// Runs `function` on a thread that lacks a capability of root. Programs that it starts lack it too, and end with
+/// the thread.
 template<typename Function>
 void WithoutCapability(int capability, const Function& function)
 {
@@ -23,8 +24,8 @@ void WithoutCapability(int capability, const Function& function)
         .join();
 }
 
-/// Runs `function` where no queue may have more than `messages` messages: on a thread without CAP_SYS_RESOURCE, which
-/// would go over the limit. Programs that it starts lack the capability too, and end with the thread.
+/// Runs `function` where no queue may have more than `messages` messages, on a thread without CAP_SYS_RESOURCE,
+/// which would lift the limit. Programs that it starts lack the capability too, and end with the thread.
 template<typename Function>
 void WithMessageLimit(int messages, const Function& function)
 {

@@ -16,12 +16,12 @@
 #include <string>
 #include <vector>
 
-/// Skips the test where system calls cannot be made to fail. `failure` says which one the test needs.
+/// Skips the test if system calls cannot be made to fail. `failure` names the one that the test needs.
 #define NEEDS_FAILURE(failure)                                                                                         \
     if (board->Faults() == nullptr)                                                                                    \
     GTEST_SKIP() << "a real kernel does not show this failure on demand: " << (failure)
 
-/// A test on a board of its own, on which no daemon runs yet.
+/// A test with its own board, on which no daemon runs yet.
 class OnBoard : public testing::Test
 {
 protected:
@@ -35,7 +35,7 @@ protected:
         }
     }
 
-    /// Waits for an event on the board that begins with `start`, behind those that were awaited before.
+    /// Waits for an event on the board that begins with `start` and comes after those that were awaited before.
     bool AwaitEvent(const std::string& start)
     {
         const std::size_t next = events.Await(start, seen, Patience);
@@ -68,8 +68,8 @@ protected:
         AwaitFromStart(daemon, " Leds ");
     }
 
-    /// Waits for a line of the start that a busy machine can lose by design: starts the daemon and the board's pin anew when
-    /// it does not come, because a test that needs it cannot use such a start.
+    /// Waits for a line of the start that a busy machine can lose by design. If the line does not come, starts
+    /// the daemon and the board's pin again, because a test that needs the line cannot use such a start.
     bool AwaitFromStart(Daemon& daemon, const std::string& text)
     {
         constexpr std::chrono::seconds enough{2}; // a wrong guess costs a restart, no more
@@ -90,7 +90,7 @@ protected:
         return board->TheCoProcessor();
     }
 
-    /// What happened to the pins so far: "3 low" and "3 high" for one that is driven, "3 released".
+    /// What happened to the pins so far: "3 low" and "3 high" for a pin that is driven, "3 released".
     std::vector<std::string> PinChanges()
     {
         std::vector<std::string> changes;
@@ -112,7 +112,7 @@ protected:
         board->Faults()->Fail(operation, error, 1, 1);
     }
 
-    /// Every LED reports these events, whatever is true.
+    /// Every LED reports these events in any case.
     void FailPoll(short reported)
     {
         Simulator::Fault fault;
@@ -130,8 +130,8 @@ protected:
         seen = events.Count();
     }
 
-    // On a busy machine the LED worker can also come before a row of its table has its configured name. The daemon's line about
-    // that LED may have either name.
+    // On a busy machine the LED worker can also come before a row of its table has its configured name. The
+    // daemon's line about that LED may then have either name.
     static bool HasBuiltInName()
     {
         const std::filesystem::path leds = "/sys/class/leds";
@@ -145,7 +145,7 @@ protected:
                              [&](const std::string& line) { return line.find(text) != std::string::npos; });
     }
 
-    // The bridge listens to the link when it has opened its queues, and after the button.
+    // The bridge listens to the link once it has opened its queues, and after the button does.
     static bool HasOpened(const Daemon& daemon)
     {
         return CountOf(daemon, "DEBUG Nemt Topic listener registered") == 2 ||
@@ -157,7 +157,7 @@ protected:
     std::unique_ptr<TestBoard> board = TestBoard::Make(events, ResetGpio);
 };
 
-/// Sets the brightness of an LED as an application does; false when the kernel refuses.
+/// Sets the brightness of an LED as an application does; false if the kernel refuses.
 inline bool SetBrightness(const std::string& led, const std::string& brightness)
 {
     std::ofstream file("/sys/class/leds/" + led + "/brightness");

@@ -24,10 +24,10 @@ public:
     Queue(const Queue&) = delete;
     Queue& operator=(const Queue&) = delete;
 
-    /// False when there is no room.
+    /// False if there is no room.
     bool Send(const Simulator::Bytes& message) const;
 
-    /// Waits for the next message; nothing when none came for long.
+    /// Waits for the next message; nothing if none came for long.
     std::optional<Simulator::Bytes> Receive() const;
 
     /// The next message, if there is one now.

@@ -31,7 +31,7 @@ bool TerminalWindow::CanBeMade()
     return Daemon({"sh", "-c", "command -v tmux"}, {}).Wait() == 0;
 }
 
-// The server stays in the foreground, so that it ends with the test however that ends.
+// The server stays in the foreground, so that it ends with the test in any case.
 TerminalWindow::TerminalWindow(const std::string& script, int rows, int columns)
     : directory(MakeDirectory())
     , server(std::make_unique<Daemon>(

@@ -9,12 +9,12 @@
 #include <string>
 #include <vector>
 
-/// The board that the daemon runs on, as the tests use it. The program that runs the tests is linked with one of two:
-/// the simulated board, or the drivers of a real kernel with the simulated co-processor behind them.
+/// The board that the daemon runs on, as the tests use it. Each program that runs the tests is linked with one of
+/// two: the simulated board, or the drivers of a real kernel with the simulated co-processor behind them.
 class TestBoard
 {
 public:
-    /// Builds the board. `resetGpio` is the pin that the co-processor's reset is wired to; no pin is exported yet.
+    /// Builds the board. `resetGpio` is the pin of the co-processor's reset. No pin is exported yet.
     static std::unique_ptr<TestBoard> Make(Simulator::EventLog& events, int resetGpio);
 
     TestBoard() = default;
@@ -31,15 +31,15 @@ public:
         TheCoProcessor().SetPlugged(plugged);
     }
 
-    /// How the pins changed so far, in order; times are those of whoever changed them.
+    /// How the pins changed so far, in order. The times are those at which the changes were made.
     virtual std::vector<Simulator::PinChange> PinChanges() = 0;
 
-    /// No pin is exported any more, and what happened to them is forgotten.
+    /// Unexports all pins and forgets what happened to them.
     virtual void StartPinsAnew() = 0;
 
-    /// What was written to the GPIO files so far, as "path text". Nothing where the board cannot tell.
+    /// What was written to the GPIO files so far, as "path text"; empty if the board cannot say.
     virtual std::vector<std::string> GpioWrites() = 0;
 
-    /// Failures of system calls, to be set by the test. None where the calls cannot be made to fail.
+    /// Failures of system calls that the test sets; none if the calls cannot be made to fail.
     virtual Simulator::FaultPlan* Faults() = 0;
 };

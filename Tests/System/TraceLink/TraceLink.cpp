@@ -1,11 +1,12 @@
-// A link library that writes each call of the daemon into the daemon's own log, where it stands in order among the other
-// lines. Built apart from the daemon, against nothing but the library's interface.
+// A link library that writes each call of the daemon into the daemon's own log, so that the log shows its order
+// among the other lines. It is built apart from the daemon, against nothing but the library's interface.
 //
-// What it answers is set in the environment: TRACE_OPEN, TRACE_CONNECTED, TRACE_TRANSMIT (0 or 1), TRACE_RECONNECT (a
-// sequence of 0 and 1, the last of which stays; or "throw"). How long it takes: TRACE_OPEN_DELAY, TRACE_RECONNECT_DELAY,
-// TRACE_CLOSE_DELAY (ms). Once closed it transmits nothing. TRACE_EXIT_DELAY (ms) keeps the process so long behind the end
-// of its main function. With TRACE_SLEEP=1 each sleep of the process is a line too. While it reconnects, a frame comes in
-// that the daemon cannot write into the queue TRACE_BROKEN_QUEUE: its descriptor is a bad one for that moment.
+// The environment sets its answers: TRACE_OPEN, TRACE_CONNECTED, TRACE_TRANSMIT (0 or 1), TRACE_RECONNECT (a
+// sequence of 0 and 1, the last of which stays; or "throw"). It also sets how long they take: TRACE_OPEN_DELAY,
+// TRACE_RECONNECT_DELAY, TRACE_CLOSE_DELAY (ms). Once closed, the library transmits nothing. TRACE_EXIT_DELAY (ms)
+// keeps the process for so long after its main function has ended. With TRACE_SLEEP=1 each sleep of the process is a
+// line too. While the library reconnects, a frame comes in that the daemon cannot write into the queue
+// TRACE_BROKEN_QUEUE, whose descriptor is bad for that moment.
 
 #include "Nemt/CommHub.h"
 
@@ -40,7 +41,7 @@ extern "C"
 namespace
 {
 
-// Listeners are told apart by their order of registration.
+// Their order of registration tells listeners apart.
 using Numbers = std::map<const void*, int>;
 
 std::mutex mutex;
@@ -94,7 +95,7 @@ void TraceListener(const std::string& call, Numbers& numbers, const void* listen
     Trace(call + "(" + std::to_string(number) + ")");
 }
 
-// The process's descriptor of a queue; -1 when it has none.
+// The process's descriptor of a queue; -1 if it has none.
 int DescriptorOf(const std::string& queue)
 {
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
@@ -133,8 +134,7 @@ void ReceiveWhileBroken(const std::string& queue)
 
 } // namespace
 
-// Comes before the C library's own.
-// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): that one's names are reserved
+// The linker takes this function before the C library's own.
 extern "C" int nanosleep(const timespec* duration, timespec* remaining)
 {
     if (Setting("TRACE_SLEEP", "0") == "1")
