@@ -48,7 +48,8 @@ std::vector<std::string> ExpectedLines(const Expectation& expectation, const Rep
     return lines;
 }
 
-// Without those that an end may bring: on a busy machine the first report of an LED can come when the link is closed already.
+// Leaves out the lines that the end may bring: on a busy machine the first report of an LED can come after the link has
+// closed.
 std::vector<std::string> LinesOf(const Report& report, const Expectation& expectation)
 {
     std::vector<std::string> lines = report.lines;
@@ -67,7 +68,7 @@ bool Match(const std::vector<std::string>& patterns, const std::vector<std::stri
                       { return fnmatch(pattern.c_str(), line.c_str(), 0) == 0; });
 }
 
-// Takes the frames from before the start away; how many there were.
+// Removes the frames from before the start. Returns how many there were.
 std::size_t TakeStale(std::vector<std::string>& received)
 {
     const auto isStale = [](const std::string& frame) { return frame.rfind("ee ", 0) == 0; };
@@ -77,7 +78,7 @@ std::size_t TakeStale(std::vector<std::string>& received)
     return count;
 }
 
-// Whether all that was received was sent, in this order and once.
+// Whether everything that was received had been sent, in this order and once.
 bool InOrder(const Delivery& delivery)
 {
     auto sent = delivery.sent.begin();

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// What of the report is not as expected; nothing when all is.
+/// What in the report is not as expected; empty if everything is.
 std::vector<std::string> Judge(const Report& report, const Cell& cell, const Expectation& expectation);
 
 /// "one, two"

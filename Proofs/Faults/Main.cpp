@@ -1,11 +1,11 @@
-// Lets every system call of the daemon fail once, in every way that it can, and compares what the daemon does then with what
-// is expected of it.
+// Lets every system call of the daemon fail once in every possible way, and compares what the daemon does then with
+// what it must do.
 //
 //   fault-matrix [--jobs N] [--only TEXT] [--list]
 //
-// TEXT is a part of a cell's name, such as "mq_open /progButton 1 EMFILE". The cells are made of the calls that a run
-// without failures makes, at their first, a middle and a late one, and of what the file Errors has for them; what is
-// expected stands in the file Expectations. Every cell runs in a process, in namespaces and on a board of its own.
+// TEXT is a part of a cell's name, such as "mq_open /progButton 1 EMFILE". The cells combine the calls of a run without
+// failures, at a first, a middle and a late time, with what the file Errors lists for them. The file Expectations has
+// what must happen. Every cell runs in a process, in namespaces and on a board of its own.
 
 #include "Judgement.h"
 #include "SandboxedJobs.h"
@@ -43,8 +43,8 @@ std::string Name(const Cell& cell)
 // How often a run without failures makes each call.
 using Record = std::map<Point, unsigned>;
 
-// Which of so many calls fail: the first, a middle and a late one. How often some of them are made is a matter of time; a
-// late one of them is not the last, which may not come the next time. All, where there are few and it matters which.
+// Which of so many calls fail: the first, a middle and a late one; or all, if there are few and it matters which. The
+// number of some calls depends on time. A late one is therefore not the last, which may not come the next time.
 std::vector<unsigned> Occurrences(const Point& point, const std::string& fault, unsigned calls)
 {
     constexpr unsigned Few = 7;
@@ -88,7 +88,7 @@ std::vector<Cell> MakeCells(const Record& record)
     return cells;
 }
 
-// In the cell's own process: prints what is wrong, then a line for the summary.
+// Runs in the cell's own process: prints what is wrong, then a line for the summary.
 int RunCell(const Cell& cell)
 {
     const Expectation& expectation = Find(Expectations(), cell);
@@ -179,7 +179,7 @@ public:
             [&](std::size_t job)
             {
                 const Cell& cell = cells[job];
-                // How often some calls are made is a matter of time: next time an earlier one, where all are the same.
+                // The number of some calls depends on time: if all are equal, try an earlier one next time.
                 const bool isSame = Find(Expectations(), cell).occurrences == "*";
                 const unsigned occurrence = cell.occurrence - (isSame ? cell.occurrence * tries[job] / 8 : 0);
                 return std::vector<std::string>{"cell", cell.point.call, cell.point.object, std::to_string(occurrence),

@@ -28,15 +28,15 @@ using namespace std::chrono_literals;
 constexpr int ResetGpio = 3;
 constexpr int RoundsBeforeLoss = 2;
 constexpr int MaxRounds = 40; // until the call that is to fail has come
-// A message that did not arrive so long after something failed. The simulated link may take 5 s to notice a lost
-// co-processor, and reconnects then.
+// A message counts as lost if it has not arrived for so long after a failure. The simulated link may take 5 s to notice
+// a lost co-processor, and reconnects then.
 constexpr auto GivingUp = 8s;
 constexpr auto HangLimit = 120s;
 constexpr const char* Usable = "03 b9 00 01"; // the state of the link
 const Point Period{"clock_nanosleep", "250ms"};
 const Point Direction{"openat", "/sys/class/gpio/gpio3/direction"};
 
-// An application's end of a queue, as soon as there is one.
+// An application's end of a queue, opened as soon as the queue exists.
 class Application
 {
 public:
@@ -77,7 +77,7 @@ private:
     mqd_t queue = -1;
 };
 
-// Two frames that were left while no daemon was running.
+// Two frames that applications left while no daemon was running.
 void LeaveStaleFrames()
 {
     mq_attr attributes{};
@@ -215,8 +215,8 @@ private:
         return noticed && Step([&] { return HasAllStates(); });
     }
 
-    // Waits for what the daemon has to do. False when there is no use in going on: it has ended or will, or something is
-    // not coming after a failure that may cost more than this.
+    // Waits for what the daemon has to do. False if it is pointless to go on: the daemon has ended or will end, or
+    // something does not come after a failure that may cost more than this.
     bool Step(const std::function<bool()>& done)
     {
         const auto begun = Clock::now();
@@ -248,7 +248,7 @@ private:
         return watch.Struck() > 0 && expectation.Has("ends");
     }
 
-    // Whether the call that is to fail has not come yet, and comes while the daemon runs.
+    // Whether the call that must fail has not come yet, and comes while the daemon runs.
     bool IsAwaited() const
     {
         return watch.IsPlanned() && watch.Struck() == 0 && !expectation.Has("any");
@@ -260,7 +260,7 @@ private:
         unsigned sleeps = watch.CallsWhenStruck(Period);
         if (!WillEnd())
         {
-            // A flag that was wrongly set would be seen in the meantime.
+            // A wrongly set flag would show in the meantime.
             const unsigned before = watch.Calls(Period);
             Await([&] { return HasEnded() || watch.Struck() == 0 || watch.Calls(Period) >= before + 2; }, HangLimit);
             begun = Clock::now();
@@ -311,7 +311,7 @@ private:
         report.calls = watch.AllCalls();
     }
 
-    // The application reads what is there; whether it has this message now.
+    // The application reads everything that is there. Returns whether it has this message now.
     bool Received(const std::string& what, const std::string& message)
     {
         for (Bytes next = fromLink.Receive(); !next.empty(); next = fromLink.Receive())
@@ -330,7 +330,7 @@ private:
         return states.received.size() >= states.sent.size();
     }
 
-    // What follows `start` in the events on the board that begin with it.
+    // The rest of each event on the board that begins with `start`.
     std::vector<std::string> Events(const std::string& start) const
     {
         std::vector<std::string> found;

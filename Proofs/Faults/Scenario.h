@@ -20,8 +20,8 @@ struct Report
     bool hung = false; ///< it had to be killed
     int status = 0;    ///< 128 and the signal's number when it was killed by one
 
-    /// The run tells nothing: the LED worker came before its table, or the machine was so busy that the link was lost when
-    /// nobody meant it to be.
+    /// The run says nothing about the daemon: the LED worker came before its table, or the machine was so busy that the
+    /// link was lost although nothing cut it.
     bool disturbed = false;
     std::map<std::string, Delivery> deliveries; ///< "to", "from", "state", "button", "led"
     std::vector<std::string> lines; ///< at WARN and above, of the daemon's own loggers, less those of lost links
@@ -34,6 +34,6 @@ struct Report
     std::map<Point, unsigned> calls;
 };
 
-/// Runs the daemon on a board of its own from its start to its end: what was in the queue before it, traffic in all
-/// directions, a link that is lost and recovers, SIGINT. `expectation` tells how it will end.
+/// Runs the daemon on a board of its own from start to end: frames in the queue from before the start, traffic in all
+/// directions, a link that is lost and recovers, SIGINT. `expectation` says how the run will end.
 Report Run(const std::optional<Watch::Plan>& plan, const Expectation& expectation);

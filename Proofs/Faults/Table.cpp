@@ -8,7 +8,7 @@
 namespace
 {
 
-// "*", or a list with commas that `value` is in.
+// Whether `value` is in the list, which has commas; "*" has everything.
 bool Matches(const std::string& pattern, const std::string& value)
 {
     return pattern == "*" || ("," + pattern + ",").find("," + value + ",") != std::string::npos;

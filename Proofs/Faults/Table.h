@@ -13,7 +13,7 @@ struct Cell
     std::string fault;
 };
 
-/// What is expected of it, as the file Expectations has it.
+/// What must happen then, as the file Expectations says.
 struct Expectation
 {
     std::string call;
@@ -25,17 +25,17 @@ struct Expectation
 
     bool Has(const std::string& word) const;
 
-    /// What stands behind "word:" in the outcome; empty when it is not there.
+    /// What follows "word:" in the outcome; empty if it is not there.
     std::string Of(const std::string& word) const;
 };
 
 /// Throws std::runtime_error for a file that cannot be understood.
 std::vector<Expectation> ReadExpectations(std::string file);
 
-/// The first that matches. Throws std::runtime_error when there is none.
+/// The first expectation that matches. Throws std::runtime_error if there is none.
 const Expectation& Find(const std::vector<Expectation>& expectations, const Cell& cell);
 
-/// What a call is made to fail with, as the file Errors has it. Throws std::runtime_error.
+/// The failures of a call, as the file Errors lists them. Throws std::runtime_error.
 class Errors
 {
 public:

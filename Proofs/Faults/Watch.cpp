@@ -32,7 +32,7 @@ constexpr auto Rest = 1ms;         // for the machine, in each pass of such a lo
 constexpr auto ThreadDelay = 50ms;
 constexpr auto Delay = 400ms; // longer than each of the daemon's periods, shorter than what loses the link
 
-// What a call is about.
+// The object of a call, such as a queue or a device.
 enum class About
 {
     Thread,
@@ -80,7 +80,7 @@ const std::map<int, Kind>& Kinds()
     return Known;
 }
 
-// In the other program.
+// This runs in the other program.
 iovec Memory(uint64_t address, std::size_t size)
 {
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel tells it as a number
@@ -104,7 +104,7 @@ std::string ReadText(pid_t process, uint64_t address)
     return text;
 }
 
-// Files of the system are all the same.
+// All files of the system count as the same.
 std::string Object(const std::string& path)
 {
     const auto isBelow = [&path](const char* directory) { return path.rfind(directory, 0) == 0; };
@@ -180,7 +180,7 @@ int ErrorNumber(const std::string& name)
     return name == "EWOULDBLOCK" ? EWOULDBLOCK : 0; // the other name of EAGAIN
 }
 
-// Does what the call would have done, for `size` bytes; its result, or the negated error.
+// Does what the call would have done, for `size` bytes. Returns its result, or the negated error.
 int64_t Perform(const Point& point, pid_t program, const seccomp_notif& call, std::size_t size)
 {
     const auto process = static_cast<int>(syscall(SYS_pidfd_open, program, 0));
@@ -207,8 +207,8 @@ int64_t Perform(const Point& point, pid_t program, const seccomp_notif& call, st
     return result == -1 ? -error : result;
 }
 
-// Every call of this process and all that becomes of it is told to whoever has the result, a descriptor. All but the call
-// that sends it there.
+// Reports every call of this process, and of all processes that come from it, to the owner of the descriptor `result`;
+// only the call that sends the report is left out.
 int StartListening()
 {
     std::array<sock_filter, 4> program{{
@@ -515,7 +515,7 @@ void Watch::Strike(const seccomp_notif& call)
     Answer(call.id, static_cast<int>(std::min<int64_t>(result, 0)), std::max<int64_t>(result, 0), 0);
 }
 
-// False when the thread is gone or was interrupted by a signal.
+// False if the thread is gone or a signal interrupted it.
 bool Watch::Answer(uint64_t id, int error, int64_t value, unsigned flags) const
 {
     seccomp_notif_resp answer{};
@@ -546,7 +546,7 @@ void Watch::SendDelayed()
     delayed.erase(std::remove_if(delayed.begin(), delayed.end(), isDue), delayed.end());
 }
 
-// ms; how long the thread may not notice that it is to end, or that a delay is over
+// ms; how long it may take the thread to notice that it must end, or that a delay is over
 int Watch::Timeout() const
 {
     constexpr int Idle = 50;

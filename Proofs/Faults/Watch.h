@@ -17,7 +17,7 @@
 
 struct seccomp_notif; // of the kernel
 
-/// What tells the system calls of a program apart.
+/// What distinguishes the system calls of a program.
 struct Point
 {
     std::string call;   ///< "openat"
@@ -34,10 +34,10 @@ struct Point
     }
 };
 
-/// What is to happen to a call.
+/// What must happen to a call.
 struct Fault
 {
-    /// As in the file Errors. Throws std::runtime_error for what is none.
+    /// Reads it as the file Errors writes it. Throws std::runtime_error for other text.
     explicit Fault(const std::string& text);
 
     int error = 0;       ///< the call fails with it
@@ -47,9 +47,9 @@ struct Fault
     std::optional<std::size_t> says;
 };
 
-/// Sees every system call of a program before the kernel does, counts them, and lets one fail. The program runs at nearly
-/// its own speed, and a call is one of the whole program, whichever thread makes it. A thread begins its work a little
-/// late, as if the machine had been busy: the daemon's LED worker is not to come before its table.
+/// Sees every system call of a program before the kernel does, counts them, and lets one fail. The program runs at
+/// nearly its own speed. Calls are counted for the whole program, whichever thread makes them. New threads begin their
+/// work a little late, as on a busy machine, so that the daemon's LED worker does not come before its table.
 class Watch
 {
 public:
@@ -68,10 +68,10 @@ public:
     Watch(const Watch&) = delete;
     Watch& operator=(const Watch&) = delete;
 
-    /// The command that runs `command` under this watch. It has to be run by the calling process.
+    /// The command that runs `command` under this watch. The calling process must run it.
     std::vector<std::string> Command(std::vector<std::string> command);
 
-    /// To be called when it has been started.
+    /// Call this once the command has been started.
     void Begin();
 
     /// How often the program has made such a call.
@@ -83,19 +83,19 @@ public:
         return plan.has_value();
     }
 
-    /// How many calls have failed; when the first did, and how often the program had made such a call then.
+    /// How many calls have failed; when the first one failed, and how often the program had made such a call by then.
     unsigned Struck() const;
     std::optional<Clock::time_point> StruckAt() const;
     unsigned CallsWhenStruck(const Point& point) const;
 
-    /// The call that the same thread made behind the first one that failed.
+    /// The call that the same thread made after the first one that failed.
     Point CallBehind() const;
 
-    /// How many threads other than the main one, of those that did anything but start and wait, there were when the program
-    /// ended itself.
+    /// How many threads, other than the main one and those that only started and waited, existed when the program ended
+    /// itself.
     std::size_t ThreadsAtExit() const;
 
-    /// What the program `command` becomes: runs itself under the watch that made it. Returns only in failure.
+    /// The program `command` becomes this: it runs itself under the watch that made it. Returns only if that fails.
     static int Launch(char** arguments);
 
 private:

@@ -1,7 +1,7 @@
-// What applications write into "/cemiToLL", through a real queue.
+// Fuzzes what applications write into "/cemiToLL", through a real queue.
 //
-// The input is a row of messages: a number (two bytes, little endian), whose highest bit says whether the link refuses the
-// frame and whose rest is the length, and then so many bytes.
+// The input is a row of messages: a number (two bytes, little endian), and then so many bytes. The number's highest bit
+// says whether the link refuses the frame; the rest is the length.
 
 #include "Cemi.h"
 
@@ -23,7 +23,7 @@ const std::string ToLl = "/fuzzToLl";
 constexpr std::size_t MaxMessage = 261;
 constexpr unsigned int RefusedBit = 0x8000;
 
-// A thread that is started while it exists gets no signals: the fuzzer's alarm would interrupt the worker's poll, and
+// A thread that starts while this exists gets no signals: the fuzzer's alarm would interrupt the worker's poll, and
 // errno is part of one of the lines.
 class SignalsBlocked
 {

@@ -1,4 +1,4 @@
-// What a person types to the running board. The input is the lines.
+// Fuzzes what a person types to the running board. The input is the lines.
 
 #include "Commands.h"
 
@@ -18,7 +18,7 @@ struct Running
     CoProcessor coProcessor{line, events};
 };
 
-// Those whose answer is all that they do.
+// Commands that only answer.
 bool IsCommandThatAnswers(const std::string& line)
 {
     return line.find("help") != std::string::npos;

@@ -1,5 +1,6 @@
-// What the driver says to the simulated co-processor, over the serial line. The input is a row of items: a byte that chooses
-// what happens, then what it needs. Whatever that was, the co-processor answers a greeting afterwards.
+// Fuzzes what the driver says to the simulated co-processor over the serial line. The input is a row of items: a byte
+// that chooses what happens, then what that needs. Whatever happened, the co-processor must answer a greeting
+// afterwards.
 
 #include "CoProcessor.h"
 
@@ -34,7 +35,7 @@ Bytes TakePayload(Fuzz::Input& input)
     return input.TakeBytes(input.TakeNumber() % (MaxPayload + 1));
 }
 
-// The bytes for the line; none where the item is something else that happens on the board.
+// The bytes for the line; none if the item is something else that happens on the board.
 Bytes TakeItem(Fuzz::Input& input, CoProcessor& coProcessor)
 {
     constexpr unsigned int Items = 7;
@@ -74,7 +75,7 @@ public:
     {
     }
 
-    /// Reads meanwhile what the co-processor says.
+    /// Meanwhile reads what the co-processor says.
     void Write(const Bytes& bytes)
     {
         for (std::size_t written = 0; written < bytes.size();)
@@ -92,7 +93,7 @@ public:
         }
     }
 
-    /// Greets until the co-processor answers: it may be booting, and then does not hear.
+    /// Greets until the co-processor answers: it may be booting, and does not hear then.
     void Greet()
     {
         ++session;

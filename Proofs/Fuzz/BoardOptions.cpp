@@ -1,4 +1,5 @@
-// The command line of orvel-board. The input is the arguments behind the program's name, each with a zero byte at its end.
+// Fuzzes the command line of orvel-board. The input is the arguments after the program's name, each with a zero byte at
+// its end.
 
 #include "Options.h"
 

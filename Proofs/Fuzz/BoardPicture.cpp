@@ -1,5 +1,5 @@
-// What the board shows in a terminal. The input is the size of the screen, rows and columns in a byte each, then what is to be
-// shown: lines of the daemon, or of the board behind the byte 1, or answers to a person behind the byte 2.
+// Fuzzes what the board shows in a terminal. The input is the size of the screen, rows and columns in a byte each, then
+// what to show: lines of the daemon, lines of the board after the byte 1, or answers to a person after the byte 2.
 
 #include "Picture.h"
 

@@ -1,4 +1,4 @@
-// What the client makes of a message from the queue. The input is the message: the size byte and the frame.
+// Fuzzes what the client makes of a message from the queue. The input is the message: the size byte and the frame.
 
 #include "Capture.h"
 #include "Description.h"
@@ -57,7 +57,7 @@ void CheckRequest(const Bytes& frame)
     }
 }
 
-// As a person types a frame.
+// The frame as a person types it.
 void CheckDigits(const std::string& text)
 {
     try

@@ -1,4 +1,4 @@
-// What 'orvelctl replay' reads. The input is the file, a log or a capture.
+// Fuzzes what 'orvelctl replay' reads. The input is the file, a log or a capture.
 
 #include "Capture.h"
 #include "Failure.h"

@@ -1,4 +1,5 @@
-// The daemon's command line. The input is the arguments behind the program's name, each with a zero byte at its end.
+// Fuzzes the daemon's command line. The input is the arguments after the program's name, each with a zero byte at its
+// end.
 
 #include "CommandLine.h"
 

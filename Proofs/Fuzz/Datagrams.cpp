@@ -1,7 +1,7 @@
-// What the network, and applications beside it, bring to the KNXnet/IP router of the board.
+// Fuzzes what the network and applications bring to the board's KNXnet/IP router.
 //
-// The input is a row of items: a byte that chooses, then a number (two bytes, little endian). The number is the length of the
-// bytes that follow, of a datagram or of an application's request, or milliseconds that pass.
+// The input is a row of items: a byte that chooses, then a number (two bytes, little endian). The number is a length,
+// and the bytes of a datagram or of an application's request follow; or it is milliseconds that pass.
 
 #include "Router.h"
 #include "Telegram.h"
@@ -95,7 +95,7 @@ private:
     Router router;
 };
 
-// With a header that is right.
+// Gives the datagram a correct header.
 Bytes WholeDatagram(uint8_t service, const Bytes& body)
 {
     const auto size = static_cast<uint16_t>(body.size() + 6);

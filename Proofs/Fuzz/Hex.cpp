@@ -1,4 +1,4 @@
-// Telegrams as a person writes them. The input is the text.
+// Fuzzes telegrams as a person types them. The input is the text.
 
 #include "Hex.h"
 

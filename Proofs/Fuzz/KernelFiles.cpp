@@ -1,5 +1,5 @@
-// What programs write to the GPIO and LED files of the board. The input is a row of calls: a byte that chooses the call, one
-// that chooses the pin or the LED, and a text behind its length.
+// Fuzzes what programs write to the board's GPIO and LED files. The input is a row of calls: a byte that chooses the
+// call, one that chooses the pin or the LED, and a text after its length.
 
 #include "Gpio.h"
 #include "Uleds.h"

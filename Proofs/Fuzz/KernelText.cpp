@@ -1,5 +1,5 @@
-// How the simulated kernel reads numbers and words that are written to its files, against the C library's way. The input is
-// the text.
+// Compares how the simulated kernel and the C library read numbers and words that are written to the kernel's files.
+// The input is the text.
 
 #include "KernelText.h"
 
@@ -22,7 +22,7 @@ struct Number
     unsigned long magnitude; // of what the digits say, also of a negative number
 };
 
-// A number without a sign, up to the end or to a newline that is the end.
+// A number without a sign, up to the end or to a newline at the end.
 Number MagnitudeOf(const std::string& text, int base)
 {
     if (text.empty() || std::isalnum(static_cast<unsigned char>(text[0])) == 0)

@@ -1,4 +1,4 @@
-// What the link brings to the bridge and to the button, through real queues that applications read now and then.
+// Fuzzes what the link brings to the bridge and to the button, through real queues that applications read now and then.
 //
 // The input is a row of messages: a byte that chooses the topic, or lets the applications read, then the length (two bytes,
 // little endian) and so many bytes.
@@ -43,7 +43,7 @@ Listeners& TheListeners()
     return listeners;
 }
 
-// What the queues hold and what the log says, if all goes as it should.
+// What the queues must hold and what the log must say.
 class Expected
 {
 public:

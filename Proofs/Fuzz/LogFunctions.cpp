@@ -1,5 +1,5 @@
-// The log functions that the link library calls. The input is a row of calls: a byte that chooses the function, then its
-// arguments. The formats are those of a library that knows what it does; what is formatted is not.
+// Fuzzes the log functions that the link library calls. The input is a row of calls: a byte that chooses the function,
+// then its arguments. The formats are those of a library that knows what it does; the arguments are arbitrary.
 
 #include "NemtLogAdapter.h"
 
@@ -16,7 +16,7 @@ namespace
 
 using Calls = std::vector<void (*)(Fuzz::Input&, std::vector<std::string>&)>;
 
-// What a format makes of its arguments when there is room for all of it, cut as the daemon cuts it.
+// What a format makes of its arguments if there is room for all of it, cut as the daemon cuts it.
 template<typename... Arguments>
 std::string Cut(const char* format, Arguments... arguments)
 {
@@ -31,7 +31,7 @@ char* Writable(const char* format)
     return const_cast<char*>(format);
 }
 
-// As a C function reads it.
+// The text as a C function reads it.
 std::string UpToZero(const std::string& text)
 {
     return text.substr(0, text.find('\0'));
@@ -86,7 +86,7 @@ const Calls calls{
         constexpr std::size_t MaxLine = 10 + 255; // "WARN Nemt " and what is kept
         lines.push_back((begin + (width < 0 ? text + padding : padding + text)).substr(0, MaxLine));
     },
-    // A text that is none in this locale: the format fails in the middle, and what came before is the line.
+    // This is no text in this locale: the format fails in the middle, and the line is what came before.
     [](Fuzz::Input& input, std::vector<std::string>& lines)
     {
         const std::array<wchar_t, 2> wide{static_cast<wchar_t>(input.TakeNumber()), 0};

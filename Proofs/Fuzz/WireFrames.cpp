@@ -1,5 +1,5 @@
-// The frames on the stand-in's serial line. The input is a byte that says in pieces of which size the line brings what
-// follows, then a row of items: bytes as they are, or a whole frame that is made of them.
+// Fuzzes the frames on the stand-in's serial line. The input is a byte that says in pieces of which size the line
+// delivers what follows, then a row of items: bytes as they are, or a whole frame that is made of them.
 
 #include "Frame.h"
 
@@ -66,7 +66,7 @@ Received Receive(const std::vector<uint8_t>& bytes, std::size_t pieceSize)
     Received received{{}, 0};
     for (std::size_t begin = 0; begin < bytes.size(); begin += pieceSize)
     {
-        // On the heap and without a byte to spare.
+        // The bytes are on the heap, without a byte to spare.
         const std::vector<uint8_t> piece(bytes.begin() + static_cast<std::ptrdiff_t>(begin),
                                          bytes.begin() +
                                              static_cast<std::ptrdiff_t>(std::min(begin + pieceSize, bytes.size())));

@@ -65,7 +65,7 @@ Applications::~Applications()
     Finish();
 }
 
-// A tenth of all goes on before the first loss of the link, the rest evenly until the last.
+// A tenth of the traffic passes before the first loss of the link, the rest evenly until the last.
 bool Applications::May(long done, long all) const
 {
     constexpr double Share = 0.1;
@@ -133,8 +133,8 @@ std::unique_ptr<Queue> Applications::TakeQueue()
     return std::move(fromLink);
 }
 
-// Waits until `done` has come close to the count. What does not come for long counts as lost, one by one; all that has not
-// arrived does when the link comes back.
+// Waits until `done` has come close to the count. What does not come for long counts as lost, message by message. When
+// the link comes back, everything that has not arrived counts as lost.
 template<typename Done>
 void Applications::KeepBack(Window& window, long count, const Done& done) const
 {

@@ -23,8 +23,8 @@ struct Progress
     std::atomic<long> brightness{0};
 };
 
-/// Who uses a daemon from both sides, each on a thread of its own: applications that write and read frames, set LEDs and
-/// read the button; the bus that sends frames, and somebody who presses the button.
+/// The users of a daemon on both sides, each on a thread of its own: applications that write and read frames, set LEDs
+/// and read the button; the bus that sends frames; and somebody who presses the button.
 class Applications
 {
 public:
@@ -43,7 +43,7 @@ public:
         long strange = 0; ///< messages that nobody has sent
     };
 
-    /// Begins.
+    /// Starts all threads.
     Applications(Simulator::Board& theBoard, const Ledger& theLedger, const Arrivals& theArrivals,
                  const Amounts& theAmounts, Progress& theProgress, uint32_t theSeed);
     ~Applications();
@@ -51,13 +51,13 @@ public:
     Applications(const Applications&) = delete;
     Applications& operator=(const Applications&) = delete;
 
-    /// Whether they have done as much as they may before the next loss.
+    /// Whether they have done as much as they may do before the next loss.
     bool AreDone() const;
 
-    /// Nothing more is sent; all is still read.
+    /// Stops sending; everything is still read.
     void StopSending();
 
-    /// Reads what is left. To be called when the daemon has ended, or StopSending was and nothing comes any more.
+    /// Reads what is left. Call it when the daemon has ended, or after StopSending when nothing comes any more.
     const Record& Finish();
 
     long Sent() const
@@ -86,17 +86,17 @@ public:
         return toLink->Pending();
     }
 
-    /// What they may be told to do.
+    /// What the threads can be told to do.
     void SendInvalid(long messages);
     void Burst(long frames, long buttons); ///< from the co-processor, without waiting for the readers
     void PauseReaders(bool pause);
     void ComeAndGo(bool yes); ///< the readers open their queues again and again
 
-    /// The reader's queue, which outlives its daemon so. The application is of no use any more.
+    /// Gives away the reader's queue, which then outlives its daemon. The application cannot be used any more.
     std::unique_ptr<Queue> TakeQueue();
 
 private:
-    // What is on the way in one direction, so that nobody sends much faster than the other end receives.
+    // What is under way in one direction, so that the sender does not get far ahead of the receiver.
     struct Window
     {
         long lost = 0;

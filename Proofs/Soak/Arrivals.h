@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-/// What arrives at the co-processor, from the events on the board: frames, and states of the LEDs. Any thread.
+/// What arrives at the co-processor, according to the events on the board: frames, and states of the LEDs. Any thread
+/// may call.
 class Arrivals
 {
 public:
@@ -16,10 +17,10 @@ public:
     std::size_t Count() const;
     std::vector<uint32_t> Take();
 
-    /// How many states of LEDs.
+    /// How many states of LEDs arrived.
     long LedStates() const;
 
-    /// How many frames were none that an application has sent.
+    /// How many frames arrived that no application had sent.
     long Strange() const;
 
 private:

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <string>
 
-/// The frames of the soak test: a mark, a number, and as many bytes as follow from the number.
+/// The frames of the soak proof: a mark, a number, and as many bytes as follow from the number.
 namespace Frames
 {
 
@@ -38,7 +38,7 @@ inline Simulator::Bytes FromLink(uint32_t number)
     return Make(FromLinkMark, number, 260);
 }
 
-/// Of the first bytes of a frame.
+/// Reads it from the first bytes of a frame.
 inline uint32_t Number(const uint8_t* frame)
 {
     return static_cast<uint32_t>(frame[1]) << 24U | static_cast<uint32_t>(frame[2]) << 16U |

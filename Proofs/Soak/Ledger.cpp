@@ -15,7 +15,7 @@ struct Kind
     const char* name;
 };
 
-// The first that fits.
+// Takes the first kind that fits.
 constexpr std::array<Kind, 20> Kinds{{
     {"DEBUG Cemi Enqueued ", "enqueued"},
     {"DEBUG Cemi Sended cemi message with size 4 ", "states sent"},

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-/// What the daemon says in its log about each message, as an account. Its log has to be in the form of Ledger::Properties.
-/// Any thread.
+/// An account of what the daemon's log says about each message. The log must have the form of Ledger::Properties. Any
+/// thread may call.
 class Ledger
 {
 public:
@@ -20,16 +20,16 @@ public:
         Empty
     };
 
-    /// The log configuration, and where it is to be, in the board's own directory.
+    /// The log configuration, and its place in the board's own directory.
     static const char* Properties();
     static constexpr const char* PropertiesFile = "/dev/soak.properties";
 
     void OnLine(const std::string& line);
 
-    /// How many lines of a kind there were; the kinds are named in the source.
+    /// How many lines of a kind there were; the source names the kinds.
     long Count(const std::string& kind) const;
 
-    /// In the order of the queue.
+    /// The messages, in the order of the queue.
     std::vector<Fate> Fates() const;
     std::size_t FateCount() const;
 
@@ -42,7 +42,7 @@ public:
     /// The bytes that it put into "/progButton".
     std::vector<uint8_t> ButtonStates() const;
 
-    /// Lines at WARN and above that are of no kind.
+    /// Lines at WARN and above that belong to no kind.
     std::vector<std::string> Unexpected() const;
 
 private:

@@ -27,7 +27,7 @@ constexpr auto Still = 500ms;        // so long nothing has come: nothing more w
 constexpr auto TrafficLimit = 3600s; // for all that there is to do
 constexpr long MemoryGrowth = 256;   // KiB; what the C library keeps for itself
 
-// Its name, and the number of the co-processor's output.
+// The LED's name, and the number of the co-processor's output.
 struct Led
 {
     const char* name;
@@ -36,7 +36,7 @@ struct Led
 constexpr Led Rs485{"rs485termination", 0};
 constexpr std::array<Led, 5> Leds{{{"prg1", 3}, {"prg2", 4}, {"system", 2}, {"knx", 1}, Rs485}};
 
-// Whether `part` is `whole` with some left out.
+// Whether `part` is `whole` with some elements left out.
 bool IsSubsequence(const std::vector<uint32_t>& part, const std::vector<uint32_t>& whole)
 {
     auto position = whole.begin();
@@ -164,7 +164,7 @@ void Life::Require(bool holds, const std::string& otherwise)
     }
 }
 
-// What loses no link.
+// Troubles that lose no link.
 void Life::Disturb()
 {
     switch (Random(0, 6))
@@ -249,7 +249,7 @@ void Life::LoseLink()
     }
 }
 
-// Some applications do what they should not.
+// Some applications do what they must not do.
 void Life::UnlinkSome()
 {
     for (const char* const queue : {ORVEL_CEMI_FROM_LL_QUEUE, ORVEL_CEMI_TO_LL_QUEUE, ORVEL_PROG_BUTTON_QUEUE})

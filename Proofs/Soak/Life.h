@@ -22,36 +22,36 @@ struct Resources
     static Resources Of(pid_t process);
 };
 
-/// One daemon from its start to its end, with a link that is lost again and again, among other things that may happen to
-/// it, and the account of all messages.
+/// One daemon from start to end, whose link is lost again and again among other troubles, and the account of all
+/// messages.
 class Life
 {
 public:
     Life(Simulator::Board& theBoard, Arrivals& theArrivals, const Amounts& theAmounts, Progress& theProgress,
          std::mt19937& theRandom, Figures& theFigures);
 
-    /// Loses the link so many times. With none, everything that is sent has to arrive.
+    /// Loses the link so many times. If that is none, everything that is sent must arrive.
     void Play(long losses);
 
-    /// What is wrong; nothing when all is accounted for.
+    /// What is wrong; empty if everything is accounted for.
     const std::vector<std::string>& Problems() const
     {
         return problems;
     }
 
-    /// The LED worker came before its table: such a daemon serves no LED, and has not been used.
+    /// The LED worker came before its table. Such a daemon serves no LED, and was not used.
     bool IsWithoutLeds() const
     {
         return !applications;
     }
 
-    /// The link was never lost: all that was sent has arrived.
+    /// The link was never lost, so everything that was sent has arrived.
     bool IsQuiet() const
     {
         return quiet;
     }
 
-    /// What an application holds over the restart of the daemon.
+    /// What an application keeps open while the daemon restarts.
     std::unique_ptr<Queue> TakeQueue()
     {
         return applications->TakeQueue();

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-/// The daemon as a process whose output is too long to be kept: each line is handed on, by a thread of its own.
+/// The daemon as a process whose output is too long to keep: a thread of its own hands each line on.
 class LoggedDaemon
 {
 public:
@@ -33,8 +33,8 @@ public:
 
     bool HasEnded() const;
 
-    /// Waits for its end, and until all of its lines were handed on. The exit status, or 128 and the number of the signal
-    /// that killed it.
+    /// Waits until the daemon has ended and all of its lines were handed on. Returns the exit status, or 128 and the
+    /// number of the signal that killed it.
     int Wait();
 
 private:

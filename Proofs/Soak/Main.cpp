@@ -1,9 +1,9 @@
-// Uses the daemon hard and for long, and accounts for every message.
+// Uses the daemon hard and for a long time, and accounts for every message.
 //
 //   soak [--full] [--seed N]
 //
-// Several boards at once, each with a seed of its own that follows from N; the same N is the same run, but for the time that
-// things take. Without --full it takes a minute.
+// Runs several boards at once, each with its own seed that follows from N. The same N gives the same run, except for
+// the time that things take. Without --full it takes a minute.
 
 #include "SandboxedJobs.h"
 #include "Starts.h"
@@ -60,7 +60,7 @@ void Add(Figures& all, const std::string& text)
     }
 }
 
-// The boards with traffic first, then those with starts.
+// The boards with traffic come first, then those with starts.
 int RunAll(const Form& form, uint32_t seed)
 {
     std::printf("seed %u\n", seed);

@@ -18,10 +18,11 @@ public:
     Queue(const Queue&) = delete;
     Queue& operator=(const Queue&) = delete;
 
-    /// As an application that ends and starts again. One whose queue was unlinked goes on with what it has.
+    /// Closes and opens the queue, as an application that ends and starts again. If the queue was unlinked, the
+    /// application keeps what it has.
     void OpenAgain();
 
-    /// False when there is no room.
+    /// False if there is no room.
     bool Send(const Simulator::Bytes& message) const;
 
     /// The next message, if there is one.

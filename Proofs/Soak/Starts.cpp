@@ -33,7 +33,7 @@ constexpr int Killed = 128 + SIGINT; // before its handler stands
 constexpr int Failed = 255;
 constexpr auto BusyMachine = 10s; // in addition to every limit
 
-// Something that does not work. Whoever notices says so in a line that contains the text; without one nothing fails.
+// Something that fails. Whoever notices logs a line that contains the text. Without a text nothing fails.
 struct Defect
 {
     const char* name;
@@ -142,7 +142,8 @@ private:
         return std::uniform_int_distribution<long>(from, to)(random);
     }
 
-    // As many below 3 ms as between 30 and 300: the start is short. It is long where the link is waited for.
+    // There are as many moments below 3 ms as between 30 and 300 ms, because the start is short. It is long where it
+    // waits for the link.
     std::chrono::microseconds RandomTime()
     {
         constexpr double Least = 2.5; // 300 us
@@ -163,7 +164,7 @@ private:
     void Judge(int status, Clock::time_point noticed, Clock::time_point interrupted, std::chrono::microseconds first,
                const std::vector<std::string>& lines)
     {
-        // Two periods after its line a failure has ended the daemon, or is about to.
+        // Two periods after its line, a failure has ended the daemon or is about to.
         const bool notices = noticed != Clock::time_point::max();
         const bool hadTime = notices && interrupted - noticed > 500ms;
         const bool allowed =
@@ -183,7 +184,7 @@ private:
         }
     }
 
-    // Three periods; and the link library's own time, to open a line without an answer and to give up on it.
+    // Three periods, and the link library's own time to open a line without an answer and to give up on it.
     std::chrono::milliseconds Bound() const
     {
         return 750ms + (IsDead() ? 6s : 0s);

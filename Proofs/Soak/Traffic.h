@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-/// How much of everything there is to be.
+/// How much traffic of each kind there must be.
 struct Amounts
 {
     long losses = 0; ///< of the link, with recovery
@@ -13,9 +13,10 @@ struct Amounts
     long brightness = 0;
 };
 
-/// Figures by name. Those of several boards are added; of those whose name begins with "most", the largest counts.
+/// Figures by name. Those of several boards are added; of figures whose name begins with "most", the largest counts.
 using Figures = std::map<std::string, long>;
 
-/// Runs daemons on a board of its own, one after the other, until there was so much of everything. What goes on is chosen
-/// at random, the same for the same seed. Throws std::runtime_error with all that is wrong in an account.
+/// Runs daemons on a board of its own, one after the other, until there was enough of everything. The seed chooses at
+/// random what happens; the same seed makes the same choices. Throws std::runtime_error with everything that is wrong
+/// in an account.
 Figures RunTraffic(uint32_t seed, const Amounts& amounts);

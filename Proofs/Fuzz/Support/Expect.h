@@ -8,7 +8,7 @@
 namespace Fuzz
 {
 
-/// Ends the process unless `actual` is `expected`: that is how a fuzzer learns that an input is one to be kept.
+/// Ends the process unless `actual` is `expected`: this tells the fuzzer to keep the input.
 template<typename Actual, typename Expected>
 void ExpectEqual(const char* what, const Actual& actual, const Expected& expected)
 {

@@ -10,7 +10,7 @@
 namespace Fuzz
 {
 
-/// Takes an input of the fuzzer apart, from its beginning. What is not there any more counts as 0 or as empty.
+/// Takes an input of the fuzzer apart, from its beginning. Behind the end everything counts as 0 or as empty.
 class Input
 {
 public:
@@ -44,7 +44,7 @@ public:
         return {begin, begin + static_cast<std::ptrdiff_t>(taken)};
     }
 
-    /// Bytes behind their number, which is one byte.
+    /// Bytes that follow their number, which is one byte.
     std::string TakeText()
     {
         const std::vector<uint8_t> bytes = TakeBytes(TakeByte());
@@ -70,7 +70,7 @@ inline std::vector<std::string> TakeArguments(const uint8_t* data, std::size_t s
     return arguments;
 }
 
-/// As main is given them, for as long as `arguments` lives.
+/// The arguments as main gets them, for as long as `arguments` lives.
 inline std::vector<const char*> Argv(const std::vector<std::string>& arguments)
 {
     std::vector<const char*> argv;

@@ -1,5 +1,5 @@
-// In the place of the fuzzer's own main function, for compilers that have none: gives the target each file of the
-// directories that are named, once.
+// Replaces the fuzzer's own main function with compilers that have none: gives the target each file of the directories
+// that are named, once.
 
 #include <algorithm>
 #include <cstdint>
