@@ -28,7 +28,7 @@ std::string Line(const Finding& finding)
 
 bool Check(const CheckOptions& options)
 {
-    // In the order in which the daemon needs it.
+    // The checks come in the order in which the daemon needs things.
     Findings findings = CheckProgram(options.driver);
     for (const Findings& more : {CheckDevices(options.resetGpio), CheckQueues(options.buttonQueues), CheckRunning()})
     {

@@ -15,8 +15,8 @@ struct CheckOptions
     std::vector<std::string> buttonQueues{ORVEL_PROG_BUTTON_QUEUE};
 };
 
-/// Shows, a line each, whether this machine has what the daemon needs when this user starts it, and what to do about it.
-/// False when the daemon would not start. Throws Failure.
+/// Shows, in one line each, whether this machine has what the daemon needs if this user starts it, and what to do about
+/// it. False if the daemon would not start. Throws Failure.
 bool Check(const CheckOptions& options);
 
 } // namespace OrvelClient

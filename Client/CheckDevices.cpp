@@ -47,7 +47,7 @@ std::optional<int> NumberIn(const std::filesystem::path& file)
     return (stream >> number) ? std::optional(number) : std::nullopt;
 }
 
-// The pins that the chips of this machine have, as "0 to 31, 64 to 95"; empty when it does not say.
+// The pins of this machine's chips, as "0 to 31, 64 to 95"; empty if the machine does not say.
 struct Pins
 {
     std::string text;

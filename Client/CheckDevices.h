@@ -5,7 +5,7 @@
 namespace OrvelClient
 {
 
-/// The pin of the reset, the serial line and the kernel's LED device. Nothing is changed.
+/// Checks the pin of the reset, the serial line and the kernel's LED device. Changes nothing.
 Findings CheckDevices(int resetGpio);
 
 } // namespace OrvelClient

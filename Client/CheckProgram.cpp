@@ -23,7 +23,7 @@ using Level = Finding::Level;
 
 constexpr const char* LinkLibrary = "libNemt.so";
 
-// Where the daemon lies beside this program, in an installation and in the build tree.
+// Where the daemon is relative to this program, in an installation and in the build tree.
 std::string Beside()
 {
     std::error_code ignored;
@@ -42,7 +42,7 @@ std::string ReadToEnd(int descriptor)
     return text;
 }
 
-// Whether the loader starts it. All else, such as a static program or a script, runs at once.
+// Whether the loader starts it. Everything else, such as a static program or a script, would run at once.
 bool HasLoader(const std::string& program)
 {
     std::ifstream file(program, std::ios::binary);
@@ -64,7 +64,7 @@ bool HasLoader(const std::string& program)
     return false;
 }
 
-// What the loader says about the libraries of a program, which it does not run then. `error` is why it could not even try.
+// What the loader says about the libraries of a program, without running it. `error` is why it could not even try.
 std::string Trace(const std::string& program, int& error)
 {
     std::array<int, 2> output{};

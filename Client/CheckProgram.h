@@ -5,7 +5,7 @@
 namespace OrvelClient
 {
 
-/// The daemon and the libraries that the loader finds for it. The daemon is not run.
+/// Checks the daemon and the libraries that the loader finds for it. Does not run the daemon.
 Findings CheckProgram(const std::string& driver);
 
 } // namespace OrvelClient

@@ -131,7 +131,7 @@ bool IsThere(const Wanted& wanted)
     return Opened(mq_open(wanted.name.c_str(), wanted.access | O_NONBLOCK | O_CLOEXEC)).Error() != ENOENT;
 }
 
-// Makes all the queues that are not there yet, under other names. 0, or why it failed.
+// Makes all the queues that do not exist yet, under other names. Returns 0, or the error.
 int TryOut(const std::vector<Wanted>& queues)
 {
     std::vector<std::pair<std::string, mqd_t>> made;
@@ -190,7 +190,7 @@ std::string Budget()
     return limit.rlim_cur == RLIM_INFINITY ? "any number of" : "the " + std::to_string(limit.rlim_cur);
 }
 
-// `error` is what making the queues failed with.
+// `error` is the error of making the queues.
 Findings CheckRoom(int error)
 {
     if (error == EINVAL)

@@ -5,8 +5,8 @@
 namespace OrvelClient
 {
 
-/// The limits for message queues, and queues that are left over. For a moment, queues of other names are made, which tells
-/// better than any figure whether there is room for those of the daemon.
+/// Checks the limits for message queues, and queues that are left over. For a moment it makes queues of other names,
+/// which show better than any figure whether there is room for the daemon's.
 Findings CheckQueues(const std::vector<std::string>& buttonQueues);
 
 } // namespace OrvelClient

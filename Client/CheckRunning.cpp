@@ -37,7 +37,7 @@ std::optional<struct stat> Status(const std::string& path)
     return stat(path.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
-// What a running daemon has open.
+// The files that a running daemon has open.
 struct Traces
 {
     std::optional<FileIdentity> serialLine; // not its number, which a pseudo-terminal of another mount can have too
@@ -76,8 +76,8 @@ struct Process
     }
 };
 
-// Only devices and queues are looked at: any other file may be on a network that does not answer. The name of a queue
-// stands where others have a path.
+// Looks at devices and queues only: any other file may be on a network that does not answer. A queue's link has its
+// name in place of a path.
 bool MayBeTrace(const std::string& target)
 {
     return target.compare(0, 5, "/dev/") == 0 || target.rfind('/') == 0;

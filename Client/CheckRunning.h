@@ -5,7 +5,7 @@
 namespace OrvelClient
 {
 
-/// Whether a daemon runs already, as far as this user may look into the processes of this machine.
+/// Checks whether a daemon runs already, as far as this user may look into the processes of this machine.
 Findings CheckRunning();
 
 } // namespace OrvelClient

@@ -20,7 +20,7 @@ enum class Status
     Interrupted = 8    ///< by a signal, before all was sent or as many messages had come as were asked for
 };
 
-/// Why a command ends early: one line for the person, and the exit status.
+/// The reason why a command ends early: one line for the person, and the exit status.
 class Failure : public std::runtime_error
 {
 public:

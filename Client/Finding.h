@@ -6,7 +6,7 @@
 namespace OrvelClient
 {
 
-/// Something that the daemon needs, as it was found on this machine.
+/// Something that the daemon needs, as found on this machine.
 struct Finding
 {
     enum class Level

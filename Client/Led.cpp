@@ -25,7 +25,7 @@ std::string Path(const std::string& led, const char* file)
     return std::string(LedDirectory) + "/" + led + "/" + file;
 }
 
-// Empty when it cannot be read.
+// Empty if it cannot be read.
 std::string Content(const std::string& file)
 {
     std::ifstream stream(file);
@@ -45,7 +45,7 @@ std::set<std::string> Leds()
     return names;
 }
 
-// "prg1 0 100": the name, the brightness and the highest there is.
+// "prg1 0 100": the name, the brightness and the highest brightness.
 std::string Line(const std::string& led)
 {
     return led + " " + Content(Path(led, "brightness")) + " " + Content(Path(led, "max_brightness")) + "\n";

@@ -13,7 +13,7 @@ struct LedOptions
     bool full = false;             ///< as bright as it can be, instead of `brightness`
 };
 
-/// Lists the LEDs of this machine, or shows or sets one. Throws Failure.
+/// Lists the LEDs of this machine, shows one, or sets one. Throws Failure.
 void Led(const LedOptions& options);
 
 } // namespace OrvelClient

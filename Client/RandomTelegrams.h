@@ -7,8 +7,8 @@
 namespace OrvelClient
 {
 
-/// Requests for group addresses as devices send them, the same for the same seed on every machine: values read, written
-/// and answered, most of them short, some in extended frames.
+/// Makes requests for group addresses as devices send them: they read, write and answer values; most are short, some
+/// are extended frames. The same seed gives the same requests on every machine.
 class RandomTelegrams
 {
 public:

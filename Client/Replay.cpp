@@ -58,7 +58,7 @@ std::vector<Message> ReadMessages(const std::string& file)
     }
 }
 
-// Where control field 1 is; nothing when the frame does not get so far.
+// The place of control field 1; nothing if the frame ends before it.
 std::optional<std::size_t> PlaceOfControl1(const Bytes& frame)
 {
     constexpr std::size_t infoLengthAt = 1;
@@ -79,7 +79,7 @@ Bytes Request(MessageCode code, const Bytes& frame, std::size_t control1)
     return request;
 }
 
-// The messages that are to be sent, with the time from the first message on.
+// The messages to send, with their times from the first message on.
 struct Sending
 {
     std::chrono::microseconds time;

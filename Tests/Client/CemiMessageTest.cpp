@@ -264,7 +264,7 @@ TEST(CemiMessage, SaysBeforeWhatItEndsAndHasWhatCameBefore)
     EXPECT_EQ(Decoded("fc 00 0b 01 33 10").problems, Problems{"ends before the number of elements"});
 }
 
-// The sanitizers see a read behind the end: the bytes are just so long.
+// The sanitizers notice a read behind the end, because the bytes are exactly so long.
 TEST(CemiMessage, AnyBytesCanBeTakenApart)
 {
     RandomFrames random(1);

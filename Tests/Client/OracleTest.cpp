@@ -1,5 +1,5 @@
-// The decoding of frames against tshark, which nobody here wrote: random frames go through the monitor into a capture, and
-// every field that tshark finds in it has to be what the decoder says.
+// Compares the decoding of frames with tshark, which nobody here wrote. Random frames go through the monitor into a
+// capture, and every field that tshark finds there must be what the decoder says.
 
 #include "RandomFrames.h"
 
@@ -34,7 +34,7 @@ using OrvelClient::ToHex;
 namespace
 {
 
-// As tshark names them. Several of one name in a frame come in one column, separated by commas.
+// The names that tshark gives them. Several fields of one name in a frame come in one column, separated by commas.
 const std::vector<std::string> Columns{"cemi.mc",
                                        "cemi.ai.n",
                                        "cemi.ait.n",
@@ -290,7 +290,7 @@ private:
         }
     }
 
-    // To tshark, all is data that has no field of its own.
+    // tshark takes everything without a field of its own for data.
     void SetData(Bytes data)
     {
         if (message.reserved)
@@ -315,8 +315,8 @@ private:
     Row fields;
 };
 
-// What tshark has to say against the frame's structure. It also knows what belongs into the fields of application services
-// and properties, and into additional information, which is nothing to the decoder.
+// What tshark finds wrong with the frame's structure. It also knows the fields of application services, properties and
+// additional information, which mean nothing to the decoder.
 std::string StructuralProblem(const std::string& complaints, const CemiMessage& message)
 {
     static const std::set<std::string> structural{"Expected: 2 bytes", "Expected: 6 bytes", "Expected: zero",
@@ -332,7 +332,7 @@ std::string StructuralProblem(const std::string& complaints, const CemiMessage& 
     return isThere ? "yes" : "";
 }
 
-// As tshark writes it, without what it writes for fields of no bytes.
+// The text as tshark writes it, without what it writes for fields of no bytes.
 std::string Normalized(const std::string& column, const std::string& value, const CemiMessage& message)
 {
     if (column == ProblemColumn)
@@ -397,7 +397,7 @@ std::string Explain(const std::string& column, const CemiMessage& message, const
     {
         return "tshark does not know T_Data_Tag_Group";
     }
-    // What comes before the service's data is compared all the same.
+    // Compares what comes before the service's data all the same.
     const auto before = [&message](const std::string& list)
     {
         auto parts = Split(list);
@@ -443,7 +443,7 @@ protected:
         }
     }
 
-    // As the daemon does, but waiting for room.
+    // Sends as the daemon does, but waits for room.
     void Send(const Bytes& frame) const
     {
         Bytes message = frame;

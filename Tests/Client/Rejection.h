@@ -6,7 +6,7 @@
 
 #include <string>
 
-/// What `attempt` throws, as "status: line"; "nothing" when it throws nothing.
+/// What `attempt` throws, as "status: line"; "nothing" if it throws nothing.
 template<typename Attempt>
 std::string RejectionOf(const Attempt& attempt)
 {

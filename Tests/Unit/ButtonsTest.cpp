@@ -24,7 +24,7 @@ constexpr uint16_t TopicDevice = 257;
 const Bytes Pressed{0x00}; // inverted
 const Bytes Released{0x01};
 
-// Final, so that it may be destroyed without a virtual destructor.
+// It is final, so that it may be destroyed without a virtual destructor.
 class TestedButtons final : public OrvelDriver::Buttons
 {
 public:
@@ -46,14 +46,14 @@ protected:
         buttons.emplace(ScriptedHub::Hub(), std::move(names));
     }
 
-    // With one queue; what it has logged so far is thrown away.
+    // Has one queue. Discards what was logged so far.
     void StartWithFirst()
     {
         Start({First});
         log->Clear();
     }
 
-    // From now on `opened` tells the name of each queue.
+    // From now on `opened` records the name of each queue.
     void NoteOpenedQueues()
     {
         Kernel::MqOpen.Replace(
@@ -237,7 +237,7 @@ TEST_F(Buttons, TakesEveryStateButZeroForPressed)
     }
 }
 
-// Applications tell a press made before the daemon ran by the repetition.
+// The repetition tells applications that the press was made before the daemon ran.
 TEST_F(Buttons, SendsAPressSinceBootThreeTimesToEveryQueue)
 {
     Start({First, Second});

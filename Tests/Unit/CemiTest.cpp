@@ -48,7 +48,7 @@ Bytes Prefixed(uint8_t sizeByte, Bytes frame)
     return frame;
 }
 
-// Final, so that it may be destroyed without a virtual destructor.
+// It is final, so that it may be destroyed without a virtual destructor.
 class TestedCemi final : public OrvelDriver::Cemi
 {
 public:
@@ -70,7 +70,7 @@ protected:
         cemi.emplace(ScriptedHub::Hub(), FromLl, ToLl);
     }
 
-    // Until the worker listens on both sides; what it has sent and logged so far is thrown away.
+    // Waits until the worker listens on both sides, and discards what it has sent and logged so far.
     void StartCompletely()
     {
         Start();
@@ -85,7 +85,7 @@ protected:
         return Await([this] { return cemi->HasFailed(); });
     }
 
-    // After a message that is dropped: a valid one behind it shows that the worker is done with the first.
+    // Sends a valid message after one that is dropped: once it is through, the worker is done with the first.
     void ExpectDropped(const Bytes& message, const std::string& line)
     {
         StartCompletely();
@@ -240,7 +240,7 @@ TEST_F(Cemi, GoesOnWhenItCannotAskForMessagesToDiscard)
 
 TEST_F(Cemi, HasAllThatItsWorkerUsesBeforeItStartsIt)
 {
-    // Zeroes: in memory that was used before there could still be what the worker looks for.
+    // The memory is zeroed: used memory could still contain what the worker looks for.
     alignas(TestedCemi) static std::array<std::byte, sizeof(TestedCemi)> room;
     room.fill(std::byte{0});
     const PauseAfterThreadStart pause([this] { EXPECT_TRUE(polls.AwaitCalls(1)); });
@@ -528,7 +528,7 @@ TEST_F(Cemi, ReceivesOnlyWhenPollReportsSomething)
     EXPECT_FALSE(cemi->HasFailed());
 }
 
-// What the events are is not looked at: only receiving tells that the descriptor is bad.
+// The worker does not look at the events: only receiving shows that the descriptor is bad.
 TEST_F(Cemi, FailsWhenPollReportsThatItsDescriptorIsBad)
 {
     polls.OnlyAnswer();
@@ -616,7 +616,7 @@ TEST_F(Cemi, ForwardsFramesOfOneTo255BytesWithTheirSize)
     }
 }
 
-// Readers go by the length of the message: the size byte cannot tell more than 255.
+// Readers use the length of the message, because the size byte ends at 255.
 TEST_F(Cemi, LetsTheSizeByteOverflowForFramesOf256To260Bytes)
 {
     StartCompletely();
@@ -879,7 +879,7 @@ TEST_F(Cemi, EndsItsWorkerBeforeItClosesAQueue)
     Kernel::MqClose.Replace(
         [&](mqd_t queue)
         {
-            // A worker that still ran would poll again within a period of the test's short ones.
+            // A worker that still runs would poll again within one of the test's short periods.
             pollsAtClose = polls.Calls().size();
             EXPECT_EQ(Kernel::Poll.Real(nullptr, 0, 50), 0);
             EXPECT_EQ(polls.Calls().size(), pollsAtClose);

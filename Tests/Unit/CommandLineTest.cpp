@@ -22,7 +22,7 @@ using LedNames = std::map<int, std::string>;
 
 const LedNames DefaultLedNames{{0, "prg1"}, {1, "prg2"}, {2, "system"}, {3, "knx"}, {4, "rs485termination"}};
 
-// A value that no option of the daemon has: what goes wrong with it is not one of the parser's own exceptions.
+// No option of the daemon has such a value: a failure with it is none of the parser's own exceptions.
 struct Unreadable
 {
 };
@@ -32,7 +32,7 @@ std::istream& operator>>(std::istream& /*stream*/, Unreadable& /*value*/)
     throw std::runtime_error("not the parser's");
 }
 
-// The layout of the help is the parser's: line breaks and indentation do not matter here.
+// The parser makes the layout of the help: line breaks and indentation do not matter here.
 std::string OnOneLine(const std::string& text)
 {
     std::istringstream words(text);
@@ -309,7 +309,7 @@ TEST_F(CommandLine, KeepsASwitchThatIsOnWhenTheOptionDoesNotOccur)
     EXPECT_TRUE(commandLine.enableRs485);
 }
 
-// The parser would run out of stack: the kernel passes on up to 128 KiB.
+// The kernel passes on up to 128 KiB, for which the parser would need more stack than there is.
 TEST_F(CommandLine, RejectsALongerArgumentWithALineOfItsOwn)
 {
     constexpr std::size_t Largest = 128 * 1024 - 1;
@@ -382,7 +382,7 @@ TEST_F(CommandLine, SeparatesTheDescriptionFromTheUsageByAnEmptyLine)
     EXPECT_EQ(commandLine.options.help().rfind("ORVEL userspace driver\n\nUsage:\n", 0), 0U);
 }
 
-// Its width and the text of its usage line among it.
+// Including its width and the text of its usage line.
 TEST_F(CommandLine, LeavesTheLayoutOfTheHelpToTheParser)
 {
     cxxopts::Options same("orvel", "ORVEL userspace driver\n");
@@ -399,7 +399,7 @@ TEST_F(CommandLine, KeepsAllTheHelpInTheUnnamedGroup)
     EXPECT_EQ(commandLine.options.groups(), Texts{""});
 }
 
-// The default of the GPIO is skipped from the text instead of being appended to it.
+// The default of the GPIO is skipped from the text instead of appended to it.
 TEST_F(CommandLine, BeginsTheHelpOfTheGpioInTheMiddleOfAWord)
 {
     const auto& options = commandLine.options.group_help("").options;

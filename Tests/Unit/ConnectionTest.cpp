@@ -110,7 +110,7 @@ TEST_F(Connection, UnregistersItselfAndNothingElseWhenItEnds)
 
 TEST_F(Connection, CallsTheHubThatItWasGiven)
 {
-    // In memory where there is no hub from before.
+    // The memory holds no hub from before.
     alignas(OrvelDriver::Connection) std::array<std::byte, sizeof(OrvelDriver::Connection)> memory;
     memory.fill(std::byte{0x55});
     auto* const connection = new (memory.data()) OrvelDriver::Connection(ScriptedHub::OtherHub());

@@ -39,7 +39,7 @@ Bytes Record(const std::string& name)
     return record;
 }
 
-// Two loggers of one name are the same bytes: each is nothing but a reference.
+// Two loggers of one name are the same bytes, because each is only a reference.
 template<std::size_t Size>
 bool HasCopy(const std::array<std::byte, Size>& room, const log4cplus::Logger& logger)
 {
@@ -55,14 +55,14 @@ protected:
         leds.reset();
     }
 
-    // The worker waits until the table is complete: otherwise nothing but chance lets it find the rows.
+    // The worker waits until the table is complete. Otherwise only chance would let it find the rows.
     void Start(const LedNames& names, bool enableRs485)
     {
         const HeldWorkers held;
         leds.emplace(ScriptedHub::Hub(), names, enableRs485);
     }
 
-    // Until all LEDs are registered; what was logged so far is thrown away.
+    // Waits until all LEDs are registered, and discards what was logged so far.
     void StartCompletely(const LedNames& names = Configured, bool enableRs485 = WithRs485)
     {
         Start(names, enableRs485);
@@ -75,7 +75,7 @@ protected:
         return Await([this] { return leds->HasFailed(); });
     }
 
-    // The worker has done all that the polls so far made it do.
+    // Waits until the worker has done everything that the polls so far required.
     bool AwaitNextPoll()
     {
         return polls.AwaitCalls(polls.Calls().size() + 1);
@@ -659,11 +659,11 @@ TEST_F(Leds, RegistersNothingWhenItsWorkerIsFasterThanTheTable)
     EXPECT_EQ(log->Lines(), Texts{});
 }
 
-// Whatever is left to do after the start of the worker makes it likelier that it comes first; and a table that moved would
-// take the rows away from under it.
+// Any work that is left after the start of the worker makes it likelier that the worker comes first. A table that moved
+// would take the rows away from under it.
 TEST_F(Leds, HasNothingLeftToPrepareButToFillTheTableWhenItsWorkerStarts)
 {
-    // Zeroes: in memory that was used before there could still be what is looked for.
+    // The memory is zeroed: used memory could still contain what the test looks for.
     alignas(OrvelDriver::Leds) static std::array<std::byte, sizeof(OrvelDriver::Leds)> room;
     room.fill(std::byte{0});
     const log4cplus::Logger logger = log4cplus::Logger::getInstance("Leds");

@@ -1,5 +1,5 @@
-// Every line that the daemon can write: its source, its function, its level, its logger and its text. Log watchers and
-// property files rely on all of them.
+// Every line that the daemon can write, with its source, function, level, logger and text. Log watchers and property
+// files rely on all of them.
 
 #include "Applications.h"
 #include "Await.h"
@@ -48,7 +48,8 @@ std::size_t LinesIn(const std::filesystem::path& source)
         std::distance(std::sregex_iterator(text.begin(), text.end(), macro), std::sregex_iterator()));
 }
 
-// One spelling for all compilers, and no types of the standard library, which each version of them calls differently.
+// Uses one spelling for all compilers, without types of the standard library, which each version of them calls
+// differently.
 std::string Spelled(std::string signature)
 {
     signature = std::regex_replace(signature, std::regex(" ([*&])"), "$1");
@@ -67,7 +68,7 @@ protected:
         }
     }
 
-    // What was logged from a source, as "SIGNATURE: LEVEL Logger text".
+    // The lines that a source logged, as "SIGNATURE: LEVEL Logger text".
     std::set<std::string> From(const std::string& source) const
     {
         std::set<std::string> lines;
@@ -222,7 +223,7 @@ TEST_F(LogLines, OfTheResetComeFromTheseFunctions)
                                      "ERROR Reset Failed to export STM32 reset GPIO 3: Is a directory"));
 }
 
-// The tests above miss none of their sources' lines. A source that begins to log needs a test as they are.
+// The tests above miss none of their sources' lines. A source that begins to log needs a test like them.
 TEST_F(LogLines, ComeFromNoOtherSources)
 {
     std::map<std::string, std::size_t> sources;

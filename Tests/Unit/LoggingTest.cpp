@@ -48,7 +48,7 @@ public:
     OutputPipe(const OutputPipe&) = delete;
     OutputPipe& operator=(const OutputPipe&) = delete;
 
-    // What has reached the other end by now, without any further flush.
+    // What has reached the other end by now, without another flush.
     std::string Arrived() const
     {
         std::array<char, 4096> buffer{};

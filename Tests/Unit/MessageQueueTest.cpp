@@ -18,7 +18,7 @@ constexpr bool Reading = true;
 constexpr bool Writing = false;
 constexpr mqd_t Invalid = -1;
 
-// The process's mask for new files while it exists.
+// Sets the process's mask for new files while it exists.
 class Mask
 {
 public:
@@ -123,7 +123,7 @@ TEST_F(MessageQueue, IsOpenedNonBlockingForReading)
     EXPECT_EQ(openMode, 0644U);
 }
 
-// Whoever starts the daemon decides with the mask who may use its queues.
+// The mask of the starting process decides who may use the daemon's queues.
 TEST_F(MessageQueue, GetsThePermissionsThatTheProcesssMaskLeaves)
 {
     const std::vector<std::pair<mode_t, mode_t>> expected{{0, 0644}, {022, 0644}, {027, 0640}, {0777, 0}};

@@ -30,7 +30,7 @@ protected:
         logger.setLogLevel(level);
     }
 
-    // The signature in the last line, in the spelling of one compiler for all.
+    // The signature in the last line, in one compiler's spelling for all.
     std::string Function() const
     {
         std::string signature = log->Details().back().function;

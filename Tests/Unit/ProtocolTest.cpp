@@ -11,7 +11,7 @@ namespace
 
 constexpr ProtocolValues ProtocolAsCpp = PROTOCOL_VALUES;
 
-// The values are what applications were built with: none of them may ever change.
+// Applications were built with these values, so none of them may ever change.
 const std::array<ProtocolValues, 2> BothLanguages{ProtocolAsC, ProtocolAsCpp};
 
 TEST(Protocol, NamesTheQueues)

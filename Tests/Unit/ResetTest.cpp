@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 class Reset : public ComponentTest
 {
 protected:
-    // Runs `look` at each pause, which takes no time then. The pauses are counted from 1.
+    // Runs `look` at each pause, counted from 1. The pauses take no time then.
     void AtEachPause(std::function<void(int)> look)
     {
         Kernel::Nanosleep.Replace(

@@ -23,7 +23,7 @@ protected:
         long nanoseconds;
     };
 
-    // Records each request, and answers the first ones with `error` and 2 s and 5 ns that remain.
+    // Records each request. Answers the first ones with `error`, and with 2 s and 5 ns that remain.
     void FailFirst(int count, int error)
     {
         Kernel::Nanosleep.Replace(
@@ -93,7 +93,7 @@ TEST_F(Sleep, IsNotShortenedByRealSignals)
     const itimerval never{};
     setitimer(ITIMER_REAL, &everyMillisecond, nullptr);
 
-    // A starved machine can deliver all signals only when the time is over.
+    // A starved machine may deliver all signals only when the time is over.
     int sleeps = 0;
     auto shortest = std::chrono::steady_clock::duration::max();
     do

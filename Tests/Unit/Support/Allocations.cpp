@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 
-// In the place of `new` for the whole process; on to the next one in line, which may be a sanitizer's.
+// Replaces `new` for the whole process, and calls the next one in line, which may be a sanitizer's.
 extern "C" void* CountedNew(std::size_t size) __asm__(NEW_SYMBOL);
 
 // The linker's option --wrap leads `malloc` to the one and knows the real one by the other name.

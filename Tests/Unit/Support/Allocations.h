@@ -5,11 +5,11 @@
 namespace UnitTests
 {
 
-/// How often this thread has asked for memory: with `new` anywhere in the process, with `malloc` in what is linked into this
-/// program. Less what the tests' support has asked for on its own account.
+/// How often this thread has asked for memory: with `new` anywhere in the process, with `malloc` in what is linked into
+/// this program. Requests of the tests' support do not count.
 inline thread_local std::size_t allocations = 0;
 
-/// While it exists, this thread's requests are the support's own and leave the count as it was.
+/// While it exists, this thread's requests belong to the support and do not count.
 class Uncounted
 {
 public:

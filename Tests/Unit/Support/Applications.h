@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-/// The applications' side of the message queues: real queues, past all interceptions. Failures throw std::system_error.
+/// The applications' side of the message queues: real queues, which no interception touches. Failures throw
+/// std::system_error.
 namespace UnitTests::Applications
 {
 
@@ -19,7 +20,7 @@ void Send(const std::string& name, const Bytes& message);
 /// Takes out all messages that are there now.
 std::vector<Bytes> ReceiveAll(const std::string& name);
 
-/// Takes out the next message and waits for it. Nothing when none comes.
+/// Waits for the next message and takes it out; nothing if none comes.
 std::optional<Bytes> AwaitMessage(const std::string& name);
 
 /// Number of messages that are there now.

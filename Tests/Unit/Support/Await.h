@@ -7,11 +7,11 @@
 namespace UnitTests
 {
 
-/// How long a test waits for something that must happen. Generous: the machine may be loaded and the program slowed
-/// down by a sanitizer.
+/// How long a test waits for what must happen. It is long because the machine may be busy, and a sanitizer may slow the
+/// program down.
 constexpr auto AwaitLimit = std::chrono::seconds(UNIT_TEST_PATIENCE);
 
-/// Waits for a condition that nobody announces. False when it did not come true.
+/// Waits for a condition that nobody announces. False if it did not come true.
 template<typename Condition>
 bool Await(Condition condition)
 {

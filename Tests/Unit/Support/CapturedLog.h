@@ -19,7 +19,7 @@ struct LogLine
     std::string function;
 };
 
-/// Keeps everything that is logged, from DEBUG upward, in place of any other appender.
+/// Keeps everything that is logged, from DEBUG upward, in place of all other appenders.
 class CapturedLog : public log4cplus::Appender
 {
 public:
@@ -43,8 +43,8 @@ public:
 
     void Clear();
 
-    /// Writing a line may change errno: from now on each leaves `error` there (0 at first). A component that looks at
-    /// errno only after it has logged takes a wrong decision.
+    /// Writing a line may change errno: from now on each line leaves `error` there (0 at first). A component that looks
+    /// at errno only after it has logged decides wrongly.
     void LeaveErrno(int error);
 
 protected:

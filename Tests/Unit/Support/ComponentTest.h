@@ -17,7 +17,7 @@ namespace UnitTests
 
 using Texts = std::vector<std::string>;
 
-/// Surroundings of a component: the scripted hub, the captured log and the real kernel, all as new.
+/// The surroundings of a component, all new: the scripted hub, the captured log and the real kernel.
 class ComponentTest : public testing::Test
 {
 protected:

@@ -16,7 +16,7 @@ namespace
 
 const std::filesystem::path Directory = "/sys/class/gpio";
 
-// Once per process: nothing can be created in the kernel's own directory.
+// Mounts once per process, because nothing can be created in the kernel's own directory.
 void MountOverSysClass()
 {
     static const bool mounted = mount("tmpfs", Directory.parent_path().c_str(), "tmpfs", 0, nullptr) == 0;

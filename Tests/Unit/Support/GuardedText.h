@@ -5,7 +5,8 @@
 namespace UnitTests
 {
 
-/// A text that knows whether somebody has looked at it: its page cannot be read until the first attempt. One at a time.
+/// A text that knows whether somebody has looked at it: its page cannot be read until the first attempt. Only one can
+/// exist at a time.
 class GuardedText
 {
 public:

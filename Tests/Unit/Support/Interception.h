@@ -12,8 +12,8 @@ namespace UnitTests
 template<typename Signature>
 class Interception;
 
-/// A kernel call on its way from a component: passed on to the real function, unless a test has replaced it.
-/// Any thread may call while a test replaces.
+/// A kernel call on its way from a component. It goes to the real function unless a test has replaced that. Any thread
+/// may call while a test replaces it.
 template<typename Result, typename... Arguments>
 class Interception<Result(Arguments...)>
 {
@@ -80,7 +80,7 @@ public:
         return real(arguments...);
     }
 
-    /// What the linker puts in the place of the component's call.
+    /// The linker puts this in the place of the component's call.
     Result Call(Arguments... arguments)
     {
         std::shared_ptr<const std::function<Function>> current;

@@ -8,8 +8,8 @@
 
 #include <ctime>
 
-/// The kernel as the components see it. The linker's option --wrap leads their calls through these objects; calls from
-/// inside of shared libraries are not led here.
+/// The kernel as the components see it. The linker's option --wrap leads their calls through these objects, but not the
+/// calls from inside shared libraries.
 namespace UnitTests::Kernel
 {
 

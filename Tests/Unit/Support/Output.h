@@ -7,7 +7,7 @@
 namespace UnitTests
 {
 
-/// In the place of standard output while it exists.
+/// Takes the place of standard output while it exists.
 class Output : public std::stringbuf
 {
 public:
@@ -21,7 +21,7 @@ public:
         std::cout.rdbuf(previous);
     }
 
-    /// Flushed and whole.
+    /// Everything that was written, flushed.
     std::string Flushed() const
     {
         return flushed;

@@ -23,19 +23,19 @@ struct HubCall
     std::thread::id thread;
 };
 
-/// The link library in the unit tests: does nothing but record what it is asked, and answers what a test wants.
+/// The link library of the unit tests: it only records its calls, and gives the answers that a test wants.
 class ScriptedHub
 {
 public:
     static ScriptedHub& Instance();
 
-    /// What the components are given.
+    /// The hub that the components get.
     static Nemt::CommHub* Hub();
 
-    /// One that is not the process-wide one: shows that a component talks to the hub it was given.
+    /// Another hub than the process-wide one. It shows that a component talks to the hub that it was given.
     static Nemt::CommHub* OtherHub();
 
-    /// Forgets the calls and the listeners; accepts every message, is not connected, reconnects.
+    /// Forgets the calls and the listeners. Then accepts every message, is not connected, and reconnects.
     void Reset();
 
     void AnswerTransmit(bool accepted);
@@ -48,7 +48,7 @@ public:
     std::vector<HubCall> Calls() const;
     std::vector<std::string> Texts() const;
 
-    /// Number of calls that went to this one of the two.
+    /// The number of calls that went to this one of the two hubs.
     std::size_t CallsOf(const Nemt::CommHub* hub) const;
 
     /// Waits for the `count`th call with this text.

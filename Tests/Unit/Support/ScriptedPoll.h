@@ -18,8 +18,8 @@ struct PollCall
     std::size_t allocations; ///< of the calling thread until then
 };
 
-/// The components' poll while it exists: the real one with a shorter timeout, so that workers end quickly, or what a
-/// test answers in its place.
+/// Replaces the components' poll while it exists: with the real one and a shorter timeout, so that workers end quickly,
+/// or with answers of the test.
 class ScriptedPoll
 {
 public:
@@ -31,13 +31,14 @@ public:
     ScriptedPoll(const ScriptedPoll&) = delete;
     ScriptedPoll& operator=(const ScriptedPoll&) = delete;
 
-    /// From now on poll reports nothing but the answers: also not what descriptors have.
+    /// From now on poll reports only these answers, and nothing of what descriptors really have.
     void OnlyAnswer();
 
-    /// One call of poll returns these events. Waits until it has been made.
+    /// Makes one call of poll return these events, and waits until it has been made.
     bool Answer(const Events& events);
 
-    /// One call of poll fails with `error` and leaves misleading events in the set. Waits until it has been made.
+    /// Makes one call of poll fail with `error` and leave misleading events in the set, and waits until it has been
+    /// made.
     bool Fail(int error);
 
     std::vector<PollCall> Calls() const;

@@ -10,8 +10,8 @@
 namespace UnitTests
 {
 
-/// "/dev/uleds" while it exists. Each handle is one end of a socket pair, which can be polled, read and written as the
-/// device can; the test has the other end. Handles are counted from 0 in the order of their opening.
+/// Stands for "/dev/uleds" while it exists. Each handle is one end of a socket pair, which can be polled, read and
+/// written like the device; the test has the other end. Handles are counted from 0 in the order of their opening.
 class ScriptedUleds
 {
 public:
@@ -26,11 +26,11 @@ public:
 
     std::size_t Opened() const;
 
-    /// The component's descriptor and the flags it opened it with.
+    /// The component's descriptor and the flags with which it opened it.
     int Descriptor(std::size_t handle) const;
     int Flags(std::size_t handle) const;
 
-    /// The next thing that the component writes into this handle. Empty when it writes nothing.
+    /// The next thing that the component writes into this handle; empty if it writes nothing.
     Bytes AwaitRecord(std::size_t handle);
 
     /// Makes a read of this handle return `brightness`, or `bytes` as they are.

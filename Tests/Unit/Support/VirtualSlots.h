@@ -7,8 +7,8 @@
 namespace UnitTests
 {
 
-/// How many slots the table of virtual functions of a class has; a virtual destructor takes two. The link library calls the
-/// listeners by their slots.
+/// How many slots the table of a class's virtual functions has; a virtual destructor takes two. The link library calls
+/// the listeners by their slots.
 template<typename Class>
 std::size_t VirtualSlots()
 {

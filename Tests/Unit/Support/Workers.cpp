@@ -70,8 +70,7 @@ PauseAfterThreadStart::~PauseAfterThreadStart()
 
 using namespace UnitTests;
 
-// In the place of the C library's function for the whole process, because it is the C++ library that calls it.
-// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the C library's names are reserved ones
+// Replaces the C library's function for the whole process, because the C++ library calls it.
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*routine)(void*),
                               void* argument) noexcept
 {

@@ -5,8 +5,8 @@
 namespace UnitTests
 {
 
-/// While it exists, threads that are started do not begin their work. A component can so be looked at before its worker
-/// has done anything. Its end lets them all go.
+/// While it exists, new threads do not begin their work, so that a test can look at a component before its worker has
+/// done anything. Its end lets them all go.
 class HeldWorkers
 {
 public:
@@ -17,8 +17,8 @@ public:
     HeldWorkers& operator=(const HeldWorkers&) = delete;
 };
 
-/// While it exists, `pause` runs in the starting thread right after it has started another one. A worker can so be
-/// given time before its component's constructor goes on.
+/// While it exists, `pause` runs in the starting thread right after that has started another one. This gives a worker
+/// time before its component's constructor goes on.
 class PauseAfterThreadStart
 {
 public:
