@@ -1,8 +1,8 @@
 // A link library for measuring: the co-processor confirms each message at once by sending it back.
 //
-// It costs as little as a link can: Transmit writes the message into a pipe, and the library's own thread reads it from
-// there and offers it to the listeners. That is one system call on each side for each message, whatever the load, so that
-// the calls of a program that uses it can be counted.
+// It costs as little as a link can. Transmit writes the message into a pipe, and the library's own thread reads it from
+// there and offers it to the listeners. That is one system call on each side for each message, whatever the load, so
+// that the calls of a program that uses it can be counted.
 
 #include "Nemt/CommHub.h"
 
@@ -118,7 +118,7 @@ void CommHub::UnregisterTopicListener(const ITopicListener* listener)
     listeners.erase(std::remove(listeners.begin(), listeners.end(), listener), listeners.end());
 }
 
-// The link is never lost, so there is nothing to tell these.
+// The link is never lost, so these listeners hear nothing.
 void CommHub::RegisterConnectionListener(IConnectionListener* /*listener*/) {}
 
 void CommHub::UnregisterConnectionListener(const IConnectionListener* /*listener*/) {}

@@ -1,5 +1,5 @@
-// To be loaded in front of a program (LD_PRELOAD): counts its heap calls in the file whose descriptor ORVEL_HEAP_COUNT
-// names, where another process reads the number while the program runs.
+// Load it in front of a program (LD_PRELOAD): it counts the program's heap calls in the file whose descriptor
+// ORVEL_HEAP_COUNT names. Another process reads the number there while the program runs.
 
 #include <sys/mman.h>
 
@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-// The C library's own names of what is replaced below.
+// The C library's own names of the functions that are replaced below.
 extern "C"
 {
     void* __libc_malloc(std::size_t size);
@@ -35,7 +35,7 @@ Counter* OpenCounter()
     return page == MAP_FAILED ? nullptr : static_cast<Counter*>(page);
 }
 
-// Null until the library is initialised; what is called before that concerns nobody.
+// Null until the library is initialised; earlier calls do not matter.
 Counter* const counter = OpenCounter();
 
 void Count()

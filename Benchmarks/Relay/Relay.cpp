@@ -1,7 +1,8 @@
-// The floor: a program with the daemon's hops and nothing else. A frame is polled for, received, handed to the link, and on
-// the link's thread sent back. No log, no supervision, no LEDs, no button, no end; it knows no failure.
+// The floor: a program with the daemon's hops and nothing else. It polls for a frame, receives it, hands it to the
+// link, and sends it back on the link's thread. It has no log, no supervision, no LEDs, no button and no end, and
+// handles no failure.
 //   relay FROM_LL_QUEUE TO_LL_QUEUE [limit | lines]
-// With one of these it also does what the daemon must, to tell what that costs by itself:
+// With one of these it also does what the daemon must, to show what that costs by itself:
 //   limit  poll ends after 250 ms
 //   lines  that, and each hop writes a line that is ready-made
 
@@ -23,7 +24,7 @@ namespace
 
 constexpr uint16_t TopicCemi = 256;
 
-// As long as the daemon's own.
+// This is as long as the daemon's own.
 constexpr char EnqueuedLine[] =
     "01.01.2024 12:00:00.000 [140737353971392] DEBUG Cemi <> - Enqueued 11 cemi bytes from message queue to LL\n";
 constexpr char SentLine[] =

@@ -1,4 +1,5 @@
-// A brightness from the kernel to the link. For "/dev/uleds" stands one end of a pair of sockets, for each LED its own.
+// Measures a brightness from the kernel to the link. One end of a pair of sockets stands for "/dev/uleds", a pair for
+// each LED.
 
 #include "Leds.h"
 #include "Steps.h"
@@ -53,7 +54,7 @@ struct Device
     int kernel;
 };
 
-// Those that were opened last, in this order.
+// The handles that were opened last, in this order.
 class Devices
 {
 public:
@@ -93,7 +94,8 @@ Devices& TheDevices()
     return devices;
 }
 
-// On a busy machine the LED worker can come before its table is filled and then opens none; such a start is of no use here.
+// On a busy machine the LED worker can come before its table is filled and then opens none; such a start cannot be used
+// here.
 std::unique_ptr<OrvelDriver::Leds> StartLeds()
 {
     while (true)

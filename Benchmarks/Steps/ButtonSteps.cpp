@@ -1,4 +1,4 @@
-// A button event to its queues, of which there may be many.
+// Measures a button event on its way to its queues, of which there may be many.
 
 #include "Buttons.h"
 #include "Orvel/Protocol.h"
@@ -29,7 +29,7 @@ std::vector<std::string> Names(int64_t count)
     return names;
 }
 
-// As many events as a queue takes, then they are read; only the events are measured.
+// Sends as many events as a queue takes, then reads them; only the events are measured.
 void Events(benchmark::State& state, uint8_t type, int messagesPerEvent)
 {
     LogFrom(log4cplus::WARN_LOG_LEVEL);

@@ -1,5 +1,5 @@
-// A frame from an application to the link, a frame from the link to an application, and what is none of a listener's
-// business.
+// Measures a frame from an application to the link, a frame from the link to an application, and messages that do not
+// concern a listener.
 
 #include "Buttons.h"
 #include "Cemi.h"

@@ -1,4 +1,4 @@
-// What the link library's log functions cost, which it may call for each frame: with their level off and on.
+// Measures the link library's log functions, which it may call for each frame, with their level off and on.
 
 #include "NemtLogAdapter.h"
 #include "Steps.h"
@@ -14,7 +14,7 @@ namespace
 using FormatFunction = void (*)(char*, ...);
 using TextFunction = void (*)(char*);
 
-// A text of the wanted length comes out of the formatting.
+// The formatting produces a text of the wanted length.
 void RunFormat(benchmark::State& state, FormatFunction function, log4cplus::LogLevel level)
 {
     LogFrom(level);

@@ -1,6 +1,6 @@
-// Each step that a frame, a brightness and a button event take in the daemon, measured by itself. Beside those that wait
-// for another thread or pass a queue stands their floor: the same system calls and nothing else. The figures are times of
-// the processor, so that they mean something on a busy machine too.
+// Measures by itself each step that a frame, a brightness and a button event take in the daemon. Steps that wait for
+// another thread or pass a queue have their floor beside them: the same system calls and nothing else. The figures are
+// times of the processor, so that they mean something on a busy machine too.
 //   steps [OPTION OF GOOGLE BENCHMARK...]
 
 #include "Steps.h"
@@ -21,7 +21,7 @@
 namespace Nemt
 {
 
-// The hub takes each message and says so.
+// The hub accepts each message and says so.
 bool CommHub::Transmit(uint16_t /*topic*/, const uint8_t* /*data*/, uint16_t /*length*/)
 {
     Transmitted().Give();
@@ -92,7 +92,7 @@ void LogFrom(log4cplus::LogLevel level)
 
 int main(int argc, char** argv)
 {
-    // Log lines are written as the daemon writes them, but nobody sees them; results are shown on standard error.
+    // Log lines are written as the daemon writes them, but nobody sees them; the results go to standard error.
     if (std::freopen("/dev/null", "w", stdout) == nullptr)
     {
         std::perror("steps: /dev/null");

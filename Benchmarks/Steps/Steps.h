@@ -4,15 +4,15 @@
 
 #include <chrono>
 
-/// What the steps share: the log and the link library's place.
+/// The steps share the log and the link library's place.
 
-/// The daemon's own console log, from `level` upward. Standard output goes nowhere here.
+/// Sets up the daemon's own console log, from `level` upward. Standard output goes nowhere here.
 void LogFrom(log4cplus::LogLevel level);
 
-/// That the calling thread has used so far.
+/// The time that the calling thread has used so far.
 std::chrono::nanoseconds ProcessorTime();
 
-/// A number that one thread counts up and another waits for.
+/// A number that one thread increases and another waits for.
 class Signal
 {
 public:
@@ -29,5 +29,5 @@ private:
     int descriptor;
 };
 
-/// Given by the hub for each message that it is to transmit.
+/// The hub increases it for each message that it must transmit.
 const Signal& Transmitted();

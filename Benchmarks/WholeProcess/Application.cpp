@@ -70,7 +70,7 @@ void Application::AwaitLinkState() const
     }
 }
 
-// Each frame bears its number, so that a lost one is known from the next.
+// Each frame has its number, so that the next one reveals a lost one.
 bool Application::Send(std::size_t size)
 {
     std::array<char, ORVEL_CEMI_MESSAGE_SIZE> message{};

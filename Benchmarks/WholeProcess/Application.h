@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-/// What came of an exchange of frames.
+/// The result of an exchange of frames.
 struct Exchange
 {
     std::chrono::nanoseconds duration{0};
@@ -16,23 +16,23 @@ struct Exchange
     std::size_t lost = 0;           ///< frames that did not come back in time, or not as they were sent
 };
 
-/// An application that sends frames and reads them back. One frame at a time, or some under way at once.
+/// An application that sends frames and reads them back, one at a time or with some under way at once.
 class Application
 {
 public:
-    /// Makes both queues as the daemon would, so that it can wait for the first message before there is a daemon.
+    /// Makes both queues as the daemon would, so that it can wait for the first message before the daemon exists.
     Application(std::string fromLlQueue, std::string toLlQueue);
 
-    /// Removes the queues, also in place of a program that does not.
+    /// Removes the queues, even if the program does not.
     ~Application();
 
     Application(const Application&) = delete;
     Application& operator=(const Application&) = delete;
 
-    /// Throws std::runtime_error when none came for long.
+    /// Throws std::runtime_error if none came for long.
     void AwaitLinkState() const;
 
-    /// Sends `count` frames of `size` bytes, with `underWay` of them on their way at a time.
+    /// Sends `count` frames of `size` bytes, with `underWay` of them under way at a time.
     Exchange Run(std::size_t count, std::size_t size, std::size_t underWay);
 
 private:

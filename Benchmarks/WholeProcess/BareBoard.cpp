@@ -16,7 +16,7 @@
 namespace
 {
 
-// The terminal's end that stands for the LEDs; it hands on what it is given as it is.
+// This end of the terminal stands for the LEDs. It passes on everything unchanged.
 int OpenRaw(const std::string& path)
 {
     const int line = open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -62,7 +62,7 @@ BareBoard::~BareBoard()
     close(terminal);
 }
 
-// What each daemon writes when it starts would fill the terminal, after some seventy of them. Ends when nobody has the line
+// Each daemon's output at its start would fill the terminal after some seventy daemons. Ends when nobody has the line
 // open any more.
 void BareBoard::Drain() const
 {

@@ -2,10 +2,10 @@
 
 #include <thread>
 
-/// What the daemon needs of a board, made of things that cost it no more than the kernel's own would: plain files for the
-/// GPIO, and a terminal to which nobody ever writes for the LEDs.
+/// Everything that the daemon needs of a board, made of things that cost it no more than the kernel's own would: plain
+/// files for the GPIO, and a terminal to which nobody ever writes for the LEDs.
 ///
-/// Lives in the namespaces of the calling process, which must be its own. Throws std::runtime_error.
+/// It lives in the namespaces of the calling process, which must be its own. Throws std::runtime_error.
 class BareBoard
 {
 public:

@@ -49,7 +49,7 @@ std::string Names(const SystemCalls& calls)
 
 bool ReportCounts(const Processors& processors, std::chrono::seconds idle)
 {
-    // What a tracer interrupts when it comes and goes is begun anew: that much belongs to no frame.
+    // When a tracer comes and goes, interrupted calls begin again; so many calls belong to no frame.
     constexpr double Tolerance = 0.05;
 
     PrintHeading("Counts");
@@ -62,7 +62,7 @@ bool ReportCounts(const Processors& processors, std::chrono::seconds idle)
     table.Add("heap calls a frame at WARN", HeapCallsPerFrame(Daemon("WARN"), processors), 0);
     table.Add("system calls a frame at WARN (" + Names(quiet) + ")", quiet.perFrameInAll,
               relay.perFrameInAll + Tolerance);
-    // Two threads log, so there the one may have to wait for the other.
+    // Two threads log, so one may have to wait for the other.
     table.Add("system calls a frame at DEBUG, without waits for a lock", talking.perFrameInAll - talking.waitsPerFrame,
               relay.perFrameInAll + 2 + Tolerance);
     table.Add("writes a log line, and no less", talking.writesPerLine, 1, 1 - Tolerance);

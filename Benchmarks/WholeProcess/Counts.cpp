@@ -19,13 +19,13 @@ namespace
 constexpr std::size_t FrameSize = 11;
 constexpr std::size_t Frames = 2000;
 
-// Not counted: at the first time a program may prepare what it then keeps.
+// This is not counted, because the first time a program may prepare what it then keeps.
 void WarmUp(Subject& subject)
 {
     subject.Run(100, FrameSize, 1);
 }
 
-// A number that another process counts up.
+// A number that another process increases.
 class SharedNumber
 {
 public:
@@ -95,8 +95,8 @@ void AwaitTracer(pid_t process)
     }
 }
 
-// The name in a line that tells the result of a call, "12 poll(...) = 1" or "12 <... poll resumed>...) = 1"; empty in every
-// other line, and where a thread only slept for a period.
+// The name in a line with the result of a call, "12 poll(...) = 1" or "12 <... poll resumed>...) = 1". It is empty in
+// every other line, and if a thread only slept for a period.
 std::string FinishedCall(const std::string& line)
 {
     if (line.find(" = ") == std::string::npos || line.find("(Timeout)") != std::string::npos)

@@ -7,9 +7,9 @@
 #include <map>
 #include <string>
 
-/// What can be counted, and comes out the same on any machine however busy it is.
+/// Figures that can be counted, and come out the same on any machine, however busy.
 
-/// Of malloc, free and their like for each frame, in both directions together.
+/// Calls of malloc, free and their like for each frame, in both directions together.
 double HeapCallsPerFrame(Program program, const Processors& processors);
 
 struct SystemCalls
@@ -32,6 +32,6 @@ struct Idleness
     std::size_t threads = 0;
 };
 
-/// Watches a program that nobody asks anything of. `periodicThreads` wake up every 250 ms.
+/// Watches a program while nobody asks anything of it. `periodicThreads` wake up every 250 ms.
 Idleness WatchIdle(const Program& program, const Processors& processors, std::chrono::seconds duration,
                    unsigned int periodicThreads);

@@ -41,7 +41,7 @@ void LiveOnce(const Program& program, const Processors& processors, Life& life, 
     }
 }
 
-// The bus carries at most 50 short telegrams a second. Here as many go each way.
+// The bus carries at most 50 short telegrams a second. Here so many go each way.
 double BusyShare(const Program& program, const Processors& processors)
 {
     constexpr std::size_t Telegrams = 250;
@@ -70,7 +70,7 @@ std::vector<double> BusyShares(const Program& program, const Processors& process
     return shares;
 }
 
-// KiB without the symbols, as a package installs it.
+// The size in KiB without symbols, as a package installs it.
 double StrippedSize(const std::string& binary)
 {
     const std::string stripped = "stripped";
@@ -114,8 +114,8 @@ void ReportLife(const Processors& processors, std::size_t runs)
     Life quiet;
     Life relay;
     Life relayWithLogLibrary;
-    // In turns: what the machine does meanwhile meets all, and what the kernel still clears away of a process meets the same
-    // one each time.
+    // The programs run in turns: other work on the machine affects all of them, and what the kernel still clears away
+    // of a process affects the same one each time.
     for (std::size_t run = 0; run < runs; ++run)
     {
         LiveOnce(Daemon(), processors, daemon, true);

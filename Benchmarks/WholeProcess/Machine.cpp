@@ -12,7 +12,7 @@
 namespace
 {
 
-// What stands behind `key` in a file of lines as "key : value" or "key=value".
+// The text after `key` in a file of lines such as "key : value" or "key=value".
 std::string ValueIn(const char* file, const std::string& key)
 {
     std::ifstream stream(file);

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// The machine that is measured on, one fact a line.
+/// Describes the machine, one fact a line.
 std::vector<std::string> DescribeMachine();
 
 /// Watches what else the machine has to do.
@@ -12,8 +12,8 @@ class OtherWork
 public:
     OtherWork();
 
-    /// Since the construction, in hundredths of what all processors could do: what processes did that are neither this one
-    /// nor have been started by it, and what the machine's host kept for itself.
+    /// The other work since the construction, in hundredths of what all processors could do: that of processes that are
+    /// neither this one nor started by it, and what the machine's host kept for itself.
     double Percent() const;
 
 private:

@@ -37,7 +37,7 @@ Files are written into DIRECTORY.)";
 constexpr int UsageError = 2;
 constexpr std::size_t Turns = 10; // of each load, in each pair
 
-// The first and the last of those that this process may use.
+// The first and the last processor that this process may use.
 Processors Choose()
 {
     cpu_set_t usable;
@@ -55,8 +55,8 @@ Processors Choose()
     return processors;
 }
 
-// Of this process and those that it starts, as far as it may: other work is to wait. Without the right to it, other work just
-// makes the measuring longer and the scatter wider.
+// Raises the priority of this process and of those that it starts, as far as it may, so that other work waits. Without
+// the right, other work just makes the measuring longer and the scatter wider.
 void RaisePriority()
 {
     constexpr int Highest = -20;

@@ -57,7 +57,7 @@ std::vector<PairOfFigures> MeasurePair(const Program& first, const Program& seco
     ofOther.reserve(loads.size());
     for (const Load& load : loads)
     {
-        // Not counted: at the first time nothing is at hand.
+        // This is not counted, because the first time nothing is prepared.
         Sum(one).Turn(load);
         Sum(other).Turn(load);
         ofOne.emplace_back(one);

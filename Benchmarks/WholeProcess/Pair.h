@@ -5,14 +5,14 @@
 #include <cstddef>
 #include <vector>
 
-/// What an application asks of the daemon: frames of `size` bytes, `underWay` at a time.
+/// The load that an application puts on the daemon: frames of `size` bytes, `underWay` at a time.
 struct Load
 {
     std::size_t size;
     std::size_t underWay;
 };
 
-/// What one program made of a load.
+/// The results of one program under a load.
 struct Figures
 {
     double roundTrip = 0;       ///< µs, the median; 0 where more than one frame was under way
@@ -27,7 +27,8 @@ struct PairOfFigures
     Figures second;
 };
 
-/// Starts both programs anew and puts the loads on them in turns of some 10 ms: whatever else goes on on the machine meets
-/// both programs and all loads. The result has an entry for each load. Throws std::runtime_error when a frame was lost.
+/// Starts both programs again and puts the loads on them in turns of some 10 ms, so that other work on the machine
+/// affects both programs and all loads. The result has an entry for each load. Throws std::runtime_error if a frame was
+/// lost.
 std::vector<PairOfFigures> MeasurePair(const Program& first, const Program& second, const std::vector<Load>& loads,
                                        std::size_t turns, const Processors& processors);

@@ -31,7 +31,7 @@ Program Daemon(const std::string& level)
 
 Program Relay(const std::string& more)
 {
-    // Queues of its own, so that both can run beside each other.
+    // Each has queues of its own, so that both can run side by side.
     const std::string fromLl = "/relayFromLL";
     const std::string toLl = "/relayToLL";
     Program program{{RELAY, fromLl, toLl}, fromLl, toLl, WithEchoLink};

@@ -11,8 +11,8 @@ Program Daemon();
 /// directory.
 Program Daemon(const std::string& level);
 
-/// The bare relay; with `more`, one of the things that it can do besides.
+/// The bare relay; `more` is one of the things that it can do besides.
 Program Relay(const std::string& more = "");
 
-/// The bare relay, which the loader gives the daemon's log library too: no program that logs with it starts sooner.
+/// The bare relay with the daemon's log library loaded too: no program that logs with it starts sooner.
 Program RelayWithLogLibrary();

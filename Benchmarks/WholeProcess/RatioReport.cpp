@@ -40,7 +40,7 @@ std::vector<Load> JudgedLoads()
     return {ShortFrame, LongFrame, ManyFrames};
 }
 
-// The judged ones first, then those that only show how the cost grows.
+// The judged loads come first, then those that only show how the cost grows.
 std::vector<Load> AllLoads()
 {
     std::vector<Load> loads = JudgedLoads();
@@ -138,7 +138,8 @@ void Write(std::ofstream& file, const Spread& spread)
     file << '\t' << spread.median << '\t' << spread.minimum << '\t' << spread.maximum;
 }
 
-// A line for each load that `matches`, in the order of `x`: that, then median, minimum and maximum of each program's figures.
+// Writes a line for each load that `matches`, in the order of `x`: first `x`, then median, minimum and maximum of each
+// program's figures.
 void WriteGrowth(const std::string& name, const std::vector<Load>& loads, const Pairs& quiet, const Pairs& talking,
                  const std::function<bool(const Load&)>& matches, const std::function<std::size_t(const Load&)>& x,
                  const Figure& figure)

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-/// Prints what can be counted, with what is allowed; true when all of it is kept.
+/// Prints what can be counted, with its limits. True if all limits are kept.
 bool ReportCounts(const Processors& processors, std::chrono::seconds idle);
 
 enum class Extent
@@ -18,7 +18,7 @@ enum class Extent
 /// Prints the daemon's times as ratios to the relay's, from so many pairs of runs with `turns` of each load in each.
 void ReportRatios(const Processors& processors, std::size_t pairs, std::size_t turns, Extent extent);
 
-/// Prints what it costs the relay to do more of what the daemon must.
+/// Prints what the relay pays for each more thing that the daemon must do.
 void ReportFloors(const Processors& processors, std::size_t pairs, std::size_t turns);
 
 /// Prints how the cost at one and at 14 frames under way depends on the log level, into a file of the working directory.

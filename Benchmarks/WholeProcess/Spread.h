@@ -4,12 +4,12 @@
 #include <cstddef>
 #include <vector>
 
-/// How far apart some measurements of the same thing lie.
+/// The spread of some measurements of the same thing.
 struct Spread
 {
     Spread() = default;
 
-    /// Of at least one value.
+    /// There must be at least one value.
     explicit Spread(std::vector<double> values)
     {
         std::sort(values.begin(), values.end());

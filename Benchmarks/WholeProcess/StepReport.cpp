@@ -13,7 +13,7 @@
 namespace
 {
 
-// What must not be exceeded, µs, by the beginning of the step's name.
+// The budgets, µs, by the beginning of the step's name.
 const std::map<std::string, double> Budgets{
     {"off/DebugFmt/11", 0.5}, {"off/DebugFmt/254", 2.5}, {"off/WarnFmt/11", 0.5},  {"off/WarnFmt/254", 2.5},
     {"off/ErrorFmt/11", 0.5}, {"off/ErrorFmt/254", 2.5}, {"off/DebugHex/11", 0.5}, {"off/DebugHex/254", 2.5},
@@ -24,7 +24,7 @@ bool EndsWith(const std::string& text, const std::string& end)
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-// Made of the repetitions, and hence none.
+// These are made from the repetitions, and are none themselves.
 bool IsAggregate(const std::string& name)
 {
     return EndsWith(name, "_mean") || EndsWith(name, "_median") || EndsWith(name, "_stddev") || EndsWith(name, "_cv");
@@ -36,8 +36,8 @@ struct Step
     std::vector<double> times; // ns
 };
 
-// Of the file's lines, those with a repetition of a step: "name",iterations,real time,processor time,unit and more. Where
-// the step measured the time of the processor by itself, that stands for the real time.
+// The lines of the file that have a repetition of a step: "name",iterations,real time,processor time,unit and more. If
+// the step measured the processor's time by itself, the real time has that.
 std::vector<Step> ReadSteps(const std::string& file)
 {
     std::ifstream stream(file);

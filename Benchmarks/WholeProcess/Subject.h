@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-/// What is measured, and how it is to be started.
+/// A program to measure, and how to start it.
 struct Program
 {
     std::vector<std::string> command;
@@ -22,7 +22,7 @@ struct Program
     std::vector<std::pair<std::string, std::string>> environment;
 };
 
-/// On which processors the applications and what is measured are kept.
+/// The processors on which the applications and the measured program stay.
 struct Processors
 {
     int application;
@@ -32,14 +32,14 @@ struct Processors
 /// Keeps the calling thread, and the processes that it starts, on one processor. Throws std::runtime_error.
 void KeepOn(int processor);
 
-/// A program that runs and is measured: the daemon or the relay. What it writes is read and counted.
+/// A running program that is measured: the daemon or the relay. Its output is read and counted.
 class Subject
 {
 public:
-    /// Starts it and waits for its first link state message.
+    /// Starts the program and waits for its first link state message.
     Subject(const Program& program, const Processors& processors);
 
-    /// Kills it if it still runs.
+    /// Kills the program if it still runs.
     ~Subject();
 
     Subject(const Subject&) = delete;
@@ -50,19 +50,20 @@ public:
         return application;
     }
 
-    /// As the application's, but throws std::runtime_error with the last that the program wrote when a frame was lost.
+    /// Does the same as the application's, but if a frame was lost, throws std::runtime_error with the program's last
+    /// output.
     Exchange Run(std::size_t count, std::size_t size, std::size_t underWay);
 
-    /// From before its process was made until its first link state message came.
+    /// The time from before its process was made until its first link state message.
     std::chrono::nanoseconds StartTime() const
     {
         return startTime;
     }
 
-    /// SIGINT, and how long it took to end. Throws std::runtime_error unless it ended with 0.
+    /// Sends SIGINT and returns how long the program took to end. Throws std::runtime_error unless it ended with 0.
     std::chrono::nanoseconds Stop();
 
-    /// That its threads have used so far, in user and in system mode.
+    /// The time that its threads have used so far, in user and in system mode.
     std::chrono::nanoseconds ProcessorTime() const;
 
     /// How often its threads went to sleep so far.
@@ -70,7 +71,7 @@ public:
 
     std::size_t Threads() const;
 
-    /// KiB that are in memory, and its share of them where several processes use the same.
+    /// The KiB that it has in memory, and its share of them if several processes use the same.
     long ResidentMemory() const;
     long ProportionalMemory() const;
 
@@ -80,7 +81,7 @@ public:
         return lines;
     }
 
-    /// Waits until it has written nothing for a while.
+    /// Waits until the program has written nothing for a while.
     void AwaitSilence() const;
 
     pid_t Id() const

@@ -8,7 +8,7 @@
 namespace
 {
 
-// In characters, of which some have more than one byte.
+// Counts characters, some of which have more than one byte.
 std::size_t Width(const std::string& text)
 {
     return static_cast<std::size_t>(std::count_if(
@@ -43,7 +43,7 @@ void Table::Print() const
         for (std::size_t column = 0; column < row.size(); ++column)
         {
             const std::string padding(widths[column] - Width(row[column]), ' ');
-            // Texts to the left, numbers to the right.
+            // Texts are aligned left, numbers right.
             line += column == 0 ? " " + row[column] + padding + " |" : " " + padding + row[column] + " |";
         }
         std::puts(line.c_str());

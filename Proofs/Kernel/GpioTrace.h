@@ -13,8 +13,6 @@
 /// trace can exist at a time.
 ///
 /// A pin that nobody drives is high, as on the simulated board.
-///
-/// A pin that nobody drives is high, as on the simulated board.
 class GpioTrace
 {
 public:
