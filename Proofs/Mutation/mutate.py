@@ -46,13 +46,18 @@ class Mutant:
         self.text = source[:start] + replacement + source[end:]
         old, new = source.splitlines(), self.text.splitlines()
         changes = [line for line in difflib.unified_diff(old, new, n=0, lineterm="")][3:]
-        self.diff = [line[0] + " " + line[1:].strip() for line in changes if line[0] in "+-" and line[1:].strip()]
+        self.diff = [line[0] + " " + code_of(line[1:]) for line in changes if line[0] in "+-" and code_of(line[1:])]
         self.line = next((i for i, (a, b) in enumerate(zip(old, new)) if a != b), len(old) - 1) + 1
         self.place = enclosing_function(mask(source).splitlines()[:self.line])
 
     def key(self):
         """What the mutant is the same by, from run to run and in the list of equivalent ones."""
         return (self.path.name, self.place, *self.diff)
+
+
+def code_of(line):
+    """The line without its comment, which may be said better one day, and without the spaces around."""
+    return re.sub(r"""("(?:\\.|[^"\\])*"|'(?:\\.|[^'\\])*')|//.*|/\*.*?\*/""", lambda found: found[1] or "", line).strip()
 
 
 def enclosing_function(lines):
@@ -503,6 +508,8 @@ def main():
     parser.add_argument("--sample", type=int, metavar="N", help="try N mutants only, chosen at random")
     parser.add_argument("--seed", help="repeats a choice; otherwise it follows from the last commit")
     parser.add_argument("--list", action="store_true", help="print the mutants and try none")
+    parser.add_argument("--check", action="store_true",
+                        help="try none, but fail where the list of equivalent ones names one that there is not")
     arguments = parser.parse_args()
 
     names = {pathlib.Path(name).name for name in arguments.files}
@@ -519,6 +526,11 @@ def main():
         print("\n\n".join(map(describe, mutants)))
         return 0
     reasons = equivalent_list()
+    if arguments.check:
+        stale = sorted(set(reasons) - {mutant.key() for mutant in mutants})
+        for key in stale:
+            print(f"in {LIST.name}, but no change of today's sources: {key[0]}: " + "\n".join(key[1:]))
+        return 1 if stale else 0
     results = Results()
 
     shutil.rmtree(WORK, ignore_errors=True)
