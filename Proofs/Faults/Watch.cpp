@@ -419,42 +419,9 @@ void Watch::OnCall(const seccomp_notif& call)
         Continue(call.id);
         return;
     }
-    const auto kind = Kinds().find(call.data.nr);
     const bool mainThread = process == thisThread;
-    Point point = kind == Kinds().end()
-                      ? Point{"call-" + std::to_string(call.data.nr), mainThread ? "main" : "worker"}
-                      : Point{kind->second.name, ObjectOf(kind->second.about, thisThread, call.data.args, mainThread)};
-    bool fails = false;
-    {
-        const std::lock_guard lock(mutex);
-        if (Point& before = last[thisThread]; before.call == "clock_nanosleep" && point.call == before.call)
-        {
-            point = before; // what is left of it
-        }
-        else if (point.call != "rt_sigreturn") // the end of a signal's handler
-        {
-            before = point;
-        }
-        if (!mainThread && (point.object[0] == '/' || point.object == "eventfd"))
-        {
-            workers.insert(thisThread);
-        }
-        if (call.data.nr == SYS_exit)
-        {
-            workers.erase(thisThread); // it stays in /proc for a while, even when it has been joined
-        }
-        if (call.data.nr == SYS_exit_group)
-        {
-            threadsAtExit = workers.size();
-        }
-        if (struck > 0 && thisThread == struckThread && callBehind.call.empty())
-        {
-            callBehind = point;
-        }
-        ++calls[point];
-        fails = IsToFail(call, point);
-    }
-    if (fails)
+    Point point = PointOf(call);
+    if (Count(call, point))
     {
         Strike(call);
     }
@@ -466,6 +433,54 @@ void Watch::OnCall(const seccomp_notif& call)
     {
         const std::lock_guard lock(mutex);
         --calls[point]; // interrupted by a signal: it comes again
+    }
+}
+
+Point Watch::PointOf(const seccomp_notif& call) const
+{
+    const auto thisThread = static_cast<pid_t>(call.pid);
+    const bool mainThread = process == thisThread;
+    const auto kind = Kinds().find(call.data.nr);
+    return kind == Kinds().end()
+               ? Point{"call-" + std::to_string(call.data.nr), mainThread ? "main" : "worker"}
+               : Point{kind->second.name, ObjectOf(kind->second.about, thisThread, call.data.args, mainThread)};
+}
+
+bool Watch::Count(const seccomp_notif& call, Point& point)
+{
+    const auto thisThread = static_cast<pid_t>(call.pid);
+    const std::lock_guard lock(mutex);
+    if (Point& before = last[thisThread]; before.call == "clock_nanosleep" && point.call == before.call)
+    {
+        point = before; // what is left of it
+    }
+    else if (point.call != "rt_sigreturn") // the end of a signal's handler
+    {
+        before = point;
+    }
+    CountThreads(call, point);
+    if (struck > 0 && thisThread == struckThread && callBehind.call.empty())
+    {
+        callBehind = point;
+    }
+    ++calls[point];
+    return IsToFail(call, point);
+}
+
+void Watch::CountThreads(const seccomp_notif& call, const Point& point)
+{
+    const auto thisThread = static_cast<pid_t>(call.pid);
+    if (process != thisThread && (point.object[0] == '/' || point.object == "eventfd"))
+    {
+        workers.insert(thisThread);
+    }
+    if (call.data.nr == SYS_exit)
+    {
+        workers.erase(thisThread); // it stays in /proc for a while, even when it has been joined
+    }
+    if (call.data.nr == SYS_exit_group)
+    {
+        threadsAtExit = workers.size();
     }
 }
 

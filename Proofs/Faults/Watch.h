@@ -107,6 +107,10 @@ private:
 
     void ThreadFunction();
     void OnCall(const seccomp_notif& call);
+    Point PointOf(const seccomp_notif& call) const;
+    /// Counts the call; whether it is to fail. `point` becomes that of the call before, if this is the rest of it.
+    bool Count(const seccomp_notif& call, Point& point);
+    void CountThreads(const seccomp_notif& call, const Point& point);
     bool IsToFail(const seccomp_notif& call, const Point& point);
     void Strike(const seccomp_notif& call);
     bool Answer(uint64_t id, int error, int64_t value, unsigned flags) const;
