@@ -4,7 +4,7 @@
 #
 ################################################################################
 
-# The unpacked release archive that this folder is in: it has its revision in it.
+# The unpacked release archive that contains this folder. It knows its revision.
 ORVEL_VERSION = 1.0.0
 ORVEL_SITE = $(realpath $(BR2_EXTERNAL_ORVEL_PATH)/../..)
 ORVEL_SITE_METHOD = local
@@ -12,7 +12,7 @@ ORVEL_DEPENDENCIES = host-pkgconf cxxopts log4cplus
 ORVEL_INSTALL_STAGING = YES # for applications
 ORVEL_NEMT_LIBRARY = $(call qstrip,$(BR2_PACKAGE_ORVEL_NEMT_LIBRARY))
 
-# This file is also read where the package is not chosen, and for menuconfig, where the path is given.
+# Buildroot also reads this file if the package is not chosen, and for menuconfig, where the path is set.
 ifeq ($(BR2_PACKAGE_ORVEL),y)
 ifeq ($(BR_BUILDING),y)
 ifeq ($(ORVEL_NEMT_LIBRARY),)
@@ -29,7 +29,7 @@ ORVEL_CONF_OPTS = \
 	-DORVEL_INIT=$(if $(BR2_INIT_SYSTEMD),OFF,ON) \
 	-DNEMT_LIBRARY=$(ORVEL_NEMT_LIBRARY)
 
-# Where the rules of both of Buildroot's udevs are found.
+# Both of Buildroot's udevs find their rules there.
 ORVEL_CONF_OPTS += -DORVEL_UDEV_DIR=/lib/udev
 
 define ORVEL_INSTALL_LINK_LIBRARY
@@ -37,7 +37,7 @@ define ORVEL_INSTALL_LINK_LIBRARY
 endef
 ORVEL_POST_INSTALL_TARGET_HOOKS += ORVEL_INSTALL_LINK_LIBRARY
 
-# BusyBox starts what has a number in its name.
+# BusyBox starts the scripts that have a number in their names.
 define ORVEL_INSTALL_INIT_SYSV
 	ln -sf orvel $(TARGET_DIR)/etc/init.d/S60orvel
 endef

@@ -2,7 +2,7 @@ SUMMARY = "KNX driver daemon for boards with a co-processor"
 # The owner has not chosen a licence.
 LICENSE = "CLOSED"
 
-# The archive of Scripts/release, in the folder "files" beside this recipe. It has its revision in it.
+# The archive of Scripts/release, in the folder "files" beside this recipe. It knows its revision.
 SRC_URI = "file://orvel-${PV}.tar.gz"
 
 # The recipe by which the board's layer installs libNemt.so into ${libdir}.
@@ -55,5 +55,5 @@ CONFFILES:${PN} = "${sysconfdir}/default/orvel ${sysconfdir}/orvel/log4cplus.pro
 RDEPENDS:${PN} = "${ORVEL_LINK_LIBRARY}"
 RDEPENDS:${PN}-simulator = "${PN}"
 RRECOMMENDS:${PN} = "kernel-module-uleds"
-# A libNemt.so without a SONAME is in no list of what packages provide.
+# Packages do not announce a libNemt.so without a SONAME.
 INSANE_SKIP:${PN} += "file-rdeps"
