@@ -19,7 +19,7 @@ std::string Word(const Bytes& message)
     {
         return "released";
     }
-    return "! " + (message.empty() ? "no byte" : ToHex(message)) + " is no state of a button";
+    return "! " + (message.empty() ? "no byte" : Knx::ToHex(message)) + " is no state of a button";
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 #include "Description.h"
 
-#include "CemiMessage.h"
-#include "CemiNames.h"
+#include "Knx/CemiNames.h"
+#include "Knx/CemiText.h"
 
 #include "Orvel/Protocol.h"
 
@@ -16,106 +16,18 @@ namespace OrvelClient
 namespace
 {
 
-std::string HexNumber(uint16_t number, int digits)
-{
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "0x%0*x", digits, static_cast<unsigned>(number));
-    return text.data();
-}
+using namespace Knx;
 
-bool IsConfirmation(const CemiMessage& cemi)
+// Nothing is taken apart of a message about the link.
+CemiMessage TakenApart(const Message& message)
 {
-    return cemi.Is(MessageCode::LDataCon) || cemi.Is(MessageCode::LPollDataCon) || cemi.Is(MessageCode::LRawCon);
-}
-
-bool IsIndication(const CemiMessage& cemi)
-{
-    return cemi.Is(MessageCode::LDataInd);
-}
-
-bool IsTransport(const CemiMessage& cemi)
-{
-    return cemi.Is(MessageCode::TDataConnectedReq) || cemi.Is(MessageCode::TDataConnectedInd) ||
-           cemi.Is(MessageCode::TDataIndividualReq) || cemi.Is(MessageCode::TDataIndividualInd);
-}
-
-std::string Destination(const CemiMessage& cemi)
-{
-    return cemi.IsGroupAddressed() ? GroupAddress(*cemi.destination) : IndividualAddress(*cemi.destination);
-}
-
-std::string ControlName(const CemiMessage& cemi)
-{
-    static const std::array<const char*, 4> unnumbered{"T_Connect", "T_Disconnect", "", ""};
-    static const std::array<const char*, 4> numbered{"", "", "T_ACK", "T_NAK"};
-    const std::string name = (cemi.IsNumbered() ? numbered : unnumbered).at(cemi.ControlService());
-    return name.empty() ? "T_Control_" + HexNumber(*cemi.tpci, 2) : name;
-}
-
-// The transport service; empty where the message code says it already.
-std::string TransportName(const CemiMessage& cemi)
-{
-    if (cemi.IsControl())
-    {
-        return ControlName(cemi);
-    }
-    if (IsTransport(cemi))
-    {
-        return "";
-    }
-    if (cemi.IsNumbered())
-    {
-        return "T_Data_Connected";
-    }
-    if (!cemi.IsGroupAddressed())
-    {
-        return "T_Data_Individual";
-    }
-    if (cemi.Sequence() == 1)
-    {
-        return "T_Data_Tag_Group";
-    }
-    return *cemi.destination == 0 ? "T_Data_Broadcast" : "T_Data_Group";
-}
-
-bool IsGroupValue(const Service& service)
-{
-    return service.name == "A_GroupValue_Write" || service.name == "A_GroupValue_Response";
-}
-
-// A value of up to six bits has no byte of its own.
-std::optional<uint8_t> SmallValue(const CemiMessage& cemi)
-{
-    const Service service = ServiceOf(*cemi.apci);
-    const bool isThere = service.isShort && (service.value != 0 || (IsGroupValue(service) && cemi.payload.empty()));
-    return isThere ? std::optional(service.value) : std::nullopt;
-}
-
-std::string ServiceName(const CemiMessage& cemi)
-{
-    const Service service = ServiceOf(*cemi.apci);
-    return service.name.empty() ? "APCI_" + HexNumber(*cemi.apci, 3) : service.name;
-}
-
-std::vector<std::string> Problems(const Message& message, const CemiMessage& cemi)
-{
-    std::vector<std::string> problems = cemi.problems;
+    CemiMessage cemi = LinkState(message.frame) ? CemiMessage{} : Knx::Decode(message.frame);
     if (message.sizeByte)
     {
-        problems.insert(problems.begin(), "size byte " + std::to_string(*message.sizeByte) + " on a frame of " +
-                                              std::to_string(message.frame.size()));
+        cemi.problems.insert(cemi.problems.begin(), "size byte " + std::to_string(*message.sizeByte) +
+                                                        " on a frame of " + std::to_string(message.frame.size()));
     }
-    return problems;
-}
-
-std::string Joined(const std::vector<std::string>& parts, const char* separator)
-{
-    std::string text;
-    for (const std::string& part : parts)
-    {
-        text += (text.empty() ? "" : separator) + part;
-    }
-    return text;
+    return cemi;
 }
 
 std::string LinkStateName(uint16_t state)
@@ -130,163 +42,6 @@ std::string LinkStateName(uint16_t state)
         return HexNumber(state, 4);
     }
 }
-
-// Collects the words of a line.
-class Line
-{
-public:
-    explicit Line(const CemiMessage& message)
-        : cemi(message)
-    {
-        if (cemi.code)
-        {
-            const std::string name = NameOfMessageCode(*cemi.code);
-            Add(name.empty() ? HexNumber(*cemi.code, 2) : name);
-        }
-        AddAddresses();
-        AddControl();
-        AddInfo();
-        AddTransport();
-        AddProperty();
-        if (!cemi.payload.empty())
-        {
-            Add("data=" + ToHex(cemi.payload, ""));
-        }
-    }
-
-    std::string Text() const
-    {
-        return Joined(words, " ");
-    }
-
-private:
-    void Add(std::string word)
-    {
-        words.push_back(std::move(word));
-    }
-
-    void AddAddresses()
-    {
-        if (cemi.source)
-        {
-            Add(IndividualAddress(*cemi.source));
-        }
-        if (cemi.destination)
-        {
-            Add("->");
-            Add(Destination(cemi));
-        }
-    }
-
-    void AddControl()
-    {
-        if (cemi.control1)
-        {
-            Add(NameOfPriority(cemi.Priority()));
-        }
-        if (cemi.control2)
-        {
-            Add("hops=" + std::to_string(cemi.Hops()));
-        }
-        if (cemi.control1)
-        {
-            AddFlags();
-        }
-        if (cemi.control2 && cemi.Format() != 0)
-        {
-            Add("format=" + std::to_string(cemi.Format()));
-        }
-        if (cemi.slots)
-        {
-            Add("slots=" + std::to_string(*cemi.slots));
-        }
-    }
-
-    // Only what is not as usual.
-    void AddFlags()
-    {
-        if (!cemi.IsStandardFrame())
-        {
-            Add("extended");
-        }
-        if (!cemi.RepeatBit())
-        {
-            Add(IsIndication(cemi) ? "repeated" : "no-repeat");
-        }
-        if (!cemi.DomainBroadcastBit())
-        {
-            Add("system-broadcast");
-        }
-        if (cemi.AcknowledgeBit())
-        {
-            Add("acknowledge");
-        }
-        if (cemi.ErrorBit())
-        {
-            Add(IsConfirmation(cemi) ? "NOT-CONFIRMED" : "error");
-        }
-    }
-
-    void AddInfo()
-    {
-        for (const auto& info : cemi.info)
-        {
-            Add("info=" + NameOfInfo(info.type) + (info.data ? ":" + ToHex(*info.data, "") : ""));
-        }
-    }
-
-    void AddTransport()
-    {
-        if (cemi.tpci)
-        {
-            if (const std::string name = TransportName(cemi); !name.empty())
-            {
-                Add(name);
-            }
-            if (cemi.IsNumbered())
-            {
-                Add("seq=" + std::to_string(cemi.Sequence()));
-            }
-        }
-        if (cemi.apci)
-        {
-            Add(ServiceName(cemi));
-            if (const auto value = SmallValue(cemi))
-            {
-                Add("value=" + HexNumber(*value, 2));
-            }
-        }
-    }
-
-    void AddProperty()
-    {
-        if (cemi.objectType)
-        {
-            Add("object=" + std::to_string(*cemi.objectType));
-        }
-        if (cemi.objectInstance)
-        {
-            Add("instance=" + std::to_string(*cemi.objectInstance));
-        }
-        if (cemi.property)
-        {
-            Add("property=" + std::to_string(*cemi.property));
-        }
-        if (cemi.count)
-        {
-            Add("count=" + std::to_string(*cemi.count));
-            Add("index=" + std::to_string(*cemi.index));
-        }
-        if (cemi.error)
-        {
-            Add("error=" + HexNumber(*cemi.error, 2));
-            Add("(" + NameOfPropertyError(*cemi.error) + ")");
-        }
-    }
-
-    const CemiMessage& cemi;
-    std::vector<std::string> words;
-};
 
 // Collects the members of an object.
 class Object
@@ -409,14 +164,12 @@ std::string KindOf(const Message& message)
 
 std::string Describe(const Message& message)
 {
-    const bool isLinkState = LinkState(message.frame).has_value();
-    const CemiMessage cemi = isLinkState ? CemiMessage{} : Decode(message.frame);
-    std::string text = isLinkState ? KindOf(message) : Line(cemi).Text();
-    if (const auto problems = Problems(message, cemi); !problems.empty())
+    std::string text = Knx::Describe(TakenApart(message));
+    if (!LinkState(message.frame))
     {
-        text += (text.empty() ? "! " : " ! ") + Joined(problems, "; ");
+        return text;
     }
-    return text;
+    return KindOf(message) + (text.empty() ? "" : " " + text);
 }
 
 std::string DescribeAsJson(const Message& message)
@@ -426,10 +179,9 @@ std::string DescribeAsJson(const Message& message)
     object.Text("direction", "rx");
     object.Text("hex", ToHex(message.frame, ""));
     object.Text("kind", KindOf(message));
-    CemiMessage cemi;
+    const CemiMessage cemi = TakenApart(message);
     if (!LinkState(message.frame))
     {
-        cemi = Decode(message.frame);
         object.Optional("code", cemi.code);
         AddInfo(object, cemi);
         AddAddressing(object, cemi);
@@ -447,9 +199,9 @@ std::string DescribeAsJson(const Message& message)
             object.Text("data", ToHex(cemi.payload, ""));
         }
     }
-    if (const auto problems = Problems(message, cemi); !problems.empty())
+    if (!cemi.problems.empty())
     {
-        object.Text("problem", Joined(problems, "; "));
+        object.Text("problem", ProblemsText(cemi));
     }
     return object.Close();
 }

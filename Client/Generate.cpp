@@ -35,7 +35,7 @@ void Generate(const GenerateOptions& options)
         const Bytes telegram = telegrams.Next();
         if (options.print)
         {
-            output.Write(ToHex(telegram) + "\n");
+            output.Write(Knx::ToHex(telegram) + "\n");
         }
         else
         {

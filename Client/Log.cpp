@@ -80,7 +80,7 @@ Message ParseLine(const std::string& line, std::chrono::microseconds previous)
         throw Failure(Status::NotUnderstood, "is later than any time");
     }
     // Blanks in place of what is no frame, so that a position is one in the line.
-    message.frame = FromHex(std::string(scanner.Position(), ' ') + line.substr(scanner.Position()));
+    message.frame = FrameFromText(std::string(scanner.Position(), ' ') + line.substr(scanner.Position()));
     return message;
 }
 
@@ -103,7 +103,7 @@ std::string TimeStamper::Stamp(std::chrono::microseconds time)
 
 std::string LogLine(const std::string& stamp, const Message& message)
 {
-    const std::string hex = message.frame.empty() ? "" : " " + ToHex(message.frame);
+    const std::string hex = message.frame.empty() ? "" : " " + Knx::ToHex(message.frame);
     return stamp + " rx" + hex + "  # " + Describe(message);
 }
 

@@ -1,5 +1,7 @@
 #include "Message.h"
 
+#include "Failure.h"
+
 #include "Orvel/Protocol.h"
 
 namespace OrvelClient
@@ -19,6 +21,18 @@ Message FromQueue(const Bytes& received, std::chrono::microseconds time)
         message.sizeByte = received.front();
     }
     return message;
+}
+
+Bytes FrameFromText(std::string_view text)
+{
+    try
+    {
+        return Knx::FromHex(text.substr(0, text.find('#')));
+    }
+    catch (const Knx::NotHex& problem)
+    {
+        throw Failure(Status::NotUnderstood, problem.what());
+    }
 }
 
 std::chrono::microseconds Now()

@@ -1,12 +1,15 @@
 #pragma once
 
-#include "HexDigits.h"
+#include "Knx/HexDigits.h"
 
 #include <chrono>
 #include <optional>
+#include <string_view>
 
 namespace OrvelClient
 {
+
+using Knx::Bytes;
 
 /// A message from the link, as it was read from the queue or from a log.
 struct Message
@@ -19,6 +22,10 @@ struct Message
 /// The message for what was received: the size byte and the frame. The length that was received counts, because the size
 /// byte overflows.
 Message FromQueue(const Bytes& received, std::chrono::microseconds time);
+
+/// A frame as a person types it or as a log has it: hexadecimal digits; what follows '#' is a comment. Throws Failure
+/// (NotUnderstood).
+Bytes FrameFromText(std::string_view text);
 
 /// The time of day, since the epoch.
 std::chrono::microseconds Now();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HexDigits.h"
+#include "Knx/HexDigits.h"
 
 #include <mqueue.h>
 
@@ -9,6 +9,8 @@
 
 namespace OrvelClient
 {
+
+using Knx::Bytes;
 
 /// A message queue of the daemon, as an application opens it: it is not created, and never waited on.
 class Queue

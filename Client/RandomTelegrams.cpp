@@ -1,7 +1,6 @@
 #include "RandomTelegrams.h"
 
-#include "CemiMessage.h"
-
+#include "Knx/Telegram.h"
 #include "Orvel/Protocol.h"
 
 #include <array>
@@ -16,8 +15,6 @@ constexpr std::size_t Overhead = 11; // bytes of a frame beside its data
 constexpr std::size_t MaxStandardData = 14;
 constexpr std::size_t MaxExtendedData = ORVEL_CEMI_MAX_FRAME_TO_LL - Overhead;
 
-constexpr uint8_t Hops = 6U << 4U;
-constexpr uint8_t ToGroup = 0x80;
 constexpr uint8_t Read = 0x00; // the low byte of the APCI
 constexpr uint8_t Response = 0x40;
 constexpr uint8_t Write = 0x80;
@@ -47,22 +44,15 @@ Bytes RandomTelegrams::Next()
     const std::size_t dataSize = isLong ? DataSize(isExtended) : 0;
     const uint32_t shortValue = isLong || service == Read ? 0 : Below(64);
 
-    Bytes frame{static_cast<uint8_t>(MessageCode::LDataReq),
-                0, // no additional information
-                control1,
-                ToGroup | Hops,
-                0, // the source is filled in by whoever sends it
-                0,
-                static_cast<uint8_t>(group >> 8U),
-                static_cast<uint8_t>(group & 0xFFU),
-                static_cast<uint8_t>(1 + dataSize),
-                0,
-                static_cast<uint8_t>(service | shortValue)};
+    Knx::Telegram::GroupTelegram telegram;
+    telegram.control1 = control1;
+    telegram.group = static_cast<uint16_t>(group);
+    telegram.apci = static_cast<uint16_t>(service | shortValue);
     for (std::size_t count = 0; count < dataSize; ++count)
     {
-        frame.push_back(static_cast<uint8_t>(Below(256)));
+        telegram.data.push_back(static_cast<uint8_t>(Below(256)));
     }
-    return frame;
+    return Encode(telegram);
 }
 
 } // namespace OrvelClient

@@ -1,11 +1,13 @@
 #pragma once
 
-#include "HexDigits.h"
+#include "Knx/HexDigits.h"
 
 #include <random>
 
 namespace OrvelClient
 {
+
+using Knx::Bytes;
 
 /// Makes requests for group addresses as devices send them: they read, write and answer values; most are short, some
 /// are extended frames. The same seed gives the same requests on every machine.

@@ -1,12 +1,12 @@
 #include "Replay.h"
 
 #include "Capture.h"
-#include "CemiMessage.h"
 #include "Failure.h"
 #include "FrameSender.h"
 #include "Log.h"
 #include "Output.h"
 
+#include "Knx/CemiMessage.h"
 #include "Orvel/Protocol.h"
 
 #include <algorithm>
@@ -21,6 +21,8 @@ namespace OrvelClient
 
 namespace
 {
+
+using Knx::MessageCode;
 
 std::string ReadAll(const std::string& file)
 {
@@ -56,18 +58,6 @@ std::vector<Message> ReadMessages(const std::string& file)
     {
         throw Failure(failure.ExitStatus(), (file == "-" ? "standard input" : file) + ": " + failure.what());
     }
-}
-
-// The place of control field 1; nothing if the frame ends before it.
-std::optional<std::size_t> PlaceOfControl1(const Bytes& frame)
-{
-    constexpr std::size_t infoLengthAt = 1;
-    if (frame.size() <= infoLengthAt)
-    {
-        return std::nullopt;
-    }
-    const std::size_t place = infoLengthAt + 1 + frame[infoLengthAt];
-    return place < frame.size() ? std::optional(place) : std::nullopt;
 }
 
 Bytes Request(MessageCode code, const Bytes& frame, std::size_t control1)
@@ -108,7 +98,7 @@ std::optional<Bytes> RequestFor(const Bytes& frame)
         return std::nullopt;
     }
     Bytes request;
-    const auto control1 = PlaceOfControl1(frame);
+    const auto control1 = Knx::PlaceOfControl1(frame);
     switch (static_cast<MessageCode>(frame.front()))
     {
     case MessageCode::LDataInd:

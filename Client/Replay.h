@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HexDigits.h"
+#include "Knx/HexDigits.h"
 
 #include <chrono>
 #include <optional>
@@ -8,6 +8,8 @@
 
 namespace OrvelClient
 {
+
+using Knx::Bytes;
 
 struct ReplayOptions
 {

@@ -3,6 +3,7 @@
 #include "Failure.h"
 #include "FrameSender.h"
 #include "Input.h"
+#include "Message.h"
 
 namespace OrvelClient
 {
@@ -13,7 +14,7 @@ namespace
 void SendLine(FrameSender& sender, const std::string& line)
 {
     // An empty line or a comment is no frame, and nothing wrong.
-    if (const Bytes frame = FromHex(line); !frame.empty())
+    if (const Bytes frame = FrameFromText(line); !frame.empty())
     {
         sender.Send(frame);
     }
@@ -32,7 +33,7 @@ void Send(const SendOptions& options)
         {
             digits += (digits.empty() ? "" : " ") + part;
         }
-        sender.Send(FromHex(digits));
+        sender.Send(FrameFromText(digits));
         return;
     }
     LineInput input(stop);

@@ -18,7 +18,7 @@
 #include <functional>
 #include <sstream>
 
-using Simulator::Bytes;
+using Knx::Bytes;
 
 namespace
 {
@@ -164,7 +164,7 @@ private:
 
     bool SendToLink(const Bytes& message)
     {
-        const std::string frame = Simulator::ToHex({message.begin() + 1, message.end()});
+        const std::string frame = Knx::ToHex({message.begin() + 1, message.end()});
         report.deliveries["to"].sent.push_back(frame);
         return Step([&] { return toLink.Send(message); }) &&
                Step([&] { return !Events("telegram to KNX: " + frame).empty(); });
@@ -174,8 +174,8 @@ private:
     {
         board.TheCoProcessor().InjectTelegram(frame);
         frame.insert(frame.begin(), static_cast<uint8_t>(frame.size()));
-        report.deliveries["from"].sent.push_back(Simulator::ToHex(frame));
-        return Step([&] { return Received("from", Simulator::ToHex(frame)); });
+        report.deliveries["from"].sent.push_back(Knx::ToHex(frame));
+        return Step([&] { return Received("from", Knx::ToHex(frame)); });
     }
 
     bool SetLed(bool on)
@@ -197,7 +197,7 @@ private:
             const Bytes state = button.Receive();
             if (!state.empty())
             {
-                delivery.received.push_back(Simulator::ToHex(state));
+                delivery.received.push_back(Knx::ToHex(state));
             }
             return !state.empty();
         };
@@ -317,7 +317,7 @@ private:
         for (Bytes next = fromLink.Receive(); !next.empty(); next = fromLink.Receive())
         {
             const std::string kind = next.size() == 4 && next[1] == 0xB9 ? "state" : "from";
-            report.deliveries[kind].received.push_back(Simulator::ToHex(next));
+            report.deliveries[kind].received.push_back(Knx::ToHex(next));
         }
         const auto& received = report.deliveries[what].received;
         return !received.empty() && received.back() == message;

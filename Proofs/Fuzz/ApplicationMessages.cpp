@@ -8,8 +8,8 @@
 #include "Applications.h"
 #include "CapturedLog.h"
 #include "Expect.h"
-#include "Hex.h"
 #include "Input.h"
+#include "Knx/HexDigits.h"
 #include "ScriptedHub.h"
 
 #include <csignal>
@@ -93,7 +93,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
         const Bytes message = input.TakeBytes((number & ~RefusedBit) % (MaxMessage + 1));
         if (message.size() > 1 && message[0] + 1U == message.size())
         {
-            frames.push_back("Transmit 256: " + Simulator::ToHex({message.begin() + 1, message.end()}));
+            frames.push_back("Transmit 256: " + Knx::ToHex({message.begin() + 1, message.end()}));
         }
 
         bridge.log->Clear();

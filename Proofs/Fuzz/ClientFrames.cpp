@@ -36,7 +36,7 @@ void CheckTexts(const Message& message)
     Fuzz::Expect("a line of words", !description.empty() && IsPrintable(description));
     const std::string json = DescribeAsJson(message);
     Fuzz::Expect("an object", json.front() == '{' && json.back() == '}' && IsPrintable(json));
-    Fuzz::Expect("the bytes", json.find(R"("hex":")" + ToHex(message.frame, "") + "\"") != std::string::npos);
+    Fuzz::Expect("the bytes", json.find(R"("hex":")" + Knx::ToHex(message.frame, "") + "\"") != std::string::npos);
     Fuzz::Expect("a kind", !KindOf(message).empty() && IsPrintable(KindOf(message)));
 }
 
@@ -62,8 +62,8 @@ void CheckDigits(const std::string& text)
 {
     try
     {
-        const Bytes bytes = FromHex(text);
-        Fuzz::Expect("the digits again", FromHex(ToHex(bytes)) == bytes);
+        const Bytes bytes = FrameFromText(text);
+        Fuzz::Expect("the digits again", FrameFromText(Knx::ToHex(bytes)) == bytes);
     }
     catch (const Failure& failure)
     {

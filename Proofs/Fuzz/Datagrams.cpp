@@ -3,13 +3,15 @@
 // The input is a row of items: a byte that chooses, then a number (two bytes, little endian). The number is a length,
 // and the bytes of a datagram or of an application's request follow; or it is milliseconds that pass.
 
+#include "Knx/Telegram.h"
 #include "Router.h"
-#include "Telegram.h"
 
 #include "Expect.h"
 #include "Input.h"
 
 using namespace Simulator;
+namespace Routing = Knx::Routing;
+namespace Telegram = Knx::Telegram;
 
 namespace
 {

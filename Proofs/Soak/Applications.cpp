@@ -10,7 +10,7 @@
 #include <chrono>
 #include <fstream>
 
-using Simulator::Bytes;
+using Knx::Bytes;
 
 namespace
 {

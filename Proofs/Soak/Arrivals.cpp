@@ -17,10 +17,10 @@ void Arrivals::OnEvent(const std::string& event)
     {
         return;
     }
-    const auto frame = Simulator::FromHex(event.substr(start.size()));
-    if (frame && frame->size() >= Frames::HeaderSize && *frame == Frames::ToLink(Frames::Number(frame->data())))
+    const Knx::Bytes frame = Knx::FromHex(event.substr(start.size()));
+    if (frame.size() >= Frames::HeaderSize && frame == Frames::ToLink(Frames::Number(frame.data())))
     {
-        numbers.push_back(Frames::Number(frame->data()));
+        numbers.push_back(Frames::Number(frame.data()));
     }
     else
     {

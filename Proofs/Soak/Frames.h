@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Hex.h"
+#include "Knx/HexDigits.h"
 
 #include <cstdint>
 #include <string>
@@ -13,10 +13,10 @@ constexpr uint8_t ToLinkMark = 0xF0;   // no message code that the co-processor 
 constexpr uint8_t FromLinkMark = 0x29; // L_Data.ind
 constexpr std::size_t HeaderSize = 5;
 
-inline Simulator::Bytes Make(uint8_t mark, uint32_t number, std::size_t maxSize)
+inline Knx::Bytes Make(uint8_t mark, uint32_t number, std::size_t maxSize)
 {
-    Simulator::Bytes frame{mark, static_cast<uint8_t>(number >> 24U), static_cast<uint8_t>(number >> 16U),
-                           static_cast<uint8_t>(number >> 8U), static_cast<uint8_t>(number)};
+    Knx::Bytes frame{mark, static_cast<uint8_t>(number >> 24U), static_cast<uint8_t>(number >> 16U),
+                     static_cast<uint8_t>(number >> 8U), static_cast<uint8_t>(number)};
     const uint32_t random = number * 2'654'435'761U; // bits of a multiplicative hash
     const std::size_t size = random % 64 == 0 ? maxSize : HeaderSize + (random >> 16U) % 24;
     while (frame.size() < size)
@@ -27,13 +27,13 @@ inline Simulator::Bytes Make(uint8_t mark, uint32_t number, std::size_t maxSize)
 }
 
 /// 5 to 255 bytes
-inline Simulator::Bytes ToLink(uint32_t number)
+inline Knx::Bytes ToLink(uint32_t number)
 {
     return Make(ToLinkMark, number, 255);
 }
 
 /// 5 to 260 bytes
-inline Simulator::Bytes FromLink(uint32_t number)
+inline Knx::Bytes FromLink(uint32_t number)
 {
     return Make(FromLinkMark, number, 260);
 }

@@ -13,7 +13,7 @@
 #include <fstream>
 #include <functional>
 
-using Simulator::Bytes;
+using Knx::Bytes;
 
 namespace
 {

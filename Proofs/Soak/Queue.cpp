@@ -5,7 +5,7 @@
 
 #include <fcntl.h>
 
-using Simulator::Bytes;
+using Knx::Bytes;
 
 Queue::Queue(const char* queueName, int access)
     : name(queueName)

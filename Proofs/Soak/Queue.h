@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Hex.h"
+#include "Knx/HexDigits.h"
 
 #include <mqueue.h>
 
@@ -23,10 +23,10 @@ public:
     void OpenAgain();
 
     /// False if there is no room.
-    bool Send(const Simulator::Bytes& message) const;
+    bool Send(const Knx::Bytes& message) const;
 
     /// The next message, if there is one.
-    std::optional<Simulator::Bytes> Receive() const;
+    std::optional<Knx::Bytes> Receive() const;
 
     long Pending() const;
 

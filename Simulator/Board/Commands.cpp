@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include "TypedTelegram.h"
+
 #include <algorithm>
 #include <csignal>
 #include <sstream>

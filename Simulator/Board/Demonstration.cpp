@@ -200,7 +200,7 @@ private:
     {
         Bytes message;
         Insist(meaning, [&] { return !(message = queue.Receive()).empty(); });
-        say("an application reads " + ToHex(message) + " (" + meaning + ")");
+        say("an application reads " + Knx::ToHex(message) + " (" + meaning + ")");
     }
 
     void SetLed(const std::string& name, int brightness)

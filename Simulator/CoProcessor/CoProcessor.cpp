@@ -1,5 +1,7 @@
 #include "CoProcessor.h"
 
+#include "Knx/Telegram.h"
+
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -17,6 +19,8 @@ namespace Simulator
 namespace
 {
 
+using Knx::ToHex;
+
 // The link's messages as the firmware knows them.
 constexpr uint16_t CemiTopic = 0x100;
 constexpr uint16_t DeviceTopic = 0x101;
@@ -27,18 +31,7 @@ constexpr uint8_t SinceBootAnswer = 0x09;
 constexpr uint8_t Rs485Message = 0x0E;
 constexpr uint8_t ButtonNumber = 0x01;
 
-// cEMI message codes, and the bit of the control field that tells of a failed transmission.
-constexpr uint8_t DataRequest = 0x11;
-constexpr uint8_t DataConfirmation = 0x2E;
-constexpr uint8_t ConfirmError = 0x01;
-
 constexpr std::size_t MaxOutgoing = 20'000; // frames; more than any test floods
-
-// Behind message code, length of the additional information, and this information.
-std::size_t ControlField(const Bytes& cemi)
-{
-    return cemi.size() < 2 ? 2 : 2U + cemi[1];
-}
 
 const char* LedName(uint8_t number)
 {
@@ -321,7 +314,7 @@ void CoProcessor::OnFrame(const Wire::Frame& frame)
 void CoProcessor::OnCemi(const Bytes& cemi)
 {
     events.Add("telegram to KNX: " + ToHex(cemi));
-    if (cemi.empty() || cemi[0] != DataRequest || cemi.size() <= ControlField(cemi))
+    if (!Knx::PlaceOfControl1(cemi) || cemi[0] != static_cast<uint8_t>(Knx::MessageCode::LDataReq))
     {
         return;
     }
@@ -343,10 +336,7 @@ void CoProcessor::OnCemi(const Bytes& cemi)
 
 void CoProcessor::ConfirmRequest(const Bytes& request, bool sent)
 {
-    Bytes confirmation = request;
-    confirmation[0] = DataConfirmation;
-    uint8_t& control = confirmation[ControlField(request)];
-    control = static_cast<uint8_t>(sent ? control & ~ConfirmError : control | ConfirmError);
+    const Bytes confirmation = Knx::Telegram::ToConfirmation(request, sent);
     SendMessage(CemiTopic, confirmation);
     events.Add((sent ? "telegram confirmed: " : "telegram not sent: ") + ToHex(confirmation));
 }

@@ -2,7 +2,6 @@
 
 #include "EventLog.h"
 #include "Frame.h"
-#include "Hex.h"
 #include "SerialLine.h"
 
 #include <array>

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "Hex.h"
+#include "Knx/HexDigits.h"
 
 #include <atomic>
 #include <string>
 
 namespace Simulator
 {
+
+using Knx::Bytes;
 
 /// A serial line: the co-processor holds this end, the Linux side opens the device at the other.
 class SerialLine

@@ -26,7 +26,7 @@ KnxIp::KnxIp(const Settings& settings, CoProcessor& theCoProcessor, EventLog& ev
     {
         throw std::runtime_error(std::string("cannot make an event descriptor: ") + strerror(errno));
     }
-    events.Add("KNXnet/IP: joined " + std::string(MulticastSocket::Group) + " on " + settings.interface);
+    events.Add("KNXnet/IP: joined " + std::string(Knx::MulticastSocket::Group) + " on " + settings.interface);
     thread = std::thread(&KnxIp::ThreadFunction, this);
     // Called with the co-processor locked: the request is only put aside here.
     coProcessor.ConnectBus(

@@ -2,8 +2,9 @@
 
 #include "CoProcessor.h"
 #include "EventLog.h"
-#include "MulticastSocket.h"
 #include "Router.h"
+
+#include "Knx/MulticastSocket.h"
 
 #include <mutex>
 #include <string>
@@ -48,7 +49,7 @@ private:
 
     CoProcessor& coProcessor;
     EventLog& events;
-    MulticastSocket socket;
+    Knx::MulticastSocket socket;
     Router router;    // of the thread
     std::mutex mutex; // for the two that follow
     std::vector<Request> requests;

@@ -1,6 +1,6 @@
 #include "Router.h"
 
-#include "Telegram.h"
+#include "Knx/Telegram.h"
 
 #include <algorithm>
 #include <limits>
@@ -11,6 +11,9 @@ namespace Simulator
 
 namespace
 {
+
+namespace Routing = Knx::Routing;
+namespace Telegram = Knx::Telegram;
 
 // The first, the tenth, the hundredth...: a flood is not to fill the log.
 bool IsWorthTelling(uint64_t count)
@@ -116,7 +119,7 @@ void Router::OnMalformed(const Bytes& datagram)
         const Bytes begin(datagram.begin(),
                           datagram.begin() + static_cast<std::ptrdiff_t>(std::min(datagram.size(), Shown)));
         outside.tell("KNXnet/IP: malformed datagram dropped, number " + std::to_string(counters.malformed) + ": " +
-                     ToHex(begin) + (datagram.size() > Shown ? " ..." : ""));
+                     Knx::ToHex(begin) + (datagram.size() > Shown ? " ..." : ""));
     }
 }
 

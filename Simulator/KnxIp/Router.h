@@ -1,7 +1,8 @@
 #pragma once
 
 #include "BusyPause.h"
-#include "Datagram.h"
+
+#include "Knx/Datagram.h"
 
 #include <chrono>
 #include <cstddef>
@@ -13,6 +14,8 @@
 
 namespace Simulator
 {
+
+using Knx::Bytes;
 
 enum class BusSpeed
 {
@@ -88,8 +91,8 @@ private:
     };
 
     void OnIndication(const Bytes& cemi, Clock::time_point now);
-    void OnLost(const Routing::Lost& lost);
-    void OnBusy(const Routing::Busy& busy, Clock::time_point now);
+    void OnLost(const Knx::Routing::Lost& lost);
+    void OnBusy(const Knx::Routing::Busy& busy, Clock::time_point now);
     void OnMalformed(const Bytes& datagram);
     void TellIfBusy(Clock::time_point now);
     void TellIfLost();

@@ -1,7 +1,7 @@
 #include "BoardState.h"
 
-#include "Hex.h"
 #include "TelegramText.h"
+#include "TypedTelegram.h"
 
 #include <algorithm>
 #include <regex>
@@ -69,9 +69,9 @@ bool BoardState::TakeTelegram(Time time, const std::string& event)
         return false;
     }
     ++(counters.*kind->counter);
-    const auto cemi = FromHex(event.substr(std::string(kind->event).size()));
+    const auto cemi = TelegramFromHex(event.substr(std::string(kind->event).size()));
     const auto line = kind->counter == &Counters::notSent ? Line::Trouble : Line::Telegram;
-    Keep(telegrams, {time, line, kind->what + TelegramText(cemi.value_or(Bytes()), kind->code)});
+    Keep(telegrams, {time, line, kind->what + TelegramText(cemi.value_or(Knx::Bytes()), kind->code)});
     return true;
 }
 

@@ -1,6 +1,6 @@
 #include "LiveBoard.h"
 
-#include "Hex.h"
+#include "TypedTelegram.h"
 
 #include <fcntl.h>
 #include <poll.h>

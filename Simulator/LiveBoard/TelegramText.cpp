@@ -1,15 +1,13 @@
 #include "TelegramText.h"
 
-#include "Description.h"
+#include "Knx/CemiText.h"
 
 namespace Simulator
 {
 
-std::string TelegramText(const Bytes& cemi, const std::string& expected)
+std::string TelegramText(const Knx::Bytes& cemi, const std::string& expected)
 {
-    OrvelClient::Message message;
-    message.frame = cemi;
-    std::string text = OrvelClient::Describe(message);
+    std::string text = Knx::Describe(Knx::Decode(cemi));
     if (text.compare(0, expected.size(), expected) == 0)
     {
         text.erase(0, expected.size());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Hex.h"
+#include "Knx/HexDigits.h"
 
 #include <string>
 
@@ -9,6 +9,6 @@ namespace Simulator
 
 /// A cEMI message in words, short enough for a line of a terminal: without the message code when it is `expected`, such as
 /// "L_Data.ind ".
-std::string TelegramText(const Bytes& cemi, const std::string& expected);
+std::string TelegramText(const Knx::Bytes& cemi, const std::string& expected);
 
 } // namespace Simulator

@@ -5,15 +5,15 @@
 #include <algorithm>
 #include <sstream>
 
-using OrvelClient::Bytes;
+using Knx::Bytes;
+using Knx::FromHex;
+using Knx::ToHex;
 using OrvelClient::CaptureHeader;
 using OrvelClient::CapturePacket;
-using OrvelClient::FromHex;
 using OrvelClient::IsCapture;
 using OrvelClient::Message;
 using OrvelClient::ReadCapture;
 using OrvelClient::Status;
-using OrvelClient::ToHex;
 
 namespace
 {

@@ -5,7 +5,7 @@
 #include <sstream>
 
 using namespace std::chrono_literals;
-using OrvelClient::Bytes;
+using Knx::Bytes;
 using OrvelClient::LogLine;
 using OrvelClient::Message;
 using OrvelClient::ReadLog;

@@ -1,8 +1,9 @@
 #include "Message.h"
 
-#include <gtest/gtest.h>
+#include "Rejection.h"
 
-using OrvelClient::Bytes;
+using Knx::Bytes;
+using OrvelClient::FrameFromText;
 using OrvelClient::FromQueue;
 using OrvelClient::LinkState;
 
@@ -52,6 +53,19 @@ TEST(Message, AboutTheLinkHasThreeBytesAndACodeOfItsOwn)
     EXPECT_FALSE(LinkState({0xB9, 0x00, 0x01, 0x02}));
     EXPECT_FALSE(LinkState({0x29, 0x00, 0x01}));
     EXPECT_FALSE(LinkState({}));
+}
+
+TEST(Message, AsTextEndsWhereACommentBegins)
+{
+    EXPECT_EQ(FrameFromText("29 00 # bc, and other words"), (Bytes{0x29, 0x00}));
+    EXPECT_EQ(FrameFromText("# 29 00"), Bytes{});
+}
+
+TEST(Message, AsTextIsNotUnderstoodWhereItIsNoHex)
+{
+    EXPECT_REJECTED(FrameFromText("290 # comment"), OrvelClient::Status::NotUnderstood, "byte 2 has one digit only");
+    EXPECT_REJECTED(FrameFromText("0x29"), OrvelClient::Status::NotUnderstood,
+                    "'x' at position 2 is no hexadecimal digit");
 }
 
 } // namespace

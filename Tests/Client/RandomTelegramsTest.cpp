@@ -1,15 +1,15 @@
 #include "RandomTelegrams.h"
 
-#include "CemiMessage.h"
-#include "CemiNames.h"
+#include "Knx/CemiMessage.h"
+#include "Knx/CemiNames.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 
-using OrvelClient::Bytes;
+using Knx::Bytes;
+using Knx::ToHex;
 using OrvelClient::RandomTelegrams;
-using OrvelClient::ToHex;
 
 namespace
 {
@@ -20,16 +20,16 @@ TEST(RandomTelegrams, AreCompleteRequestsForGroups)
     for (int i = 0; i < 5000; ++i)
     {
         const Bytes frame = telegrams.Next();
-        const auto message = OrvelClient::Decode(frame);
+        const auto message = Knx::Decode(frame);
         ASSERT_TRUE(message.problems.empty()) << ToHex(frame);
-        ASSERT_TRUE(message.Is(OrvelClient::MessageCode::LDataReq));
+        ASSERT_TRUE(message.Is(Knx::MessageCode::LDataReq));
         ASSERT_TRUE(message.IsGroupAddressed());
         ASSERT_NE(message.destination, 0);
         ASSERT_EQ(message.source, 0);
         ASSERT_FALSE(message.ErrorBit());
         ASSERT_LE(frame.size(), 255);
         ASSERT_EQ(message.IsStandardFrame(), message.length <= 15);
-        ASSERT_NE(OrvelClient::NameOfPriority(message.Priority()), "system");
+        ASSERT_NE(Knx::NameOfPriority(message.Priority()), "system");
     }
 }
 
@@ -39,8 +39,8 @@ TEST(RandomTelegrams, AreOfAllKinds)
     std::set<std::string> kinds;
     for (int i = 0; i < 5000; ++i)
     {
-        const auto message = OrvelClient::Decode(telegrams.Next());
-        kinds.insert(OrvelClient::ServiceOf(*message.apci).name + (message.payload.empty() ? " short" : " long") +
+        const auto message = Knx::Decode(telegrams.Next());
+        kinds.insert(Knx::ServiceOf(*message.apci).name + (message.payload.empty() ? " short" : " long") +
                      (message.IsStandardFrame() ? "" : " extended"));
     }
     EXPECT_EQ(kinds,

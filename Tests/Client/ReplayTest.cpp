@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-using OrvelClient::Bytes;
-using OrvelClient::FromHex;
+using Knx::Bytes;
+using Knx::FromHex;
+using Knx::ToHex;
 using OrvelClient::PauseBefore;
 using OrvelClient::RequestFor;
-using OrvelClient::ToHex;
 using namespace std::chrono_literals;
 
 namespace

@@ -1,6 +1,6 @@
 #include "Router.h"
 
-#include "Telegram.h"
+#include "Knx/Telegram.h"
 
 #include <gmock/gmock.h>
 
@@ -9,6 +9,8 @@
 #include <vector>
 
 using namespace Simulator;
+namespace Routing = Knx::Routing;
+namespace Telegram = Knx::Telegram;
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -19,7 +21,7 @@ namespace
 
 Bytes Hex(const std::string& text)
 {
-    return FromHex(text).value();
+    return Knx::FromHex(text);
 }
 
 // A router with a clock that the test moves.
@@ -97,7 +99,7 @@ protected:
                 {
                     if (networkWorks)
                     {
-                        sent.push_back(ToHex(datagram));
+                        sent.push_back(Knx::ToHex(datagram));
                     }
                     return networkWorks;
                 },

@@ -13,7 +13,7 @@
 #include <cstdlib>
 #include <stdexcept>
 
-using Simulator::Bytes;
+using Knx::Bytes;
 using Simulator::SerialLine;
 
 namespace

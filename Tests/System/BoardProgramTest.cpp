@@ -2,7 +2,7 @@
 
 #include "Await.h"
 #include "Daemon.h"
-#include "MulticastSocket.h"
+#include "Knx/MulticastSocket.h"
 #include "OwnNetwork.h"
 
 #include <gmock/gmock.h>
@@ -725,9 +725,9 @@ TEST(BoardProgram, JoinsKnxIpOnAnInterface)
     EnterOwnNetwork();
     BoardProgram board({"--knxip", "--knxip-interface", "lo", "--bus-speed", "unlimited"});
     EXPECT_TRUE(board->AwaitLine("KNXnet/IP: joined 224.0.23.12 on lo"));
-    const Simulator::MulticastSocket other("lo");
+    const Knx::MulticastSocket other("lo");
     ASSERT_TRUE(board->AwaitLine("link up"));
-    other.Send(Simulator::FromHex("06 10 05 30 00 11 29 00 bc e0 11 01 0a 03 01 00 81").value());
+    other.Send(Knx::FromHex("06 10 05 30 00 11 29 00 bc e0 11 01 0a 03 01 00 81"));
     EXPECT_TRUE(board->AwaitLine("telegram from KNX: 29 00 bc e0 11 01 0a 03 01 00 81"));
     board.Type("quit");
     EXPECT_TRUE(board->AwaitLine("KNXnet/IP: 0 sent, 1 received, 0 refused"));

@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-using Simulator::Bytes;
+using Knx::Bytes;
 
 namespace
 {

@@ -9,7 +9,7 @@
 
 #include <numeric>
 
-using Simulator::Bytes;
+using Knx::Bytes;
 
 namespace
 {
@@ -64,7 +64,7 @@ TEST_F(CemiBridge, CarriesTheLongestFrameOfEachDirection)
     Bytes message = Frame(255);
     message.insert(message.begin(), 255);
     EXPECT_TRUE(toLink.Send(message));
-    EXPECT_TRUE(AwaitEvent("telegram to KNX: " + Simulator::ToHex(Frame(255))));
+    EXPECT_TRUE(AwaitEvent("telegram to KNX: " + Knx::ToHex(Frame(255))));
 
     TheCoProcessor().InjectTelegram(Frame(260));
     message = Frame(260);
@@ -130,7 +130,7 @@ TEST_F(CemiBridge, ManyFramesKeepTheirOrder)
     for (uint8_t number = 0; number < 200; ++number)
     {
         EXPECT_TRUE(Await([&] { return toLink.Send({0x02, 0xF0, number}); }));
-        EXPECT_TRUE(AwaitEvent("telegram to KNX: f0 " + Simulator::ToHex({number})));
+        EXPECT_TRUE(AwaitEvent("telegram to KNX: f0 " + Knx::ToHex({number})));
         TheCoProcessor().InjectTelegram({0x29, number});
         EXPECT_EQ(fromLink.Receive(), (Bytes{0x02, 0x29, number}));
     }

@@ -38,7 +38,7 @@ TEST_F(ClientMonitorOnBoard, ShowsTheStateOfTheLinkAndTelegramsFromTheBus)
     ASSERT_TRUE(AwaitRunning(daemon));
     ClientProgram monitor({"monitor"});
     EXPECT_TRUE(monitor->AwaitLine("rx b9 00 01  # link usable"));
-    TheCoProcessor().InjectTelegram(Simulator::FromHex(SwitchOn).value());
+    TheCoProcessor().InjectTelegram(Knx::FromHex(SwitchOn));
     EXPECT_TRUE(monitor->AwaitLine("rx " + SwitchOn +
                                    "  # L_Data.ind 1.1.1 -> 1/2/3 low hops=6 T_Data_Group "
                                    "A_GroupValue_Write value=0x01"));
@@ -134,7 +134,7 @@ TEST_F(ClientMonitor, WritesACaptureToAFileOrStandardOutput)
 
 TEST_F(ClientMonitor, TakesTheLengthThatWasReceivedForThatOfTheFrame)
 {
-    Simulator::Bytes longest(261, 0x55);
+    Knx::Bytes longest(261, 0x55);
     longest[0] = 4;
     longest[1] = 0x10;
     fromLink.Put(longest);
@@ -144,7 +144,7 @@ TEST_F(ClientMonitor, TakesTheLengthThatWasReceivedForThatOfTheFrame)
     const auto lines = RunClient({"monitor", "-n", "4"}).lines;
     ASSERT_EQ(lines.size(), 4);
     longest.erase(longest.begin());
-    EXPECT_THAT(lines[0], HasSubstr("rx " + Simulator::ToHex(longest) + "  # L_Raw.req"));
+    EXPECT_THAT(lines[0], HasSubstr("rx " + Knx::ToHex(longest) + "  # L_Raw.req"));
     EXPECT_THAT(lines[1], EndsWith("rx  # ! size byte 0 on a frame of 0; ends before the message code"));
     EXPECT_THAT(lines[2], EndsWith("rx  # ! ends before the message code"));
     EXPECT_THAT(lines[3], EndsWith("rx f0  # M_Reset.ind ! size byte 7 on a frame of 1"));
@@ -153,7 +153,7 @@ TEST_F(ClientMonitor, TakesTheLengthThatWasReceivedForThatOfTheFrame)
 TEST(ClientMonitorAlone, ReadsAQueueThatWasLeftOverWithOtherSizes)
 {
     const MadeQueue queue("/cemiFromLL", 2, 8192);
-    Simulator::Bytes message(8192, 0x55);
+    Knx::Bytes message(8192, 0x55);
     queue.Put(message);
     EXPECT_THAT(RunClient({"monitor", "-n", "1"}).lines,
                 ElementsAre(EndsWith("! size byte 85 on a frame of 8191; unknown "

@@ -31,7 +31,7 @@ class Examples : public OnBoard, public testing::WithParamInterface<Example>
 protected:
     void Telegram(const std::string& hex)
     {
-        TheCoProcessor().InjectTelegram(Simulator::FromHex(hex).value());
+        TheCoProcessor().InjectTelegram(Knx::FromHex(hex));
     }
 
     static long CountOf(const Daemon& example, const std::string& text)

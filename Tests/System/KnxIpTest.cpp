@@ -2,9 +2,9 @@
 
 #include "KnxIp.h"
 
+#include "Knx/Telegram.h"
 #include "OnBoard.h"
 #include "OwnNetwork.h"
-#include "Telegram.h"
 
 #include <gmock/gmock.h>
 
@@ -13,11 +13,11 @@
 #include <string>
 
 using namespace std::chrono_literals;
-using Simulator::Bytes;
-using Simulator::FromHex;
+using Knx::Bytes;
+using Knx::FromHex;
+using Knx::MulticastSocket;
 using Simulator::KnxIp;
-using Simulator::MulticastSocket;
-namespace Routing = Simulator::Routing;
+namespace Routing = Knx::Routing;
 
 namespace
 {
@@ -25,7 +25,7 @@ namespace
 // "11 00 bc" as a message in a queue.
 Bytes Message(const std::string& cemi)
 {
-    Bytes message = FromHex(cemi).value();
+    Bytes message = FromHex(cemi);
     message.insert(message.begin(), static_cast<uint8_t>(message.size()));
     return message;
 }
@@ -55,7 +55,7 @@ protected:
         std::optional<Bytes> received;
         EXPECT_TRUE(Await([&] { return (received = other.Receive()).has_value(); }));
         const auto datagram = Routing::Decode(received.value_or(Bytes()));
-        return datagram ? Simulator::ToHex(std::get<Routing::Indication>(*datagram).cemi) : "";
+        return datagram ? Knx::ToHex(std::get<Routing::Indication>(*datagram).cemi) : "";
     }
 
     struct Network
@@ -85,7 +85,7 @@ TEST_F(OnKnxIp, ATelegramOfAnApplicationIsHeardByOthersAndConfirmed)
 
 TEST_F(OnKnxIp, ATelegramOfOthersReachesTheApplicationAndDoesNotComeBack)
 {
-    Tell(Routing::Indication{FromHex("29 00 bc e0 11 01 0a 03 01 00 81").value()});
+    Tell(Routing::Indication{FromHex("29 00 bc e0 11 01 0a 03 01 00 81")});
     EXPECT_EQ(fromLink.Receive(), Message("29 00 bc e0 11 01 0a 03 01 00 81"));
     EXPECT_TRUE(toLink.Send(Message("11 00 bc e0 11 02 0a 03 01 00 80")));
     EXPECT_EQ(Heard(), "29 00 bc e0 11 02 0a 03 01 00 80");
@@ -95,7 +95,7 @@ TEST_F(OnKnxIp, AnApplicationDoesNotHearItsOwnTelegram)
 {
     EXPECT_TRUE(toLink.Send(Message("11 00 bc e0 11 02 0a 03 01 00 81")));
     EXPECT_EQ(fromLink.Receive(), Message("2e 00 bc e0 11 02 0a 03 01 00 81"));
-    Tell(Routing::Indication{FromHex("29 00 bc e0 11 01 0a 03 01 00 81").value()});
+    Tell(Routing::Indication{FromHex("29 00 bc e0 11 01 0a 03 01 00 81")});
     EXPECT_EQ(fromLink.Receive(), Message("29 00 bc e0 11 01 0a 03 01 00 81"));
 }
 
@@ -151,7 +151,7 @@ TEST_F(OnKnxIp, MalformedDatagramsChangeNothing)
     {
         EXPECT_TRUE(other.Send(Bytes(size, 0x06)));
     }
-    Tell(Routing::Indication{FromHex("29 00 bc e0 11 01 0a 03 01 00 81").value()});
+    Tell(Routing::Indication{FromHex("29 00 bc e0 11 01 0a 03 01 00 81")});
     EXPECT_EQ(fromLink.Receive(), Message("29 00 bc e0 11 01 0a 03 01 00 81"));
     EXPECT_TRUE(AwaitEvent("KNXnet/IP: malformed datagram dropped, number 100: 06 06 06"));
 }

@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-using Simulator::Bytes;
+using Knx::Bytes;
 using testing::ElementsAre;
 
 namespace

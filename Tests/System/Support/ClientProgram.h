@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Daemon.h"
-#include "Hex.h"
+#include "Knx/HexDigits.h"
 
 #include <gtest/gtest.h>
 
@@ -175,7 +175,7 @@ public:
     MadeQueue(const MadeQueue&) = delete;
     MadeQueue& operator=(const MadeQueue&) = delete;
 
-    void Put(const Simulator::Bytes& message) const
+    void Put(const Knx::Bytes& message) const
     {
         const std::string bytes(message.begin(), message.end()); // has an address also when it is empty
         EXPECT_EQ(mq_send(queue, bytes.data(), bytes.size(), 0), 0) << name;
@@ -184,7 +184,7 @@ public:
     /// A frame with its size byte.
     void PutFrame(const std::string& hex) const
     {
-        auto message = Simulator::FromHex(hex).value();
+        auto message = Knx::FromHex(hex);
         message.insert(message.begin(), static_cast<uint8_t>(message.size()));
         Put(message);
     }
@@ -192,14 +192,14 @@ public:
     /// The next message as hexadecimal digits; "nothing" if there is none.
     std::string Take() const
     {
-        Simulator::Bytes message(8192);
+        Knx::Bytes message(8192);
         const ssize_t size = mq_receive(queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
         if (size == -1)
         {
             return "nothing";
         }
         message.resize(static_cast<std::size_t>(size));
-        return Simulator::ToHex(message);
+        return Knx::ToHex(message);
     }
 
     long Waiting() const

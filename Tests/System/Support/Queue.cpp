@@ -7,7 +7,7 @@
 #include <fcntl.h>
 #include <poll.h>
 
-using Simulator::Bytes;
+using Knx::Bytes;
 
 Queue::Queue(const std::string& name, For access)
 {

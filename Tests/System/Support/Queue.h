@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Hex.h"
+#include "Knx/HexDigits.h"
 
 #include <mqueue.h>
 
@@ -25,13 +25,13 @@ public:
     Queue& operator=(const Queue&) = delete;
 
     /// False if there is no room.
-    bool Send(const Simulator::Bytes& message) const;
+    bool Send(const Knx::Bytes& message) const;
 
     /// Waits for the next message; nothing if none came for long.
-    std::optional<Simulator::Bytes> Receive() const;
+    std::optional<Knx::Bytes> Receive() const;
 
     /// The next message, if there is one now.
-    std::optional<Simulator::Bytes> ReceiveNow() const;
+    std::optional<Knx::Bytes> ReceiveNow() const;
 
     long Pending() const;
 

@@ -1,11 +1,11 @@
-#include "Datagram.h"
+#include "Knx/Datagram.h"
 
 #include <gmock/gmock.h>
 
 #include <random>
 #include <string>
 
-using namespace Simulator;
+using namespace Knx;
 using testing::ElementsAre;
 
 namespace
@@ -13,7 +13,7 @@ namespace
 
 Bytes Hex(const std::string& text)
 {
-    return FromHex(text).value();
+    return FromHex(text);
 }
 
 template<typename Kind>

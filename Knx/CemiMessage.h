@@ -1,12 +1,12 @@
 #pragma once
 
-#include "HexDigits.h"
+#include "Knx/HexDigits.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
-namespace OrvelClient
+namespace Knx
 {
 
 /// The message codes of cEMI.
@@ -139,7 +139,10 @@ struct CemiMessage
     }
 };
 
+/// Where control field 1 of an L_... message is; nothing when the message ends before.
+std::optional<std::size_t> PlaceOfControl1(const Bytes& message);
+
 /// Takes a message apart. Any bytes will do: what is wrong with them is among the problems.
 CemiMessage Decode(const Bytes& bytes);
 
-} // namespace OrvelClient
+} // namespace Knx

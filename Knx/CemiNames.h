@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-namespace OrvelClient
+namespace Knx
 {
 
 // Names as KNX has them. Those without one are given as a number.
@@ -29,4 +29,4 @@ struct Service
 
 Service ServiceOf(uint16_t apci);
 
-} // namespace OrvelClient
+} // namespace Knx

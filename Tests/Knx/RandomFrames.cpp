@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-using OrvelClient::Bytes;
+using Knx::Bytes;
 
 namespace
 {

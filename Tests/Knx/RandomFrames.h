@@ -1,6 +1,6 @@
 #pragma once
 
-#include "HexDigits.h"
+#include "Knx/HexDigits.h"
 
 #include <random>
 
@@ -14,22 +14,22 @@ public:
     }
 
     /// 1 to 260 bytes.
-    OrvelClient::Bytes Next();
+    Knx::Bytes Next();
 
 private:
-    OrvelClient::Bytes Valid();
-    OrvelClient::Bytes Link(uint8_t code);
-    OrvelClient::Bytes Property(uint8_t code);
+    Knx::Bytes Valid();
+    Knx::Bytes Link(uint8_t code);
+    Knx::Bytes Property(uint8_t code);
 
-    void AppendInfo(OrvelClient::Bytes& frame);
-    void AppendTpdu(OrvelClient::Bytes& frame, std::size_t maxData);
+    void AppendInfo(Knx::Bytes& frame);
+    void AppendTpdu(Knx::Bytes& frame, std::size_t maxData);
     uint16_t Apci();
-    void Spoil(OrvelClient::Bytes& frame);
+    void Spoil(Knx::Bytes& frame);
 
     uint32_t Below(uint32_t limit);
     bool Percent(uint32_t percent);
     uint8_t Byte();
-    OrvelClient::Bytes Some(std::size_t size);
+    Knx::Bytes Some(std::size_t size);
 
     std::mt19937 engine;
 };

@@ -1,4 +1,4 @@
-#include "MulticastSocket.h"
+#include "Knx/MulticastSocket.h"
 
 #include "OwnNetwork.h"
 
@@ -23,7 +23,7 @@
 #include <stdexcept>
 #include <string>
 
-using namespace Simulator;
+using namespace Knx;
 using testing::HasSubstr;
 
 namespace

@@ -1,6 +1,6 @@
-#include "Datagram.h"
+#include "Knx/Datagram.h"
 
-namespace Simulator::Routing
+namespace Knx::Routing
 {
 
 namespace
@@ -117,4 +117,4 @@ std::optional<Datagram> Decode(const Bytes& bytes)
     }
 }
 
-} // namespace Simulator::Routing
+} // namespace Knx::Routing

@@ -1,9 +1,9 @@
-#include "CemiMessage.h"
+#include "Knx/CemiMessage.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace OrvelClient
+namespace Knx
 {
 
 namespace
@@ -334,9 +334,20 @@ private:
 
 } // namespace
 
+std::optional<std::size_t> PlaceOfControl1(const Bytes& message)
+{
+    constexpr std::size_t infoLengthAt = 1;
+    if (message.size() <= infoLengthAt)
+    {
+        return std::nullopt;
+    }
+    const std::size_t place = infoLengthAt + 1 + message[infoLengthAt];
+    return place < message.size() ? std::optional(place) : std::nullopt;
+}
+
 CemiMessage Decode(const Bytes& bytes)
 {
     return Decoder(bytes).Run();
 }
 
-} // namespace OrvelClient
+} // namespace Knx

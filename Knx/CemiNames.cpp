@@ -1,11 +1,11 @@
-#include "CemiNames.h"
+#include "Knx/CemiNames.h"
 
-#include "CemiMessage.h"
+#include "Knx/CemiMessage.h"
 
 #include <algorithm>
 #include <array>
 
-namespace OrvelClient
+namespace Knx
 {
 
 namespace
@@ -160,7 +160,7 @@ std::string Find(const Table& table, unsigned number)
 
 std::string OrNumber(const std::string& name, uint8_t number)
 {
-    return name.empty() ? "0x" + ToHex({number}) : name;
+    return name.empty() ? HexNumber(number, 2) : name;
 }
 
 } // namespace
@@ -206,4 +206,4 @@ Service ServiceOf(uint16_t apci)
     return {ShortServices.at(apci >> 6U), true, static_cast<uint8_t>(apci & 0x3FU)};
 }
 
-} // namespace OrvelClient
+} // namespace Knx

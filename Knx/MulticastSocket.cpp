@@ -1,6 +1,6 @@
-#include "MulticastSocket.h"
+#include "Knx/MulticastSocket.h"
 
-#include "Datagram.h"
+#include "Knx/Datagram.h"
 
 #include <arpa/inet.h>
 #include <net/if.h>
@@ -13,7 +13,7 @@
 #include <cstring>
 #include <stdexcept>
 
-namespace Simulator
+namespace Knx
 {
 
 namespace
@@ -179,4 +179,4 @@ std::optional<Bytes> MulticastSocket::Receive() const
     }
 }
 
-} // namespace Simulator
+} // namespace Knx

@@ -1,14 +1,15 @@
-#include "CemiMessage.h"
+#include "Knx/CemiMessage.h"
 
 #include "RandomFrames.h"
 
 #include <gtest/gtest.h>
 
-using OrvelClient::Bytes;
-using OrvelClient::CemiMessage;
-using OrvelClient::Decode;
-using OrvelClient::FromHex;
-using OrvelClient::MessageCode;
+using Knx::Bytes;
+using Knx::CemiMessage;
+using Knx::Decode;
+using Knx::FromHex;
+using Knx::MessageCode;
+using Knx::PlaceOfControl1;
 using testing::Test;
 using Problems = std::vector<std::string>;
 
@@ -222,6 +223,15 @@ TEST(CemiMessage, OfAnUnknownCodeIsAProblemWithData)
     EXPECT_EQ(message.code, 0x77);
     EXPECT_EQ(message.payload, (Bytes{0x01, 0x02}));
     EXPECT_EQ(message.problems, Problems{"unknown message code"});
+}
+
+TEST(CemiMessage, HasControlField1BehindItsAdditionalInformation)
+{
+    EXPECT_EQ(PlaceOfControl1(FromHex("29 00 bc")), 2);
+    EXPECT_EQ(PlaceOfControl1(FromHex("29 02 ff 00 bc")), 4);
+    EXPECT_EQ(PlaceOfControl1(FromHex("29 02 ff 00")), std::nullopt);
+    EXPECT_EQ(PlaceOfControl1(FromHex("29")), std::nullopt);
+    EXPECT_EQ(PlaceOfControl1({}), std::nullopt);
 }
 
 TEST(CemiMessage, SaysBeforeWhatItEndsAndHasWhatCameBefore)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Hex.h"
+#include "Knx/HexDigits.h"
 
 #include <netinet/in.h>
 
@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-namespace Simulator
+namespace Knx
 {
 
 /// The multicast group of KNXnet/IP routing on one network interface, in the network namespace of the thread that makes it.
@@ -48,4 +48,4 @@ private:
     sockaddr_in own{};
 };
 
-} // namespace Simulator
+} // namespace Knx

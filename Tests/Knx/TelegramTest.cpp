@@ -1,17 +1,17 @@
-#include "Telegram.h"
+#include "Knx/Telegram.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-using namespace Simulator;
+using namespace Knx;
 
 namespace
 {
 
 Bytes Hex(const std::string& text)
 {
-    return FromHex(text).value();
+    return FromHex(text);
 }
 
 // In bit times of 9600 bit/s, rounded.
@@ -93,6 +93,23 @@ TEST(Telegram, ASourceIsFilledInWhereThereIsNone)
     EXPECT_EQ(Telegram::ToIndication(Hex("11 00 bc e0 00 00 0a 03 01 00 81")), Hex("29 00 bc e0 ff ff 0a 03 01 00 81"));
     EXPECT_EQ(Telegram::ToIndication(Hex("11 00 bc e0 00 01 0a 03 01 00 81")), Hex("29 00 bc e0 00 01 0a 03 01 00 81"));
     EXPECT_EQ(Telegram::ToIndication(Hex("11 00 bc e0 11 00 0a 03 01 00 81")), Hex("29 00 bc e0 11 00 0a 03 01 00 81"));
+}
+
+TEST(Telegram, AConfirmationTellsWhetherTheRequestWasSent)
+{
+    EXPECT_EQ(Telegram::ToConfirmation(Hex("11 04 03 02 12 34 bd e0 00 00 0a 03 01 00 81"), true),
+              Hex("2e 04 03 02 12 34 bc e0 00 00 0a 03 01 00 81"));
+    EXPECT_EQ(Telegram::ToConfirmation(Hex("11 00 bc"), false), Hex("2e 00 bd"));
+}
+
+TEST(Telegram, ToAGroupHasLowPriorityAndNoSourceUnlessItIsGivenThem)
+{
+    Telegram::GroupTelegram telegram;
+    telegram.group = 0x0A03;
+    telegram.apci = 0x081;
+    EXPECT_EQ(Encode(telegram), Hex("11 00 bc e0 00 00 0a 03 01 00 81"));
+    telegram = {MessageCode::LDataInd, 0x34, 0x1102, 0x0A03, 0x3D5, {0x0C, 0x1A}};
+    EXPECT_EQ(Encode(telegram), Hex("29 00 34 e0 11 02 0a 03 03 03 d5 0c 1a"));
 }
 
 TEST(Telegram, TakesTheTimeOfItsCharactersAndOfWhatIsAroundThem)

@@ -4,9 +4,9 @@
 #include "RandomFrames.h"
 
 #include "Await.h"
-#include "CemiMessage.h"
-#include "CemiNames.h"
 #include "Daemon.h"
+#include "Knx/CemiMessage.h"
+#include "Knx/CemiNames.h"
 #include "Message.h"
 
 #include "Orvel/Protocol.h"
@@ -27,9 +27,9 @@
 #include <set>
 #include <sstream>
 
-using OrvelClient::Bytes;
-using OrvelClient::CemiMessage;
-using OrvelClient::ToHex;
+using Knx::Bytes;
+using Knx::CemiMessage;
+using Knx::ToHex;
 
 namespace
 {
@@ -123,8 +123,8 @@ public:
         {
             return; // no frame: the capture says so
         }
-        message = OrvelClient::Decode(frame);
-        const bool isKnown = message.code && !OrvelClient::NameOfMessageCode(*message.code).empty();
+        message = Knx::Decode(frame);
+        const bool isKnown = message.code && !Knx::NameOfMessageCode(*message.code).empty();
         if (isKnown)
         {
             Set("cemi.mc", HexNumber(*message.code, 2));
@@ -236,11 +236,11 @@ private:
         }
         if (message.apci)
         {
-            SetService(OrvelClient::ServiceOf(*message.apci));
+            SetService(Knx::ServiceOf(*message.apci));
         }
     }
 
-    void SetService(const OrvelClient::Service& service)
+    void SetService(const Knx::Service& service)
     {
         static const std::map<std::string, std::string> columns{
             {"A_ADC_Read", "cemi.ad.ch"},
@@ -371,14 +371,14 @@ std::string Explain(const std::string& column, const CemiMessage& message, const
         {
             return "tshark does not miss the slots of an L_Poll_Data";
         }
-        if (column == ProblemColumn && message.Is(OrvelClient::MessageCode::MPropWriteCon) && message.count != 0 &&
+        if (column == ProblemColumn && message.Is(Knx::MessageCode::MPropWriteCon) && message.count != 0 &&
             message.payload.size() == 1)
         {
             return "tshark allows one byte of data in a positive M_PropWrite.con";
         }
         return "";
     }
-    const std::string service = OrvelClient::ServiceOf(*message.apci).name;
+    const std::string service = Knx::ServiceOf(*message.apci).name;
     if (service == "A_PropertyExtValue_InfoReport" &&
         (column == "cemi.ac" || column == "cemi.ax" || column == "cemi.ad.ch"))
     {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Hex.h"
+#include "Knx/HexDigits.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -11,7 +11,7 @@
 ///
 /// A header of 6 bytes: its own size, the version 1.0, the service, the size of the whole datagram. All numbers are big
 /// endian. What follows depends on the service.
-namespace Simulator::Routing
+namespace Knx::Routing
 {
 
 /// A telegram: a cEMI message.
@@ -52,4 +52,4 @@ Bytes Encode(const Datagram& datagram);
 /// of is not looked at.
 std::optional<Datagram> Decode(const Bytes& bytes);
 
-} // namespace Simulator::Routing
+} // namespace Knx::Routing

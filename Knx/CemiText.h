@@ -1,0 +1,32 @@
+#pragma once
+
+#include "Knx/CemiMessage.h"
+
+#include <optional>
+#include <string>
+
+namespace Knx
+{
+
+/// What the message says, in one line of words: "L_Data.ind 1.1.2 -> 1/2/3 low hops=6 ...". What is wrong with it comes last,
+/// behind an exclamation mark.
+std::string Describe(const CemiMessage& cemi);
+
+/// "ends before the length; ..."; empty when nothing is wrong.
+std::string ProblemsText(const CemiMessage& cemi);
+
+// Of a message that has the field.
+
+/// "1/2/3" or "1.2.3"
+std::string Destination(const CemiMessage& cemi);
+
+/// The transport service; empty where the message code says it already.
+std::string TransportName(const CemiMessage& cemi);
+
+/// "A_GroupValue_Write"; "APCI_0x3c4" when there is no such service.
+std::string ServiceName(const CemiMessage& cemi);
+
+/// A value of up to six bits, which has no byte of its own.
+std::optional<uint8_t> SmallValue(const CemiMessage& cemi);
+
+} // namespace Knx

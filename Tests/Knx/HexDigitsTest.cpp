@@ -1,0 +1,68 @@
+#include "Knx/HexDigits.h"
+
+#include <gtest/gtest.h>
+
+using Knx::Bytes;
+using Knx::FromHex;
+using Knx::ToHex;
+
+namespace
+{
+
+std::string ProblemOf(const std::string& text)
+{
+    try
+    {
+        FromHex(text);
+    }
+    catch (const Knx::NotHex& problem)
+    {
+        return problem.what();
+    }
+    return "none";
+}
+
+TEST(HexDigits, WritesTwoDigitsAByteWithASeparatorBetween)
+{
+    EXPECT_EQ(ToHex({0x00, 0x9A, 0xBC, 0xFF}), "00 9a bc ff");
+    EXPECT_EQ(ToHex({0x00, 0x9A, 0xBC, 0xFF}, ""), "009abcff");
+    EXPECT_EQ(ToHex({}), "");
+}
+
+TEST(HexDigits, ReadsDigitsOfEitherCaseWithBlanksColonsOrNothingBetweenTheBytes)
+{
+    EXPECT_EQ(FromHex("29 00:bC\tE0 \r"), (Bytes{0x29, 0x00, 0xBC, 0xE0}));
+    EXPECT_EQ(FromHex("2900bce0"), (Bytes{0x29, 0x00, 0xBC, 0xE0}));
+}
+
+TEST(HexDigits, ReadsNothingFromAnEmptyLine)
+{
+    EXPECT_EQ(FromHex(""), Bytes{});
+    EXPECT_EQ(FromHex("  "), Bytes{});
+}
+
+TEST(HexDigits, SaysWhichByteHasOneDigitOnly)
+{
+    EXPECT_EQ(ProblemOf("1"), "byte 1 has one digit only");
+    EXPECT_EQ(ProblemOf("29 0"), "byte 2 has one digit only");
+    EXPECT_EQ(ProblemOf("29 0 0"), "byte 2 has one digit only");
+    EXPECT_EQ(ProblemOf("290 "), "byte 2 has one digit only");
+}
+
+TEST(HexDigits, SaysWhatIsNoDigitAndWhere)
+{
+    EXPECT_EQ(ProblemOf("29 0g"), "'g' at position 5 is no hexadecimal digit");
+    EXPECT_EQ(ProblemOf("0x29"), "'x' at position 2 is no hexadecimal digit");
+    EXPECT_EQ(ProblemOf("29\x1b"), "the byte 0x1b at position 3 is no hexadecimal digit");
+    EXPECT_EQ(ProblemOf("29\xc3"), "the byte 0xc3 at position 3 is no hexadecimal digit");
+    EXPECT_EQ(ProblemOf(std::string("29\0", 3)), "the byte 0x00 at position 3 is no hexadecimal digit");
+}
+
+TEST(HexDigits, WritesANumberWithSoManyDigits)
+{
+    EXPECT_EQ(Knx::HexNumber(0xB9, 2), "0xb9");
+    EXPECT_EQ(Knx::HexNumber(0xB9, 3), "0x0b9");
+    EXPECT_EQ(Knx::HexNumber(0xFFFF, 4), "0xffff");
+}
+
+} // namespace
