@@ -541,4 +541,15 @@ TEST_F(Prepare, SaysWhatItMayNotDoWithoutRoot)
                             "\"orvelctl check\" says more"));
 }
 
+TEST_F(Prepare, SaysThatItNeedsRootWhereItMayGiveDevicesAwayButMakeNoQueues)
+{
+    for (const std::string missing : {"-setuid", "-setgid"})
+    {
+        Daemon program({"setpriv", "--bounding-set=" + missing, PREPARE}, {});
+        EXPECT_EQ(program.Wait(), EX_NOPERM) << missing;
+        EXPECT_THAT(program.Lines(), ElementsAre("orvel-prepare: cannot make anything for another user: needs root"));
+        EXPECT_THAT(QueuesAre(), ElementsAre("nothing", "nothing", "nothing"));
+    }
+}
+
 } // namespace
