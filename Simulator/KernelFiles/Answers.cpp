@@ -33,7 +33,7 @@ void Answers::GiveWaiting()
     const auto now = std::chrono::steady_clock::now();
     const auto answer = [now](Waiting& one)
     {
-        // Before anything else: a process that has been killed is gone only when its call has been answered.
+        // This comes before anything else: a killed process is gone only when its call has been answered.
         if (fuse_req_interrupted(one.request) != 0)
         {
             fuse_reply_err(one.request, EINTR);
@@ -50,7 +50,7 @@ std::optional<Answers::Time> Answers::NextDue() const
     std::optional<Time> next;
     for (const Waiting& one : waiting)
     {
-        // What is due already waits for something else than time.
+        // Requests that are due already wait for something other than time.
         if (one.notBefore > now && (!next || one.notBefore < *next))
         {
             next = one.notBefore;

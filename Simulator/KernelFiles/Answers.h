@@ -13,29 +13,29 @@
 namespace Simulator
 {
 
-/// Answers requests now or, without holding up others, later: as the faults have it, and as long as an answer has to
-/// wait. One thread, that of the session.
+/// Applies the planned fault, then answers the request, now or later. An answer that has to wait holds up no other.
+/// Only the session's thread may call.
 class Answers
 {
 public:
     using Time = std::chrono::steady_clock::time_point;
 
-    /// Answers a request; false when that has to wait for something to happen.
+    /// Answers a request; false if that must wait for something to happen.
     using Answer = std::function<bool(const Fault&)>;
 
     explicit Answers(FaultPlan& faultPlan);
 
-    /// Counts the call of `operation`, for the LED if it is for one, and gives the answer, at once if possible.
+    /// Counts the call of `operation`, for the LED if it is for one, and answers, at once if possible.
     void Give(fuse_req_t request, Operation operation, const std::string& led, const Answer& answer);
 
-    /// Gives those answers that no longer have to wait. To be called after each request, after each change of a model,
-    /// and when the time comes that NextDue tells.
+    /// Gives the answers that no longer have to wait. Call it after each request, after each change of a model, and at
+    /// the time that NextDue returns.
     void GiveWaiting();
 
-    /// When a delayed answer is due, at the earliest.
+    /// The earliest time at which a delayed answer is due.
     std::optional<Time> NextDue() const;
 
-    /// Answers all that wait with ENODEV.
+    /// Answers all waiting requests with ENODEV.
     void Abort();
 
 private:

@@ -76,7 +76,7 @@ PinFile PinFileOf(NodeKind kind)
     }
 }
 
-// In sysfs nobody opens a file for what nobody has the permission to do, not even root.
+// In sysfs nobody, not even root, can open a file for an access that nobody has permission for.
 bool CanBeOpened(mode_t mode, int flags)
 {
     const int access = flags & O_ACCMODE;
@@ -182,8 +182,8 @@ void FileRequests::GetAttributes(fuse_req_t request, Node node)
     fuse_reply_attr(request, &attributes, 0);
 }
 
-// The kernel has checked that the caller may do this, and has translated the numbers of user and group into those of the
-// board's own namespace. A new size or time is accepted and has no effect.
+// The kernel has checked that the caller may do this, and has translated the numbers of user and group into those of
+// the board's own namespace. A new size or time is accepted and has no effect.
 void FileRequests::SetAttributes(fuse_req_t request, Node node, const struct stat& wanted, int which)
 {
     if (!tree.Exists(node))
@@ -307,7 +307,7 @@ void FileRequests::Write(fuse_req_t request, Node node, const std::string& data,
     Give(request, WriteOperation(node.Kind()), write);
 }
 
-// A changed mode can let a file be opened for what it never does.
+// After a change of its mode, a file may be open for an access that it never supports.
 int FileRequests::ReadText(Node node, std::string& text) const
 {
     if ((Tree::Mode(node) & 0444) == 0)

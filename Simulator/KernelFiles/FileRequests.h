@@ -18,7 +18,7 @@
 namespace Simulator
 {
 
-/// Answers the kernel's requests for the files out of the models. One thread, that of the session.
+/// Answers the kernel's requests for the files from the models. Only the session's thread may call.
 class FileRequests
 {
 public:
@@ -27,14 +27,14 @@ public:
     FileRequests(const FileRequests&) = delete;
     FileRequests& operator=(const FileRequests&) = delete;
 
-    /// To be called by a session whose context is a FileRequests.
+    /// The operations for a session whose context is a FileRequests.
     static fuse_lowlevel_ops Operations();
 
-    /// To be called after each request, and when the time comes that NextDue tells.
+    /// Call it after each request, and at the time that NextDue returns.
     void AnswerWaiting();
     std::optional<std::chrono::steady_clock::time_point> NextDue() const;
 
-    /// To be called after each change of a model or of the faults.
+    /// Call it after each change of a model or of the faults.
     void WakePollers();
 
     /// Answers all waiting requests with ENODEV and closes all handles of the LED device.

@@ -57,7 +57,7 @@ FuseSession::FuseSession(const std::filesystem::path& mountPoint, const fuse_low
     fuse_args args{1, arguments, 0};
     session.reset(fuse_session_new(&args, &operations, sizeof(operations), context));
     fuse_opt_free_args(&args); // the session took a copy and may have added to this one
-    // Given in this form, the session only takes the descriptor over; the mount is made here, without a helper program.
+    // In this form, the session only takes over the descriptor. The mount is made here, without a helper program.
     const std::string descriptor = "/dev/fd/" + std::to_string(device);
     if (session == nullptr || fuse_session_mount(session.get(), descriptor.c_str()) != 0)
     {
@@ -82,8 +82,8 @@ void FuseSession::Mount(const std::string& mountPoint, int device)
 
 FuseSession::~FuseSession()
 {
-    // By force, so that nobody goes on waiting for an answer. Older kernels have this for the system's root only; there
-    // the same happens when the last copy of the descriptor closes.
+    // Unmounts by force, so that nobody keeps waiting for an answer. Older kernels allow this only to the system's
+    // root; there the same happens when the last copy of the descriptor closes.
     if (umount2(mountedAt.c_str(), MNT_FORCE | MNT_DETACH) == -1)
     {
         umount2(mountedAt.c_str(), MNT_DETACH);

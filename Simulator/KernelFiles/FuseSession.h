@@ -9,7 +9,7 @@
 namespace Simulator
 {
 
-/// A mounted file system and the connection to the kernel over which its requests arrive.
+/// A mounted file system, and the connection over which the kernel's requests arrive.
 class FuseSession
 {
 public:
@@ -17,17 +17,17 @@ public:
     /// Throws std::runtime_error with one line that says what is missing.
     FuseSession(const std::filesystem::path& mountPoint, const fuse_lowlevel_ops& operations, void* context);
 
-    /// Unmounts, also when files are open. Every request that is still unanswered fails with ENOTCONN or ECONNABORTED.
-    /// No request may be under way on another thread.
+    /// Unmounts, even if files are open. Every request that is still unanswered fails with ENOTCONN or ECONNABORTED. No
+    /// request may be under way on another thread.
     ~FuseSession();
 
     FuseSession(const FuseSession&) = delete;
     FuseSession& operator=(const FuseSession&) = delete;
 
-    /// For poll: readable when there is a request.
+    /// For poll: readable if there is a request.
     int Descriptor() const;
 
-    /// Handles one request on the calling thread; returns at once when there is none. False when the connection is over.
+    /// Handles one request on the calling thread; returns at once if there is none. False if the connection has ended.
     bool HandleRequest();
 
 private:

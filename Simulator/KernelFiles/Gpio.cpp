@@ -136,7 +136,7 @@ int Gpio::WritePin(Pin& pin, PinFile file, std::string_view text) const
     return 0;
 }
 
-// `pin` may be none: the write is remembered all the same.
+// `pin` may be no pin: the write is remembered all the same.
 int Gpio::Change(int pin, const std::string& path, std::string_view text, const std::function<int()>& change)
 {
     const std::lock_guard<std::mutex> order(changing);

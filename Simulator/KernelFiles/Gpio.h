@@ -40,14 +40,15 @@ struct PinChange
     std::chrono::steady_clock::time_point time;
 };
 
-/// Told of a pin whose direction or level changed. `high` is the level of the line, also of one that is not driven.
+/// Hears of each pin whose direction or level changed. `high` is the level of the line, even if nobody drives it.
 using PinListener = std::function<void(int pin, bool driven, bool high)>;
 
-/// A GPIO chip and its directory in sysfs, without the files: the pins 0 to 31, each with a pull-up outside of the chip.
+/// A GPIO chip and its directory in sysfs, without the files. It has the pins 0 to 31, each with a pull-up outside the
+/// chip.
 ///
-/// All operations may be called from any thread. Those that change a pin tell the listener before they return, on the
-/// caller's thread and one change after the other; the listener may read the pins but not change them.
-/// Results are error numbers, 0 for success.
+/// Any thread may call all operations. Those that change a pin call the listener before they return, on the caller's
+/// thread, one change after the other. The listener may read the pins but not change them. Results are error numbers, 0
+/// for success.
 class Gpio
 {
 public:
@@ -59,11 +60,13 @@ public:
     Gpio(const Gpio&) = delete;
     Gpio& operator=(const Gpio&) = delete;
 
-    /// Makes the pin with this number usable: an input, or the output that it was when it was last unexported. EBUSY when
-    /// it is exported already, EINVAL when there is no such pin or no number, ERANGE for a number of more than 64 bits.
+    /// Exports the pin with this number. It is an input, or the output that it was when it was last unexported. EBUSY
+    /// if it is exported already, EINVAL if there is no such pin or this is no number, ERANGE for a number of more than
+    /// 64 bits.
     int Export(std::string_view text);
 
-    /// Takes the pin's files away. An input stays one; an output stays one too, driven low. EINVAL when it is not exported.
+    /// Removes the pin's files. An input stays an input; an output stays an output, driven low. EINVAL if it is not
+    /// exported.
     int Unexport(std::string_view text);
 
     /// Direction: "in", "out" and "low" (driven low), "high" (driven high).
@@ -73,19 +76,19 @@ public:
     /// EINVAL for any other text, ENODEV when the pin is not exported.
     int Write(int pin, PinFile file, std::string_view text);
 
-    /// Gives the text of the file, with its newline. ENODEV when the pin is not exported.
+    /// Gives the text of the file, with its newline. ENODEV if the pin is not exported.
     int Read(int pin, PinFile file, std::string& text) const;
 
     /// 0 while the pin is not exported, else a number that no earlier export of any pin had.
     uint64_t ExportNumber(int pin) const;
 
-    /// What the line carries, whoever drives it.
+    /// The level of the line, whoever drives it.
     bool IsHigh(int pin) const;
     bool IsDriven(int pin) const;
 
-    /// All writes so far, refused ones included, the oldest first; the last 10000 of them.
+    /// All writes so far, including refused ones, the oldest first; only the last 10000 of them.
     std::vector<GpioWrite> Writes() const;
-    /// All changes of pins so far, the oldest first; the last 10000 of them.
+    /// All changes of pins so far, the oldest first; only the last 10000 of them.
     std::vector<PinChange> Changes() const;
 
     /// Forgets the writes and the changes.

@@ -78,7 +78,7 @@ private:
         const int descriptor;
     };
 
-    // The signals of the process are for its other threads.
+    // The other threads of the process handle its signals.
     template<typename Function>
     static std::thread WithoutSignals(Function function)
     {

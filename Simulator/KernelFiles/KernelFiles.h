@@ -18,15 +18,16 @@ namespace Simulator
 ///     devices/platform/simulated-gpio/...                 what the links in class/gpio lead to: a chip, its pins
 ///     devices/virtual/misc/uleds/NAME/...                 what the links in class/leds lead to
 ///
-/// A thread of its own answers. That has two consequences for the program it is part of:
-/// - Threads of this program had better not wait in a read. Killed meanwhile, it would wait for its own answer for ever.
-/// - A process forked from it keeps the connection to the kernel open until it becomes another program. It can hang in
-///   the files when this object is gone, unless it has closed what it inherited.
+/// A thread of its own answers. That has two consequences for the program that it is part of:
+/// - Threads of this program should not wait in a read: if the program is killed meanwhile, it waits forever for its own
+///   answer.
+/// - A process forked from it keeps the connection to the kernel open until it becomes another program. When this object
+///   is gone, such a process can hang in the files, unless it has closed what it inherited.
 class KernelFiles
 {
 public:
-    /// Called on the files' own thread, or on the one that uses a model directly, until the destructor returns. A listener
-    /// must not use the files, which only that thread could answer, nor change pins and LEDs.
+    /// Called on the files' own thread, or on the thread that uses a model directly, until the destructor returns. A
+    /// listener must not use the files, because only that thread could answer, nor change pins and LEDs.
     struct Listeners
     {
         PinListener onPin;
@@ -37,7 +38,8 @@ public:
     /// Throws std::runtime_error with one line that says what is missing.
     explicit KernelFiles(const std::filesystem::path& mountPoint, const Listeners& listeners = {});
 
-    /// Closes what is still open: reads that wait fail with ENODEV, polls report POLLERR, later calls fail. Then unmounts.
+    /// Closes what is still open, then unmounts. Reads that wait fail with ENODEV, polls report POLLERR, later calls
+    /// fail.
     ~KernelFiles();
 
     KernelFiles(const KernelFiles&) = delete;

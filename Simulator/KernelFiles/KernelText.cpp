@@ -38,7 +38,7 @@ int ParseDigits(std::string_view text, int base, unsigned long& value)
     return result.ec == std::errc() && (rest.empty() || rest == "\n") ? 0 : EINVAL;
 }
 
-// Takes the "0x" away; the "0" of an octal number is one of its digits.
+// Removes the "0x"; the "0" of an octal number is one of its digits.
 int RemoveBase(std::string_view& text)
 {
     if (text.empty() || text.front() != '0')

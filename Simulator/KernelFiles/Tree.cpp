@@ -17,8 +17,8 @@ namespace
 
 constexpr unsigned PlaceBits = 8; // of a node's number, the lowest
 
-// A row of the table. In path and text '#' stands for the number of an exported pin and '*' for the name of an LED: there is
-// one such node for each.
+// A row of the table. In path and text '#' stands for the number of an exported pin and '*' for the name of an LED.
+// There is one such node for each pin or LED.
 struct Place
 {
     std::string path;
@@ -42,7 +42,7 @@ Place Constant(const std::string& path, const std::string& text)
     return {path, NodeKind::Text, 0444, text};
 }
 
-// What the kernel gives each of its devices. `event` is what its "uevent" tells.
+// The files that the kernel gives each of its devices. `event` is the text of its "uevent".
 std::vector<Place> DeviceFiles(const std::string& device, const std::string& event)
 {
     const std::string power = device + "/power";
@@ -59,7 +59,8 @@ std::vector<Place> DeviceFiles(const std::string& device, const std::string& eve
             Constant(power + "/runtime_usage", "0\n")};
 }
 
-// The layout of sysfs. Left out are the device numbers of what is no character device here, and links that would lead nowhere.
+// The layout of sysfs. It leaves out the device numbers of files that are no character devices here, and links that
+// would lead nowhere.
 std::vector<Place> MakePlaces()
 {
     const std::string ledsDirectory = "devices/virtual/misc/uleds";
@@ -163,7 +164,7 @@ Node Node::FromNumber(uint64_t number)
     return {static_cast<std::size_t>((number & mask) - 1), number >> PlaceBits};
 }
 
-// The number of the root is 1, by the kernel's rules.
+// The root's number is 1 by the kernel's rules.
 uint64_t Node::Number() const
 {
     return id << PlaceBits | (place + 1);
@@ -204,7 +205,7 @@ std::vector<Tree::Entry> Tree::List(Node directory) const
     return entries;
 }
 
-// Of the nodes that a name in the table stands for, in a directory.
+// The nodes for which a name in the table stands, in a directory.
 std::vector<uint64_t> Tree::Ids(Node directory, const std::string& name) const
 {
     std::vector<uint64_t> ids;
@@ -263,7 +264,7 @@ int Tree::PinOf(Node node)
     return static_cast<int>(node.id % Gpio::PinCount);
 }
 
-// What stands for the mark in a path: the pin's number or the LED's name.
+// What replaces the mark in a path: the pin's number or the LED's name.
 std::string Tree::NameOf(Node node) const
 {
     return IsPinOrBelow(Places().at(node.place)) ? std::to_string(PinOf(node)) : uleds.NameOf(node.id);

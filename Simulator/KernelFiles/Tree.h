@@ -31,8 +31,8 @@ enum class NodeKind : uint8_t
     MaxBrightness
 };
 
-/// A file, directory or link. What is made anew under an old name is another node: files of the old one that are still open
-/// do not reach it.
+/// A file, directory or link. A new node under an old name is another node: files of the old one that are still open do
+/// not reach it.
 struct Node
 {
     std::size_t place; // in the table of the tree
@@ -44,7 +44,7 @@ struct Node
     NodeKind Kind() const;
 };
 
-/// Which files there are at the moment. Any thread.
+/// The files that exist at the moment. Any thread may call.
 class Tree
 {
 public:
@@ -58,21 +58,21 @@ public:
 
     Tree(const Gpio& chip, const Uleds& ledDevices);
 
-    /// Empty for what is no directory, and for a directory that is gone.
+    /// Empty if it is no directory, or the directory is gone.
     std::vector<Entry> List(Node directory) const;
 
     bool Exists(Node node) const;
 
-    /// Type and permissions, as stat has them for a new node.
+    /// Type and permissions as in stat, for a new node.
     static mode_t Mode(Node node);
 
-    /// Of a link: where it leads. Of a text: what is read, with its newline.
+    /// For a link: where it leads. For a text: what is read, with its newline.
     std::string TextOf(Node node) const;
 
-    /// Whether a text takes this when it is written.
+    /// Whether this can be written to a text.
     static bool Takes(Node text, std::string_view written);
 
-    /// Of a node below a pin's directory, and of the directory.
+    /// For a node below a pin's directory, and for the directory.
     static int PinOf(Node node);
 
 private:

@@ -12,8 +12,8 @@
 namespace Simulator
 {
 
-/// Answers the requests for the userspace LED device, each open file of which is a handle. One thread, that of the
-/// session.
+/// Answers the requests for the userspace LED device. Each open file of the device is a handle. Only the session's
+/// thread may call.
 class UledsRequests
 {
 public:
@@ -26,12 +26,12 @@ public:
 
     void Write(fuse_req_t request, const std::string& record, const fuse_file_info& info);
 
-    /// `poller` stands for those who wait; null when nobody does. It is owned from now on.
+    /// `poller` stands for the waiting processes; it is null if nobody waits. This object owns it from now on.
     void Poll(fuse_req_t request, const fuse_file_info& info, fuse_pollhandle* poller);
 
     void Release(fuse_req_t request, const fuse_file_info& info);
 
-    /// Makes everybody who waits in a poll ask again.
+    /// Makes all processes that wait in a poll ask again.
     void WakePollers();
 
     /// Closes all handles.

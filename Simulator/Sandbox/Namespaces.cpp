@@ -30,7 +30,7 @@ namespace
     throw std::runtime_error(what + ": " + strerror(error));
 }
 
-// In one write, as the kernel demands of these files. The result is errno, or 0.
+// Writes the file in one piece, as the kernel demands. Returns errno, or 0.
 int WriteFile(const std::string& path, const std::string& text)
 {
     const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
@@ -43,7 +43,7 @@ int WriteFile(const std::string& path, const std::string& text)
     return error;
 }
 
-// The numbers that this process knows, each mapped to itself.
+// Maps the numbers that this process knows, each to itself.
 std::string IdentityMap(const std::string& path)
 {
     std::ifstream known(path);
@@ -58,7 +58,7 @@ std::string IdentityMap(const std::string& path)
     return map.str();
 }
 
-// Runs outside of the new namespace, where root has the right to map more than itself.
+// Runs outside the new namespace, where root may map more than itself.
 int MapUsers(pid_t pid)
 {
     const std::string process = "/proc/" + std::to_string(pid);
@@ -77,7 +77,7 @@ int MapUsers(pid_t pid)
                      root ? IdentityMap("/proc/self/gid_map") : "0 " + std::to_string(getegid()) + " 1");
 }
 
-// Unshares with a user namespace. A child that stays outside writes the maps. The result is errno, or 0.
+// Unshares with a user namespace. A child that stays outside writes the maps. Returns errno, or 0.
 int UnshareWithUser()
 {
     std::array<int, 2> unshared{};
@@ -109,15 +109,15 @@ int UnshareWithUser()
     return error != 0 ? error : WEXITSTATUS(status);
 }
 
-// Tells directories apart.
+// Identifies a directory.
 std::pair<ino_t, dev_t> WorkingDirectory()
 {
     struct stat status = {};
     return stat(".", &status) == 0 ? std::pair(status.st_ino, status.st_dev) : std::pair<ino_t, dev_t>();
 }
 
-// Makes the mount private that a chroot's directory lies in, which has no path in there: with the root directory elsewhere,
-// ".." leads up to it.
+// Makes the mount private that contains a chroot's directory. That mount has no path inside the chroot: with the root
+// directory elsewhere, ".." leads up to it.
 bool MakePrivateAroundRoot(unsigned long flags)
 {
     const int root = open("/", O_PATH | O_DIRECTORY | O_CLOEXEC);
@@ -133,7 +133,7 @@ bool MakePrivateAroundRoot(unsigned long flags)
     return done;
 }
 
-// Keeps what is mounted from now on from every other namespace.
+// Hides what is mounted from now on from every other namespace.
 void MakeMountsPrivate()
 {
     constexpr unsigned long Private = MS_REC | MS_PRIVATE;
@@ -161,8 +161,8 @@ void Mount(const char* type, const std::filesystem::path& target, unsigned long 
     }
 }
 
-// A "/dev" for all that runs in the namespaces, also when the board has been taken down: with the queues of this IPC
-// namespace, and with pseudo-terminals. The system's "ptmx" would not find its terminals from a directory that is a cover.
+// A "/dev" for everything that runs in the namespaces, even after the board has been taken down. It has the queues of
+// this IPC namespace, and pseudo-terminals. From a covered directory, the system's "ptmx" would not find its terminals.
 void MakeDeviceDirectory()
 {
     CoverDirectory("/dev");
@@ -179,7 +179,7 @@ void EnterNamespaces()
     {
         if (geteuid() != 0)
         {
-            // Without the error's own text: for a limit of 0 it would speak of a full device.
+            // The error's own text is left out: for a limit of 0 it would speak of a full device.
             throw std::runtime_error(
                 "this system gives an ordinary user no user namespace (see the sysctl user.max_user_namespaces and the "
                 "rules of its security module); run as root instead");
@@ -212,14 +212,14 @@ void JoinNamespaces(pid_t pid)
     const auto workingDirectory = std::filesystem::current_path(ignored);
     for (std::size_t index = 0; index < Kinds.size(); ++index)
     {
-        // Joining the user namespace that one is in already is an error of no consequence.
+        // Joining one's own user namespace is an error that does not matter.
         if (setns(namespaces[index], 0) == -1 && !(index == 0 && errno == EINVAL))
         {
             Fail("cannot join the namespaces of process " + std::to_string(pid), errno);
         }
         close(namespaces[index]);
     }
-    // Joining a mount namespace leads to the top of it, which is not where a process in a chroot has its root directory.
+    // Joining a mount namespace leads to its top, which is not the root directory of a process in a chroot.
     if (root == -1 || fchdir(root) == -1 || chroot(".") == -1)
     {
         Fail("cannot enter the root directory of process " + std::to_string(pid), errno);

@@ -21,7 +21,7 @@ namespace
     throw std::runtime_error(what + ": " + strerror(error));
 }
 
-// A mount needs something of the same kind to cover.
+// A mount can only cover something of the same kind.
 void MakeMountPoint(const std::filesystem::path& target, bool directory)
 {
     std::error_code ignored;
@@ -54,7 +54,7 @@ void CoverDirectory(const std::filesystem::path& directory)
         close(original);
         Fail("cannot cover " + directory.string(), error);
     }
-    // What is covered can still be reached through the descriptor.
+    // The descriptor still leads to what is covered.
     const std::filesystem::path covered = "/proc/self/fd/" + std::to_string(original);
     for (const auto& entry : std::filesystem::directory_iterator(covered))
     {

@@ -5,14 +5,14 @@
 namespace Simulator
 {
 
-/// Covers `directory`, in the calling process's own mount namespace, with one that shows the same entries and in which
-/// more can be made. `directory` is created where it is missing. Throws std::runtime_error.
+/// Covers `directory`, in the calling process's own mount namespace, with one that shows the same entries and lets more
+/// be made. Creates `directory` if it is missing. Throws std::runtime_error.
 void CoverDirectory(const std::filesystem::path& directory);
 
 /// Shows `source`, a file or a directory, at `target` too, in place of what is there. Throws std::runtime_error.
 void BindMount(const std::filesystem::path& source, const std::filesystem::path& target);
 
-/// Takes back the last mount at `target`, at the latest when nothing uses it any more. Never fails.
+/// Undoes the last mount at `target`, at the latest when nothing uses it any more. Never fails.
 void Unmount(const std::filesystem::path& target);
 
 } // namespace Simulator

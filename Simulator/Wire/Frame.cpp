@@ -70,7 +70,7 @@ std::vector<uint8_t> Encode(const Frame& frame)
     body.insert(body.end(), frame.payload.begin(), frame.payload.end());
     AppendLittleEndian(body, Checksum(body.data(), body.size()));
 
-    // With a flag at both ends a frame is complete at once, and what was on the line before it cannot spoil it.
+    // With a flag at both ends a frame is complete at once, and earlier bytes on the line cannot spoil it.
     std::vector<uint8_t> bytes{Flag};
     for (const uint8_t byte : body)
     {

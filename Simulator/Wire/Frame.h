@@ -37,21 +37,21 @@ struct Frame
     std::vector<uint8_t> payload{};
 };
 
-/// The bytes for the line, flags included. The payload must not be longer than MaxPayload: nobody would accept the
-/// frame.
+/// The bytes for the line, including the flags. The payload must not be longer than MaxPayload, because nobody would
+/// accept the frame.
 std::vector<uint8_t> Encode(const Frame& frame);
 
-/// Finds the frames in a stream of bytes. Whatever comes in, it needs no more memory than one frame, and what follows
-/// the next flag is received again. Not for several threads at once.
+/// Finds the frames in a stream of bytes. Whatever comes in, it needs no more memory than one frame; after damage it
+/// goes on with the next flag. Only one thread at a time may call.
 class Decoder
 {
 public:
     using Handler = std::function<void(const Frame&)>;
 
-    /// Takes the next bytes of the stream, however it is cut, and calls `onFrame` for each frame that they complete.
+    /// Takes the next bytes of the stream, however they are cut, and calls `onFrame` for each frame that they complete.
     void Feed(const uint8_t* data, std::size_t size, const Handler& onFrame);
 
-    /// Damaged pieces dropped so far: everything between two flags that is not a frame, but not an empty gap.
+    /// How many damaged pieces were dropped so far: everything between two flags that is no frame, except empty gaps.
     uint64_t Rejected() const
     {
         return rejected;
