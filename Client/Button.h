@@ -1,8 +1,7 @@
 #pragma once
 
+#include "Command.h"
 #include "Log.h"
-
-#include "Orvel/Protocol.h"
 
 #include <cstdint>
 #include <string>
@@ -12,12 +11,15 @@ namespace OrvelClient
 
 struct ButtonOptions
 {
-    std::string queue = ORVEL_PROG_BUTTON_QUEUE;
-    TimeStamp timeStamp = TimeStamp::Absolute;
-    uint64_t number = 0; ///< of messages after which it ends; 0: goes on
+    /// Throws Failure (WrongOption).
+    explicit ButtonOptions(const CommandLine& line);
+
+    std::string queue;
+    TimeStamp timeStamp;
+    uint64_t number; ///< of messages after which it ends; 0: goes on
 };
 
-/// Shows when the programming button is pressed and released, until it is stopped. Throws Failure.
-void Button(const ButtonOptions& options);
+/// Shows when the programming button is pressed and released, until it is stopped.
+Command ButtonCommand();
 
 } // namespace OrvelClient

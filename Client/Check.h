@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Orvel/Protocol.h"
+#include "Command.h"
 
 #include <string>
 #include <vector>
@@ -10,13 +10,16 @@ namespace OrvelClient
 
 struct CheckOptions
 {
+    /// Throws Failure (WrongOption).
+    explicit CheckOptions(const CommandLine& line);
+
     std::string driver; ///< the daemon; empty: the one that lies beside this program
-    int resetGpio = 3;
-    std::vector<std::string> buttonQueues{ORVEL_PROG_BUTTON_QUEUE};
+    int resetGpio;
+    std::vector<std::string> buttonQueues;
 };
 
 /// Shows, in one line each, whether this machine has what the daemon needs if this user starts it, and what to do about
-/// it. False if the daemon would not start. Throws Failure.
-bool Check(const CheckOptions& options);
+/// it. Its status is Failed if the daemon would not start.
+Command CheckCommand();
 
 } // namespace OrvelClient

@@ -1,5 +1,7 @@
 #include "Generate.h"
 
+#include "CommandLine.h"
+#include "CommonOptions.h"
 #include "Failure.h"
 #include "FrameSender.h"
 #include "Output.h"
@@ -10,7 +12,10 @@
 namespace OrvelClient
 {
 
-void Generate(const GenerateOptions& options)
+namespace
+{
+
+Status Generate(const GenerateOptions& options)
 {
     using namespace std::chrono;
     const uint32_t seed = options.seed ? *options.seed : std::random_device()();
@@ -30,7 +35,7 @@ void Generate(const GenerateOptions& options)
                 throw Failure(Status::Interrupted, "stopped after " + std::to_string(count) + " of " +
                                                        std::to_string(options.number) + " telegrams");
             }
-            return;
+            return Status::Done;
         }
         const Bytes telegram = telegrams.Next();
         if (options.print)
@@ -42,6 +47,46 @@ void Generate(const GenerateOptions& options)
             sender.Send(telegram);
         }
     }
+    return Status::Done;
+}
+
+constexpr std::chrono::milliseconds DefaultWait{1000};
+
+double Rate(const CommandLine& line)
+{
+    return line.NumberOr<double>(10, "rate", 0.001, 100000); // telegrams a second
+}
+
+std::optional<uint32_t> Seed(const CommandLine& line)
+{
+    return line.Has("seed") ? std::optional(line.NumberOr<uint32_t>(0, "seed", 0, UINT32_MAX)) : std::nullopt;
+}
+
+} // namespace
+
+GenerateOptions::GenerateOptions(const CommandLine& line)
+    : rate(Rate(line))
+    , number(TakeNumber(line))
+    , seed(Seed(line))
+    , print(line.Has("print"))
+    , wait(TakeWait(line, DefaultWait))
+{
+}
+
+Command GenerateCommand()
+{
+    return {"generate",
+            "",
+            "send random telegrams, for load",
+            "[OPTION...]",
+            "Sends random telegrams to random group addresses.",
+            {{"rate", "Send so many telegrams a second, default is: 10"},
+             NumberOption("telegrams"),
+             {"seed", "The same seed gives the same telegrams; without it they differ each time."},
+             {"print", "Show the telegrams, as 'send' reads them, instead of sending them.", Option::Kind::Flag},
+             WaitOption(DefaultWait)},
+            0,
+            Prepare<GenerateOptions, Generate>};
 }
 
 } // namespace OrvelClient

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Command.h"
+
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -9,14 +11,17 @@ namespace OrvelClient
 
 struct GenerateOptions
 {
-    double rate = 10;             ///< telegrams a second
-    uint64_t number = 0;          ///< of telegrams; 0: goes on
+    /// Throws Failure (WrongOption).
+    explicit GenerateOptions(const CommandLine& line);
+
+    double rate;                  ///< telegrams a second
+    uint64_t number;              ///< of telegrams; 0: goes on
     std::optional<uint32_t> seed; ///< none: another one each time
-    bool print = false;           ///< the telegrams are shown instead of sent
-    std::chrono::milliseconds wait{1000};
+    bool print;                   ///< the telegrams are shown instead of sent
+    std::chrono::milliseconds wait;
 };
 
-/// Sends random telegrams until it is stopped. Throws Failure.
-void Generate(const GenerateOptions& options);
+/// Sends random telegrams until it is stopped.
+Command GenerateCommand();
 
 } // namespace OrvelClient

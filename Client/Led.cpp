@@ -1,5 +1,6 @@
 #include "Led.h"
 
+#include "CommandLine.h"
 #include "Failure.h"
 #include "Output.h"
 
@@ -68,9 +69,7 @@ void Set(const std::string& led, const std::string& brightness)
     }
 }
 
-} // namespace
-
-void Led(const LedOptions& options)
+Status Led(const LedOptions& options)
 {
     const std::set<std::string> leds = Leds();
     if (!options.name.empty() && leds.count(options.name) == 0)
@@ -85,13 +84,61 @@ void Led(const LedOptions& options)
     {
         Set(options.name,
             options.full ? Content(Path(options.name, "max_brightness")) : std::to_string(*options.brightness));
-        return;
+        return Status::Done;
     }
     Output output;
     for (const std::string& led : options.name.empty() ? leds : std::set<std::string>{options.name})
     {
         output.Write(Line(led));
     }
+    return Status::Done;
+}
+
+std::optional<int> Brightness(const std::string& text)
+{
+    constexpr int most = 100;
+    if (text == "off")
+    {
+        return 0;
+    }
+    const auto brightness = ParseNumber<int>(text);
+    if (!brightness || *brightness < 0 || *brightness > most)
+    {
+        Reject("an LED is on, off or 0 to 100, not '" + text + "'");
+    }
+    return brightness;
+}
+
+} // namespace
+
+LedOptions::LedOptions(const CommandLine& line)
+{
+    const auto& arguments = line.Arguments();
+    if (!arguments.empty())
+    {
+        name = arguments[0];
+        if (name.empty())
+        {
+            Reject("an LED has a name");
+        }
+    }
+    if (arguments.size() > 1)
+    {
+        full = arguments[1] == "on";
+        brightness = full ? std::nullopt : Brightness(arguments[1]);
+    }
+}
+
+Command LedCommand()
+{
+    return {"led",
+            "NAME STATE",
+            "list the LEDs, show one, or set it: on, off, 0 to 100",
+            "[OPTION...] [NAME [on|off|0..100]]",
+            "Lists the LEDs with their brightness and their highest brightness, or sets one.",
+            {},
+            2,
+            Prepare<LedOptions, Led>};
 }
 
 } // namespace OrvelClient

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Command.h"
+
 #include <optional>
 #include <string>
 
@@ -8,12 +10,15 @@ namespace OrvelClient
 
 struct LedOptions
 {
+    /// Throws Failure (WrongOption).
+    explicit LedOptions(const CommandLine& line);
+
     std::string name;              ///< empty: all are listed
     std::optional<int> brightness; ///< none: it is shown
     bool full = false;             ///< as bright as it can be, instead of `brightness`
 };
 
-/// Lists the LEDs of this machine, shows one, or sets one. Throws Failure.
-void Led(const LedOptions& options);
+/// Lists the LEDs of this machine, shows one, or sets one.
+Command LedCommand();
 
 } // namespace OrvelClient

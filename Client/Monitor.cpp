@@ -1,6 +1,8 @@
 #include "Monitor.h"
 
 #include "Capture.h"
+#include "CommandLine.h"
+#include "CommonOptions.h"
 #include "Description.h"
 #include "Failure.h"
 #include "Queue.h"
@@ -11,6 +13,7 @@
 #include <array>
 #include <cstdio>
 #include <map>
+#include <utility>
 
 namespace OrvelClient
 {
@@ -49,9 +52,7 @@ private:
     uint64_t sum = 0;
 };
 
-} // namespace
-
-void Monitor(const MonitorOptions& options)
+Status Monitor(const MonitorOptions& options)
 {
     using Format = MonitorOptions::Format;
     const StopSignals stop;
@@ -99,6 +100,57 @@ void Monitor(const MonitorOptions& options)
         output.Write(counter.Table());
     }
     stop.RequireAll(count, options.number);
+    return Status::Done;
+}
+
+// Each of these options chooses a format; none chooses the log.
+MonitorOptions::Format ChosenFormat(const CommandLine& line)
+{
+    using Format = MonitorOptions::Format;
+    constexpr std::array<std::pair<const char*, Format>, 4> formats{
+        {{"time", Format::Log}, {"count", Format::Count}, {"json", Format::Json}, {"pcap", Format::Capture}}};
+    const char* chosen = nullptr;
+    Format format = Format::Log;
+    for (const auto& [option, itsFormat] : formats)
+    {
+        if (!line.Has(option))
+        {
+            continue;
+        }
+        if (chosen != nullptr)
+        {
+            Reject(std::string("--") + chosen + " and --" + option + " cannot go together");
+        }
+        chosen = option;
+        format = itsFormat;
+    }
+    return format;
+}
+
+} // namespace
+
+MonitorOptions::MonitorOptions(const CommandLine& line)
+    : format(ChosenFormat(line))
+    , timeStamp(TakeTimeStamp(line))
+    , captureFile(line.TextOr("", "pcap"))
+    , number(TakeNumber(line))
+{
+}
+
+Command MonitorCommand()
+{
+    return {"monitor",
+            "",
+            "show what comes from the bus, and the state of the link",
+            "[OPTION...]",
+            "Shows each message from the bus, and the state of the link.",
+            {TimeOption(),
+             NumberOption("messages"),
+             {"count", "Show only how many messages of each kind came, at the end.", Option::Kind::Flag},
+             {"json", "Show each message as one JSON object.", Option::Kind::Flag},
+             {"pcap", "Write a capture for Wireshark and tshark to this file; '-' is standard output."}},
+            0,
+            Prepare<MonitorOptions, Monitor>};
 }
 
 } // namespace OrvelClient

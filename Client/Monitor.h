@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Command.h"
 #include "Log.h"
 
 #include <cstdint>
@@ -18,13 +19,16 @@ struct MonitorOptions
         Capture
     };
 
-    Format format = Format::Log;
-    TimeStamp timeStamp = TimeStamp::Absolute;
+    /// Throws Failure (WrongOption).
+    explicit MonitorOptions(const CommandLine& line);
+
+    Format format;
+    TimeStamp timeStamp;
     std::string captureFile;
-    uint64_t number = 0; ///< of messages after which it ends; 0: goes on
+    uint64_t number; ///< of messages after which it ends; 0: goes on
 };
 
-/// Shows the messages from the link until it is stopped. Throws Failure.
-void Monitor(const MonitorOptions& options);
+/// Shows the messages from the link until it is stopped.
+Command MonitorCommand();
 
 } // namespace OrvelClient

@@ -1,6 +1,8 @@
 #include "Replay.h"
 
 #include "Capture.h"
+#include "CommandLine.h"
+#include "CommonOptions.h"
 #include "Failure.h"
 #include "FrameSender.h"
 #include "Log.h"
@@ -145,7 +147,10 @@ std::chrono::steady_clock::duration PauseBefore(std::chrono::microseconds passed
     return duration_cast<steady_clock::duration>(std::clamp(pause, Pause::zero(), longest));
 }
 
-void Replay(const ReplayOptions& options)
+namespace
+{
+
+Status Replay(const ReplayOptions& options)
 {
     using namespace std::chrono;
     const auto messages = ReadMessages(options.file);
@@ -175,6 +180,56 @@ void Replay(const ReplayOptions& options)
     }
     Notice(Output(), "sent " + std::to_string(sent) + " of " + std::to_string(messages.size()) + " messages" +
                          (sent < messages.size() ? "; the others are no frames for the bus" : ""));
+    return Status::Done;
+}
+
+constexpr std::chrono::milliseconds DefaultWait{1000};
+
+std::string File(const CommandLine& line)
+{
+    if (line.Arguments().empty())
+    {
+        Reject("replay needs a file");
+    }
+    return line.Arguments().front();
+}
+
+double Speed(const std::string& text)
+{
+    constexpr double least = 0.001;
+    constexpr double most = 1000;
+    if (text == "max")
+    {
+        return 0;
+    }
+    const auto speed = ParseNumber<double>(text);
+    if (!speed || !(*speed >= least && *speed <= most))
+    {
+        Reject("--speed takes 0.001 to 1000, or max, not '" + text + "'");
+    }
+    return *speed;
+}
+
+} // namespace
+
+ReplayOptions::ReplayOptions(const CommandLine& line)
+    : file(File(line))
+    , speed(Speed(line.TextOr("1", "speed")))
+    , wait(TakeWait(line, DefaultWait))
+{
+}
+
+Command ReplayCommand()
+{
+    return {"replay",
+            "FILE",
+            "send the frames of a log or a capture of the monitor",
+            "[OPTION...] FILE",
+            "Sends the frames of a log or a capture of the monitor, with its timing; '-' is standard input.",
+            {{"speed", "Send so many times as fast; max is as fast as the queue takes the frames, default is: 1"},
+             WaitOption(DefaultWait)},
+            1,
+            Prepare<ReplayOptions, Replay>};
 }
 
 } // namespace OrvelClient

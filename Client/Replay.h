@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Command.h"
+
 #include "Knx/HexDigits.h"
 
 #include <chrono>
@@ -13,14 +15,16 @@ using Knx::Bytes;
 
 struct ReplayOptions
 {
+    /// Throws Failure (WrongOption).
+    explicit ReplayOptions(const CommandLine& line);
+
     std::string file; ///< "-" is standard input
-    double speed = 1; ///< 2 is twice as fast; 0: as fast as the queue takes them
-    std::chrono::milliseconds wait{1000};
+    double speed;     ///< 2 is twice as fast; 0: as fast as the queue takes them
+    std::chrono::milliseconds wait;
 };
 
-/// Sends the frames of a log or a capture of the monitor. Sends nothing unless it understands the whole file. Throws
-/// Failure.
-void Replay(const ReplayOptions& options);
+/// Sends the frames of a log or a capture of the monitor. Sends nothing unless it understands the whole file.
+Command ReplayCommand();
 
 /// The request that puts the frame onto the bus again; nothing if there is none, as for the state of the link. An
 /// indication or a confirmation becomes a request, without what belongs to its reception.

@@ -1,9 +1,13 @@
 #include "Send.h"
 
+#include "CommandLine.h"
+#include "CommonOptions.h"
 #include "Failure.h"
 #include "FrameSender.h"
 #include "Input.h"
 #include "Message.h"
+
+#include <cstdint>
 
 namespace OrvelClient
 {
@@ -20,9 +24,7 @@ void SendLine(FrameSender& sender, const std::string& line)
     }
 }
 
-} // namespace
-
-void Send(const SendOptions& options)
+Status Send(const SendOptions& options)
 {
     const StopSignals stop;
     FrameSender sender(stop, options.wait);
@@ -34,7 +36,7 @@ void Send(const SendOptions& options)
             digits += (digits.empty() ? "" : " ") + part;
         }
         sender.Send(FrameFromText(digits));
-        return;
+        return Status::Done;
     }
     LineInput input(stop);
     std::string line;
@@ -53,6 +55,29 @@ void Send(const SendOptions& options)
     {
         throw Failure(Status::Interrupted, "stopped before the end of the input");
     }
+    return Status::Done;
+}
+
+constexpr std::chrono::milliseconds DefaultWait{0};
+
+} // namespace
+
+SendOptions::SendOptions(const CommandLine& line)
+    : digits(line.Arguments())
+    , wait(TakeWait(line, DefaultWait))
+{
+}
+
+Command SendCommand()
+{
+    return {"send",
+            "HEX",
+            "send a frame to the bus, or each line of standard input",
+            "[OPTION...] [HEX...]",
+            "Sends the frame to the bus. Without HEX, each line of standard input is a frame.",
+            {WaitOption(DefaultWait)},
+            SIZE_MAX,
+            Prepare<SendOptions, Send>};
 }
 
 } // namespace OrvelClient

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Command.h"
+
 #include <chrono>
 #include <string>
 #include <vector>
@@ -9,11 +11,14 @@ namespace OrvelClient
 
 struct SendOptions
 {
+    /// Throws Failure (WrongOption).
+    explicit SendOptions(const CommandLine& line);
+
     std::vector<std::string> digits; ///< of one frame; none: frames come from standard input
-    std::chrono::milliseconds wait{};
+    std::chrono::milliseconds wait;
 };
 
-/// Sends a frame, or each line of standard input. Throws Failure.
-void Send(const SendOptions& options);
+/// Sends a frame, or each line of standard input.
+Command SendCommand();
 
 } // namespace OrvelClient

@@ -1,37 +1,83 @@
-// Fuzzes the command line of orvelctl. The input is the arguments after the program's name, each with a zero byte at
-// its end.
+// The command line of orvelctl. The input is the arguments behind the program's name, each with a zero byte at its end.
 
-#include "Failure.h"
-#include "Options.h"
+#include "Button.h"
+#include "Check.h"
+#include "CommandLine.h"
+#include "Commands.h"
+#include "Generate.h"
+#include "Led.h"
+#include "Monitor.h"
+#include "Queue.h"
+#include "Replay.h"
+#include "Send.h"
 
 #include "Expect.h"
 #include "Input.h"
 
+#include <string_view>
+
 using namespace std::chrono_literals;
-using OrvelClient::Options;
+using namespace OrvelClient;
 
 namespace
 {
 
-bool IsWait(std::chrono::milliseconds wait)
+void ExpectWait(std::chrono::milliseconds wait)
 {
-    return wait >= 0ms && wait <= 24h;
+    Fuzz::Expect("a wait of a day at the most", wait >= 0ms && wait <= 24h);
 }
 
-void Check(const Options& options)
+void Check(const SendOptions& send)
 {
-    Fuzz::ExpectEqual("a text for help", !options.help.empty(), options.command == Options::Command::Help);
-    Fuzz::Expect("a wait of a day at the most",
-                 IsWait(options.send.wait) && IsWait(options.replay.wait) && IsWait(options.generate.wait));
-    Fuzz::Expect("a speed that can be kept",
-                 options.replay.speed == 0 || (options.replay.speed >= 0.001 && options.replay.speed <= 1000));
-    Fuzz::Expect("a rate that can be kept", options.generate.rate >= 0.001 && options.generate.rate <= 100000);
-    if (options.led.brightness)
+    ExpectWait(send.wait);
+}
+
+void Check(const MonitorOptions& monitor)
+{
+    Fuzz::Expect("a format for the file",
+                 monitor.captureFile.empty() || monitor.format == MonitorOptions::Format::Capture);
+}
+
+void Check(const ReplayOptions& replay)
+{
+    ExpectWait(replay.wait);
+    Fuzz::Expect("a speed that can be kept", replay.speed == 0 || (replay.speed >= 0.001 && replay.speed <= 1000));
+}
+
+void Check(const GenerateOptions& generate)
+{
+    ExpectWait(generate.wait);
+    Fuzz::Expect("a rate that can be kept", generate.rate >= 0.001 && generate.rate <= 100000);
+}
+
+void Check(const ButtonOptions& button)
+{
+    Fuzz::Expect("the name of a queue", Queue::IsName(button.queue));
+}
+
+void Check(const LedOptions& led)
+{
+    Fuzz::Expect("a brightness", !led.brightness || (*led.brightness >= 0 && *led.brightness <= 100));
+}
+
+void Check(const CheckOptions& check)
+{
+    Fuzz::Expect("a pin", check.resetGpio >= 0);
+    Fuzz::Expect("a queue for the button", !check.buttonQueues.empty());
+}
+
+// Looks at the options if it is this command that was given.
+template<typename Options>
+void CheckIf(const Command& command, int argc, const char* const* argv)
+{
+    if (argc == 0 || std::string_view(command.name) != argv[0])
     {
-        Fuzz::Expect("a brightness", *options.led.brightness >= 0 && *options.led.brightness <= 100);
+        return;
     }
-    Fuzz::Expect("a pin", options.check.resetGpio >= 0);
-    Fuzz::Expect("a queue for the button", !options.check.buttonQueues.empty());
+    if (const CommandLine line(command, argc, argv); line.Help().empty())
+    {
+        Check(Options(line));
+    }
 }
 
 } // namespace
@@ -41,13 +87,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     std::vector<std::string> arguments = Fuzz::TakeArguments(data, size);
     arguments.insert(arguments.begin(), "orvelctl");
     const std::vector<const char*> argv = Fuzz::Argv(arguments);
+    const int argc = static_cast<int>(arguments.size());
     try
     {
-        Check(OrvelClient::ParseOptions(static_cast<int>(arguments.size()), argv.data()));
+        Fuzz::Expect("something to do", static_cast<bool>(ActionFor(argc, argv.data())));
+        CheckIf<SendOptions>(SendCommand(), argc - 1, argv.data() + 1);
+        CheckIf<MonitorOptions>(MonitorCommand(), argc - 1, argv.data() + 1);
+        CheckIf<ReplayOptions>(ReplayCommand(), argc - 1, argv.data() + 1);
+        CheckIf<GenerateOptions>(GenerateCommand(), argc - 1, argv.data() + 1);
+        CheckIf<ButtonOptions>(ButtonCommand(), argc - 1, argv.data() + 1);
+        CheckIf<LedOptions>(LedCommand(), argc - 1, argv.data() + 1);
+        CheckIf<CheckOptions>(CheckCommand(), argc - 1, argv.data() + 1);
     }
-    catch (const OrvelClient::Failure& failure)
+    catch (const Failure& failure)
     {
-        Fuzz::Expect("a wrong option", failure.ExitStatus() == OrvelClient::Status::WrongOption);
+        Fuzz::Expect("a wrong option", failure.ExitStatus() == Status::WrongOption);
         Fuzz::Expect("what is wrong", *failure.what() != '\0');
     }
     return 0;

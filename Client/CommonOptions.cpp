@@ -1,0 +1,62 @@
+#include "CommonOptions.h"
+
+#include "CommandLine.h"
+
+namespace OrvelClient
+{
+
+namespace
+{
+
+constexpr int64_t MaxWait = 86400000;            // ms: a day
+constexpr uint64_t MaxNumber = 1000000000000000; // more than anybody will wait for
+
+} // namespace
+
+Option TimeOption()
+{
+    return {"t,time",
+            "Time stamps: absolute (seconds since 1970), relative (to the first message) or delta (to the one "
+            "before), default is: absolute"};
+}
+
+TimeStamp TakeTimeStamp(const CommandLine& line)
+{
+    const std::string name = line.TextOr("absolute", "time");
+    if (name == "absolute")
+    {
+        return TimeStamp::Absolute;
+    }
+    if (name == "relative")
+    {
+        return TimeStamp::Relative;
+    }
+    if (name != "delta")
+    {
+        Reject("--time is absolute, relative or delta, not '" + name + "'");
+    }
+    return TimeStamp::Delta;
+}
+
+Option NumberOption(const std::string& what)
+{
+    return {"n,number", "End after so many " + what + "."};
+}
+
+uint64_t TakeNumber(const CommandLine& line)
+{
+    return line.NumberOr<uint64_t>(0, "number", 1, MaxNumber);
+}
+
+Option WaitOption(std::chrono::milliseconds otherwise)
+{
+    return {"wait",
+            "Wait so many milliseconds for room in the queue, default is: " + std::to_string(otherwise.count())};
+}
+
+std::chrono::milliseconds TakeWait(const CommandLine& line, std::chrono::milliseconds otherwise)
+{
+    return std::chrono::milliseconds(line.NumberOr<int64_t>(otherwise.count(), "wait", 0, MaxWait));
+}
+
+} // namespace OrvelClient

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Command.h"
+#include "Log.h"
+
+#include <chrono>
+#include <cstdint>
+
+namespace OrvelClient
+{
+
+// Options that several commands have, and their values. What takes a value throws Failure (WrongOption).
+
+Option TimeOption();
+TimeStamp TakeTimeStamp(const CommandLine& line);
+
+/// `what` it counts: "messages".
+Option NumberOption(const std::string& what);
+uint64_t TakeNumber(const CommandLine& line); ///< 0: not given
+
+Option WaitOption(std::chrono::milliseconds otherwise);
+std::chrono::milliseconds TakeWait(const CommandLine& line, std::chrono::milliseconds otherwise);
+
+} // namespace OrvelClient
