@@ -58,118 +58,140 @@ void Check(bool condition, const std::string& otherwise)
     }
 }
 
+using Given = cxxopts::ParseResult;
+
+template<typename Value>
+Value ValueOr(const Value& otherwise, const Given& given, const char* option)
+{
+    return given.count(option) != 0 ? given[option].as<Value>() : otherwise;
+}
+
+std::string Name(const Given& given, const std::string& otherwise)
+{
+    std::string name = ValueOr(otherwise, given, "name");
+    Check(!name.empty() && name.size() <= MaxName && name[0] != '.' && name.find('/') == std::string::npos,
+          "name must be 1 to " + std::to_string(MaxName) + " bytes, have no '/' and not begin with '.'");
+    return name;
+}
+
+int ResetGpio(const Given& given, int otherwise)
+{
+    const int pin = ValueOr(otherwise, given, "reset_gpio");
+    Check(pin >= 0 && pin <= MaxGpio,
+          "reset_gpio must be 0 to " + std::to_string(MaxGpio) + ", not " + std::to_string(pin));
+    return pin;
+}
+
 BusSpeed ToBusSpeed(const std::string& name)
 {
     Check(name == "tp1" || name == "unlimited", "bus-speed must be tp1 or unlimited, not '" + name + "'");
     return name == "tp1" ? BusSpeed::Tp1 : BusSpeed::Unlimited;
 }
 
-std::string UsersShell()
+std::optional<KnxIp::Settings> KnxIpSettings(const Given& given)
+{
+    KnxIp::Settings settings;
+    settings.interface = ValueOr(settings.interface, given, "knxip-interface");
+    settings.speed = ToBusSpeed(ValueOr<std::string>("tp1", given, "bus-speed"));
+    if (given.count("knxip") != 0)
+    {
+        return settings;
+    }
+    for (const char* const option : {"knxip-interface", "bus-speed"})
+    {
+        Check(given.count(option) == 0, std::string(option) + " needs --knxip");
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> UsersShell()
 {
     const char* const shell = std::getenv("SHELL");
-    return shell != nullptr && *shell != '\0' ? shell : "/bin/sh";
+    return {shell != nullptr && *shell != '\0' ? shell : "/bin/sh"};
+}
+
+// What exec or shell runs on the board; `behind` is what stands behind "--".
+std::vector<std::string> CommandOnBoard(const std::string& which, const Given& given,
+                                        const std::vector<std::string>& behind)
+{
+    Check(given.arguments().size() == given.count("name"), which + " takes no other option than --name");
+    if (which == "shell")
+    {
+        Check(behind.empty(), "shell takes no command; exec does");
+        return UsersShell();
+    }
+    Check(!behind.empty(), "exec needs a command behind --");
+    return behind;
+}
+
+// `own` begins with the program's name.
+Given Parse(cxxopts::Options& definitions, const std::vector<const char*>& own)
+{
+    const auto isTooLong = [](const char* argument) { return std::strlen(argument) > MaxArgument; };
+    Check(std::none_of(own.begin(), own.end(), isTooLong),
+          "argument of more than " + std::to_string(MaxArgument) + " bytes");
+    try
+    {
+        Given given = definitions.parse(static_cast<int>(own.size()), own.data());
+        if (!given.unmatched().empty())
+        {
+            throw std::runtime_error("'" + given.unmatched()[0] + "' is not understood");
+        }
+        return given;
+    }
+    catch (const cxxopts::exceptions::exception& rejected)
+    {
+        throw std::runtime_error(rejected.what());
+    }
 }
 
 } // namespace
 
 Options ParseOptions(int argc, const char* const* argv)
 {
-    Options options;
     const auto* const end = argv + argc;
     const auto* const separator =
         std::find_if(argv, end, [](const char* argument) { return std::string_view(argument) == "--"; });
-    if (separator != end)
-    {
-        options.command.assign(separator + 1, end);
-    }
-
     std::vector<const char*> own(argv, separator);
     const std::string first = own.size() > 1 ? own[1] : "";
-    if (first == "exec" || first == "shell")
-    {
-        options.mode = Options::Mode::Exec;
-        own.erase(own.begin() + 1);
-    }
-
     if (first == "list")
     {
         Check(own.size() == 2 && separator == end, "list takes no option");
+        Options options;
         options.mode = Options::Mode::List;
         return options;
     }
-
-    const auto isTooLong = [](const char* argument) { return std::strlen(argument) > MaxArgument; };
-    Check(std::none_of(own.begin(), own.end(), isTooLong),
-          "argument of more than " + std::to_string(MaxArgument) + " bytes");
-
-    cxxopts::Options definitions = Definitions();
-    try
+    const bool isOnBoard = first == "exec" || first == "shell";
+    if (isOnBoard)
     {
-        const auto given = definitions.parse(static_cast<int>(own.size()), own.data());
-        Check(given.unmatched().empty(),
-              given.unmatched().empty() ? "" : "'" + given.unmatched()[0] + "' is not understood");
-        if (given.count("help") != 0)
-        {
-            options.mode = Options::Mode::Help;
-            options.help = definitions.help();
-            return options;
-        }
-        if (given.count("version") != 0)
-        {
-            options.mode = Options::Mode::Version;
-            return options;
-        }
-        const auto takeOver = [&given](const char* option, auto& setting)
-        {
-            if (given.count(option) != 0)
-            {
-                setting = given[option].as<std::decay_t<decltype(setting)>>();
-            }
-        };
-        std::string driver;
-        std::string library;
-        takeOver("name", options.name);
-        takeOver("reset_gpio", options.resetGpio);
-        takeOver("driver", driver);
-        takeOver("library", library);
-        Check(!options.name.empty() && options.name.size() <= MaxName && options.name[0] != '.' &&
-                  options.name.find('/') == std::string::npos,
-              "name must be 1 to " + std::to_string(MaxName) + " bytes, have no '/' and not begin with '.'");
-        options.driver = driver;
-        options.library = library;
-        options.demo = given.count("demo") != 0;
-        options.plain = given.count("plain") != 0;
-
-        KnxIp::Settings knxIp;
-        std::string busSpeed = "tp1";
-        takeOver("knxip-interface", knxIp.interface);
-        takeOver("bus-speed", busSpeed);
-        knxIp.speed = ToBusSpeed(busSpeed);
-        if (given.count("knxip") != 0)
-        {
-            options.knxIp = knxIp;
-        }
-        for (const char* const option : {"knxip-interface", "bus-speed"})
-        {
-            Check(options.knxIp || given.count(option) == 0, std::string(option) + " needs --knxip");
-        }
-
-        Check(options.resetGpio >= 0 && options.resetGpio <= MaxGpio,
-              "reset_gpio must be 0 to " + std::to_string(MaxGpio) + ", not " + std::to_string(options.resetGpio));
-        if (options.mode == Options::Mode::Exec)
-        {
-            Check(given.arguments().size() == given.count("name"), first + " takes no other option than --name");
-            Check(first == "shell" || !options.command.empty(), "exec needs a command behind --");
-            Check(first == "exec" || options.command.empty(), "shell takes no command; exec does");
-            if (first == "shell")
-            {
-                options.command = {UsersShell()};
-            }
-        }
+        own.erase(own.begin() + 1);
     }
-    catch (const cxxopts::exceptions::exception& rejected)
+    Options options;
+    options.command.assign(separator == end ? end : separator + 1, end);
+    cxxopts::Options definitions = Definitions();
+    const Given given = Parse(definitions, own);
+    if (given.count("help") != 0)
     {
-        throw std::runtime_error(rejected.what());
+        options.mode = Options::Mode::Help;
+        options.help = definitions.help();
+        return options;
+    }
+    if (given.count("version") != 0)
+    {
+        options.mode = Options::Mode::Version;
+        return options;
+    }
+    options.name = Name(given, options.name);
+    options.knxIp = KnxIpSettings(given);
+    options.resetGpio = ResetGpio(given, options.resetGpio);
+    options.driver = ValueOr<std::string>("", given, "driver");
+    options.library = ValueOr<std::string>("", given, "library");
+    options.demo = given.count("demo") != 0;
+    options.plain = given.count("plain") != 0;
+    if (isOnBoard)
+    {
+        options.mode = Options::Mode::Exec;
+        options.command = CommandOnBoard(first, given, options.command);
     }
     return options;
 }
