@@ -16,9 +16,9 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <sstream>
 
 using Knx::Bytes;
+using Simulator::Event;
 
 namespace
 {
@@ -129,7 +129,7 @@ private:
         }
         const auto triesLeds = [&] { return watch.Calls({"openat", "/dev/uleds"}) == 4 || WillEnd() || HasEnded(); };
         report.disturbed = !Await(triesLeds, GivingUp);
-        if (report.disturbed || !Step([&] { return Events("LED ").size() >= 4; }))
+        if (report.disturbed || !Step([&] { return Leds().size() >= 4; }))
         {
             return;
         }
@@ -166,8 +166,7 @@ private:
     {
         const std::string frame = Knx::ToHex({message.begin() + 1, message.end()});
         report.deliveries["to"].sent.push_back(frame);
-        return Step([&] { return toLink.Send(message); }) &&
-               Step([&] { return !Events("telegram to KNX: " + frame).empty(); });
+        return Step([&] { return toLink.Send(message); }) && Step([&] { return Has(ToKnx(), frame); });
     }
 
     bool SendFromLink(Bytes frame)
@@ -183,8 +182,7 @@ private:
         std::ofstream("/sys/class/leds/prg1/brightness") << (on ? 100 : 0);
         auto& sent = report.deliveries["led"].sent;
         sent.emplace_back(on ? "on" : "off");
-        return Step([&]
-                    { return Events("LED red KNX ").size() == sent.size() + 1; }); // the first was at its registration
+        return Step([&] { return RedKnx().size() == sent.size() + 1; }); // the first was at its registration
     }
 
     bool PressButton(bool pressed, const char* message)
@@ -283,9 +281,9 @@ private:
         const Delivery& states = report.deliveries["state"];
         report.disturbed = report.disturbed || states.received.size() > states.sent.size() ||
                            daemon.Count("ERROR Main Failed to reconnect to STM32, aborting.") > 0;
-        report.deliveries["to"].received = Events("telegram to KNX: ");
+        report.deliveries["to"].received = ToKnx();
         auto& led = report.deliveries["led"];
-        led.received = Events("LED red KNX ");
+        led.received = RedKnx();
         if (!led.received.empty())
         {
             led.received.erase(led.received.begin()); // what the LED was when it was registered
@@ -330,19 +328,48 @@ private:
         return states.received.size() >= states.sent.size();
     }
 
-    // The rest of each event on the board that begins with `start`.
-    std::vector<std::string> Events(const std::string& start) const
+    // The frames that have come to KNX.
+    std::vector<std::string> ToKnx() const
     {
-        std::vector<std::string> found;
-        std::istringstream text(events.Text());
-        for (std::string event; std::getline(text, event);)
+        std::vector<std::string> frames;
+        for (const Event& event : events.Events())
         {
-            if (event.rfind(start, 0) == 0)
+            if (event.kind == Event::TelegramToKnx)
             {
-                found.push_back(event.substr(start.size()));
+                frames.push_back(Knx::ToHex(event.bytes));
             }
         }
-        return found;
+        return frames;
+    }
+
+    // Of every LED.
+    std::vector<Event> Leds() const
+    {
+        std::vector<Event> states = events.Events();
+        states.erase(std::remove_if(states.begin(), states.end(),
+                                    [](const Event& event)
+                                    { return event.kind != Event::LedOn && event.kind != Event::LedOff; }),
+                     states.end());
+        return states;
+    }
+
+    // What the red KNX LED was, one after the other.
+    std::vector<std::string> RedKnx() const
+    {
+        std::vector<std::string> states;
+        for (const Event& event : Leds())
+        {
+            if (event.number == Simulator::RedKnxLed)
+            {
+                states.emplace_back(event.kind == Event::LedOn ? "on" : "off");
+            }
+        }
+        return states;
+    }
+
+    static bool Has(const std::vector<std::string>& all, const std::string& one)
+    {
+        return std::find(all.begin(), all.end(), one) != all.end();
     }
 
     const Expectation& expectation;

@@ -1,5 +1,6 @@
 // Fuzzes what the board shows in a terminal. The input is the size of the screen, rows and columns in a byte each, then
-// what to show: lines of the daemon, lines of the board after the byte 1, or answers to a person after the byte 2.
+// what to show: lines of the daemon, events of the board after the byte 1, or answers to a person after the byte 2. An event is
+// a byte for its kind and a byte for its number, both from 'a' on, then its bytes in hexadecimal or its text.
 
 #include "Picture.h"
 
@@ -17,6 +18,31 @@ namespace
 
 constexpr std::size_t MaxLine = 4096; // bytes; longer ones are cut before
 
+Bytes BytesOf(const std::string& text)
+{
+    try
+    {
+        return Knx::FromHex(text);
+    }
+    catch (const Knx::NotHex&)
+    {
+        return {text.begin(), text.end()};
+    }
+}
+
+// Of any kind, with whatever that kind has.
+Event EventOf(const std::string& line)
+{
+    const auto letter = [&line](std::size_t position)
+    { return position < line.size() ? static_cast<uint8_t>(line[position] - 'a') : uint8_t{0}; };
+    const std::string rest = line.substr(std::min<std::size_t>(line.size(), 2));
+    Event event(static_cast<Event::Kind>(letter(0) % Event::Kinds), rest);
+    event.bytes = BytesOf(rest);
+    const bool isLed = event.kind == Event::LedOn || event.kind == Event::LedOff;
+    event.number = isLed ? OrangeDeviceLed + letter(1) % 4 : letter(1);
+    return event;
+}
+
 BoardState StateAfter(Fuzz::Input& input)
 {
     BoardState state;
@@ -28,7 +54,7 @@ BoardState StateAfter(Fuzz::Input& input)
         switch (line.empty() ? 0 : line.front())
         {
         case 1:
-            state.OnEvent(1s, line.substr(1));
+            state.OnEvent(1s, EventOf(line.substr(1)));
             break;
         case 2:
             state.OnAnswer(1s, line.substr(1));

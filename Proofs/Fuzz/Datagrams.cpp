@@ -23,7 +23,7 @@ public:
     explicit Surroundings(BusSpeed speed)
         : router(speed,
                  {[](const Bytes& datagram) { return Send(datagram); }, [this](const Bytes& cemi) { Deliver(cemi); },
-                  [](const std::string& event) { Fuzz::Expect("an event", !event.empty()); }},
+                  [](const Event& event) { Fuzz::Expect("an event in words", !TextOf(event).empty()); }},
                  1)
     {
     }

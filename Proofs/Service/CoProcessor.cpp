@@ -22,20 +22,20 @@ int main(int argc, char** argv)
     try
     {
         EventLog events(
-            [](std::chrono::microseconds since, const std::string& event)
+            [](std::chrono::microseconds since, const Event& event)
             {
-                std::printf("%8.3f s  %s\n", std::chrono::duration<double>(since).count(), event.c_str());
+                std::printf("%8.3f s  %s\n", std::chrono::duration<double>(since).count(), TextOf(event).c_str());
                 std::fflush(stdout);
             });
         SerialLine line(argv[1]);
         WiredCoProcessor coProcessor(line, events, resetGpio);
         Commands commands(coProcessor.TheCoProcessor());
-        events.Add("co-processor runs");
+        events.Add({Event::Note, "co-processor runs"});
         for (std::string command; !commands.QuitRequested() && std::getline(std::cin, command);)
         {
             if (const std::string answer = commands.Execute(command); !answer.empty())
             {
-                events.Add(answer);
+                events.Add({Event::Note, answer});
             }
         }
         return EXIT_SUCCESS;

@@ -4,20 +4,27 @@
 
 #include <utility>
 
-void Arrivals::OnEvent(const std::string& event)
+void Arrivals::OnEvent(const Simulator::Event& event)
 {
-    const auto begins = [&event](const std::string& start) { return event.compare(0, start.size(), start) == 0; };
-    const std::string start = "telegram to KNX: ";
     const std::lock_guard lock(mutex);
-    if (begins("LED ") || begins("RS485 "))
+    switch (event.kind)
     {
+    case Simulator::Event::LedOn:
+    case Simulator::Event::LedOff:
+    case Simulator::Event::TerminationOn:
+    case Simulator::Event::TerminationOff:
         ++ledStates;
+        break;
+    case Simulator::Event::TelegramToKnx:
+        OnFrame(event.bytes);
+        break;
+    default:
+        break;
     }
-    if (!begins(start))
-    {
-        return;
-    }
-    const Knx::Bytes frame = Knx::FromHex(event.substr(start.size()));
+}
+
+void Arrivals::OnFrame(const Knx::Bytes& frame)
+{
     if (frame.size() >= Frames::HeaderSize && frame == Frames::ToLink(Frames::Number(frame.data())))
     {
         numbers.push_back(Frames::Number(frame.data()));

@@ -1,9 +1,10 @@
 #pragma once
 
+#include "Event.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
-#include <string>
 #include <vector>
 
 /// What arrives at the co-processor, according to the events on the board: frames, and states of the LEDs. Any thread
@@ -11,7 +12,7 @@
 class Arrivals
 {
 public:
-    void OnEvent(const std::string& event);
+    void OnEvent(const Simulator::Event& event);
 
     /// Numbers of the frames that have arrived since the last Take.
     std::size_t Count() const;
@@ -24,6 +25,8 @@ public:
     long Strange() const;
 
 private:
+    void OnFrame(const Knx::Bytes& frame);
+
     mutable std::mutex mutex;
     std::vector<uint32_t> numbers;
     long ledStates = 0;

@@ -30,7 +30,7 @@ Figures RunTraffic(uint32_t seed, const Amounts& amounts)
 {
     std::mt19937 random(seed);
     Arrivals arrivals;
-    Simulator::EventLog events([&arrivals](std::chrono::microseconds, const std::string& event)
+    Simulator::EventLog events([&arrivals](std::chrono::microseconds, const Simulator::Event& event)
                                { arrivals.OnEvent(event); });
     Simulator::Board board(events, ResetGpio);
     std::ofstream(Ledger::PropertiesFile) << Ledger::Properties();

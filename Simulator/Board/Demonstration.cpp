@@ -1,6 +1,5 @@
 #include "Demonstration.h"
 
-#include "LedWatch.h"
 #include "Orvel/Protocol.h"
 
 #include <fcntl.h>
@@ -77,11 +76,10 @@ class Walk
 {
 public:
     Walk(Board& theBoard, EventLog& eventLog, const std::atomic<bool>& isCancelled,
-         const std::function<void(const std::string&)>& sayLine, const std::function<void()>& restartDaemon)
+         const std::function<void()>& restartDaemon)
         : board(theBoard)
         , events(eventLog)
         , cancelled(isCancelled)
-        , say(sayLine)
         , restart(restartDaemon)
     {
     }
@@ -89,7 +87,7 @@ public:
     void Run()
     {
         AwaitLeds();
-        Await("link up");
+        Await(Event::LinkUp);
         // The daemon opens its queues and registers its LEDs on threads of its own.
         AwaitFile("/dev/mqueue/cemiFromLL", "the daemon opens its queues");
         AwaitFile("/dev/mqueue/progButton", "the daemon opens its queue for the button");
@@ -98,28 +96,28 @@ public:
         Read(fromLink, "the link is usable");
         const Queue toLink(ORVEL_CEMI_TO_LL_QUEUE, O_WRONLY);
 
-        say("an application switches group address 1/2/3 on");
+        Say("an application switches group address 1/2/3 on");
         toLink.Send({0x0b, 0x11, 0x00, 0xbc, 0xe0, 0x00, 0x00, 0x0a, 0x03, 0x01, 0x00, 0x81});
         Read(fromLink, "the confirmation");
 
-        say("somebody on the bus switches it off");
+        Say("somebody on the bus switches it off");
         board.TheCoProcessor().InjectTelegram({0x29, 0x00, 0xbc, 0xe0, 0x11, 0x01, 0x0a, 0x03, 0x01, 0x00, 0x80});
         Read(fromLink, "the telegram");
 
-        say("an application writes 100 to /sys/class/leds/prg1/brightness");
+        Say("an application writes 100 to /sys/class/leds/prg1/brightness");
         SetLed("prg1", 100);
-        Await("LED red KNX on");
+        Await({Event::LedOn, RedKnxLed});
 
-        say("somebody presses the programming button");
+        Say("somebody presses the programming button");
         board.TheCoProcessor().SetButton(true);
         Read(button, "pressed");
         board.TheCoProcessor().SetButton(false);
         Read(button, "released");
 
-        say("the co-processor hangs; the daemon notices, resets it and reconnects");
+        Say("the co-processor hangs; the daemon notices, resets it and reconnects");
         board.TheCoProcessor().Hang();
-        Await("reset line low");
-        Await("link up");
+        Await(Event::ResetLineLow);
+        Await(Event::LinkUp);
         Read(fromLink, "the link is usable again");
     }
 
@@ -138,9 +136,14 @@ private:
         }
     }
 
-    void Await(const std::string& event)
+    void Say(const std::string& step)
     {
-        Insist(event,
+        events.Add({Event::Note, step});
+    }
+
+    void Await(const Event& event)
+    {
+        Insist(TextOf(event),
                [&]
                {
                    const std::size_t next = events.Await(event, seen, Glance);
@@ -157,11 +160,10 @@ private:
             {
                 throw std::runtime_error("the LEDs never came");
             }
-            say("the daemon is started anew");
+            Say("the daemon is started anew");
             restart();
-            // Until then the LEDs and the lines are those of the daemon that goes.
-            Await("daemon ended");
-            Await("daemon started");
+            // Until then the LEDs and the events are those of the daemon that goes.
+            Await(Event::DaemonStarted);
         }
     }
 
@@ -173,7 +175,7 @@ private:
                [&]
                {
                    come = !board.Files().TheUleds().Leds().empty();
-                   const std::size_t next = come ? 0 : events.Await(LedsDidNotCome, seen, Glance);
+                   const std::size_t next = come ? 0 : events.Await(Event::LedsDidNotCome, seen, Glance);
                    seen = next != 0 ? next : seen;
                    return come || next != 0;
                });
@@ -200,7 +202,7 @@ private:
     {
         Bytes message;
         Insist(meaning, [&] { return !(message = queue.Receive()).empty(); });
-        say("an application reads " + Knx::ToHex(message) + " (" + meaning + ")");
+        Say("an application reads " + Knx::ToHex(message) + " (" + meaning + ")");
     }
 
     void SetLed(const std::string& name, int brightness)
@@ -218,7 +220,6 @@ private:
     Board& board;
     EventLog& events;
     const std::atomic<bool>& cancelled;
-    const std::function<void(const std::string&)>& say;
     const std::function<void()>& restart;
     std::size_t seen = 0;
 };
@@ -226,18 +227,18 @@ private:
 } // namespace
 
 void Demonstrate(Board& board, EventLog& events, const std::atomic<bool>& cancelled,
-                 const std::function<void(const std::string&)>& say, const std::function<void()>& restart)
+                 const std::function<void()>& restart)
 {
     try
     {
-        Walk(board, events, cancelled, say, restart).Run();
-        say("that was all; the daemon goes on, and 'help' lists what you can do");
+        Walk(board, events, cancelled, restart).Run();
+        events.Add(Event::DemonstrationEnded);
     }
     catch (const std::runtime_error& failure)
     {
         if (!cancelled)
         {
-            say(std::string("the demonstration failed: ") + failure.what());
+            events.Add({Event::DemonstrationFailed, failure.what()});
         }
     }
 }

@@ -5,9 +5,6 @@
 namespace Simulator
 {
 
-/// What the board tells, and the demonstration looks for.
-constexpr const char* LedsDidNotCome = "the LEDs did not come; restart starts the daemon anew";
-
 /// Looks whether a daemon that has just started will have LEDs. On a busy machine its LED worker can come before the table of
 /// LEDs is filled, serves none then, and says nothing.
 class LedWatch

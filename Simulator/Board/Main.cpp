@@ -93,9 +93,9 @@ public:
         }
     }
 
-    void OnEvent(std::chrono::microseconds since, const std::string& event)
+    void OnEvent(std::chrono::microseconds since, const Event& event)
     {
-        screen ? screen->OnEvent(since, event) : Say("board", since, event);
+        screen ? screen->OnEvent(since, event) : Say("board", since, TextOf(event));
     }
 
     int DaemonOutput() const
@@ -142,14 +142,12 @@ int RunBoard(const Options& options, std::optional<pid_t> guard)
 
     Front front(options, guard);
     daemonStart.standardOutput = front.DaemonOutput();
-    EventLog events([&front](std::chrono::microseconds since, const std::string& event)
-                    { front.OnEvent(since, event); });
+    EventLog events([&front](std::chrono::microseconds since, const Event& event) { front.OnEvent(since, event); });
     daemonStart.beforeExec = [&priority, &events, told = false](pid_t daemon) mutable
     {
         if (const int error = priority.Raise(daemon); error != 0 && !told)
         {
-            events.Add(std::string("daemon starts at ordinary priority (") + strerror(error) +
-                       "): on a busy machine its LEDs may not come");
+            events.Add({Event::DaemonAtOrdinaryPriority, error});
             told = true;
         }
     };

@@ -59,9 +59,7 @@ void Session::StartDemonstration()
     demonstration = std::thread(
         [this]
         {
-            Demonstrate(
-                board, events, demonstrationCancelled, [this](const std::string& text) { events.Add(text); },
-                [this] { eventfd_write(restartWanted, 1); });
+            Demonstrate(board, events, demonstrationCancelled, [this] { eventfd_write(restartWanted, 1); });
             eventfd_write(demonstrationDone, 1);
         });
 }
@@ -136,7 +134,7 @@ void Session::StartDaemon()
             start.beforeExec(process);
         }
         // Before the daemon can do anything that is told, and that somebody waits for.
-        events.Add("daemon started");
+        events.Add(Event::DaemonStarted);
         rendezvous.Announce(process);
     };
     try
@@ -163,7 +161,7 @@ void Session::StartDaemonAgain()
     catch (const std::runtime_error& failure)
     {
         startFailed = true;
-        events.Add(std::string(failure.what()) + "; restart tries again");
+        events.Add({Event::DaemonCannotStart, failure.what()});
     }
 }
 
@@ -172,14 +170,14 @@ void Session::StartAfter(std::chrono::seconds pause)
     startsAt = Clock::now() + pause;
     if (pause.count() > 0)
     {
-        events.Add("daemon starts again in " + std::to_string(pause.count()) + " s");
+        events.Add({Event::DaemonStartsLater, pause.count()});
     }
 }
 
 void Session::OnDaemonEnd()
 {
     status = daemon->Wait();
-    events.Add("daemon ended with status " + std::to_string(status));
+    events.Add({Event::DaemonEnded, status});
     daemon.reset();
     rendezvous.Announce(Rendezvous::NoDaemon);
     ledWatch.reset();
@@ -257,7 +255,7 @@ void Session::LookForLeds()
     ledWatch.reset();
     if (finding == LedWatch::Finding::TheyDoNot)
     {
-        events.Add(LedsDidNotCome);
+        events.Add(Event::LedsDidNotCome);
     }
 }
 
@@ -266,7 +264,7 @@ void Session::OnTime(Clock::time_point now)
     if (daemon && endBegan && !killed && now >= *endBegan + StopLimit)
     {
         killed = true;
-        events.Add("daemon has not ended in " + std::to_string(StopLimit.count()) + " s and is killed");
+        events.Add({Event::DaemonKilled, StopLimit.count()});
         daemon->Signal(SIGKILL);
     }
     if (ledWatch && now >= looksAt)

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
@@ -18,8 +17,6 @@ namespace Simulator
 
 namespace
 {
-
-using Knx::ToHex;
 
 // The link's messages as the firmware knows them.
 constexpr uint16_t CemiTopic = 0x100;
@@ -32,24 +29,6 @@ constexpr uint8_t Rs485Message = 0x0E;
 constexpr uint8_t ButtonNumber = 0x01;
 
 constexpr std::size_t MaxOutgoing = 20'000; // frames; more than any test floods
-
-const char* LedName(uint8_t number)
-{
-    constexpr std::array<const char*, 5> Names{"", "orange device", "green device", "red KNX", "yellow KNX"};
-    return Names.at(number);
-}
-
-std::string OnOff(uint8_t state)
-{
-    return state != 0 ? "on" : "off";
-}
-
-std::string Milliseconds(std::chrono::steady_clock::duration duration)
-{
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), "%.1f ms", std::chrono::duration<double, std::milli>(duration).count());
-    return text.data();
-}
 
 } // namespace
 
@@ -91,13 +70,13 @@ void CoProcessor::SetResetLine(bool high)
         hung = false;
         leds.fill(0);
         rs485Termination = 0;
-        events.Add("reset line low");
+        events.Add(Event::ResetLineLow);
     }
     else if (high && state == State::HeldInReset)
     {
         state = State::Booting;
         bootsAt = now + BootTime;
-        events.Add("reset line high after " + Milliseconds(now - lowSince));
+        events.Add({Event::ResetLineHigh, std::chrono::nanoseconds(now - lowSince).count()});
         Wake();
     }
 }
@@ -110,7 +89,7 @@ bool CoProcessor::SetButton(bool pressed)
         return false;
     }
     buttonPressed = pressed;
-    events.Add(pressed ? "button pressed" : "button released");
+    events.Add(pressed ? Event::ButtonPressed : Event::ButtonReleased);
     if (state == State::Running && !hung)
     {
         pressedSinceBoot = pressedSinceBoot || pressed;
@@ -127,17 +106,17 @@ bool CoProcessor::SetPlugged(bool plugged)
         return false;
     }
     line.SetPlugged(plugged);
-    events.Add(plugged ? "serial line plugged in" : "serial line pulled");
+    events.Add(plugged ? Event::SerialLinePluggedIn : Event::SerialLinePulled);
     return true;
 }
 
 void CoProcessor::InjectTelegram(const Bytes& cemi)
 {
     const std::lock_guard lock(mutex);
-    events.Add("telegram from KNX: " + ToHex(cemi));
+    events.Add({Event::TelegramFromKnx, cemi});
     if (!SendMessage(CemiTopic, cemi) || !line.IsPlugged())
     {
-        events.Add("telegram lost: no link to the driver");
+        events.Add(Event::TelegramLost);
     }
 }
 
@@ -151,7 +130,7 @@ void CoProcessor::Hang()
 {
     const std::lock_guard lock(mutex);
     hung = true;
-    events.Add("co-processor hangs");
+    events.Add(Event::CoProcessorHangs);
 }
 
 void CoProcessor::SetDead(bool dead)
@@ -240,7 +219,7 @@ void CoProcessor::BootWhenDue()
     {
         state = State::Running;
         pressedSinceBoot = buttonPressed; // its first look at the button
-        events.Add("co-processor booted");
+        events.Add(Event::CoProcessorBooted);
     }
 }
 
@@ -277,7 +256,7 @@ void CoProcessor::OnFrame(const Wire::Frame& frame)
         if (frame.payload != session)
         {
             session = frame.payload;
-            events.Add("link up");
+            events.Add(Event::LinkUp);
         }
         Send({Wire::Kind::Welcome, 0, session});
         break;
@@ -302,7 +281,7 @@ void CoProcessor::OnFrame(const Wire::Frame& frame)
         }
         else
         {
-            events.Add("message of unknown topic " + std::to_string(frame.topic) + ": " + ToHex(frame.payload));
+            events.Add({Event::MessageOfUnknownTopic, frame.payload, frame.topic});
         }
         break;
     case Wire::Kind::Welcome:
@@ -313,7 +292,7 @@ void CoProcessor::OnFrame(const Wire::Frame& frame)
 
 void CoProcessor::OnCemi(const Bytes& cemi)
 {
-    events.Add("telegram to KNX: " + ToHex(cemi));
+    events.Add({Event::TelegramToKnx, cemi});
     if (!Knx::PlaceOfControl1(cemi) || cemi[0] != static_cast<uint8_t>(Knx::MessageCode::LDataReq))
     {
         return;
@@ -338,7 +317,7 @@ void CoProcessor::ConfirmRequest(const Bytes& request, bool sent)
 {
     const Bytes confirmation = Knx::Telegram::ToConfirmation(request, sent);
     SendMessage(CemiTopic, confirmation);
-    events.Add((sent ? "telegram confirmed: " : "telegram not sent: ") + ToHex(confirmation));
+    events.Add({sent ? Event::TelegramConfirmed : Event::TelegramNotSent, confirmation});
 }
 
 void CoProcessor::OnDeviceMessage(const Bytes& message)
@@ -347,12 +326,12 @@ void CoProcessor::OnDeviceMessage(const Bytes& message)
     if (is(LedMessage, 3) && message[1] >= 1 && message[1] < leds.size())
     {
         leds[message[1]] = message[2];
-        events.Add(std::string("LED ") + LedName(message[1]) + " " + OnOff(message[2]));
+        events.Add({message[2] != 0 ? Event::LedOn : Event::LedOff, message[1]});
     }
     else if (is(Rs485Message, 3) && message[1] == 1)
     {
         rs485Termination = message[2];
-        events.Add("RS485 termination " + OnOff(message[2]));
+        events.Add(message[2] != 0 ? Event::TerminationOn : Event::TerminationOff);
     }
     else if (is(SinceBootRequest, 2) && message[1] == ButtonNumber)
     {
@@ -361,7 +340,7 @@ void CoProcessor::OnDeviceMessage(const Bytes& message)
     }
     else
     {
-        events.Add("device message not understood: " + ToHex(message));
+        events.Add({Event::UnknownDeviceMessage, message});
     }
 }
 

@@ -19,7 +19,7 @@ namespace Simulator
 /// The STM32 at the other end of the serial line: its reset input, its LEDs, its button and its KNX side.
 ///
 /// Runs on a thread of its own. All operations may be called by any thread and do not wait for the line. Whatever happens
-/// is told to the event log, as the texts in this class's source.
+/// is told to the event log.
 class CoProcessor
 {
 public:

@@ -26,7 +26,7 @@ KnxIp::KnxIp(const Settings& settings, CoProcessor& theCoProcessor, EventLog& ev
     {
         throw std::runtime_error(std::string("cannot make an event descriptor: ") + strerror(errno));
     }
-    events.Add("KNXnet/IP: joined " + std::string(Knx::MulticastSocket::Group) + " on " + settings.interface);
+    events.Add({Event::KnxIpJoined, std::string(Knx::MulticastSocket::Group) + " on " + settings.interface});
     thread = std::thread(&KnxIp::ThreadFunction, this);
     // Called with the co-processor locked: the request is only put aside here.
     coProcessor.ConnectBus(
@@ -58,16 +58,16 @@ std::string KnxIp::End()
     }
     Wake();
     thread.join();
-    std::string counters = Counters();
-    events.Add(counters);
-    return counters;
+    const Event counted{Event::KnxIpCounted, Counters()};
+    events.Add(counted);
+    return TextOf(counted);
 }
 
 Router::Outside KnxIp::Outside()
 {
     return {[this](const Bytes& datagram) { return socket.Send(datagram); },
             [this](const Bytes& cemi) { coProcessor.InjectTelegram(cemi); },
-            [this](const std::string& event) { events.Add(event); }};
+            [this](const Event& event) { events.Add(event); }};
 }
 
 void KnxIp::ThreadFunction()
@@ -128,8 +128,8 @@ void KnxIp::TakeRequests()
 std::string KnxIp::Counters() const
 {
     const auto& count = router.Count();
-    std::string text = "KNXnet/IP:";
-    const char* separator = " ";
+    std::string text;
+    const char* separator = "";
     for (const auto& [number, what] : {std::pair(count.sent, "sent"),
                                        {count.received, "received"},
                                        {count.refused, "refused"},

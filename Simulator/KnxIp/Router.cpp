@@ -94,8 +94,7 @@ void Router::OnLost(const Routing::Lost& lost)
     counters.lost += lost.count;
     if (IsWorthTelling(++lostMessages))
     {
-        outside.tell("KNXnet/IP: a router lost " + std::to_string(lost.count) + " telegrams; " +
-                     std::to_string(counters.lost) + " were lost so far");
+        outside.tell({Event::KnxIpRouterLost, lost.count, static_cast<int64_t>(counters.lost)});
     }
 }
 
@@ -105,21 +104,16 @@ void Router::OnBusy(const Routing::Busy& busy, Clock::time_point now)
     pause.OnBusy(std::chrono::milliseconds(busy.waitTime), now);
     if (IsWorthTelling(counters.busy))
     {
-        outside.tell("KNXnet/IP: a router is busy and asks for " + std::to_string(busy.waitTime) + " ms, number " +
-                     std::to_string(counters.busy));
+        outside.tell({Event::KnxIpRouterBusy, busy.waitTime, static_cast<int64_t>(counters.busy)});
     }
 }
 
 void Router::OnMalformed(const Bytes& datagram)
 {
-    constexpr std::size_t Shown = 24; // bytes
     ++counters.malformed;
     if (IsWorthTelling(counters.malformed))
     {
-        const Bytes begin(datagram.begin(),
-                          datagram.begin() + static_cast<std::ptrdiff_t>(std::min(datagram.size(), Shown)));
-        outside.tell("KNXnet/IP: malformed datagram dropped, number " + std::to_string(counters.malformed) + ": " +
-                     Knx::ToHex(begin) + (datagram.size() > Shown ? " ..." : ""));
+        outside.tell({Event::MalformedDatagram, datagram, static_cast<int64_t>(counters.malformed)});
     }
 }
 
@@ -139,7 +133,7 @@ void Router::TellIfLost()
     if (untoldLost > 0 && fromNetwork.size() < MaxWaiting)
     {
         outside.send(Routing::Encode(Routing::Lost{0, untoldLost}));
-        outside.tell("KNXnet/IP: " + std::to_string(untoldLost) + " telegrams from the network found no room");
+        outside.tell({Event::KnxIpNoRoom, untoldLost});
         untoldLost = 0;
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "BusyPause.h"
+#include "Event.h"
 
 #include "Knx/Datagram.h"
 
@@ -48,7 +49,7 @@ public:
     {
         std::function<bool(const Bytes& datagram)> send; ///< to the network; false when that failed
         std::function<void(const Bytes& cemi)> deliver;  ///< to the application
-        std::function<void(const std::string& event)> tell;
+        std::function<void(const Event& event)> tell;
     };
 
     struct Counters

@@ -1,9 +1,7 @@
 #include "BoardState.h"
 
 #include "TelegramText.h"
-#include "TypedTelegram.h"
 
-#include <algorithm>
 #include <regex>
 #include <utility>
 
@@ -12,11 +10,6 @@ namespace Simulator
 
 namespace
 {
-
-bool StartsWith(const std::string& text, const std::string& start)
-{
-    return text.compare(0, start.size(), start) == 0;
-}
 
 void Keep(std::deque<BoardState::Entry>& entries, BoardState::Entry entry)
 {
@@ -29,106 +22,100 @@ void Keep(std::deque<BoardState::Entry>& entries, BoardState::Entry entry)
 
 } // namespace
 
-void BoardState::OnEvent(Time time, const std::string& event)
+void BoardState::OnEvent(Time time, const Event& event)
 {
     if (TakeTelegram(time, event))
     {
         return;
     }
     TakeState(event);
-    const bool trouble =
-        event == "co-processor hangs" || event == "serial line pulled" || StartsWith(event, "the LEDs did not come");
-    Keep(log, {time, trouble ? Line::Trouble : Line::Board, event});
+    const bool trouble = event.kind == Event::CoProcessorHangs || event.kind == Event::SerialLinePulled ||
+                         event.kind == Event::LedsDidNotCome;
+    Keep(log, {time, trouble ? Line::Trouble : Line::Board, TextOf(event)});
 }
 
-bool BoardState::TakeTelegram(Time time, const std::string& event)
+bool BoardState::TakeTelegram(Time time, const Event& event)
 {
-    struct Kind
+    const auto keep = [&](uint64_t& counter, Line line, const std::string& what, const std::string& code)
     {
-        const char* event;
-        const char* what;
-        const char* code;
-        uint64_t Counters::*counter;
-    };
-    static const std::array kinds{
-        Kind{"telegram to KNX: ", "to KNX    ", "L_Data.req ", &Counters::toKnx},
-        Kind{"telegram confirmed: ", "confirmed ", "L_Data.con ", &Counters::confirmed},
-        Kind{"telegram not sent: ", "not sent  ", "L_Data.con ", &Counters::notSent},
-        Kind{"telegram from KNX: ", "from KNX  ", "L_Data.ind ", &Counters::fromKnx},
-    };
-    if (StartsWith(event, "telegram lost"))
-    {
-        ++counters.lost;
-        Keep(telegrams, {time, Line::Trouble, event.substr(event.find("lost"))});
+        ++counter;
+        Keep(telegrams, {time, line, what + TelegramText(event.bytes, code)});
         return true;
-    }
-    const auto* const kind =
-        std::find_if(kinds.begin(), kinds.end(), [&](const Kind& entry) { return StartsWith(event, entry.event); });
-    if (kind == kinds.end())
+    };
+    switch (event.kind)
     {
+    case Event::TelegramToKnx:
+        return keep(counters.toKnx, Line::Telegram, "to KNX    ", "L_Data.req ");
+    case Event::TelegramConfirmed:
+        return keep(counters.confirmed, Line::Telegram, "confirmed ", "L_Data.con ");
+    case Event::TelegramNotSent:
+        return keep(counters.notSent, Line::Trouble, "not sent  ", "L_Data.con ");
+    case Event::TelegramFromKnx:
+        return keep(counters.fromKnx, Line::Telegram, "from KNX  ", "L_Data.ind ");
+    case Event::TelegramLost:
+        ++counters.lost;
+        Keep(telegrams, {time, Line::Trouble, "lost: no link to the driver"});
+        return true;
+    default:
         return false;
     }
-    ++(counters.*kind->counter);
-    const auto cemi = TelegramFromHex(event.substr(std::string(kind->event).size()));
-    const auto line = kind->counter == &Counters::notSent ? Line::Trouble : Line::Telegram;
-    Keep(telegrams, {time, line, kind->what + TelegramText(cemi.value_or(Knx::Bytes()), kind->code)});
-    return true;
 }
 
-void BoardState::TakeState(const std::string& event)
+void BoardState::TakeState(const Event& event)
 {
-    static const std::array<const char*, LedCount> ledNames{"LED red KNX ", "LED yellow KNX ", "LED green device ",
-                                                            "LED orange device "};
-    for (std::size_t number = 0; number < ledNames.size(); ++number)
+    switch (event.kind)
     {
-        if (StartsWith(event, ledNames.at(number)))
-        {
-            leds.at(number) = event == std::string(ledNames.at(number)) + "on";
-        }
-    }
-    if (StartsWith(event, "RS485 termination "))
-    {
-        terminated = event == "RS485 termination on";
-    }
-    else if (StartsWith(event, "button "))
-    {
-        buttonPressed = event == "button pressed";
-        counters.presses += buttonPressed ? 1 : 0;
-    }
-    else if (StartsWith(event, "serial line "))
-    {
-        plugged = event == "serial line plugged in";
-    }
-    else if (event == "reset line low")
-    {
-        coProcessor = "held in reset";
-        session = false;
-        leds.fill(false);
-        terminated = false;
-        ++counters.resets;
-    }
-    else if (StartsWith(event, "reset line high after "))
-    {
-        coProcessor = "booting";
-        lastPulse = event.substr(std::string("reset line high after ").size());
-    }
-    else if (event == "co-processor booted")
-    {
-        coProcessor = "running";
-    }
-    else if (event == "co-processor hangs")
-    {
-        coProcessor = "hangs";
-    }
-    else if (event == "link up")
-    {
+    case Event::LedOn:
+    case Event::LedOff:
+        leds.at(static_cast<std::size_t>(event.number)) = event.kind == Event::LedOn;
+        break;
+    case Event::TerminationOn:
+    case Event::TerminationOff:
+        terminated = event.kind == Event::TerminationOn;
+        break;
+    case Event::ButtonPressed:
+        ++counters.presses;
+        buttonPressed = true;
+        break;
+    case Event::ButtonReleased:
+        buttonPressed = false;
+        break;
+    case Event::SerialLinePulled:
+    case Event::SerialLinePluggedIn:
+        plugged = event.kind == Event::SerialLinePluggedIn;
+        break;
+    case Event::ResetLineLow:
+        OnReset();
+        break;
+    case Event::ResetLineHigh:
+        coProcessor = Phase::Booting;
+        lastPulse = std::chrono::nanoseconds(event.number);
+        break;
+    case Event::CoProcessorBooted:
+        coProcessor = Phase::Running;
+        break;
+    case Event::CoProcessorHangs:
+        coProcessor = Phase::Hanging;
+        break;
+    case Event::LinkUp:
         session = true;
         ++counters.links;
-    }
-    else if (StartsWith(event, "daemon ended"))
-    {
+        break;
+    case Event::DaemonEnded:
         session = false;
+        break;
+    default: // is for the log only
+        break;
     }
+}
+
+void BoardState::OnReset()
+{
+    coProcessor = Phase::HeldInReset;
+    session = false;
+    leds.fill(false);
+    terminated = false;
+    ++counters.resets;
 }
 
 void BoardState::OnDaemonLine(Time time, const std::string& line)
@@ -153,7 +140,7 @@ void BoardState::OnAnswer(Time time, const std::string& answer)
 
 bool BoardState::IsLinkUp() const
 {
-    return session && plugged && coProcessor == "running";
+    return session && plugged && coProcessor == Phase::Running;
 }
 
 } // namespace Simulator

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Event.h"
+
 #include <array>
 #include <chrono>
 #include <cstddef>
@@ -11,7 +13,7 @@
 namespace Simulator
 {
 
-/// What a person can see of the board, as its event log tells it. Needs no more memory the longer the board runs.
+/// What a person can see of the board, as its events tell it. Needs no more memory the longer the board runs.
 /// Not for several threads at once.
 class BoardState
 {
@@ -20,13 +22,12 @@ public:
 
     static constexpr std::size_t KeptLines = 500; ///< of telegrams, and of the log
 
-    enum LedNumber : uint8_t
+    enum class Phase : uint8_t
     {
-        RedKnx,
-        YellowKnx,
-        GreenDevice,
-        OrangeDevice,
-        LedCount
+        Running,
+        HeldInReset,
+        Booting,
+        Hanging
     };
 
     enum class Line : uint8_t
@@ -56,8 +57,8 @@ public:
         uint64_t presses = 0;
     };
 
-    /// A line of the event log.
-    void OnEvent(Time time, const std::string& event);
+    /// An event of the board.
+    void OnEvent(Time time, const Event& event);
 
     /// A line that the daemon wrote.
     void OnDaemonLine(Time time, const std::string& line);
@@ -65,7 +66,7 @@ public:
     /// What a person is told, who has typed something.
     void OnAnswer(Time time, const std::string& answer);
 
-    bool IsLit(LedNumber led) const
+    bool IsLit(Led led) const
     {
         return leds.at(led);
     }
@@ -83,14 +84,13 @@ public:
     }
     bool IsLinkUp() const;
 
-    /// "running", "held in reset", ...
-    const std::string& CoProcessorState() const
+    Phase CoProcessorPhase() const
     {
         return coProcessor;
     }
 
-    /// "1.4 ms", empty when there was none.
-    const std::string& LastPulse() const
+    /// Of the reset line; nothing when there was none.
+    std::optional<std::chrono::nanoseconds> LastPulse() const
     {
         return lastPulse;
     }
@@ -111,16 +111,17 @@ public:
     }
 
 private:
-    bool TakeTelegram(Time time, const std::string& event);
-    void TakeState(const std::string& event);
+    bool TakeTelegram(Time time, const Event& event);
+    void TakeState(const Event& event);
+    void OnReset();
 
-    std::array<bool, LedCount> leds{};
+    std::array<bool, YellowKnxLed + 1> leds{};
     bool terminated = false;
     bool buttonPressed = false;
     bool plugged = true;
     bool session = false;
-    std::string coProcessor = "running"; // long before Linux comes up
-    std::string lastPulse;
+    Phase coProcessor = Phase::Running; // long before Linux comes up
+    std::optional<std::chrono::nanoseconds> lastPulse;
     Counters counters;
     std::deque<Entry> telegrams;
     std::deque<Entry> log;

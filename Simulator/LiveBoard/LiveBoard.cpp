@@ -46,11 +46,6 @@ sigset_t ScreenSignals()
     return signals;
 }
 
-bool StartsWith(const std::string& text, const char* start)
-{
-    return text.compare(0, std::strlen(start), start) == 0;
-}
-
 } // namespace
 
 void BlockScreenSignals()
@@ -109,13 +104,13 @@ void LiveBoard::CloseDescriptors() const
     }
 }
 
-void LiveBoard::OnEvent(std::chrono::microseconds since, const std::string& event)
+void LiveBoard::OnEvent(std::chrono::microseconds since, const Event& event)
 {
     {
         const std::lock_guard lock(mutex);
         state.OnEvent(since, event);
         demonstrating =
-            demonstrating && !StartsWith(event, "that was all") && !StartsWith(event, "the demonstration failed");
+            demonstrating && event.kind != Event::DemonstrationEnded && event.kind != Event::DemonstrationFailed;
     }
     Wake();
 }

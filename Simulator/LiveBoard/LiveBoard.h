@@ -22,7 +22,7 @@ void BlockScreenSignals();
 class LiveBoard
 {
 public:
-    /// While a demonstration goes on, which tells its end, only quitting and help are for the person.
+    /// While a demonstration goes on, until an event tells its end, only quitting and help are for the person.
     /// Throws std::runtime_error.
     LiveBoard(const std::string& boardName, bool demonstration);
 
@@ -33,7 +33,7 @@ public:
     LiveBoard& operator=(const LiveBoard&) = delete;
 
     /// An event of the board. Any thread.
-    void OnEvent(std::chrono::microseconds since, const std::string& event);
+    void OnEvent(std::chrono::microseconds since, const Event& event);
 
     /// What a person is told who has typed something. Any thread.
     void OnAnswer(const std::string& answer);

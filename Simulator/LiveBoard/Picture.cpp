@@ -56,6 +56,22 @@ std::string Seconds(BoardState::Time time)
     return text.data();
 }
 
+const char* PhaseText(BoardState::Phase state)
+{
+    switch (state)
+    {
+    case BoardState::Phase::HeldInReset:
+        return "held in reset";
+    case BoardState::Phase::Booting:
+        return "booting";
+    case BoardState::Phase::Hanging:
+        return "hangs";
+    case BoardState::Phase::Running:
+        break;
+    }
+    return "running";
+}
+
 int PutLamp(Picture& picture, int row, int column, bool lit, const std::string& name, Style style)
 {
     column = picture.Put(row, column, lit ? "(*)" : "( )", lit ? style : Style::Plain);
@@ -69,16 +85,13 @@ void DrawState(Picture& picture, const BoardState& state)
     int column = ValueColumn;
     struct Lamp
     {
-        BoardState::LedNumber led;
-        const char* name;
+        Led led;
         Style style;
     };
-    for (const auto& lamp :
-         {Lamp{BoardState::RedKnx, "red KNX", Style::Red}, Lamp{BoardState::YellowKnx, "yellow KNX", Style::Yellow},
-          Lamp{BoardState::GreenDevice, "green device", Style::Green},
-          Lamp{BoardState::OrangeDevice, "orange device", Style::Orange}})
+    for (const auto& lamp : {Lamp{RedKnxLed, Style::Red}, Lamp{YellowKnxLed, Style::Yellow},
+                             Lamp{GreenDeviceLed, Style::Green}, Lamp{OrangeDeviceLed, Style::Orange}})
     {
-        column = PutLamp(picture, row, column, state.IsLit(lamp.led), lamp.name, lamp.style);
+        column = PutLamp(picture, row, column, state.IsLit(lamp.led), NameOf(lamp.led), lamp.style);
     }
 
     ++row;
@@ -99,14 +112,16 @@ void DrawState(Picture& picture, const BoardState& state)
         column = picture.Put(row, column, "serial line PULLED", Style::Alarm);
     }
     column = picture.Put(row, column, ", co-processor ");
-    const std::string& coProcessor = state.CoProcessorState();
-    picture.Put(row, column, coProcessor, coProcessor == "running" ? Style::Plain : Style::Alarm);
+    const auto coProcessor = state.CoProcessorPhase();
+    picture.Put(row, column, PhaseText(coProcessor),
+                coProcessor == BoardState::Phase::Running ? Style::Plain : Style::Alarm);
 
     ++row;
     const auto& count = state.Count();
+    const auto pulse = state.LastPulse();
     picture.Put(row, LeftColumn, "resets");
     picture.Put(row, ValueColumn,
-                std::to_string(count.resets) + (state.LastPulse().empty() ? "" : ", last pulse " + state.LastPulse()) +
+                std::to_string(count.resets) + (pulse ? ", last pulse " + TextOf(*pulse) : "") +
                     "; times the link came up " + std::to_string(count.links));
 
     ++row;

@@ -3,9 +3,10 @@
 #include <gmock/gmock.h>
 
 #include <string>
+#include <vector>
 
 using namespace std::chrono_literals;
-using Simulator::BoardState;
+using namespace Simulator;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
@@ -16,20 +17,19 @@ namespace
 class BoardStateTest : public testing::Test
 {
 protected:
-    void Happen(const std::string& event)
+    void Happen(const Event& event)
     {
         state.OnEvent(1ms, event);
     }
 
-    std::vector<std::string> Lit() const
+    std::vector<Led> Lit() const
     {
-        std::vector<std::string> lit;
-        const std::array<const char*, BoardState::LedCount> names{"red", "yellow", "green", "orange"};
-        for (int led = 0; led < BoardState::LedCount; ++led)
+        std::vector<Led> lit;
+        for (const Led led : {RedKnxLed, YellowKnxLed, GreenDeviceLed, OrangeDeviceLed})
         {
-            if (state.IsLit(static_cast<BoardState::LedNumber>(led)))
+            if (state.IsLit(led))
             {
-                lit.emplace_back(names.at(static_cast<std::size_t>(led)));
+                lit.push_back(led);
             }
         }
         return lit;
@@ -55,61 +55,61 @@ TEST_F(BoardStateTest, AtFirstNothingIsOnAndTheLinkIsDown)
     EXPECT_FALSE(state.IsButtonPressed());
     EXPECT_TRUE(state.IsPlugged());
     EXPECT_FALSE(state.IsLinkUp());
-    EXPECT_EQ(state.CoProcessorState(), "running");
-    EXPECT_EQ(state.LastPulse(), "");
+    EXPECT_EQ(state.CoProcessorPhase(), BoardState::Phase::Running);
+    EXPECT_FALSE(state.LastPulse());
     EXPECT_THAT(state.Telegrams(), IsEmpty());
     EXPECT_THAT(state.Log(), IsEmpty());
 }
 
 TEST_F(BoardStateTest, EachLedIsOneOfItsOwn)
 {
-    Happen("LED red KNX on");
-    EXPECT_THAT(Lit(), ElementsAre("red"));
-    Happen("LED yellow KNX on");
-    Happen("LED red KNX off");
-    EXPECT_THAT(Lit(), ElementsAre("yellow"));
-    Happen("LED green device on");
-    Happen("LED orange device on");
-    EXPECT_THAT(Lit(), ElementsAre("yellow", "green", "orange"));
-    EXPECT_THAT(Texts(state.Log()).back(), "LED orange device on");
+    Happen({Event::LedOn, RedKnxLed});
+    EXPECT_THAT(Lit(), ElementsAre(RedKnxLed));
+    Happen({Event::LedOn, YellowKnxLed});
+    Happen({Event::LedOff, RedKnxLed});
+    EXPECT_THAT(Lit(), ElementsAre(YellowKnxLed));
+    Happen({Event::LedOn, GreenDeviceLed});
+    Happen({Event::LedOn, OrangeDeviceLed});
+    EXPECT_THAT(Lit(), ElementsAre(YellowKnxLed, GreenDeviceLed, OrangeDeviceLed));
+    EXPECT_EQ(Texts(state.Log()).back(), TextOf({Event::LedOn, OrangeDeviceLed}));
 }
 
 TEST_F(BoardStateTest, TheTerminationGoesOnAndOff)
 {
-    Happen("RS485 termination on");
+    Happen(Event::TerminationOn);
     EXPECT_TRUE(state.IsTerminated());
-    Happen("RS485 termination off");
+    Happen(Event::TerminationOff);
     EXPECT_FALSE(state.IsTerminated());
 }
 
 TEST_F(BoardStateTest, PressesOfTheButtonAreCounted)
 {
-    Happen("button pressed");
+    Happen(Event::ButtonPressed);
     EXPECT_TRUE(state.IsButtonPressed());
-    Happen("button released");
+    Happen(Event::ButtonReleased);
     EXPECT_FALSE(state.IsButtonPressed());
-    Happen("button pressed");
+    Happen(Event::ButtonPressed);
     EXPECT_EQ(state.Count().presses, 2U);
 }
 
 TEST_F(BoardStateTest, AResetTurnsEverythingOffAndEndsTheLink)
 {
-    Happen("link up");
-    Happen("LED red KNX on");
-    Happen("RS485 termination on");
+    Happen(Event::LinkUp);
+    Happen({Event::LedOn, RedKnxLed});
+    Happen(Event::TerminationOn);
     EXPECT_TRUE(state.IsLinkUp());
-    Happen("reset line low");
-    EXPECT_EQ(state.CoProcessorState(), "held in reset");
+    Happen(Event::ResetLineLow);
+    EXPECT_EQ(state.CoProcessorPhase(), BoardState::Phase::HeldInReset);
     EXPECT_FALSE(state.IsLinkUp());
     EXPECT_THAT(Lit(), IsEmpty());
     EXPECT_FALSE(state.IsTerminated());
-    Happen("reset line high after 1.4 ms");
-    EXPECT_EQ(state.CoProcessorState(), "booting");
-    EXPECT_EQ(state.LastPulse(), "1.4 ms");
-    Happen("co-processor booted");
-    EXPECT_EQ(state.CoProcessorState(), "running");
+    Happen({Event::ResetLineHigh, 1'400'000});
+    EXPECT_EQ(state.CoProcessorPhase(), BoardState::Phase::Booting);
+    EXPECT_EQ(state.LastPulse(), 1400us);
+    Happen(Event::CoProcessorBooted);
+    EXPECT_EQ(state.CoProcessorPhase(), BoardState::Phase::Running);
     EXPECT_FALSE(state.IsLinkUp());
-    Happen("link up");
+    Happen(Event::LinkUp);
     EXPECT_TRUE(state.IsLinkUp());
     EXPECT_EQ(state.Count().resets, 1U);
     EXPECT_EQ(state.Count().links, 2U);
@@ -117,44 +117,44 @@ TEST_F(BoardStateTest, AResetTurnsEverythingOffAndEndsTheLink)
 
 TEST_F(BoardStateTest, AHangEndsTheLink)
 {
-    Happen("link up");
-    Happen("co-processor hangs");
-    EXPECT_EQ(state.CoProcessorState(), "hangs");
+    Happen(Event::LinkUp);
+    Happen(Event::CoProcessorHangs);
+    EXPECT_EQ(state.CoProcessorPhase(), BoardState::Phase::Hanging);
     EXPECT_FALSE(state.IsLinkUp());
     EXPECT_EQ(state.Log().back().kind, BoardState::Line::Trouble);
 }
 
 TEST_F(BoardStateTest, APulledLineIsALinkThatIsDownUntilItIsPluggedInAgain)
 {
-    Happen("link up");
-    Happen("serial line pulled");
+    Happen(Event::LinkUp);
+    Happen(Event::SerialLinePulled);
     EXPECT_FALSE(state.IsPlugged());
     EXPECT_FALSE(state.IsLinkUp());
-    Happen("serial line plugged in");
+    Happen(Event::SerialLinePluggedIn);
     EXPECT_TRUE(state.IsPlugged());
     EXPECT_TRUE(state.IsLinkUp());
 }
 
 TEST_F(BoardStateTest, TheLinkEndsWithTheDaemon)
 {
-    Happen("link up");
-    Happen("daemon ended with status 0");
+    Happen(Event::LinkUp);
+    Happen({Event::DaemonEnded, 0});
     EXPECT_FALSE(state.IsLinkUp());
 }
 
 TEST_F(BoardStateTest, AStartWithoutLedsIsTrouble)
 {
-    Happen("the LEDs did not come; restart starts the daemon anew");
+    Happen(Event::LedsDidNotCome);
     EXPECT_EQ(state.Log().back().kind, BoardState::Line::Trouble);
 }
 
 TEST_F(BoardStateTest, TelegramsAreDecodedAndCounted)
 {
-    Happen("telegram to KNX: 11 00 bc e0 00 00 0a 03 01 00 81");
-    Happen("telegram confirmed: 2e 00 bc e0 00 00 0a 03 01 00 81");
-    Happen("telegram not sent: 2e 00 bd e0 00 00 0a 03 01 00 81");
-    Happen("telegram from KNX: 29 00 bc e0 11 01 0a 03 01 00 80");
-    Happen("telegram lost: no link to the driver");
+    Happen({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 03 01 00 81")});
+    Happen({Event::TelegramConfirmed, Knx::FromHex("2e 00 bc e0 00 00 0a 03 01 00 81")});
+    Happen({Event::TelegramNotSent, Knx::FromHex("2e 00 bd e0 00 00 0a 03 01 00 81")});
+    Happen({Event::TelegramFromKnx, Knx::FromHex("29 00 bc e0 11 01 0a 03 01 00 80")});
+    Happen(Event::TelegramLost);
     EXPECT_THAT(Texts(state.Telegrams()),
                 ElementsAre("to KNX    0.0.0 -> 1/2/3 low hops=6 A_GroupValue_Write value=0x01",
                             "confirmed 0.0.0 -> 1/2/3 low hops=6 A_GroupValue_Write value=0x01",
@@ -172,7 +172,7 @@ TEST_F(BoardStateTest, TelegramsAreDecodedAndCounted)
 
 TEST_F(BoardStateTest, AnUnusualMessageCodeIsTold)
 {
-    Happen("telegram from KNX: 2b 00 bc e0 11 01 0a 03 01 00 80");
+    Happen({Event::TelegramFromKnx, Knx::FromHex("2b 00 bc e0 11 01 0a 03 01 00 80")});
     EXPECT_THAT(state.Telegrams().back().text, StartsWith("from KNX  L_Busmon.ind"));
 }
 
@@ -190,8 +190,8 @@ TEST_F(BoardStateTest, TheDaemonsLinesAreShownWithoutDateAndThread)
 
 TEST_F(BoardStateTest, AnythingElseIsForTheLog)
 {
-    Happen("somebody on the bus switches it off");
-    Happen("");
+    Happen({Event::Note, "somebody on the bus switches it off"});
+    Happen({Event::Note, ""});
     state.OnAnswer(1s, "the button is pressed already");
     EXPECT_THAT(Texts(state.Log()),
                 ElementsAre("somebody on the bus switches it off", "", "the button is pressed already"));
@@ -201,8 +201,8 @@ TEST_F(BoardStateTest, KeepsTheLastLinesOnly)
 {
     for (int count = 0; count < 10'000; ++count)
     {
-        Happen("event " + std::to_string(count));
-        Happen("telegram from KNX: 29 00");
+        Happen({Event::Note, "event " + std::to_string(count)});
+        Happen({Event::TelegramFromKnx, Knx::FromHex("29 00")});
     }
     EXPECT_EQ(state.Log().size(), BoardState::KeptLines);
     EXPECT_EQ(state.Log().back().text, "event 9999");

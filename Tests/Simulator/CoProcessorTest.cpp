@@ -40,7 +40,7 @@ protected:
         const std::size_t before = events.Count();
         coProcessor.SetResetLine(false);
         coProcessor.SetResetLine(true);
-        EXPECT_NE(events.Await("co-processor booted", before, Patience), 0U);
+        EXPECT_NE(events.Await(Event::CoProcessorBooted, before, Patience), 0U);
         Greet();
     }
 

@@ -27,16 +27,27 @@ std::vector<std::string> Rows(const Picture& picture)
     return rows;
 }
 
+std::vector<Event> HasHappened()
+{
+    return {Event::ResetLineLow,
+            {Event::ResetLineHigh, 1'400'000},
+            Event::CoProcessorBooted,
+            Event::LinkUp,
+            {Event::LedOn, RedKnxLed},
+            {Event::LedOn, OrangeDeviceLed},
+            Event::TerminationOn,
+            Event::ButtonPressed,
+            {Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 03 01 00 81")},
+            {Event::TelegramConfirmed, Knx::FromHex("2e 00 bc e0 00 00 0a 03 01 00 81")},
+            {Event::TelegramFromKnx, Knx::FromHex("29 00 bc e0 11 01 0a 03 01 00 80")}};
+}
+
 // A board on which everything has happened.
 BoardState Busy()
 {
     BoardState state;
     int time = 0;
-    for (const char* const event :
-         {"reset line low", "reset line high after 1.4 ms", "co-processor booted", "link up", "LED red KNX on",
-          "LED orange device on", "RS485 termination on", "button pressed",
-          "telegram to KNX: 11 00 bc e0 00 00 0a 03 01 00 81", "telegram confirmed: 2e 00 bc e0 00 00 0a 03 01 00 81",
-          "telegram from KNX: 29 00 bc e0 11 01 0a 03 01 00 80"})
+    for (const Event& event : HasHappened())
     {
         state.OnEvent(std::chrono::milliseconds(time += 100), event);
     }
@@ -46,6 +57,7 @@ BoardState Busy()
 TEST(Picture, HasTheWholeBoardOn24RowsOf80Columns)
 {
     const std::string dashes(80, '-');
+    const auto events = HasHappened();
     EXPECT_THAT(
         Rows(Draw(Busy(), {"board", false, {}}, 24, 80)),
         ElementsAre(
@@ -57,18 +69,18 @@ TEST(Picture, HasTheWholeBoardOn24RowsOf80Columns)
             "    0.900 to KNX    0.0.0 -> 1/2/3 low hops=6 A_GroupValue_Write value=0x01",
             "    1.000 confirmed 0.0.0 -> 1/2/3 low hops=6 A_GroupValue_Write value=0x01",
             "    1.100 from KNX  1.1.1 -> 1/2/3 low hops=6 A_GroupValue_Write value=0x00", "", "", "", "",
-            "-- log " + dashes.substr(7), "    0.100 reset line low", "    0.200 reset line high after 1.4 ms",
-            "    0.300 co-processor booted", "    0.400 link up", "    0.500 LED red KNX on",
-            "    0.600 LED orange device on", "    0.700 RS485 termination on", "    0.800 button pressed",
+            "-- log " + dashes.substr(7), "    0.100 " + TextOf(events[0]), "    0.200 " + TextOf(events[1]),
+            "    0.300 " + TextOf(events[2]), "    0.400 " + TextOf(events[3]), "    0.500 " + TextOf(events[4]),
+            "    0.600 " + TextOf(events[5]), "    0.700 " + TextOf(events[6]), "    0.800 " + TextOf(events[7]),
             " b release  u unplug  m mute  t telegram  r restart  k kill  h help  q quit"));
 }
 
 TEST(Picture, SaysInWordsWhatIsWrong)
 {
     BoardState state = Busy();
-    state.OnEvent(1s, "serial line pulled");
-    state.OnEvent(1s, "co-processor hangs");
-    state.OnEvent(1s, "button released");
+    state.OnEvent(1s, Event::SerialLinePulled);
+    state.OnEvent(1s, Event::CoProcessorHangs);
+    state.OnEvent(1s, Event::ButtonReleased);
     const auto rows = Rows(Draw(state, {"board", false, {}}, 24, 80));
     EXPECT_EQ(rows[3], " link        DOWN, serial line PULLED, co-processor hangs");
     EXPECT_EQ(rows[23], " b press  u plug  m mute  t telegram  r restart  k kill  h help  q quit");
@@ -79,7 +91,7 @@ TEST(Picture, ShowsTheLastLinesThatFit)
     BoardState state;
     for (int count = 1; count <= 100; ++count)
     {
-        state.OnEvent(1s, "event " + std::to_string(count));
+        state.OnEvent(1s, {Event::Note, "event " + std::to_string(count)});
     }
     const auto rows = Rows(Draw(state, {"board", false, {}}, 24, 80));
     EXPECT_THAT(rows[15], EndsWith("event 93"));
@@ -97,9 +109,9 @@ TEST(Picture, LedsHaveTheirColourWhenTheyAreOn)
     {
         EXPECT_EQ(styleAt(column), Style::Plain) << column;
     }
-    for (const char* const led : {"red KNX", "yellow KNX", "green device", "orange device"})
+    for (const Led led : {RedKnxLed, YellowKnxLed, GreenDeviceLed, OrangeDeviceLed})
     {
-        state.OnEvent(1s, std::string("LED ") + led + " on");
+        state.OnEvent(1s, {Event::LedOn, led});
     }
     for (const auto& [column, style] : leds)
     {
@@ -110,7 +122,7 @@ TEST(Picture, LedsHaveTheirColourWhenTheyAreOn)
 TEST(Picture, ALineThatDoesNotFitSaysSo)
 {
     BoardState state;
-    state.OnEvent(1s, std::string(100, 'x'));
+    state.OnEvent(1s, {Event::Note, std::string(100, 'x')});
     const auto rows = Rows(Draw(state, {"board", false, {}}, 24, 80));
     EXPECT_EQ(rows[15], "    1.000 " + std::string(69, 'x') + ">");
 }

@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -20,6 +21,9 @@
 #include <memory>
 #include <string>
 
+using Simulator::Event;
+using Simulator::RedKnxLed;
+using Simulator::TextOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -255,15 +259,15 @@ TEST(BoardProgram, ShowsATelegramEachWayAnLedTheButtonAndARecoveredLink)
 {
     const auto program = StartWithLeds({"--demo"});
     BoardProgram& board = *program;
-    EXPECT_TRUE(board->AwaitLine("telegram to KNX: 11 00 bc e0"));
+    EXPECT_TRUE(board->AwaitEvent({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0")}));
     EXPECT_TRUE(board->AwaitLine("an application reads 0b 2e 00 bc e0"));
     EXPECT_TRUE(board->AwaitLine("an application reads 0b 29 00 bc e0"));
-    EXPECT_TRUE(board->AwaitLine("LED red KNX on"));
+    EXPECT_TRUE(board->AwaitEvent({Event::LedOn, RedKnxLed}));
     EXPECT_TRUE(board->AwaitLine("an application reads 00 (pressed)"));
     EXPECT_TRUE(board->AwaitLine("an application reads 01 (released)"));
-    EXPECT_TRUE(board->AwaitLine("reset line low"));
+    EXPECT_TRUE(board->AwaitEvent(Event::ResetLineLow));
     EXPECT_TRUE(board->AwaitLine("an application reads 03 b9 00 01 (the link is usable again)"));
-    EXPECT_TRUE(board->AwaitLine("that was all"));
+    EXPECT_TRUE(board->AwaitEvent(Event::DemonstrationEnded));
     board.Type("quit");
     EXPECT_EQ(board->Wait(), 0);
 }
@@ -271,7 +275,7 @@ TEST(BoardProgram, ShowsATelegramEachWayAnLedTheButtonAndARecoveredLink)
 TEST(BoardProgram, TakesEachCommand)
 {
     BoardProgram board;
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 4")); // the daemon has told that it runs
     board.Type("press");
     EXPECT_TRUE(board->AwaitLine("Programming button state changed to: pressed"));
@@ -280,12 +284,12 @@ TEST(BoardProgram, TakesEachCommand)
     board.Type("telegram 29:00 bc");
     EXPECT_TRUE(board->AwaitLine("Sended cemi message with size 4 from LL to user message queue"));
     board.Type("unplug");
-    EXPECT_TRUE(board->AwaitLine("serial line pulled"));
+    EXPECT_TRUE(board->AwaitEvent(Event::SerialLinePulled));
     board.Type("plug");
-    EXPECT_TRUE(board->AwaitLine("serial line plugged in"));
+    EXPECT_TRUE(board->AwaitEvent(Event::SerialLinePluggedIn));
     board.Type("mute");
-    EXPECT_TRUE(board->AwaitLine("co-processor hangs"));
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(Event::CoProcessorHangs));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     board.Type("help");
     EXPECT_TRUE(board->AwaitLine("press the programming button"));
     board.Type("quit");
@@ -306,7 +310,7 @@ TEST(BoardProgram, APressBeforeARestartArrivesThreeTimes)
         bool told = false;
         for (const std::string& line : board->Lines())
         {
-            const bool isStart = line.find("daemon started") != std::string::npos;
+            const bool isStart = line.find(TextOf(Event::DaemonStarted)) != std::string::npos;
             starts += isStart ? 1 : 0;
             told = !isStart && (told || line.find("since boot was: pressed") != std::string::npos);
         }
@@ -329,7 +333,7 @@ TEST(BoardProgram, APressBeforeARestartArrivesThreeTimes)
 TEST(BoardProgram, AWrongCommandGetsOneLineAndChangesNothing)
 {
     BoardProgram board;
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     for (const char* const wrong : {"jump", "press hard", "telegram", "telegram 1", "telegram 2x", "quit now",
                                     "restart x", "kill -1", "restart 3601", "restart 1 2"})
     {
@@ -338,7 +342,7 @@ TEST(BoardProgram, AWrongCommandGetsOneLineAndChangesNothing)
     }
     board.Type("");
     board.Type("press");
-    EXPECT_TRUE(board->AwaitLine("button pressed"));
+    EXPECT_TRUE(board->AwaitEvent(Event::ButtonPressed));
     board.Type("quit");
     EXPECT_EQ(board->Wait(), 0);
 }
@@ -346,7 +350,7 @@ TEST(BoardProgram, AWrongCommandGetsOneLineAndChangesNothing)
 TEST(BoardProgram, ACommandThatChangesNothingSaysSo)
 {
     BoardProgram board;
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     board.Type("release");
     EXPECT_TRUE(board->AwaitLine("the button is released already"));
     board.Type("press");
@@ -358,7 +362,7 @@ TEST(BoardProgram, ACommandThatChangesNothingSaysSo)
     board.Type("unplug");
     EXPECT_TRUE(board->AwaitLine("the serial line is pulled already"));
     board.Type("telegram 29 00");
-    EXPECT_TRUE(board->AwaitLine("telegram lost: no link to the driver"));
+    EXPECT_TRUE(board->AwaitEvent(Event::TelegramLost));
     board.Type("quit");
     EXPECT_EQ(board->Wait(), 0);
 }
@@ -366,7 +370,7 @@ TEST(BoardProgram, ACommandThatChangesNothingSaysSo)
 TEST(BoardProgram, TakesALastCommandWithoutItsNewline)
 {
     BoardProgram board;
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     board.TypeRaw("quit");
     board.EndInput();
     EXPECT_EQ(board->Wait(), 0);
@@ -375,7 +379,7 @@ TEST(BoardProgram, TakesALastCommandWithoutItsNewline)
 TEST(BoardProgram, TwoStopsAtOnceAreOne)
 {
     BoardProgram board;
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     board.Type("quit");
     board.Type("quit");
     board->Signal(SIGTERM);
@@ -387,7 +391,7 @@ TEST(BoardProgram, GoesOnWhenItsInputEnds)
 {
     BoardProgram board;
     board.EndInput();
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     EXPECT_EQ(board->Stop(), 0);
 }
 
@@ -395,7 +399,7 @@ TEST(BoardProgram, EndsWithTheStatusOfTheDaemon)
 {
     std::vector<std::string> lines;
     EXPECT_EQ(RunOnce({"--name", Name(), "--", "--foo"}, lines), 255);
-    EXPECT_THAT(lines, Contains(EndsWith("daemon ended with status 255")));
+    EXPECT_THAT(lines, Contains(EndsWith(TextOf({Event::DaemonEnded, 255}))));
 }
 
 TEST(BoardProgram, RestartEndsTheDaemonInItsOwnWayWhileApplicationsStay)
@@ -408,11 +412,11 @@ TEST(BoardProgram, RestartEndsTheDaemonInItsOwnWayWhileApplicationsStay)
     Daemon application({BOARD, "exec", "--name", Name(), "--", "sh", "-c", script}, {});
     ASSERT_TRUE(application.AwaitLine("stands"));
     board.Type("restart 2");
-    EXPECT_TRUE(board->AwaitLine("daemon ended with status 0"));
-    EXPECT_TRUE(board->AwaitLine("daemon starts again in 2 s"));
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonEnded, 0}));
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonStartsLater, 2}));
     EXPECT_TRUE(application.AwaitLine("gone"));
-    EXPECT_TRUE(board->AwaitLine("daemon started"));
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(Event::DaemonStarted));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     EXPECT_TRUE(application.AwaitLine("again"));
     EXPECT_EQ(application.Wait(), 0);
     EXPECT_EQ(board->Stop(), 0);
@@ -424,8 +428,8 @@ TEST(BoardProgram, KillLeavesTheQueuesBehindAndTakesTheLedsAway)
     BoardProgram& board = *program;
     ASSERT_TRUE(Await([&] { return Holds(board->Lines(), "Sended cemi message with size 4"); })); // all queues are made
     board.Type("kill 3600");
-    EXPECT_TRUE(board->AwaitLine("daemon ended with status 137"));
-    EXPECT_TRUE(board->AwaitLine("daemon starts again in 3600 s"));
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonEnded, 137}));
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonStartsLater, 3600}));
     std::vector<std::string> lines;
     EXPECT_EQ(RunOnce({"exec", "--name", Name(), "--", "ls", "/dev/mqueue", "/sys/class/leds"}, lines), 0);
     EXPECT_THAT(lines, testing::IsSupersetOf({"cemiFromLL", "cemiToLL", "progButton"}));
@@ -438,8 +442,8 @@ TEST(BoardProgram, KillStartsTheDaemonOverTheQueuesThatWereLeft)
     BoardProgram board;
     ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 4"));
     board.Type("kill");
-    EXPECT_TRUE(board->AwaitLine("daemon ended with status 137"));
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonEnded, 137}));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     EXPECT_TRUE(board->AwaitLine("Sended cemi message with size 4"));
     EXPECT_EQ(board->Stop(), 0);
 }
@@ -459,16 +463,16 @@ TEST(BoardProgram, OneRestartAtATime)
 TEST(BoardProgram, ARestartDuringAPauseSetsTheStartAnew)
 {
     BoardProgram board;
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     board.Type("kill 3600");
-    ASSERT_TRUE(board->AwaitLine("daemon starts again in 3600 s"));
+    ASSERT_TRUE(board->AwaitEvent({Event::DaemonStartsLater, 3600}));
     board.Type("restart 1800");
-    EXPECT_TRUE(board->AwaitLine("daemon starts again in 1800 s"));
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonStartsLater, 1800}));
     board.Type("restart");
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     EXPECT_GT(DaemonOf(Name()), 0);
     board.Type("kill 3600");
-    ASSERT_TRUE(board->AwaitLine("daemon starts again in 3600 s"));
+    ASSERT_TRUE(board->AwaitEvent({Event::DaemonStartsLater, 3600}));
     board.Type("quit");
     EXPECT_EQ(board->Wait(), 137);
 }
@@ -479,15 +483,17 @@ TEST(BoardProgram, ADaemonThatDoesNotEndIsKilledWhichIsTold)
     BoardProgram board({"--driver", driver.File()});
     ASSERT_TRUE(board->AwaitLine("deaf"));
     board.Type("restart");
-    EXPECT_TRUE(board->AwaitLine("daemon has not ended in 15 s and is killed"));
-    EXPECT_TRUE(board->AwaitLine("daemon ended with status 137"));
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonKilled, 15}));
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonEnded, 137}));
     EXPECT_TRUE(board->AwaitLine("deaf"));
     const auto lines = board->Lines();
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                            [](const auto& line) { return line.find("is killed") != std::string::npos; }),
+                            [](const auto& line) {
+                                return line.find(TextOf({Event::DaemonKilled, 15})) != std::string::npos;
+                            }),
               1);
     board.Type("kill 3600");
-    EXPECT_TRUE(board->AwaitLine("daemon ended with status 137"));
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonEnded, 137}));
     EXPECT_EQ(board->Stop(), 137);
 }
 
@@ -495,23 +501,24 @@ TEST(BoardProgram, ARestartThatCannotStartTheDaemonKeepsTheBoardForTheNext)
 {
     const OwnDriver driver("exec " DRIVER " \"$@\"");
     BoardProgram board({"--driver", driver.File()});
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     std::filesystem::rename(driver.File(), driver.File() + ".away");
     board.Type("kill");
-    EXPECT_TRUE(board->AwaitLine("cannot start " + driver.File() + ": No such file or directory; restart tries again"));
+    EXPECT_TRUE(
+        board->AwaitEvent({Event::DaemonCannotStart, "cannot start " + driver.File() + ": No such file or directory"}));
     std::vector<std::string> lines;
     EXPECT_EQ(RunOnce({"list"}, lines), 0);
     EXPECT_THAT(lines, Contains(Name() + "  no daemon"));
     EXPECT_EQ(RunOnce({"exec", "--name", Name(), "--", "true"}, lines), 0);
     board.Type("restart");
-    EXPECT_TRUE(board->AwaitLine("restart tries again"));
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonCannotStart, ""}));
     std::filesystem::rename(driver.File() + ".away", driver.File());
     board.Type("restart");
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     EXPECT_GT(DaemonOf(Name()), 0);
     std::filesystem::remove(driver.File());
     board.Type("kill");
-    EXPECT_TRUE(board->AwaitLine("restart tries again"));
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonCannotStart, ""}));
     board.Type("quit");
     EXPECT_EQ(board->Wait(), 137);
 }
@@ -527,9 +534,9 @@ TEST(BoardProgram, EndsWhereItsFirstDaemonCannotBeStarted)
 TEST(BoardProgram, EndsWithTheStatusOfADaemonThatEndsByItselfAfterARestart)
 {
     BoardProgram board;
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     board.Type("restart");
-    ASSERT_TRUE(board->AwaitLine("daemon ended with status 0"));
+    ASSERT_TRUE(board->AwaitEvent({Event::DaemonEnded, 0}));
     ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 4"));
     const pid_t daemon = DaemonOf(Name());
     ASSERT_GT(daemon, 0);
@@ -561,7 +568,8 @@ TEST(BoardProgram, ACommandThatCameAfterTheDaemonsEndDoesNotStartItAgain)
     EXPECT_EQ(board->Wait(), 137);
     const auto lines = board->Lines();
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                            [](const auto& line) { return line.find("daemon started") != std::string::npos; }),
+                            [](const auto& line)
+                            { return line.find(TextOf(Event::DaemonStarted)) != std::string::npos; }),
               1);
 }
 
@@ -569,8 +577,8 @@ TEST(BoardProgram, TellsThatTheLedsDidNotCome)
 {
     const LosingDriver driver("*");
     BoardProgram board({"--driver", driver.File()});
-    EXPECT_TRUE(board->AwaitLine("link up"));
-    EXPECT_TRUE(board->AwaitLine("the LEDs did not come; restart starts the daemon anew"));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
+    EXPECT_TRUE(board->AwaitEvent(Event::LedsDidNotCome));
     EXPECT_EQ(board->Stop(), 0);
 }
 
@@ -578,7 +586,8 @@ TEST(BoardProgram, SaysNothingOfLedsThatCome)
 {
     const auto board = StartWithLeds();
     // This is longer than the board takes to notice that LEDs are missing.
-    EXPECT_FALSE(Await([&] { return Holds((*board)->Lines(), "LEDs did not come"); }, std::chrono::seconds(3)));
+    EXPECT_FALSE(
+        Await([&] { return Holds((*board)->Lines(), TextOf(Event::LedsDidNotCome)); }, std::chrono::seconds(3)));
     EXPECT_EQ((*board)->Stop(), 0);
 }
 
@@ -586,10 +595,10 @@ TEST(BoardProgram, TheDemonstrationStartsADaemonWithoutLedsAnew)
 {
     const LosingDriver driver("1");
     BoardProgram board({"--driver", driver.File(), "--demo"});
-    EXPECT_TRUE(board->AwaitLine("the LEDs did not come"));
+    EXPECT_TRUE(board->AwaitEvent(Event::LedsDidNotCome));
     EXPECT_TRUE(board->AwaitLine("the daemon is started anew"));
-    EXPECT_TRUE(board->AwaitLine("LED red KNX on"));
-    EXPECT_TRUE(board->AwaitLine("that was all"));
+    EXPECT_TRUE(board->AwaitEvent({Event::LedOn, RedKnxLed}));
+    EXPECT_TRUE(board->AwaitEvent(Event::DemonstrationEnded));
     EXPECT_EQ(board->Stop(), 0);
 }
 
@@ -599,31 +608,33 @@ TEST(BoardProgram, SaysOnceWhyItsDaemonStartsAtOrdinaryPriority)
     {
         GTEST_SKIP() << "it starts at real-time priority";
     }
+    const Event atOrdinaryPriority{Event::DaemonAtOrdinaryPriority, EPERM};
     BoardProgram board;
-    EXPECT_TRUE(board->AwaitLine("daemon starts at ordinary priority (Operation not permitted)"));
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(atOrdinaryPriority));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     board.Type("restart");
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     EXPECT_EQ(board->Stop(), 0);
     const auto lines = board->Lines();
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
-                            [](const auto& line) { return line.find("ordinary priority") != std::string::npos; }),
+                            [&](const auto& line)
+                            { return line.find(TextOf(atOrdinaryPriority)) != std::string::npos; }),
               1);
 }
 
 TEST(BoardProgram, ListTellsTheRunningBoardsAndTheirDaemons)
 {
     BoardProgram board;
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     BoardProgram other({"--name", Name() + "-other"});
-    ASSERT_TRUE(other->AwaitLine("link up"));
+    ASSERT_TRUE(other->AwaitEvent(Event::LinkUp));
     std::ifstream name("/proc/" + std::to_string(DaemonOf(Name())) + "/comm");
     std::string program;
     EXPECT_TRUE(std::getline(name, program));
     EXPECT_EQ(program, "orvel");
     EXPECT_GT(DaemonOf(Name() + "-other"), 0);
     board.Type("kill 3600");
-    ASSERT_TRUE(board->AwaitLine("daemon starts again"));
+    ASSERT_TRUE(board->AwaitEvent({Event::DaemonStartsLater, 3600}));
     std::vector<std::string> lines;
     EXPECT_EQ(RunOnce({"list"}, lines), 0);
     EXPECT_THAT(lines, Contains(Name() + "  no daemon"));
@@ -637,7 +648,7 @@ TEST(BoardProgram, AKilledBoardIsNotListedAndItsNameIsFree)
 {
     {
         BoardProgram board;
-        ASSERT_TRUE(board->AwaitLine("link up"));
+        ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
         board->Signal(SIGKILL);
         board->Wait();
     }
@@ -646,7 +657,7 @@ TEST(BoardProgram, AKilledBoardIsNotListedAndItsNameIsFree)
     EXPECT_THAT(lines, testing::Not(Contains(StartsWith(Name()))));
     EXPECT_EQ(RunOnce({"exec", "--name", Name(), "--", "true"}, lines), 1);
     BoardProgram board;
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     EXPECT_GT(DaemonOf(Name()), 0);
     EXPECT_EQ(board->Stop(), 0);
 }
@@ -698,7 +709,7 @@ TEST(BoardProgram, WhoLooksForBoardsMakesNoDirectory)
 TEST(BoardProgram, ARuntimeDirectoryThatIsNotAbsoluteIsIgnored)
 {
     BoardProgram board;
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     Daemon list({"sh", "-c", "cd \"$XDG_RUNTIME_DIR\" && XDG_RUNTIME_DIR=. exec " BOARD " list"}, {});
     EXPECT_EQ(list.Wait(), 0);
     EXPECT_THAT(list.Lines(), testing::Not(Contains(StartsWith(Name() + "  "))));
@@ -716,7 +727,7 @@ TEST(BoardProgram, PassesOptionsOnToTheDaemon)
 TEST(BoardProgram, WiresTheResetToAnotherPin)
 {
     BoardProgram board({"--reset_gpio", "7", "--", "--reset_gpio", "7"});
-    EXPECT_TRUE(board->AwaitLine("reset line low"));
+    EXPECT_TRUE(board->AwaitEvent(Event::ResetLineLow));
     EXPECT_EQ(board->Stop(), 0);
 }
 
@@ -724,20 +735,20 @@ TEST(BoardProgram, JoinsKnxIpOnAnInterface)
 {
     EnterOwnNetwork();
     BoardProgram board({"--knxip", "--knxip-interface", "lo", "--bus-speed", "unlimited"});
-    EXPECT_TRUE(board->AwaitLine("KNXnet/IP: joined 224.0.23.12 on lo"));
+    EXPECT_TRUE(board->AwaitEvent({Event::KnxIpJoined, "224.0.23.12 on lo"}));
     const Knx::MulticastSocket other("lo");
-    ASSERT_TRUE(board->AwaitLine("link up"));
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     other.Send(Knx::FromHex("06 10 05 30 00 11 29 00 bc e0 11 01 0a 03 01 00 81"));
-    EXPECT_TRUE(board->AwaitLine("telegram from KNX: 29 00 bc e0 11 01 0a 03 01 00 81"));
+    EXPECT_TRUE(board->AwaitEvent({Event::TelegramFromKnx, Knx::FromHex("29 00 bc e0 11 01 0a 03 01 00 81")}));
     board.Type("quit");
-    EXPECT_TRUE(board->AwaitLine("KNXnet/IP: 0 sent, 1 received, 0 refused"));
+    EXPECT_TRUE(board->AwaitEvent({Event::KnxIpCounted, "0 sent, 1 received, 0 refused"}));
     EXPECT_EQ(board->Wait(), 0);
 }
 
 TEST(BoardProgram, SigtermStopsTheDaemonInOrder)
 {
     BoardProgram board;
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     board->Signal(SIGTERM);
     EXPECT_EQ(board->Wait(), 0);
 }
@@ -745,7 +756,7 @@ TEST(BoardProgram, SigtermStopsTheDaemonInOrder)
 TEST(BoardProgram, KilledItTakesTheDaemonWithIt)
 {
     BoardProgram board;
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     board->Signal(SIGKILL);
     EXPECT_EQ(board->Wait(), 128 + SIGKILL); // its output ends only when the daemon is gone too
 }
@@ -759,7 +770,7 @@ TEST(BoardProgram, ExecRunsAnApplicationOnTheRunningBoard)
         RunOnce({"exec", "--name", Name(), "--", "sh", "-c", "echo 100 > /sys/class/leds/prg1/brightness; exit 7"},
                 lines),
         7);
-    EXPECT_TRUE(board->AwaitLine("LED red KNX on"));
+    EXPECT_TRUE(board->AwaitEvent({Event::LedOn, RedKnxLed}));
     EXPECT_EQ(RunOnce({"exec", "--name", Name(), "--", "ls", "/dev/mqueue", "/dev/ttymxc2"}, lines), 0);
     EXPECT_THAT(lines, Contains("progButton"));
     EXPECT_EQ(board->Stop(), 0);
@@ -768,7 +779,7 @@ TEST(BoardProgram, ExecRunsAnApplicationOnTheRunningBoard)
 TEST(BoardProgram, ExecRunsAProgramThatNeedsAPseudoTerminal)
 {
     BoardProgram board;
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     std::vector<std::string> lines;
     const std::string openpty = "import os, pty; print(os.ttyname(pty.openpty()[1]))";
     EXPECT_EQ(RunOnce({"exec", "--name", Name(), "--", "python3", "-c", openpty}, lines), 0);
@@ -779,7 +790,7 @@ TEST(BoardProgram, ExecRunsAProgramThatNeedsAPseudoTerminal)
 TEST(BoardProgram, AnApplicationCanListTheQueuesAlsoWhenTheDaemonHasEnded)
 {
     BoardProgram board;
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     std::array<int, 2> ends{};
     ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
     Daemon application(
@@ -796,7 +807,7 @@ TEST(BoardProgram, AnApplicationCanListTheQueuesAlsoWhenTheDaemonHasEnded)
 TEST(BoardProgram, ExecPassesTheWorkingDirectoryOn)
 {
     BoardProgram board;
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     std::vector<std::string> lines;
     EXPECT_EQ(RunOnce({"exec", "--name", Name(), "--", "pwd"}, lines), 0);
     std::array<char, 4096> here{};
@@ -807,12 +818,12 @@ TEST(BoardProgram, ExecPassesTheWorkingDirectoryOn)
 TEST(BoardProgram, TwoBoardsOfOneNameAreRefusedAndOfTwoNamesRunBesideEachOther)
 {
     BoardProgram board;
-    EXPECT_TRUE(board->AwaitLine("link up"));
+    EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     std::vector<std::string> lines;
     EXPECT_EQ(RunOnce({"--name", Name()}, lines), 1);
     EXPECT_THAT(lines, ElementsAre(HasSubstr("is running already")));
     BoardProgram other({"--name", Name() + "-other"});
-    EXPECT_TRUE(other->AwaitLine("link up"));
+    EXPECT_TRUE(other->AwaitEvent(Event::LinkUp));
     EXPECT_EQ(other->Stop(), 0);
     EXPECT_EQ(board->Stop(), 0);
 }

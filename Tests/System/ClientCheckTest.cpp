@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <fstream>
 
+using Simulator::Event;
 using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
@@ -113,7 +114,7 @@ TEST_F(ClientCheckOnBoard, ASecondDaemonResetsTheCoProcessorUnderTheFirstAndTake
     ASSERT_TRUE(AwaitRunning(first));
     seen = events.Count();
     Daemon second;
-    EXPECT_TRUE(AwaitEvent("reset line low"));
+    EXPECT_TRUE(AwaitEvent(Event::ResetLineLow));
     EXPECT_TRUE(Await([&] { return HasOpened(second); }));
     second.Stop();
     EXPECT_FALSE(Queue::Exists("/cemiToLL"));
@@ -151,7 +152,7 @@ TEST_F(ClientCheckOnBoard, AnApplicationThatHasTheQueuesOpenIsNoDaemonAndNeither
 TEST_F(ClientCheckOnBoard, TheDaemonOfAnotherBoardIsNone)
 {
     Daemon other({BOARD, "--name", "check-" + std::to_string(getpid())}, {});
-    ASSERT_TRUE(other.AwaitLine("link up"));
+    ASSERT_TRUE(other.AwaitEvent(Event::LinkUp));
     EXPECT_THAT(Check().lines, Not(Contains(HasSubstr("is process"))));
     EXPECT_EQ(other.Stop(), 0);
 }

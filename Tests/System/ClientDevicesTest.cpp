@@ -8,6 +8,8 @@
 
 #include <csignal>
 
+using Simulator::Event;
+using Simulator::RedKnxLed;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -39,12 +41,12 @@ TEST_F(ClientDevicesOnBoard, LedListsShowsAndSets)
     ASSERT_TRUE(AwaitRunning(daemon));
     EXPECT_THAT(RunClient({"led"}).lines, ElementsAre("knx 0 100", "prg1 0 100", "prg2 0 100", "system 0 100"));
     EXPECT_EQ(RunClient({"led", "prg1", "on"}).status, 0);
-    EXPECT_TRUE(AwaitEvent("LED red KNX on"));
+    EXPECT_TRUE(AwaitEvent({Event::LedOn, RedKnxLed}));
     EXPECT_THAT(RunClient({"led", "prg1"}).lines, ElementsAre("prg1 100 100"));
     EXPECT_EQ(RunClient({"led", "prg1", "off"}).status, 0);
-    EXPECT_TRUE(AwaitEvent("LED red KNX off"));
+    EXPECT_TRUE(AwaitEvent({Event::LedOff, RedKnxLed}));
     EXPECT_EQ(RunClient({"led", "prg1", "7"}).lines.size(), 0);
-    EXPECT_TRUE(AwaitEvent("LED red KNX on"));
+    EXPECT_TRUE(AwaitEvent({Event::LedOn, RedKnxLed}));
     EXPECT_THAT(RunClient({"led", "prg1"}).lines, ElementsAre("prg1 7 100"));
     EXPECT_EQ(daemon.Stop(), 0);
 }

@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+using Simulator::Event;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::StartsWith;
@@ -43,7 +44,7 @@ TEST_F(ClientOptionsOnBoard, VersionIsThatOfTheTreeWithTheRevisionThatTheDaemonT
     Daemon daemon({"--version"});
     ASSERT_TRUE(Await([&] { return !daemon.Lines().empty(); }));
     const std::string line = daemon.Lines().front();
-    EXPECT_TRUE(AwaitEvent("reset line low")); // it can be stopped now
+    EXPECT_TRUE(AwaitEvent(Event::ResetLineLow)); // it can be stopped now
     EXPECT_EQ(daemon.Stop(), 0);
     ASSERT_EQ(line.rfind("Version ", 0), 0U) << line;
     for (const char* const option : {"--version", "-v"})

@@ -10,6 +10,8 @@
 #include <fstream>
 
 using namespace std::chrono_literals;
+using Knx::Bytes;
+using Simulator::Event;
 using testing::ElementsAre;
 using testing::MatchesRegex;
 
@@ -54,7 +56,7 @@ TEST_F(ClientReplayOnBoard, SendsWhatTheMonitorHasRecorded)
         TheCoProcessor().InjectTelegram({0x29, 0x00, 0xbc, 0xe0, 0x11, 0x01, 0x0a, 0x04, 0x01, 0x00, 0x81});
         EXPECT_EQ(ClientProgram::InShell(command).End().status, 0);
         EXPECT_EQ(RunClient({"replay", file}).status, 0);
-        EXPECT_TRUE(AwaitEvent("telegram to KNX: 11 00 bc e0 11 01 0a 04 01 00 81"));
+        EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 11 01 0a 04 01 00 81")}));
         EXPECT_EQ(RunClient({"monitor", "-n", "1"}).status, 0); // the confirmation
     }
     EXPECT_EQ(daemon.Stop(), 0);
@@ -171,7 +173,11 @@ TEST_F(ClientGenerateOnBoard, TelegramsReachTheBus)
     EXPECT_EQ(RunClient({"generate", "-n", "50", "--rate", "500"}).status, 0);
     for (int i = 0; i < 50; ++i)
     {
-        EXPECT_TRUE(AwaitEvent("telegram to KNX: 11 00")) << i;
+        EXPECT_TRUE(AwaitEvent(Event::TelegramToKnx)) << i;
+    }
+    for (const Bytes& telegram : ToKnx())
+    {
+        EXPECT_EQ(Bytes(telegram.begin(), telegram.begin() + 2), Knx::FromHex("11 00"));
     }
     EXPECT_EQ(daemon.Stop(), 0);
 }

@@ -8,6 +8,7 @@
 
 #include <csignal>
 
+using Simulator::Event;
 using testing::ElementsAre;
 
 namespace
@@ -30,7 +31,7 @@ TEST_F(ClientSendOnBoard, AFrameReachesTheBus)
     Daemon daemon;
     ASSERT_TRUE(AwaitRunning(daemon));
     EXPECT_EQ(RunClient({"send", "1100bce000000a03010081"}).status, 0);
-    EXPECT_TRUE(AwaitEvent("telegram to KNX: " + SwitchOn));
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex(SwitchOn)}));
     EXPECT_EQ(daemon.Stop(), 0);
 }
 

@@ -11,6 +11,9 @@
 #include <fstream>
 #include <ostream>
 
+using Simulator::Event;
+using Simulator::RedKnxLed;
+
 namespace
 {
 
@@ -50,22 +53,22 @@ TEST_P(Examples, TheButtonSwitchesAndTheLedShowsTheStatus)
     ASSERT_TRUE(running);
     Daemon example(GetParam().command, {});
     EXPECT_TRUE(example.AwaitLine("the link is usable"));
-    EXPECT_TRUE(AwaitEvent("telegram to KNX: 11 00 bc e0 00 00 0a 04 01 00 00"));
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 04 01 00 00")}));
 
     TheCoProcessor().SetButton(true);
     EXPECT_TRUE(example.AwaitLine("switched on"));
-    EXPECT_TRUE(AwaitEvent("telegram to KNX: 11 00 bc e0 00 00 0a 03 01 00 81"));
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 03 01 00 81")}));
     TheCoProcessor().SetButton(false);
     Telegram("29 00 bc e0 11 01 0a 04 01 00 81");
     EXPECT_TRUE(example.AwaitLine("the light is on"));
-    EXPECT_TRUE(AwaitEvent("LED red KNX on"));
+    EXPECT_TRUE(AwaitEvent({Event::LedOn, RedKnxLed}));
 
     TheCoProcessor().SetButton(true);
     EXPECT_TRUE(example.AwaitLine("switched off"));
-    EXPECT_TRUE(AwaitEvent("telegram to KNX: 11 00 bc e0 00 00 0a 03 01 00 80"));
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 03 01 00 80")}));
     Telegram("29 00 bc e0 11 01 0a 04 01 00 40"); // the answer to a read counts too
     EXPECT_TRUE(example.AwaitLine("the light is off"));
-    EXPECT_TRUE(AwaitEvent("LED red KNX off"));
+    EXPECT_TRUE(AwaitEvent({Event::LedOff, RedKnxLed}));
     EXPECT_EQ(daemon.Stop(), 0);
 }
 
@@ -106,12 +109,12 @@ TEST_P(Examples, TheLedShowsTheStatusAgainWhenAResetHasPutItOut)
     Daemon example(GetParam().command, {});
     EXPECT_TRUE(example.AwaitLine("the link is usable"));
     Telegram("29 00 bc e0 11 01 0a 04 01 00 81");
-    EXPECT_TRUE(AwaitEvent("LED red KNX on"));
+    EXPECT_TRUE(AwaitEvent({Event::LedOn, RedKnxLed}));
     TheCoProcessor().Hang();
-    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_TRUE(AwaitEvent(Event::LinkUp));
     EXPECT_TRUE(example.AwaitLine("the link is usable"));
     Telegram("29 00 bc e0 11 01 0a 04 01 00 81");
-    EXPECT_TRUE(AwaitEvent("LED red KNX on"));
+    EXPECT_TRUE(AwaitEvent({Event::LedOn, RedKnxLed}));
     EXPECT_EQ(daemon.Stop(), 0);
 }
 

@@ -15,6 +15,7 @@
 namespace
 {
 
+using Simulator::Event;
 using testing::ElementsAre;
 
 class InitScript : public OnBoard
@@ -156,7 +157,7 @@ TEST_F(InitScript, StartsTheDaemonOnceAndStopsItInOrder)
     const Outcome start = Script("start");
     EXPECT_EQ(start.status, 0);
     EXPECT_EQ(start.lines, StartedAs());
-    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_TRUE(AwaitEvent(Event::LinkUp));
     EXPECT_TRUE(Await([&] { return Queue::Exists("/cemiToLL"); }));
 
     const Outcome again = Script("start");
@@ -179,13 +180,13 @@ TEST_F(InitScript, StartsTheDaemonOnceAndStopsItInOrder)
 TEST_F(InitScript, RestartsTheDaemon)
 {
     ASSERT_EQ(Script("start").status, 0);
-    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_TRUE(AwaitEvent(Event::LinkUp));
     const pid_t first = DaemonId();
     const Outcome restart = Script("restart");
     EXPECT_EQ(restart.status, 0);
     EXPECT_EQ(restart.lines, Says({"orvel: stopped", "orvel: started, as process " + std::to_string(DaemonId())}));
     EXPECT_NE(DaemonId(), first);
-    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_TRUE(AwaitEvent(Event::LinkUp));
     EXPECT_EQ(Script("stop").status, 0);
 }
 
@@ -200,7 +201,7 @@ TEST_F(InitScript, StartsTheDaemonAsItsOwnUser)
     EXPECT_EQ(StatusOfDaemon("Gid"), "Gid:\t4712\t4712\t4712\t4712");
     EXPECT_THAT(StatusOfDaemon("Groups"), testing::AnyOf("Groups:\t4712 ", "Groups:\t "));
     EXPECT_EQ(StatusOfDaemon("CapEff"), "CapEff:\t0000000000000000");
-    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_TRUE(AwaitEvent(Event::LinkUp));
     struct stat queue = {};
     EXPECT_EQ(stat("/dev/mqueue/cemiToLL", &queue), 0);
     EXPECT_EQ(queue.st_mode & 07777U, 0620U);
@@ -217,7 +218,7 @@ TEST_F(InitScript, StartsTheDaemonAsRootWhereTheBoardHasNoUserForIt)
     EXPECT_EQ(start.status, 0);
     EXPECT_THAT(start.lines, ElementsAre(AsRoot, "orvel: started, as process " + std::to_string(DaemonId())));
     EXPECT_EQ(StatusOfDaemon("Uid"), "Uid:\t0\t0\t0\t0");
-    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_TRUE(AwaitEvent(Event::LinkUp));
     EXPECT_EQ(Script("stop").status, 0);
 }
 

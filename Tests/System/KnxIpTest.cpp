@@ -16,6 +16,7 @@ using namespace std::chrono_literals;
 using Knx::Bytes;
 using Knx::FromHex;
 using Knx::MulticastSocket;
+using Simulator::Event;
 using Simulator::KnxIp;
 namespace Routing = Knx::Routing;
 
@@ -80,7 +81,7 @@ TEST_F(OnKnxIp, ATelegramOfAnApplicationIsHeardByOthersAndConfirmed)
     EXPECT_TRUE(toLink.Send(Message("11 00 bc e0 00 00 0a 03 01 00 81")));
     EXPECT_EQ(Heard(), "29 00 bc e0 ff ff 0a 03 01 00 81");
     EXPECT_EQ(fromLink.Receive(), Message("2e 00 bc e0 00 00 0a 03 01 00 81"));
-    EXPECT_TRUE(AwaitEvent("telegram confirmed: 2e 00 bc e0 00 00 0a 03 01 00 81"));
+    EXPECT_TRUE(AwaitEvent({Event::TelegramConfirmed, Knx::FromHex("2e 00 bc e0 00 00 0a 03 01 00 81")}));
 }
 
 TEST_F(OnKnxIp, ATelegramOfOthersReachesTheApplicationAndDoesNotComeBack)
@@ -118,7 +119,7 @@ TEST_F(OnKnxIp, ATelegramThatTheNetworkDoesNotTakeIsConfirmedAsFailed)
     ::SetUp("lo", false);
     EXPECT_TRUE(toLink.Send(Message("11 00 bc e0 11 02 0a 03 01 00 81")));
     EXPECT_EQ(fromLink.Receive(), Message("2e 00 bd e0 11 02 0a 03 01 00 81"));
-    EXPECT_TRUE(AwaitEvent("telegram not sent: 2e 00 bd e0 11 02 0a 03 01 00 81"));
+    EXPECT_TRUE(AwaitEvent({Event::TelegramNotSent, Knx::FromHex("2e 00 bd e0 11 02 0a 03 01 00 81")}));
 }
 
 TEST_F(OnKnxIp, AnIncompleteRequestIsConfirmedAsFailedAndHeardByNobody)
@@ -133,11 +134,11 @@ TEST_F(OnKnxIp, WhatWasAskedForBeforeAResetIsNotConfirmedAfterIt)
 {
     // Held back long enough for the daemon to notice the hang and to reset the co-processor.
     Tell(Routing::Busy{0, 4000, 0});
-    EXPECT_TRUE(AwaitEvent("KNXnet/IP: a router is busy"));
+    EXPECT_TRUE(AwaitEvent(Event::KnxIpRouterBusy));
     EXPECT_TRUE(toLink.Send(Message("11 00 bc e0 11 02 0a 03 01 00 81")));
-    EXPECT_TRUE(AwaitEvent("telegram to KNX"));
+    EXPECT_TRUE(AwaitEvent(Event::TelegramToKnx));
     TheCoProcessor().Hang();
-    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_TRUE(AwaitEvent(Event::LinkUp));
     EXPECT_EQ(fromLink.Receive(), (Bytes{0x03, 0xB9, 0x00, 0x01}));
 
     EXPECT_EQ(Heard(), "29 00 bc e0 11 02 0a 03 01 00 81");
@@ -153,13 +154,14 @@ TEST_F(OnKnxIp, MalformedDatagramsChangeNothing)
     }
     Tell(Routing::Indication{FromHex("29 00 bc e0 11 01 0a 03 01 00 81")});
     EXPECT_EQ(fromLink.Receive(), Message("29 00 bc e0 11 01 0a 03 01 00 81"));
-    EXPECT_TRUE(AwaitEvent("KNXnet/IP: malformed datagram dropped, number 100: 06 06 06"));
+    EXPECT_TRUE(AwaitEvent({Event::MalformedDatagram, Bytes(495, 0x06), 100}));
 }
 
 TEST_F(OnKnxIp, WithoutItRequestsAreConfirmedByTheCoProcessorAgain)
 {
     knxIp.reset();
-    EXPECT_TRUE(AwaitEvent("KNXnet/IP: 0 sent, 0 received"));
+    EXPECT_TRUE(AwaitEvent({Event::KnxIpCounted, "0 sent, 0 received, 0 refused, 0 dropped, 0 lost by others, 0 times "
+                                                 "others busy, 0 malformed, 0 of other services"}));
     EXPECT_TRUE(toLink.Send(Message("11 00 bc e0 11 02 0a 03 01 00 81")));
     EXPECT_EQ(fromLink.Receive(), Message("2e 00 bc e0 11 02 0a 03 01 00 81"));
     EXPECT_EQ(other.Receive(), std::nullopt);

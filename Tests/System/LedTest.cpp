@@ -7,6 +7,11 @@
 #include <algorithm>
 #include <filesystem>
 
+using Simulator::Event;
+using Simulator::GreenDeviceLed;
+using Simulator::OrangeDeviceLed;
+using Simulator::RedKnxLed;
+using Simulator::YellowKnxLed;
 using testing::ElementsAre;
 
 namespace
@@ -29,8 +34,8 @@ protected:
     // The kernel reports 0 for each LED when it is registered. What the test does comes after that.
     bool AwaitFirstReports()
     {
-        return AwaitEvent("LED red KNX off") && AwaitEvent("LED yellow KNX off") &&
-               AwaitEvent("LED green device off") && AwaitEvent("LED orange device off");
+        return AwaitEvent({Event::LedOff, RedKnxLed}) && AwaitEvent({Event::LedOff, YellowKnxLed}) &&
+               AwaitEvent({Event::LedOff, GreenDeviceLed}) && AwaitEvent({Event::LedOff, OrangeDeviceLed});
     }
 };
 
@@ -40,15 +45,15 @@ TEST_F(Led, EachLedDrivesItsOutput)
     ASSERT_TRUE(AwaitRunning(daemon));
     EXPECT_THAT(Names(), ElementsAre("knx", "prg1", "prg2", "system"));
     ASSERT_TRUE(AwaitFirstReports());
-    const std::vector<std::pair<std::string, std::string>> outputs{
-        {"prg1", "red KNX"}, {"prg2", "yellow KNX"}, {"system", "green device"}, {"knx", "orange device"}};
+    const std::vector<std::pair<std::string, Simulator::Led>> outputs{
+        {"prg1", RedKnxLed}, {"prg2", YellowKnxLed}, {"system", GreenDeviceLed}, {"knx", OrangeDeviceLed}};
     for (const auto& [name, output] : outputs)
     {
         EXPECT_TRUE(SetBrightness(name, "100"));
-        EXPECT_TRUE(AwaitEvent("LED " + output + " on"));
+        EXPECT_TRUE(AwaitEvent({Event::LedOn, output}));
         EXPECT_TRUE(daemon.AwaitLine("DEBUG Leds <> - Set brightness of led " + name + " to 100"));
         EXPECT_TRUE(SetBrightness(name, "0"));
-        EXPECT_TRUE(AwaitEvent("LED " + output + " off"));
+        EXPECT_TRUE(AwaitEvent({Event::LedOff, output}));
         EXPECT_TRUE(daemon.AwaitLine("DEBUG Leds <> - Set brightness of led " + name + " to 0"));
     }
     EXPECT_EQ(daemon.Stop(), 0);
@@ -92,7 +97,7 @@ TEST_F(Led, AnyBrightnessAbove0IsOnAndIsLoggedAsItIs)
     ASSERT_TRUE(AwaitRunning(daemon));
     ASSERT_TRUE(AwaitFirstReports());
     EXPECT_TRUE(SetBrightness("prg1", "1"));
-    EXPECT_TRUE(AwaitEvent("LED red KNX on"));
+    EXPECT_TRUE(AwaitEvent({Event::LedOn, RedKnxLed}));
     EXPECT_TRUE(daemon.AwaitLine("DEBUG Leds <> - Set brightness of led prg1 to 1"));
     EXPECT_EQ(TheCoProcessor().LedState(3), 1);
     EXPECT_EQ(daemon.Stop(), 0);
@@ -102,9 +107,9 @@ TEST_F(Led, TheFifthDrivesTheRs485TerminationWhenEnabled)
 {
     Daemon daemon({"--enable_rs485"});
     ASSERT_TRUE(AwaitRunning(daemon, 5));
-    EXPECT_TRUE(AwaitEvent("RS485 termination off"));
+    EXPECT_TRUE(AwaitEvent(Event::TerminationOff));
     EXPECT_TRUE(SetBrightness("rs485termination", "100"));
-    EXPECT_TRUE(AwaitEvent("RS485 termination on"));
+    EXPECT_TRUE(AwaitEvent(Event::TerminationOn));
     EXPECT_EQ(TheCoProcessor().Rs485TerminationState(), 1);
     EXPECT_EQ(daemon.Stop(), 0);
 }
@@ -163,7 +168,7 @@ TEST_F(Led, AReadThatFindsNothingIsLoggedAndChangesNothing)
     EXPECT_TRUE(SetBrightness("prg1", "100"));
     EXPECT_TRUE(daemon.AwaitLine(
         "ERROR Leds <> - Failed to read from /dev/uleds for led prg1: Resource temporarily unavailable"));
-    EXPECT_TRUE(AwaitEvent("LED red KNX on"));
+    EXPECT_TRUE(AwaitEvent({Event::LedOn, RedKnxLed}));
     EXPECT_EQ(daemon.Stop(), 0);
 }
 

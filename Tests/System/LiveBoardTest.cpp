@@ -2,6 +2,7 @@
 
 #include "Await.h"
 #include "Daemon.h"
+#include "Event.h"
 #include "TerminalWindow.h"
 
 #include <gmock/gmock.h>
@@ -14,6 +15,8 @@
 #include <memory>
 #include <string>
 
+using Simulator::Event;
+using Simulator::TextOf;
 using testing::Contains;
 using testing::HasSubstr;
 using testing::SizeIs;
@@ -260,8 +263,8 @@ TEST_F(LiveBoard, ANumberBeforeTheKeyIsThePause)
         Press("3600");
         Await(" after 3600 s:  r restart  k kill");
         Press(key);
-        Await("daemon ended with status " + std::to_string(status));
-        Await("daemon starts again in 3600 s");
+        Await(TextOf({Event::DaemonEnded, status}));
+        Await(TextOf({Event::DaemonStartsLater, 3600}));
         Await("q quit");
         Press("q");
         ExpectTerminalAsBefore(status);
@@ -398,12 +401,12 @@ TEST_F(LiveBoard, EndsWithTheDaemonAndSaysWhatItSaidLast)
     Start("-- --reset_gpio 40");
     ExpectTerminalAsBefore(255);
     EXPECT_THAT(window->Rows(), Contains(HasSubstr("ERROR Reset: Cannot set direction of STM32 reset GPIO 40")));
-    EXPECT_THAT(window->Rows(), Contains("daemon ended with status 255"));
+    EXPECT_THAT(window->Rows(), Contains(TextOf({Event::DaemonEnded, 255})));
 
     StartWithLink();
     Kill(ChildOf(Board(), "orvel"), SIGKILL);
     ExpectTerminalAsBefore(128 + SIGKILL);
-    EXPECT_THAT(window->Rows(), Contains("daemon ended with status 137"));
+    EXPECT_THAT(window->Rows(), Contains(TextOf({Event::DaemonEnded, 128 + SIGKILL})));
 }
 
 TEST_F(LiveBoard, SaysWhyThereIsNoBoardOnATerminalAsItWas)
@@ -442,7 +445,7 @@ TEST_F(LiveBoard, WritesLinesInTheBackgroundOfAShellAndLeavesItsInputAlone)
     Await("shell:");
     Press(R"(sh -c 'echo $$ >"$WINDOW/id"; exec "$0" "$@"' )" BOARD " --name " + Name() + " &");
     Press("Enter");
-    Await("s  link up");
+    Await("s  " + TextOf(Event::LinkUp));
     Press("echo 1 2 3 | tr -d ' '");
     Press("Enter");
     Await("123");
@@ -456,14 +459,14 @@ TEST_F(LiveBoard, TellsAtTheEndWhatWasCounted)
     StartWithLink("--knxip");
     Press("q");
     ExpectTerminalAsBefore(0);
-    Await("KNXnet/IP: 0 sent, 0 received");
+    Await(TextOf({Event::KnxIpCounted, "0 sent, 0 received"}));
 }
 
 TEST_F(LiveBoard, DuringTheDemonstrationKeysOnlyQuitAndHelp)
 {
     // This daemon waits for a link that it never brings up.
     Start("--demo --driver /bin/sleep -- 1000");
-    Await("daemon started");
+    Await(TextOf(Event::DaemonStarted));
     Press("5");
     Press("b");
     Await("wait until the demonstration is over");
@@ -477,11 +480,11 @@ TEST_F(LiveBoard, DuringTheDemonstrationKeysOnlyQuitAndHelp)
 TEST_F(LiveBoard, WritesLinesWhenItIsToldTo)
 {
     Start("--plain");
-    Await("s  link up");
+    Await("s  " + TextOf(Event::LinkUp));
     EXPECT_TRUE(window->AwaitValue("alternate_on", "0"));
     Press("press");
     Press("Enter");
-    Await("s  button pressed");
+    Await("s  " + TextOf(Event::ButtonPressed));
     Press("quit");
     Press("Enter");
     Await("status 0");
@@ -492,7 +495,7 @@ TEST_F(LiveBoard, WritesLinesWhereTheTerminalCannotShowMore)
     for (const char* const terminal : {"TERM=dumb", "TERM=", "TERM=nobody-knows-it"})
     {
         Start("", terminal);
-        Await("s  link up");
+        Await("s  " + TextOf(Event::LinkUp));
         Press("quit");
         Press("Enter");
         Await("status 0");

@@ -19,6 +19,7 @@
 namespace
 {
 
+using Simulator::Event;
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -218,7 +219,7 @@ TEST_F(Prepare, LetsTheDaemonRunWithoutAnyRightOfRoots)
                        Daemon::Program(), "--enable_rs485"},
                       {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}});
         ASSERT_TRUE(Await([&] { return HasOpened(daemon); })) << testing::PrintToString(daemon.LogLines());
-        EXPECT_TRUE(AwaitEvent("link up"));
+        EXPECT_TRUE(AwaitEvent(Event::LinkUp));
         EXPECT_THAT(QueuesAre(), ElementsAre(ToLink, FromLink, Button));
         hasLeds = Await([&] { return CountOf(daemon, "DEBUG Leds Created") == 5; }, std::chrono::seconds(2));
         EXPECT_EQ(CountOf(daemon, "ERROR"), 0) << testing::PrintToString(daemon.LogLines());

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 using Knx::Bytes;
+using Simulator::Event;
 using testing::ElementsAre;
 
 namespace
@@ -24,11 +25,11 @@ TEST_F(Link, ACoProcessorThatHangsIsResetAndReconnectedAndTheApplicationsAreTold
 
     TheCoProcessor().Hang();
 
-    EXPECT_TRUE(AwaitEvent("co-processor hangs"));
-    EXPECT_TRUE(AwaitEvent("reset line low"));
-    EXPECT_TRUE(AwaitEvent("reset line high"));
-    EXPECT_TRUE(AwaitEvent("co-processor booted"));
-    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_TRUE(AwaitEvent(Event::CoProcessorHangs));
+    EXPECT_TRUE(AwaitEvent(Event::ResetLineLow));
+    EXPECT_TRUE(AwaitEvent(Event::ResetLineHigh));
+    EXPECT_TRUE(AwaitEvent(Event::CoProcessorBooted));
+    EXPECT_TRUE(AwaitEvent(Event::LinkUp));
     EXPECT_EQ(fromLink.Receive(), LinkUsable);
     EXPECT_EQ(daemon.Stop(), 0);
     EXPECT_EQ(daemon.Count("ERROR Main Lost connection to STM32, resetting and trying to reconnect."), 1);
@@ -47,7 +48,7 @@ TEST_F(Link, FramesFlowAgainAfterARecovery)
     EXPECT_EQ(fromLink.Receive(), (Bytes{0x03, 0x29, 0x00, 0x55}));
     const Queue toLink("/cemiToLL", Queue::For::Writing);
     EXPECT_TRUE(toLink.Send({0x02, 0xAA, 0xBB}));
-    EXPECT_TRUE(AwaitEvent("telegram to KNX: aa bb"));
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex("aa bb")}));
     EXPECT_EQ(daemon.Stop(), 0);
 }
 
@@ -58,8 +59,8 @@ TEST_F(Link, ACableThatIsPulledForAMomentIsSurvived)
     board->SetPlugged(false);
     ASSERT_TRUE(daemon.AwaitLine("Lost connection to STM32, resetting and trying to reconnect."));
     board->SetPlugged(true);
-    EXPECT_TRUE(AwaitEvent("serial line plugged in"));
-    EXPECT_TRUE(AwaitEvent("link up"));
+    EXPECT_TRUE(AwaitEvent(Event::SerialLinePluggedIn));
+    EXPECT_TRUE(AwaitEvent(Event::LinkUp));
     EXPECT_TRUE(Await(
         [&] { return daemon.Count("DEBUG Cemi Sended cemi message with size 4 from LL to user message queue") == 2; }));
     EXPECT_EQ(daemon.Stop(), 0);
@@ -114,8 +115,8 @@ TEST_F(Link, WhileItNeverReportsItselfConnectedEveryPassResetsAndReconnectsAndTe
         EXPECT_TRUE(daemon.AwaitLine("DEBUG Reset <> - Resetting STM32 using GPIO 3"));
         EXPECT_TRUE(daemon.AwaitLine("Reconnect()"));
         EXPECT_EQ(fromLink.Receive(), LinkUsable);
-        EXPECT_TRUE(AwaitEvent("reset line low"));
-        EXPECT_TRUE(AwaitEvent("reset line high"));
+        EXPECT_TRUE(AwaitEvent(Event::ResetLineLow));
+        EXPECT_TRUE(AwaitEvent(Event::ResetLineHigh));
     }
     EXPECT_EQ(daemon.Stop(), 0);
 }

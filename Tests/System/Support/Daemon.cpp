@@ -131,6 +131,11 @@ bool Daemon::AwaitLine(const std::string& text)
                           });
 }
 
+bool Daemon::AwaitEvent(const Simulator::Event& event)
+{
+    return AwaitLine(TextOf(event));
+}
+
 void Daemon::Interrupt() const
 {
     Signal(SIGINT);

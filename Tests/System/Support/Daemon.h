@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Event.h"
 #include "Process.h"
 
 #include <chrono>
@@ -42,6 +43,9 @@ public:
     /// Waits for a line that contains `text` and comes after those that were awaited before; false if none came
     /// for long.
     bool AwaitLine(const std::string& text);
+
+    /// Of the board's program: the same for the line that tells of this event.
+    bool AwaitEvent(const Simulator::Event& event);
 
     void Interrupt() const;
     void Signal(int signal) const;

@@ -35,12 +35,14 @@ protected:
         }
     }
 
-    /// Waits for an event on the board that begins with `start` and comes after those that were awaited before.
-    bool AwaitEvent(const std::string& start)
+    /// Waits for an event of this kind on the board, or for this very event, that comes after those that were awaited before.
+    bool AwaitEvent(Simulator::Event::Kind kind)
     {
-        const std::size_t next = events.Await(start, seen, Patience);
-        seen = next != 0 ? next : seen;
-        return next != 0;
+        return IsSeen(events.Await(kind, seen, Patience));
+    }
+    bool AwaitEvent(const Simulator::Event& event)
+    {
+        return IsSeen(events.Await(event, seen, Patience));
     }
 
     /// Waits until the daemon has opened its queues, registered its LEDs and is supervising the link.
@@ -85,6 +87,20 @@ protected:
         return begun();
     }
 
+    /// The telegrams to KNX so far.
+    std::vector<Simulator::Bytes> ToKnx() const
+    {
+        std::vector<Simulator::Bytes> telegrams;
+        for (const Simulator::Event& event : events.Events())
+        {
+            if (event.kind == Simulator::Event::TelegramToKnx)
+            {
+                telegrams.push_back(event.bytes);
+            }
+        }
+        return telegrams;
+    }
+
     Simulator::CoProcessor& TheCoProcessor()
     {
         return board->TheCoProcessor();
@@ -122,6 +138,12 @@ protected:
     }
 
     static constexpr int MaxStarts = 10;
+
+    bool IsSeen(std::size_t next)
+    {
+        seen = next != 0 ? next : seen;
+        return next != 0;
+    }
 
     void StartAnew(Daemon& daemon)
     {

@@ -18,7 +18,7 @@ EventLog::EventLog(Sink sinkFunction)
 {
 }
 
-void EventLog::Add(const std::string& event)
+void EventLog::Add(const Event& event)
 {
     const std::lock_guard lock(mutex);
     if (sink)
@@ -40,7 +40,18 @@ std::size_t EventLog::Count() const
     return dropped + kept.size();
 }
 
-std::size_t EventLog::Await(const std::string& start, std::size_t from, std::chrono::milliseconds limit) const
+std::size_t EventLog::Await(Event::Kind kind, std::size_t from, std::chrono::milliseconds limit) const
+{
+    return AwaitThat([kind](const Event& event) { return event.kind == kind; }, from, limit);
+}
+
+std::size_t EventLog::Await(const Event& event, std::size_t from, std::chrono::milliseconds limit) const
+{
+    return AwaitThat([&event](const Event& happened) { return happened == event; }, from, limit);
+}
+
+template<typename Condition>
+std::size_t EventLog::AwaitThat(const Condition& isWanted, std::size_t from, std::chrono::milliseconds limit) const
 {
     std::unique_lock lock(mutex);
     std::size_t number = from;
@@ -48,7 +59,7 @@ std::size_t EventLog::Await(const std::string& start, std::size_t from, std::chr
     {
         for (number = std::max(number, dropped); number < dropped + kept.size(); ++number)
         {
-            if (kept[number - dropped].compare(0, start.size(), start) == 0)
+            if (isWanted(kept[number - dropped]))
             {
                 return true;
             }
@@ -58,13 +69,18 @@ std::size_t EventLog::Await(const std::string& start, std::size_t from, std::chr
     return added.wait_for(lock, limit, found) ? number + 1 : 0;
 }
 
-std::string EventLog::Text(std::size_t from) const
+std::vector<Event> EventLog::Events() const
 {
     const std::lock_guard lock(mutex);
+    return {kept.begin(), kept.end()};
+}
+
+std::string EventLog::Text() const
+{
     std::string text;
-    for (std::size_t number = std::max(from, dropped); number < dropped + kept.size(); ++number)
+    for (const Event& event : Events())
     {
-        text += kept[number - dropped] + '\n';
+        text += TextOf(event) + '\n';
     }
     return text;
 }
