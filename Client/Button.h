@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Command.h"
-#include "Log.h"
+#include "TimeStamp.h"
 
 #include <cstdint>
 #include <string>

@@ -2,6 +2,8 @@
 
 #include "Message.h"
 
+#include "Knx/CemiMessage.h"
+
 #include <string>
 
 namespace OrvelClient
@@ -11,16 +13,10 @@ namespace OrvelClient
 /// with it comes last, behind an exclamation mark.
 std::string Describe(const Message& message);
 
-/// The same and the message itself as one JSON object, without a newline.
-std::string DescribeAsJson(const Message& message);
-
 /// What kind of message it is: "L_Data.ind", "link usable".
 std::string KindOf(const Message& message);
 
-/// In quotation marks, as JSON wants it.
-std::string JsonText(const std::string& text);
-
-/// "1763719200.123456"
-std::string SecondsText(std::chrono::microseconds time);
+/// The frame taken apart, with a wrong size byte among its problems. A message about the link has nothing but these.
+Knx::CemiMessage TakenApart(const Message& message);
 
 } // namespace OrvelClient

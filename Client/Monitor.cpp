@@ -5,8 +5,10 @@
 #include "CommonOptions.h"
 #include "Description.h"
 #include "Failure.h"
+#include "Json.h"
 #include "Queue.h"
 #include "QueueReader.h"
+#include "Record.h"
 
 #include "Orvel/Protocol.h"
 
@@ -82,7 +84,7 @@ Status Monitor(const MonitorOptions& options)
         switch (options.format)
         {
         case Format::Log:
-            output.Write(LogLine(stamper.Stamp(message.time), message) + "\n");
+            output.Write(RecordLine(stamper.Stamp(message.time), message) + "\n");
             break;
         case Format::Json:
             output.Write(DescribeAsJson(message) + "\n");

@@ -5,8 +5,8 @@
 #include "CommonOptions.h"
 #include "Failure.h"
 #include "FrameSender.h"
-#include "Log.h"
 #include "Output.h"
+#include "Record.h"
 
 #include "Knx/CemiMessage.h"
 #include "Orvel/Protocol.h"
@@ -54,7 +54,7 @@ std::vector<Message> ReadMessages(const std::string& file)
     std::istringstream content(ReadAll(file));
     try
     {
-        return IsCapture(content.str()) ? ReadCapture(content) : ReadLog(content);
+        return IsCapture(content.str()) ? ReadCapture(content) : ReadRecord(content);
     }
     catch (const Failure& failure)
     {

@@ -3,8 +3,10 @@
 #include "Capture.h"
 #include "Description.h"
 #include "Failure.h"
-#include "Log.h"
+#include "Json.h"
+#include "Record.h"
 #include "Replay.h"
+#include "TimeStamp.h"
 
 #include "Orvel/Protocol.h"
 
@@ -42,8 +44,8 @@ void CheckTexts(const Message& message)
 
 void CheckRecordings(const Message& message)
 {
-    std::istringstream log(LogLine(TimeStamper(TimeStamp::Absolute).Stamp(message.time), message) + "\n");
-    ExpectSame("the message from the log", ReadLog(log), message);
+    std::istringstream log(RecordLine(TimeStamper(TimeStamp::Absolute).Stamp(message.time), message) + "\n");
+    ExpectSame("the message from the log", ReadRecord(log), message);
     std::istringstream capture(CaptureHeader() + CapturePacket(message));
     ExpectSame("the message from the capture", ReadCapture(capture), message);
 }

@@ -2,8 +2,9 @@
 
 #include "Capture.h"
 #include "Failure.h"
-#include "Log.h"
+#include "Record.h"
 #include "Replay.h"
+#include "TimeStamp.h"
 
 #include "Expect.h"
 
@@ -21,10 +22,10 @@ void CheckLog(const std::vector<Message>& messages)
     TimeStamper stamper(TimeStamp::Absolute);
     for (const Message& message : messages)
     {
-        log << LogLine(stamper.Stamp(message.time), message) << "\n";
+        log << RecordLine(stamper.Stamp(message.time), message) << "\n";
     }
     std::istringstream written(log.str());
-    const std::vector<Message> again = ReadLog(written);
+    const std::vector<Message> again = ReadRecord(written);
     Fuzz::ExpectEqual("the number of messages", again.size(), messages.size());
     for (std::size_t index = 0; index < messages.size(); ++index)
     {
@@ -52,7 +53,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     std::istringstream file(content);
     try
     {
-        const std::vector<Message> messages = IsCapture(content) ? ReadCapture(file) : ReadLog(file);
+        const std::vector<Message> messages = IsCapture(content) ? ReadCapture(file) : ReadRecord(file);
         CheckLog(messages);
         CheckPauses(messages);
     }

@@ -1,9 +1,8 @@
-#include "Log.h"
+#include "Record.h"
 
 #include "Description.h"
 #include "Failure.h"
 
-#include <algorithm>
 #include <istream>
 #include <string_view>
 
@@ -86,32 +85,17 @@ Message ParseLine(const std::string& line, std::chrono::microseconds previous)
 
 } // namespace
 
-std::string TimeStamper::Stamp(std::chrono::microseconds time)
-{
-    if (kind == TimeStamp::Absolute)
-    {
-        return "(" + SecondsText(time) + ")";
-    }
-    // The clock on the wall can be set back; a time stamp never runs backwards.
-    const auto passed = std::max(time - origin.value_or(time), std::chrono::microseconds::zero());
-    if (kind == TimeStamp::Delta || !origin)
-    {
-        origin = time;
-    }
-    return (kind == TimeStamp::Delta ? "(+" : "(") + SecondsText(passed) + ")";
-}
-
-std::string LogLine(const std::string& stamp, const Message& message)
+std::string RecordLine(const std::string& stamp, const Message& message)
 {
     const std::string hex = message.frame.empty() ? "" : " " + Knx::ToHex(message.frame);
     return stamp + " rx" + hex + "  # " + Describe(message);
 }
 
-std::vector<Message> ReadLog(std::istream& log)
+std::vector<Message> ReadRecord(std::istream& record)
 {
     std::vector<Message> messages;
     std::string line;
-    for (std::size_t number = 1; std::getline(log, line); ++number)
+    for (std::size_t number = 1; std::getline(record, line); ++number)
     {
         try
         {

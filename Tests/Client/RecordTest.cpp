@@ -1,14 +1,15 @@
-#include "Log.h"
+#include "Record.h"
 
 #include "Rejection.h"
+#include "TimeStamp.h"
 
 #include <sstream>
 
 using namespace std::chrono_literals;
 using Knx::Bytes;
-using OrvelClient::LogLine;
 using OrvelClient::Message;
-using OrvelClient::ReadLog;
+using OrvelClient::ReadRecord;
+using OrvelClient::RecordLine;
 using OrvelClient::Status;
 using OrvelClient::TimeStamp;
 using OrvelClient::TimeStamper;
@@ -20,50 +21,20 @@ constexpr std::chrono::microseconds Start{1763719200123456};
 
 std::vector<Message> Read(const std::string& text)
 {
-    std::istringstream log(text);
-    return ReadLog(log);
+    std::istringstream record(text);
+    return ReadRecord(record);
 }
 
-TEST(Log, TimeStampsCountFromTheEpochTheFirstOrTheOneBefore)
-{
-    TimeStamper absolute(TimeStamp::Absolute);
-    TimeStamper relative(TimeStamp::Relative);
-    TimeStamper delta(TimeStamp::Delta);
-    const std::vector<std::vector<std::string>> expected{
-        {"(1763719200.123456)", "(0.000000)", "(+0.000000)"},
-        {"(1763719201.123456)", "(1.000000)", "(+1.000000)"},
-        {"(1763719201.123556)", "(1.000100)", "(+0.000100)"},
-    };
-    const std::vector<std::chrono::microseconds> times{Start, Start + 1s, Start + 1s + 100us};
-    for (std::size_t i = 0; i < times.size(); ++i)
-    {
-        EXPECT_EQ(absolute.Stamp(times[i]), expected[i][0]);
-        EXPECT_EQ(relative.Stamp(times[i]), expected[i][1]);
-        EXPECT_EQ(delta.Stamp(times[i]), expected[i][2]);
-    }
-}
-
-TEST(Log, ATimeStampIsNotNegativeWhenTheClockWasSetBack)
-{
-    TimeStamper relative(TimeStamp::Relative);
-    TimeStamper delta(TimeStamp::Delta);
-    relative.Stamp(Start);
-    delta.Stamp(Start);
-    EXPECT_EQ(relative.Stamp(Start - 1s), "(0.000000)");
-    EXPECT_EQ(delta.Stamp(Start - 1s), "(+0.000000)");
-    EXPECT_EQ(delta.Stamp(Start), "(+1.000000)");
-}
-
-TEST(Log, ALineHasTheTimeTheDirectionTheBytesAndTheirMeaning)
+TEST(Record, ALineHasTheTimeTheDirectionTheBytesAndTheirMeaning)
 {
     Message message;
     message.frame = {0xB9, 0x00, 0x01};
-    EXPECT_EQ(LogLine("(0.000000)", message), "(0.000000) rx b9 00 01  # link usable");
+    EXPECT_EQ(RecordLine("(0.000000)", message), "(0.000000) rx b9 00 01  # link usable");
     message.frame.clear();
-    EXPECT_EQ(LogLine("(0.000000)", message), "(0.000000) rx  # ! ends before the message code");
+    EXPECT_EQ(RecordLine("(0.000000)", message), "(0.000000) rx  # ! ends before the message code");
 }
 
-TEST(Log, ReadsBackWhatWasWritten)
+TEST(Record, ReadsBackWhatWasWritten)
 {
     for (const TimeStamp kind : {TimeStamp::Absolute, TimeStamp::Relative, TimeStamp::Delta})
     {
@@ -74,7 +45,7 @@ TEST(Log, ReadsBackWhatWasWritten)
         {
             Message message;
             message.frame = {0x29, 0x00, 0xBC};
-            text += LogLine(stamper.Stamp(time), message) + "\n";
+            text += RecordLine(stamper.Stamp(time), message) + "\n";
         }
         const auto messages = Read(text);
         ASSERT_EQ(messages.size(), times.size());
@@ -86,21 +57,21 @@ TEST(Log, ReadsBackWhatWasWritten)
     }
 }
 
-TEST(Log, SkipsEmptyLinesAndComments)
+TEST(Record, SkipsEmptyLinesAndComments)
 {
     EXPECT_EQ(Read("\n  \n# a comment\r\n(0.000000) rx 29\n").size(), 1);
     EXPECT_EQ(Read("").size(), 0);
     EXPECT_EQ(Read("(0.000000) rx").front().frame, Bytes{});
 }
 
-TEST(Log, DoesNotAddDeltasUpToMoreThanATimeHasRoomFor)
+TEST(Record, DoesNotAddDeltasUpToMoreThanATimeHasRoomFor)
 {
     const std::string longest = "(+999999999999.999999) rx 29\n";
     EXPECT_EQ(Read(longest).size(), 1);
     EXPECT_REJECTED(Read(longest + "(+0.000001) rx 29\n"), Status::NotUnderstood, "line 2: is later than any time");
 }
 
-TEST(Log, SaysWhichLineIsNotUnderstood)
+TEST(Record, SaysWhichLineIsNotUnderstood)
 {
     const std::string good = "(1763719200.123456) rx 29 00\n";
     const std::string reason = "is no line of a log, which begins as (1763719200.123456) rx";

@@ -1,16 +1,13 @@
 #pragma once
 
-#include "Message.h"
-
-#include <iosfwd>
+#include <chrono>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace OrvelClient
 {
 
-/// What the time stamps of a log count from.
+/// What the time stamps of a record count from.
 enum class TimeStamp
 {
     Absolute, ///< 1970
@@ -34,11 +31,7 @@ private:
     std::optional<std::chrono::microseconds> origin;
 };
 
-/// A line of a log: "(1763719200.123456) rx 29 00 bc e0 11 01 0a 03 01 00 81  # L_Data.ind ..."
-std::string LogLine(const std::string& stamp, const Message& message);
-
-/// Reads a log back; times are as they are in it, deltas added up. Lines that are empty or begin with '#' are skipped.
-/// Throws Failure (NotUnderstood) that names the line.
-std::vector<Message> ReadLog(std::istream& log);
+/// "1763719200.123456"
+std::string SecondsText(std::chrono::microseconds time);
 
 } // namespace OrvelClient
