@@ -6,8 +6,9 @@
 #include "Knx/CemiNames.h"
 #include "Knx/CemiText.h"
 
+#include <nlohmann/json.hpp>
+
 #include <optional>
-#include <string>
 
 namespace OrvelClient
 {
@@ -17,67 +18,41 @@ namespace
 
 using namespace Knx;
 
-// Collects the members of an object.
-class Object
+using Object = nlohmann::ordered_json; // its members stay in the order in which they were added
+
+template<typename Number>
+void AddIfThere(Object& object, const char* name, const std::optional<Number>& number)
 {
-public:
-    void Raw(const char* name, const std::string& value)
+    if (number)
     {
-        text += (text.empty() ? "{" : ",") + JsonText(name) + ":" + value;
+        object[name] = *number;
     }
-
-    void Text(const char* name, const std::string& value)
-    {
-        Raw(name, JsonText(value));
-    }
-
-    template<typename Number>
-    void Optional(const char* name, const std::optional<Number>& number)
-    {
-        if (number)
-        {
-            Raw(name, std::to_string(*number));
-        }
-    }
-
-    void Flag(const char* name, bool value)
-    {
-        Raw(name, value ? "true" : "false");
-    }
-
-    std::string Close() const
-    {
-        return text + "}";
-    }
-
-private:
-    std::string text;
-};
+}
 
 void AddAddressing(Object& object, const CemiMessage& cemi)
 {
     if (cemi.control1)
     {
-        object.Text("frameType", cemi.IsStandardFrame() ? "standard" : "extended");
-        object.Flag("repeatBit", cemi.RepeatBit());
-        object.Text("broadcast", cemi.DomainBroadcastBit() ? "domain" : "system");
-        object.Text("priority", NameOfPriority(cemi.Priority()));
-        object.Flag("acknowledge", cemi.AcknowledgeBit());
-        object.Flag("error", cemi.ErrorBit());
+        object["frameType"] = cemi.IsStandardFrame() ? "standard" : "extended";
+        object["repeatBit"] = cemi.RepeatBit();
+        object["broadcast"] = cemi.DomainBroadcastBit() ? "domain" : "system";
+        object["priority"] = NameOfPriority(cemi.Priority());
+        object["acknowledge"] = cemi.AcknowledgeBit();
+        object["error"] = cemi.ErrorBit();
     }
     if (cemi.control2)
     {
-        object.Text("destinationType", cemi.IsGroupAddressed() ? "group" : "individual");
-        object.Raw("hops", std::to_string(cemi.Hops()));
-        object.Raw("format", std::to_string(cemi.Format()));
+        object["destinationType"] = cemi.IsGroupAddressed() ? "group" : "individual";
+        object["hops"] = cemi.Hops();
+        object["format"] = cemi.Format();
     }
     if (cemi.source)
     {
-        object.Text("source", IndividualAddress(*cemi.source));
+        object["source"] = IndividualAddress(*cemi.source);
     }
     if (cemi.destination)
     {
-        object.Text("destination", Destination(cemi));
+        object["destination"] = Destination(cemi);
     }
 }
 
@@ -87,18 +62,18 @@ void AddTransport(Object& object, const CemiMessage& cemi)
     {
         if (const std::string name = TransportName(cemi); !name.empty())
         {
-            object.Text("transport", name);
+            object["transport"] = name;
         }
         if (cemi.IsNumbered())
         {
-            object.Raw("sequence", std::to_string(cemi.Sequence()));
+            object["sequence"] = cemi.Sequence();
         }
     }
-    object.Optional("apci", cemi.apci);
+    AddIfThere(object, "apci", cemi.apci);
     if (cemi.apci)
     {
-        object.Text("service", ServiceName(cemi));
-        object.Optional("value", SmallValue(cemi));
+        object["service"] = ServiceName(cemi);
+        AddIfThere(object, "value", SmallValue(cemi));
     }
 }
 
@@ -116,7 +91,7 @@ void AddInfo(Object& object, const CemiMessage& cemi)
     }
     if (!bytes.empty())
     {
-        object.Text("additionalInfo", ToHex(bytes, ""));
+        object["additionalInfo"] = ToHex(bytes, "");
     }
 }
 
@@ -125,57 +100,35 @@ void AddInfo(Object& object, const CemiMessage& cemi)
 std::string DescribeAsJson(const Message& message)
 {
     Object object;
-    object.Raw("time", SecondsText(message.time));
-    object.Text("direction", "rx");
-    object.Text("hex", ToHex(message.frame, ""));
-    object.Text("kind", KindOf(message));
+    object["direction"] = "rx";
+    object["hex"] = ToHex(message.frame, "");
+    object["kind"] = KindOf(message);
     const CemiMessage cemi = TakenApart(message);
     if (!LinkState(message.frame))
     {
-        object.Optional("code", cemi.code);
+        AddIfThere(object, "code", cemi.code);
         AddInfo(object, cemi);
         AddAddressing(object, cemi);
-        object.Optional("slots", cemi.slots);
-        object.Optional("length", cemi.length);
+        AddIfThere(object, "slots", cemi.slots);
+        AddIfThere(object, "length", cemi.length);
         AddTransport(object, cemi);
-        object.Optional("objectType", cemi.objectType);
-        object.Optional("objectInstance", cemi.objectInstance);
-        object.Optional("property", cemi.property);
-        object.Optional("count", cemi.count);
-        object.Optional("index", cemi.index);
-        object.Optional("propertyError", cemi.error);
+        AddIfThere(object, "objectType", cemi.objectType);
+        AddIfThere(object, "objectInstance", cemi.objectInstance);
+        AddIfThere(object, "property", cemi.property);
+        AddIfThere(object, "count", cemi.count);
+        AddIfThere(object, "index", cemi.index);
+        AddIfThere(object, "propertyError", cemi.error);
         if (!cemi.payload.empty())
         {
-            object.Text("data", ToHex(cemi.payload, ""));
+            object["data"] = ToHex(cemi.payload, "");
         }
     }
     if (!cemi.problems.empty())
     {
-        object.Text("problem", ProblemsText(cemi));
+        object["problem"] = ProblemsText(cemi);
     }
-    return object.Close();
-}
-
-std::string JsonText(const std::string& text)
-{
-    std::string quoted = "\"";
-    for (const char character : text)
-    {
-        const auto code = static_cast<unsigned char>(character);
-        if (character == '"' || character == '\\')
-        {
-            quoted += std::string("\\") + character;
-        }
-        else if (code < 0x20)
-        {
-            quoted += "\\u00" + ToHex({code});
-        }
-        else
-        {
-            quoted += character;
-        }
-    }
-    return quoted + "\"";
+    // The time as it is everywhere else, with all six decimals.
+    return "{\"time\":" + SecondsText(message.time) + "," + object.dump().substr(1);
 }
 
 } // namespace OrvelClient

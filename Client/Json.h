@@ -10,7 +10,4 @@ namespace OrvelClient
 /// What the message says and the message itself as one JSON object, without a newline.
 std::string DescribeAsJson(const Message& message);
 
-/// In quotation marks, as JSON wants it.
-std::string JsonText(const std::string& text);
-
 } // namespace OrvelClient

@@ -46,11 +46,6 @@ TEST(Json, OfTheStateOfTheLinkHasNothingOfAFrame)
               R"({"time":1763719200.123456,"direction":"rx","hex":"b90001","kind":"link usable"})");
 }
 
-TEST(Json, QuotesWhatIsNotAllowedInText)
-{
-    EXPECT_EQ(OrvelClient::JsonText("a\"b\\c\n\x01"), R"("a\"b\\c\u000a\u0001")");
-}
-
 // Numbers of a parser would lose the last digits.
 TEST(Json, HasAllDecimalsOfTheTime)
 {
