@@ -1,5 +1,7 @@
 #include "CheckDevices.h"
 
+#include "System/Descriptor.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -128,14 +130,11 @@ Finding CheckSerialLine()
 // An LED is made by writing to the device, not by opening it.
 Finding CheckLedDevice()
 {
-    const int descriptor = open(LedDevice, O_RDWR | O_NONBLOCK | O_CLOEXEC);
-    const int error = errno;
-    if (descriptor != -1)
+    if (System::Descriptor(open(LedDevice, O_RDWR | O_NONBLOCK | O_CLOEXEC)).IsOpen())
     {
-        close(descriptor);
         return {Level::Ok, LedDevice, "can be opened"};
     }
-    switch (error)
+    switch (errno)
     {
     case ENOENT:
     case ENODEV:
@@ -145,7 +144,7 @@ Finding CheckLedDevice()
     case EPERM:
         return {Level::Failure, LedDevice, "is not for this user: be root, or let udev give the right"};
     default:
-        return {Level::Failure, LedDevice, std::string("cannot be opened: ") + strerror(error)};
+        return {Level::Failure, LedDevice, std::string("cannot be opened: ") + strerror(errno)};
     }
 }
 

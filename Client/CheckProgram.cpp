@@ -1,5 +1,7 @@
 #include "CheckProgram.h"
 
+#include "System/Descriptor.h"
+
 #include <fcntl.h>
 #include <link.h>
 #include <sys/wait.h>
@@ -67,12 +69,7 @@ bool HasLoader(const std::string& program)
 // What the loader says about the libraries of a program, without running it. `error` is why it could not even try.
 std::string Trace(const std::string& program, int& error)
 {
-    std::array<int, 2> output{};
-    if (pipe2(output.data(), O_CLOEXEC) == -1)
-    {
-        error = errno;
-        return "";
-    }
+    System::Pipe output;
     const pid_t child = fork();
     if (child == 0)
     {
@@ -80,15 +77,14 @@ std::string Trace(const std::string& program, int& error)
         {
             setenv(variable, "1", 1);
         }
-        dup2(output[1], STDOUT_FILENO);
-        dup2(output[1], STDERR_FILENO);
+        dup2(output.writing.Number(), STDOUT_FILENO);
+        dup2(output.writing.Number(), STDERR_FILENO);
         execl(program.c_str(), program.c_str(), nullptr);
         const int reason = errno;
         _exit(reason);
     }
-    close(output[1]);
-    std::string text = child == -1 ? "" : ReadToEnd(output[0]);
-    close(output[0]);
+    output.writing.Close();
+    std::string text = child == -1 ? "" : ReadToEnd(output.reading.Number());
     int status = 0;
     error = child == -1 ? EAGAIN : 0;
     if (child != -1 && waitpid(child, &status, 0) == child && text.empty())

@@ -4,6 +4,8 @@
 #include "Failure.h"
 #include "Output.h"
 
+#include "System/Descriptor.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -55,18 +57,16 @@ std::string Line(const std::string& led)
 void Set(const std::string& led, const std::string& brightness)
 {
     const std::string file = Path(led, "brightness");
-    const int descriptor = open(file.c_str(), O_WRONLY | O_CLOEXEC);
-    const bool done = descriptor != -1 && write(descriptor, brightness.data(), brightness.size()) != -1;
-    const int error = errno;
-    close(descriptor);
-    if (!done && error == EACCES)
+    const System::Descriptor descriptor(open(file.c_str(), O_WRONLY | O_CLOEXEC));
+    if (descriptor.IsOpen() && write(descriptor.Number(), brightness.data(), brightness.size()) != -1)
+    {
+        return;
+    }
+    if (errno == EACCES)
     {
         throw Failure(Status::NotAllowed, file + " is not for this user: be root, or in the group orvel");
     }
-    if (!done)
-    {
-        throw Failure(Status::Failed, "cannot write " + file + ": " + strerror(error));
-    }
+    throw Failure(Status::Failed, "cannot write " + file + ": " + strerror(errno));
 }
 
 Status Led(const LedOptions& options)

@@ -7,6 +7,8 @@
 #include "Steps.h"
 #include "Topics.h"
 
+#include "System/ThrowErrno.h"
+
 #include <benchmark/benchmark.h>
 
 #include <fcntl.h>
@@ -14,10 +16,7 @@
 #include <poll.h>
 
 #include <array>
-#include <cerrno>
 #include <chrono>
-#include <cstring>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -40,7 +39,7 @@ public:
         queue = mq_open(name.c_str(), O_CREAT | O_CLOEXEC | access, 0644, &attributes);
         if (queue == -1)
         {
-            throw std::runtime_error("cannot make the queue " + name + ": " + strerror(errno));
+            System::ThrowErrno("cannot make the queue " + name);
         }
     }
 

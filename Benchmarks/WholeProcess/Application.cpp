@@ -1,12 +1,12 @@
 #include "Application.h"
 
 #include "Orvel/Protocol.h"
+#include "System/ThrowErrno.h"
 
 #include <fcntl.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <ctime>
 #include <stdexcept>
@@ -36,7 +36,7 @@ mqd_t MakeQueue(const std::string& name, int access)
     const mqd_t queue = mq_open(name.c_str(), O_CREAT | O_CLOEXEC | access, 0644, &attributes);
     if (queue == -1)
     {
-        throw std::runtime_error("cannot make the queue " + name + ": " + strerror(errno));
+        System::ThrowErrno("cannot make the queue " + name);
     }
     return queue;
 }

@@ -7,17 +7,16 @@
 #include "Subject.h"
 #include "Table.h"
 
+#include "System/ThrowErrno.h"
+
 #include <sched.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -79,7 +78,7 @@ void Execute(const std::vector<std::string>& command)
     }
     arguments.push_back(nullptr);
     execvp(arguments[0], arguments.data());
-    throw std::runtime_error("cannot run " + command.front() + ": " + strerror(errno));
+    System::ThrowErrno("cannot run " + command.front());
 }
 
 bool Short(const Processors& processors)

@@ -1,5 +1,7 @@
 #include "GpioTrace.h"
 
+#include "System/ThrowErrno.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
@@ -7,11 +9,8 @@
 #include <unistd.h>
 
 #include <array>
-#include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <regex>
-#include <stdexcept>
 #include <utility>
 
 namespace
@@ -26,7 +25,7 @@ void Set(const std::string& name, const std::string& text)
     file << text << std::flush;
     if (!file.good())
     {
-        throw std::runtime_error("cannot write " + text + " to " + Directory + name + ": " + strerror(errno));
+        System::ThrowErrno("cannot write " + text + " to " + Directory + name);
     }
 }
 
@@ -44,7 +43,7 @@ GpioTrace::GpioTrace(Simulator::PinListener pinListener)
     pipe = open((Directory + "trace_pipe").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     if (pipe == -1)
     {
-        throw std::runtime_error("cannot read the kernel's trace: " + std::string(strerror(errno)));
+        System::ThrowErrno("cannot read the kernel's trace");
     }
     thread = std::thread(&GpioTrace::ThreadFunction, this);
     // The co-processor must be in reset before the daemon goes on, because a wire has no delay.

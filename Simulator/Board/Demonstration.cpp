@@ -1,15 +1,14 @@
 #include "Demonstration.h"
 
 #include "Orvel/Protocol.h"
+#include "System/ThrowErrno.h"
 
 #include <fcntl.h>
 #include <mqueue.h>
 #include <poll.h>
 
 #include <array>
-#include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -36,7 +35,7 @@ public:
     {
         if (queue == -1)
         {
-            throw std::runtime_error("cannot open " + name + ": " + strerror(errno));
+            System::ThrowErrno("cannot open " + name);
         }
     }
 
@@ -52,7 +51,7 @@ public:
     {
         if (mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0) == -1)
         {
-            throw std::runtime_error("cannot write to " + name + ": " + strerror(errno));
+            System::ThrowErrno("cannot write to " + name);
         }
     }
 

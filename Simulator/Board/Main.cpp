@@ -14,9 +14,10 @@
 #include "TerminalGuard.h"
 #include "Version.h"
 
+#include "System/ThrowErrno.h"
+
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -189,7 +190,7 @@ int RunBoard(const Options& options)
     }
     arguments.push_back(nullptr);
     execvp(arguments[0], arguments.data());
-    throw std::runtime_error("cannot run " + options.command.front() + ": " + strerror(errno));
+    System::ThrowErrno("cannot run " + options.command.front());
 }
 
 int ListBoards()

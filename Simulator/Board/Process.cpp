@@ -1,5 +1,7 @@
 #include "Process.h"
 
+#include "System/ThrowErrno.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/prctl.h>
@@ -12,8 +14,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
-#include <stdexcept>
 
 namespace Simulator
 {
@@ -61,48 +61,44 @@ void Execute(const Process::Start& start, pid_t parent)
 Process::Process(const Start& start)
 {
     // One byte lets the new process go on. Closed by a successful exec; otherwise it brings the reason.
-    std::array<int, 2> ends{};
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == -1)
-    {
-        throw std::runtime_error(std::string("cannot make a socket: ") + strerror(errno));
-    }
+    System::SocketPair sockets;
     const pid_t parent = getpid();
     id = fork();
     if (id == 0)
     {
-        close(ends[0]); // so that the end of the board ends the wait
+        sockets.one.Close(); // so that the end of the board ends the wait
         // Ctrl-C in a terminal is for the board, which then stops the program in its own way.
         setpgid(0, 0);
         char go = 0;
-        if (recv(ends[1], &go, 1, 0) != 1)
+        if (recv(sockets.other.Number(), &go, 1, 0) != 1)
         {
             _exit(127); // the board died, and nobody is to be told anything
         }
         Execute(start, parent);
         const int error = errno;
-        send(ends[1], &error, sizeof(error), MSG_NOSIGNAL);
+        send(sockets.other.Number(), &error, sizeof(error), MSG_NOSIGNAL);
         _exit(127);
     }
     int error = id == -1 ? errno : 0;
-    close(ends[1]);
+    sockets.other.Close();
     if (id != -1)
     {
         if (start.beforeExec)
         {
             start.beforeExec(id);
         }
-        send(ends[0], "g", 1, MSG_NOSIGNAL);
-        if (recv(ends[0], &error, sizeof(error), 0) > 0)
+        send(sockets.one.Number(), "g", 1, MSG_NOSIGNAL);
+        if (recv(sockets.one.Number(), &error, sizeof(error), 0) > 0)
         {
             waitpid(id, nullptr, 0);
         }
     }
-    close(ends[0]);
     if (error != 0)
     {
-        throw std::runtime_error("cannot start " + start.command.front() + ": " + strerror(error));
+        System::ThrowErrno("cannot start " + start.command.front(), error);
     }
-    descriptor = static_cast<int>(syscall(SYS_pidfd_open, id, 0)); // the C library has it only since lately
+    // The C library has it only since lately.
+    descriptor = System::Descriptor(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));
 }
 
 Process::~Process()
@@ -112,7 +108,6 @@ Process::~Process()
         Signal(SIGKILL);
         Wait();
     }
-    close(descriptor);
 }
 
 void Process::Signal(int signal) const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "System/Descriptor.h"
+
 #include <sys/types.h>
 
 #include <functional>
@@ -41,7 +43,7 @@ public:
     /// For poll: readable when the program has ended.
     int Descriptor() const
     {
-        return descriptor;
+        return descriptor.Number();
     }
 
     /// Without effect when it has ended.
@@ -52,7 +54,7 @@ public:
 
 private:
     pid_t id = -1;
-    int descriptor = -1;
+    System::Descriptor descriptor;
     std::optional<int> status;
 };
 

@@ -1,5 +1,7 @@
 #include "Rendezvous.h"
 
+#include "System/ThrowErrno.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,7 +11,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <optional>
 #include <stdexcept>
@@ -83,7 +84,7 @@ std::filesystem::path MakeDirectory()
     const std::filesystem::path directory = DirectoryPath();
     if (mkdir(directory.c_str(), S_IRWXU) == -1 && errno != EEXIST)
     {
-        throw std::runtime_error("cannot make " + directory.string() + ": " + strerror(errno));
+        System::ThrowErrno("cannot make " + directory.string());
     }
     return Directory().value_or(directory);
 }
@@ -109,16 +110,15 @@ struct flock WholeFile()
 // Nothing when no board runs that has told its daemon.
 std::optional<Rendezvous::Running> Read(const std::filesystem::path& file)
 {
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-    if (descriptor == -1)
+    const System::Descriptor descriptor(open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (!descriptor.IsOpen())
     {
         return std::nullopt;
     }
     struct flock holder = WholeFile();
-    const bool locked = fcntl(descriptor, F_GETLK, &holder) == 0 && holder.l_type != F_UNLCK;
+    const bool locked = fcntl(descriptor.Number(), F_GETLK, &holder) == 0 && holder.l_type != F_UNLCK;
     std::array<char, 32> text{};
-    const bool announced = read(descriptor, text.data(), text.size() - 1) > 0;
-    close(descriptor);
+    const bool announced = read(descriptor.Number(), text.data(), text.size() - 1) > 0;
     if (!locked || !announced)
     {
         return std::nullopt;
@@ -132,40 +132,37 @@ std::optional<Rendezvous::Running> Read(const std::filesystem::path& file)
 Rendezvous::Rendezvous(const std::string& boardName)
 {
     // A board that ends removes its file, and the directory after the last: then they are made anew.
-    while (descriptor == -1)
+    while (!descriptor.IsOpen())
     {
         file = MakeDirectory() / boardName;
-        descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR);
-        if (descriptor == -1 && errno != ENOENT)
+        descriptor =
+            System::Descriptor(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, S_IRUSR | S_IWUSR));
+        if (!descriptor.IsOpen() && errno != ENOENT)
         {
-            throw std::runtime_error("cannot make " + file.string() + ": " + strerror(errno));
+            System::ThrowErrno("cannot make " + file.string());
         }
         struct flock lock = WholeFile();
-        if (descriptor != -1 && fcntl(descriptor, F_SETLK, &lock) == -1)
+        if (descriptor.IsOpen() && fcntl(descriptor.Number(), F_SETLK, &lock) == -1)
         {
-            const int error = errno;
-            close(descriptor);
-            if (error != EAGAIN && error != EACCES)
+            if (errno != EAGAIN && errno != EACCES)
             {
-                throw std::runtime_error("cannot lock " + file.string() + ": " + strerror(error));
+                System::ThrowErrno("cannot lock " + file.string());
             }
             throw std::runtime_error("a board named '" + boardName +
                                      "' is running already; give this one another --name");
         }
-        if (descriptor != -1 && !IsThere(descriptor, file))
+        if (descriptor.IsOpen() && !IsThere(descriptor.Number(), file))
         {
-            close(descriptor);
-            descriptor = -1;
+            descriptor.Close();
         }
     }
-    static_cast<void>(ftruncate(descriptor, 0) == -1); // a killed board has left its daemon there
+    static_cast<void>(ftruncate(descriptor.Number(), 0) == -1); // a killed board has left its daemon there
 }
 
 Rendezvous::~Rendezvous()
 {
     unlink(file.c_str());
     rmdir(file.parent_path().c_str()); // fails while there are others
-    close(descriptor);
 }
 
 void Rendezvous::Announce(pid_t daemon) const
@@ -173,7 +170,7 @@ void Rendezvous::Announce(pid_t daemon) const
     std::array<char, 32> text{};
     // As long for every number: it replaces the last one in one write.
     const int size = std::snprintf(text.data(), text.size(), "%-10d\n", daemon);
-    static_cast<void>(pwrite(descriptor, text.data(), static_cast<std::size_t>(size), 0) == -1);
+    static_cast<void>(pwrite(descriptor.Number(), text.data(), static_cast<std::size_t>(size), 0) == -1);
 }
 
 pid_t Rendezvous::Find(const std::string& boardName)

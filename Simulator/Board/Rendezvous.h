@@ -1,5 +1,7 @@
 #pragma once
 
+#include "System/Descriptor.h"
+
 #include <sys/types.h>
 
 #include <filesystem>
@@ -41,7 +43,7 @@ public:
 
 private:
     std::filesystem::path file;
-    int descriptor = -1;
+    System::Descriptor descriptor;
 };
 
 } // namespace Simulator

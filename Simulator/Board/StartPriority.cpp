@@ -1,5 +1,7 @@
 #include "StartPriority.h"
 
+#include "System/ThrowErrno.h"
+
 #include <sched.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
@@ -8,8 +10,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
-#include <stdexcept>
 #include <string>
 
 namespace Simulator
@@ -43,40 +43,33 @@ namespace
 
 StartPriority::StartPriority()
 {
-    std::array<int, 2> ends{};
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == -1)
-    {
-        throw std::runtime_error(std::string("cannot make a socket: ") + strerror(errno));
-    }
+    System::SocketPair sockets;
     outside = fork();
     if (outside == 0)
     {
-        Serve(ends[1]);
+        Serve(sockets.other.Number());
     }
-    close(ends[1]);
-    socket = ends[0];
+    socket = std::move(sockets.one);
     if (outside == -1)
     {
-        const int error = errno;
-        close(socket);
-        throw std::runtime_error(std::string("cannot make a process: ") + strerror(error));
+        System::ThrowErrno("cannot make a process");
     }
 }
 
 StartPriority::~StartPriority()
 {
-    close(socket);
+    socket.Close(); // which ends it
     waitpid(outside, nullptr, 0);
 }
 
 int StartPriority::Raise(pid_t process) const
 {
     int error = 0;
-    if (send(socket, &process, sizeof(process), MSG_NOSIGNAL) == -1)
+    if (send(socket.Number(), &process, sizeof(process), MSG_NOSIGNAL) == -1)
     {
         return errno;
     }
-    return recv(socket, &error, sizeof(error), MSG_WAITALL) == sizeof(error) ? error : ESRCH;
+    return recv(socket.Number(), &error, sizeof(error), MSG_WAITALL) == sizeof(error) ? error : ESRCH;
 }
 
 } // namespace Simulator

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "System/Descriptor.h"
+
 #include <sys/types.h>
 
 namespace Simulator
@@ -24,7 +26,7 @@ public:
     int Raise(pid_t process) const;
 
 private:
-    int socket = -1;
+    System::Descriptor socket;
     pid_t outside = -1;
 };
 

@@ -1,15 +1,13 @@
 #include "CoProcessor.h"
 
 #include "Knx/Telegram.h"
+#include "System/ThrowErrno.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <stdexcept>
 #include <utility>
 
 namespace Simulator
@@ -39,7 +37,7 @@ CoProcessor::CoProcessor(SerialLine& serialLine, EventLog& eventLog)
 {
     if (wakeUp == -1)
     {
-        throw std::runtime_error(std::string("cannot make an event descriptor: ") + strerror(errno));
+        System::ThrowErrno("cannot make an event descriptor");
     }
     thread = std::thread(&CoProcessor::ThreadFunction, this);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Knx/HexDigits.h"
+#include "System/Descriptor.h"
 
 #include <atomic>
 #include <string>
@@ -19,10 +20,6 @@ public:
     /// A serial port, at the other end of whose cable the Linux side has a port of its own. Throws std::runtime_error where
     /// `port` cannot be used.
     explicit SerialLine(const std::string& port);
-    ~SerialLine();
-
-    SerialLine(const SerialLine&) = delete;
-    SerialLine& operator=(const SerialLine&) = delete;
 
     /// Path of the device for the Linux side; empty when this end is a serial port.
     const std::string& Device() const
@@ -33,7 +30,7 @@ public:
     /// For poll. Both operations below are non-blocking.
     int Descriptor() const
     {
-        return coProcessorEnd;
+        return coProcessorEnd.Number();
     }
 
     /// What has arrived; empty when nothing has.
@@ -51,8 +48,8 @@ public:
 
 private:
     std::string device;
-    int coProcessorEnd = -1;
-    int linuxEnd = -1; // kept open: otherwise this end reports errors whenever nobody has the device open
+    System::Descriptor coProcessorEnd;
+    System::Descriptor linuxEnd; // kept open: otherwise this end reports errors whenever nobody has the device open
     std::atomic<bool> connected{true};
 };
 

@@ -1,5 +1,8 @@
 #include "FuseSession.h"
 
+#include "System/Descriptor.h"
+#include "System/ThrowErrno.h"
+
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -23,11 +26,11 @@ constexpr const char* DevicePath = "/dev/fuse";
     throw std::runtime_error(what);
 }
 
-int OpenDevice()
+System::Descriptor OpenDevice()
 {
     // Non-blocking, because a request can be withdrawn between poll and read.
-    const int device = open(DevicePath, O_RDWR | O_CLOEXEC | O_NONBLOCK);
-    if (device != -1)
+    System::Descriptor device(open(DevicePath, O_RDWR | O_CLOEXEC | O_NONBLOCK));
+    if (device.IsOpen())
     {
         return device;
     }
@@ -42,7 +45,7 @@ int OpenDevice()
     case EPERM:
         Fail(path + " is not readable and writable for you: ask for access to it, or run as root");
     default:
-        Fail("cannot open " + path + ": " + strerror(error));
+        System::ThrowErrno("cannot open " + path, error);
     }
 }
 
@@ -51,20 +54,19 @@ int OpenDevice()
 FuseSession::FuseSession(const std::filesystem::path& mountPoint, const fuse_lowlevel_ops& operations, void* context)
     : mountedAt(std::filesystem::absolute(mountPoint).string())
 {
-    const int device = OpenDevice();
+    System::Descriptor device = OpenDevice();
     std::string programName = "orvel-board";
     char* arguments[] = {programName.data(), nullptr};
     fuse_args args{1, arguments, 0};
     session.reset(fuse_session_new(&args, &operations, sizeof(operations), context));
     fuse_opt_free_args(&args); // the session took a copy and may have added to this one
     // In this form, the session only takes over the descriptor. The mount is made here, without a helper program.
-    const std::string descriptor = "/dev/fd/" + std::to_string(device);
+    const std::string descriptor = "/dev/fd/" + std::to_string(device.Number());
     if (session == nullptr || fuse_session_mount(session.get(), descriptor.c_str()) != 0)
     {
-        close(device);
         Fail("cannot set up the file system's connection to the kernel");
     }
-    Mount(mountedAt, device);
+    Mount(mountedAt, device.Release());
 }
 
 void FuseSession::Mount(const std::string& mountPoint, int device)

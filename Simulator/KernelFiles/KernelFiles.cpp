@@ -1,5 +1,7 @@
 #include "KernelFiles.h"
 
+#include "System/ThrowErrno.h"
+
 #include "FileRequests.h"
 #include "FuseSession.h"
 
@@ -11,10 +13,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <cerrno>
 #include <csignal>
-#include <cstring>
-#include <stdexcept>
 #include <thread>
 
 namespace Simulator
@@ -52,7 +51,7 @@ private:
         {
             if (descriptor == -1)
             {
-                throw std::runtime_error(std::string("cannot create an event descriptor: ") + strerror(errno));
+                System::ThrowErrno("cannot create an event descriptor");
             }
         }
 

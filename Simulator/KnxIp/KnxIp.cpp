@@ -1,16 +1,15 @@
 #include "KnxIp.h"
 
+#include "System/ThrowErrno.h"
+
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <random>
-#include <stdexcept>
 
 namespace Simulator
 {
@@ -24,7 +23,7 @@ KnxIp::KnxIp(const Settings& settings, CoProcessor& theCoProcessor, EventLog& ev
 {
     if (wakeUp == -1)
     {
-        throw std::runtime_error(std::string("cannot make an event descriptor: ") + strerror(errno));
+        System::ThrowErrno("cannot make an event descriptor");
     }
     events.Add({Event::KnxIpJoined, std::string(Knx::MulticastSocket::Group) + " on " + settings.interface});
     thread = std::thread(&KnxIp::ThreadFunction, this);

@@ -9,23 +9,16 @@
 namespace Simulator
 {
 
-SerialPort::~SerialPort()
-{
-    Close();
-}
-
 bool SerialPort::Open(const std::string& name)
 {
-    descriptor = open(name.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor == -1)
+    descriptor = System::Descriptor(open(name.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    if (!descriptor.IsOpen())
     {
         return false;
     }
     if (!Configure())
     {
-        const int error = errno;
         Close();
-        errno = error;
         return false;
     }
     Flush();
@@ -35,7 +28,7 @@ bool SerialPort::Open(const std::string& name)
 bool SerialPort::Configure()
 {
     termios settings{};
-    if (tcgetattr(descriptor, &settings) == -1)
+    if (tcgetattr(descriptor.Number(), &settings) == -1)
     {
         return false;
     }
@@ -46,38 +39,34 @@ bool SerialPort::Configure()
     settings.c_cc[VMIN] = 0;
     settings.c_cc[VTIME] = 0;
     cfsetspeed(&settings, B115200);
-    if (tcsetattr(descriptor, TCSANOW, &settings) == 0)
+    if (tcsetattr(descriptor.Number(), TCSANOW, &settings) == 0)
     {
         return true;
     }
     // A pseudo-terminal has no parity bit and drops that setting. Where nothing else had to change, the C library
     // reports this as a failure.
     settings.c_cflag &= ~static_cast<tcflag_t>(PARENB);
-    return errno == EINVAL && tcsetattr(descriptor, TCSANOW, &settings) == 0;
+    return errno == EINVAL && tcsetattr(descriptor.Number(), TCSANOW, &settings) == 0;
 }
 
 void SerialPort::Close()
 {
-    if (descriptor != -1)
-    {
-        close(descriptor);
-        descriptor = -1;
-    }
+    descriptor.Close();
 }
 
 void SerialPort::Flush()
 {
-    tcflush(descriptor, TCIOFLUSH);
+    tcflush(descriptor.Number(), TCIOFLUSH);
 }
 
 ssize_t SerialPort::Read(uint8_t* data, std::size_t size)
 {
-    return read(descriptor, data, size);
+    return read(descriptor.Number(), data, size);
 }
 
 ssize_t SerialPort::Write(const uint8_t* data, std::size_t size)
 {
-    return write(descriptor, data, size);
+    return write(descriptor.Number(), data, size);
 }
 
 } // namespace Simulator

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "System/Descriptor.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -12,12 +14,6 @@ namespace Simulator
 class SerialPort
 {
 public:
-    SerialPort() = default;
-    ~SerialPort();
-
-    SerialPort(const SerialPort&) = delete;
-    SerialPort& operator=(const SerialPort&) = delete;
-
     /// Opens the device and drops what is under way in both directions. False, with errno, when it is not there, not
     /// accessible or not a terminal. The port must be closed.
     bool Open(const std::string& name);
@@ -27,13 +23,13 @@ public:
 
     bool IsOpen() const
     {
-        return descriptor != -1;
+        return descriptor.IsOpen();
     }
 
     /// For poll, which ignores the -1 of a closed port.
     int Descriptor() const
     {
-        return descriptor;
+        return descriptor.Number();
     }
 
     /// Drops what is under way in both directions.
@@ -49,7 +45,7 @@ public:
 private:
     bool Configure();
 
-    int descriptor = -1;
+    System::Descriptor descriptor;
 };
 
 } // namespace Simulator

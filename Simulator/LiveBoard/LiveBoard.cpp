@@ -1,5 +1,7 @@
 #include "LiveBoard.h"
 
+#include "System/ThrowErrno.h"
+
 #include "TypedTelegram.h"
 
 #include <fcntl.h>
@@ -10,10 +12,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <stdexcept>
 #include <string_view>
 
 namespace Simulator
@@ -33,7 +33,7 @@ void Check(bool succeeded)
 {
     if (!succeeded)
     {
-        throw std::runtime_error(std::string("cannot show the board: ") + strerror(errno));
+        System::ThrowErrno("cannot show the board");
     }
 }
 

@@ -1,5 +1,7 @@
 #include "TerminalGuard.h"
 
+#include "System/ThrowErrno.h"
+
 #include <curses.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -7,12 +9,10 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
-#include <stdexcept>
 #include <string>
 
 namespace Simulator
@@ -80,7 +80,7 @@ std::optional<int> GuardTerminal()
     const pid_t child = fork();
     if (child == -1)
     {
-        throw std::runtime_error(std::string("cannot make a process: ") + strerror(errno));
+        System::ThrowErrno("cannot make a process");
     }
     if (child == 0)
     {

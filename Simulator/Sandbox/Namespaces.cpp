@@ -1,5 +1,8 @@
 #include "Namespaces.h"
 
+#include "System/Descriptor.h"
+#include "System/ThrowErrno.h"
+
 #include "Overlay.h"
 
 #include <fcntl.h>
@@ -11,7 +14,6 @@
 
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -25,22 +27,14 @@ namespace Simulator
 namespace
 {
 
-[[noreturn]] void Fail(const std::string& what, int error)
-{
-    throw std::runtime_error(what + ": " + strerror(error));
-}
+using System::Descriptor;
+using System::ThrowErrno;
 
 // Writes the file in one piece, as the kernel demands. Returns errno, or 0.
 int WriteFile(const std::string& path, const std::string& text)
 {
-    const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    if (fd == -1)
-    {
-        return errno;
-    }
-    const int error = write(fd, text.data(), text.size()) == -1 ? errno : 0;
-    close(fd);
-    return error;
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    return file.IsOpen() && write(file.Number(), text.data(), text.size()) != -1 ? 0 : errno;
 }
 
 // Maps the numbers that this process knows, each to itself.
@@ -120,17 +114,15 @@ std::pair<ino_t, dev_t> WorkingDirectory()
 // directory elsewhere, ".." leads up to it.
 bool MakePrivateAroundRoot(unsigned long flags)
 {
-    const int root = open("/", O_PATH | O_DIRECTORY | O_CLOEXEC);
-    bool done = root != -1 && chdir("/") == 0 && chroot("/proc") == 0;
+    const Descriptor root(open("/", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    bool done = root.IsOpen() && chdir("/") == 0 && chroot("/proc") == 0;
     for (auto last = std::pair<ino_t, dev_t>(); done && WorkingDirectory() != last;)
     {
         last = WorkingDirectory();
         done = chdir("..") == 0;
     }
     done = done && mount(nullptr, ".", nullptr, flags, nullptr) == 0;
-    done = root != -1 && fchdir(root) == 0 && chroot(".") == 0 && done;
-    close(root);
-    return done;
+    return root.IsOpen() && fchdir(root.Number()) == 0 && chroot(".") == 0 && done;
 }
 
 // Hides what is mounted from now on from every other namespace.
@@ -146,7 +138,7 @@ void MakeMountsPrivate()
     const auto workingDirectory = std::filesystem::current_path(ignored);
     if (error != EINVAL || !MakePrivateAroundRoot(Private))
     {
-        Fail("cannot make the mounts private", error);
+        ThrowErrno("cannot make the mounts private", error);
     }
     std::filesystem::current_path(workingDirectory, ignored);
 }
@@ -157,7 +149,7 @@ void Mount(const char* type, const std::filesystem::path& target, unsigned long 
     std::filesystem::create_directory(target, ignored);
     if (mount(type, target.c_str(), type, flags, options) == -1)
     {
-        Fail("cannot mount " + target.string(), errno);
+        ThrowErrno("cannot mount " + target.string());
     }
 }
 
@@ -186,7 +178,7 @@ void EnterNamespaces()
         }
         if (unshare(CLONE_NEWNS | CLONE_NEWIPC) == -1)
         {
-            Fail("cannot create mount and IPC namespaces (root needs CAP_SYS_ADMIN)", errno);
+            ThrowErrno("cannot create mount and IPC namespaces (root needs CAP_SYS_ADMIN)");
         }
     }
     MakeMountsPrivate();
@@ -198,33 +190,31 @@ void JoinNamespaces(pid_t pid)
 {
     const std::string directory = "/proc/" + std::to_string(pid) + "/ns/";
     constexpr std::array<const char*, 3> Kinds{"user", "ipc", "mnt"};
-    std::array<int, Kinds.size()> namespaces{};
+    std::array<Descriptor, Kinds.size()> namespaces;
     for (std::size_t index = 0; index < Kinds.size(); ++index)
     {
-        namespaces[index] = open((directory + Kinds[index]).c_str(), O_RDONLY | O_CLOEXEC);
-        if (namespaces[index] == -1)
+        namespaces[index] = Descriptor(open((directory + Kinds[index]).c_str(), O_RDONLY | O_CLOEXEC));
+        if (!namespaces[index].IsOpen())
         {
-            Fail("cannot open the namespaces of process " + std::to_string(pid), errno);
+            ThrowErrno("cannot open the namespaces of process " + std::to_string(pid));
         }
     }
-    const int root = open(("/proc/" + std::to_string(pid) + "/root").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    const Descriptor root(open(("/proc/" + std::to_string(pid) + "/root").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     std::error_code ignored;
     const auto workingDirectory = std::filesystem::current_path(ignored);
     for (std::size_t index = 0; index < Kinds.size(); ++index)
     {
         // Joining one's own user namespace is an error that does not matter.
-        if (setns(namespaces[index], 0) == -1 && !(index == 0 && errno == EINVAL))
+        if (setns(namespaces[index].Number(), 0) == -1 && !(index == 0 && errno == EINVAL))
         {
-            Fail("cannot join the namespaces of process " + std::to_string(pid), errno);
+            ThrowErrno("cannot join the namespaces of process " + std::to_string(pid));
         }
-        close(namespaces[index]);
     }
     // Joining a mount namespace leads to its top, which is not the root directory of a process in a chroot.
-    if (root == -1 || fchdir(root) == -1 || chroot(".") == -1)
+    if (!root.IsOpen() || fchdir(root.Number()) == -1 || chroot(".") == -1)
     {
-        Fail("cannot enter the root directory of process " + std::to_string(pid), errno);
+        ThrowErrno("cannot enter the root directory of process " + std::to_string(pid));
     }
-    close(root);
     std::filesystem::current_path(workingDirectory, ignored);
 }
 
@@ -232,7 +222,8 @@ void SetMessageLimit(int messages)
 {
     if (const int error = WriteFile("/proc/sys/fs/mqueue/msg_max", std::to_string(messages)); error != 0)
     {
-        Fail("cannot set fs.mqueue.msg_max (needs /proc, and as an ordinary user a kernel of 5.19 or later)", error);
+        ThrowErrno("cannot set fs.mqueue.msg_max (needs /proc, and as an ordinary user a kernel of 5.19 or later)",
+                   error);
     }
 }
 

@@ -1,13 +1,13 @@
 #include "Overlay.h"
 
+#include "System/Descriptor.h"
+#include "System/ThrowErrno.h"
+
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
 #include <fstream>
-#include <stdexcept>
 #include <string>
 
 namespace Simulator
@@ -16,10 +16,8 @@ namespace Simulator
 namespace
 {
 
-[[noreturn]] void Fail(const std::string& what, int error)
-{
-    throw std::runtime_error(what + ": " + strerror(error));
-}
+using System::Descriptor;
+using System::ThrowErrno;
 
 // A mount can only cover something of the same kind.
 void MakeMountPoint(const std::filesystem::path& target, bool directory)
@@ -43,19 +41,17 @@ void MakeMountPoint(const std::filesystem::path& target, bool directory)
 
 void CoverDirectory(const std::filesystem::path& directory)
 {
-    const int original = open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
-    if (original == -1)
+    const Descriptor original(open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (!original.IsOpen())
     {
-        Fail("the board needs the directory " + directory.string(), errno);
+        ThrowErrno("the board needs the directory " + directory.string());
     }
     if (mount("tmpfs", directory.c_str(), "tmpfs", MS_NOSUID, "mode=755") == -1)
     {
-        const int error = errno;
-        close(original);
-        Fail("cannot cover " + directory.string(), error);
+        ThrowErrno("cannot cover " + directory.string());
     }
     // The descriptor still leads to what is covered.
-    const std::filesystem::path covered = "/proc/self/fd/" + std::to_string(original);
+    const std::filesystem::path covered = "/proc/self/fd/" + std::to_string(original.Number());
     for (const auto& entry : std::filesystem::directory_iterator(covered))
     {
         const auto copy = directory / entry.path().filename();
@@ -69,7 +65,6 @@ void CoverDirectory(const std::filesystem::path& directory)
         // An entry that cannot be shown, such as a stale mount, is left out.
         static_cast<void>(mount(entry.path().c_str(), copy.c_str(), nullptr, MS_BIND | MS_REC, nullptr));
     }
-    close(original);
 }
 
 void BindMount(const std::filesystem::path& source, const std::filesystem::path& target)
@@ -78,7 +73,7 @@ void BindMount(const std::filesystem::path& source, const std::filesystem::path&
     MakeMountPoint(target, std::filesystem::is_directory(source, ignored));
     if (mount(source.c_str(), target.c_str(), nullptr, MS_BIND | MS_REC, nullptr) == -1)
     {
-        Fail("cannot show " + source.string() + " at " + target.string(), errno);
+        ThrowErrno("cannot show " + source.string() + " at " + target.string());
     }
 }
 

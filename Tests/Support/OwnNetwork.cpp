@@ -1,5 +1,8 @@
 #include "OwnNetwork.h"
 
+#include "System/Descriptor.h"
+#include "System/ThrowErrno.h"
+
 #include <arpa/inet.h>
 #include <net/if.h>
 #include <netinet/in.h>
@@ -8,10 +11,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstring>
 #include <iterator>
-#include <stdexcept>
 
 namespace
 {
@@ -20,16 +21,15 @@ void Check(bool succeeded, const std::string& what)
 {
     if (!succeeded)
     {
-        throw std::runtime_error("cannot " + what + ": " + strerror(errno));
+        System::ThrowErrno("cannot " + what);
     }
 }
 
 void Ask(unsigned long request, ifreq& argument, const std::string& interfaceName)
 {
     interfaceName.copy(std::begin(argument.ifr_name), sizeof(argument.ifr_name) - 1);
-    const int socket = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    Check(socket != -1 && ioctl(socket, request, &argument) != -1, "change " + interfaceName);
-    close(socket);
+    const System::Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    Check(ioctl(socket.Number(), request, &argument) != -1, "change " + interfaceName);
 }
 
 } // namespace
