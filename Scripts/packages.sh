@@ -1,6 +1,6 @@
 # Sourced after common.sh by the checks that install the packages.
 
-# need_packages_built [armhf|arm64]: builds the packages of the last commit, unless they are there.
+# need_packages_built [armhf|arm64|trixie]: builds the packages of the last commit, unless they are there.
 # shellcheck disable=SC2120 # the argument may be missing
 need_packages_built() {
   revision=$(git rev-parse --verify HEAD) || die "packages are made of a commit, and there is none"
