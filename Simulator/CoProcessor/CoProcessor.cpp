@@ -1,6 +1,5 @@
 #include "CoProcessor.h"
 
-#include "Knx/Telegram.h"
 #include "System/ThrowErrno.h"
 
 #include <poll.h>
@@ -8,31 +7,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 namespace Simulator
 {
 
-namespace
-{
-
-// The link's messages as the firmware knows them.
-constexpr uint16_t CemiTopic = 0x100;
-constexpr uint16_t DeviceTopic = 0x101;
-constexpr uint8_t LedMessage = 0x02;
-constexpr uint8_t ButtonMessage = 0x07;
-constexpr uint8_t SinceBootRequest = 0x08;
-constexpr uint8_t SinceBootAnswer = 0x09;
-constexpr uint8_t Rs485Message = 0x0E;
-constexpr uint8_t ButtonNumber = 0x01;
-
-constexpr std::size_t MaxOutgoing = 20'000; // frames; more than any test floods
-
-} // namespace
-
 CoProcessor::CoProcessor(SerialLine& serialLine, EventLog& eventLog)
     : line(serialLine)
     , events(eventLog)
+    , firmware(Outside())
     , wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
     if (wakeUp == -1)
@@ -53,47 +37,13 @@ CoProcessor::~CoProcessor()
     close(wakeUp);
 }
 
-void CoProcessor::SetResetLine(bool high)
+// What the firmware has to send, or to do at its time, is the thread's business afterwards.
+template<typename Operation>
+auto CoProcessor::WithFirmware(const Operation& operation)
 {
     const std::lock_guard lock(mutex);
-    const auto now = Clock::now();
-    if (!high && state != State::HeldInReset)
-    {
-        state = State::HeldInReset;
-        lowSince = now;
-        decoder = Wire::Decoder();
-        session.clear();
-        outgoing.clear();
-        ++resets;
-        hung = false;
-        leds.fill(0);
-        rs485Termination = 0;
-        events.Add(Event::ResetLineLow);
-    }
-    else if (high && state == State::HeldInReset)
-    {
-        state = State::Booting;
-        bootsAt = now + BootTime;
-        events.Add({Event::ResetLineHigh, std::chrono::nanoseconds(now - lowSince).count()});
-        Wake();
-    }
-}
-
-bool CoProcessor::SetButton(bool pressed)
-{
-    const std::lock_guard lock(mutex);
-    if (buttonPressed == pressed)
-    {
-        return false;
-    }
-    buttonPressed = pressed;
-    events.Add(pressed ? Event::ButtonPressed : Event::ButtonReleased);
-    if (state == State::Running && !hung)
-    {
-        pressedSinceBoot = pressedSinceBoot || pressed;
-        SendMessage(DeviceTopic, {ButtonMessage, ButtonNumber, static_cast<uint8_t>(pressed ? 1 : 0)});
-    }
-    return true;
+    Wake();
+    return operation(Clock::now());
 }
 
 bool CoProcessor::SetPlugged(bool plugged)
@@ -110,12 +60,15 @@ bool CoProcessor::SetPlugged(bool plugged)
 
 void CoProcessor::InjectTelegram(const Bytes& cemi)
 {
-    const std::lock_guard lock(mutex);
-    events.Add({Event::TelegramFromKnx, cemi});
-    if (!SendMessage(CemiTopic, cemi) || !line.IsPlugged())
-    {
-        events.Add(Event::TelegramLost);
-    }
+    WithFirmware(
+        [&](Clock::time_point now)
+        {
+            events.Add({Event::TelegramFromKnx, cemi});
+            if (!firmware.SendTelegram(cemi, now) || !line.IsPlugged())
+            {
+                events.Add(Event::TelegramLost);
+            }
+        });
 }
 
 void CoProcessor::ConnectBus(Bus theBus)
@@ -124,50 +77,68 @@ void CoProcessor::ConnectBus(Bus theBus)
     bus = std::move(theBus);
 }
 
+void CoProcessor::SetResetLine(bool high)
+{
+    WithFirmware([&](Clock::time_point now) { firmware.SetResetLine(high, now); });
+}
+
+bool CoProcessor::SetButton(bool pressed)
+{
+    return WithFirmware([&](Clock::time_point now) { return firmware.SetButton(pressed, now); });
+}
+
 void CoProcessor::Hang()
 {
-    const std::lock_guard lock(mutex);
-    hung = true;
-    events.Add(Event::CoProcessorHangs);
+    WithFirmware([&](Clock::time_point) { firmware.Hang(); });
 }
 
 void CoProcessor::SetDead(bool dead)
 {
-    const std::lock_guard lock(mutex);
-    isDead = dead;
+    WithFirmware([&](Clock::time_point) { firmware.SetDead(dead); });
 }
 
 void CoProcessor::SetDelay(std::chrono::milliseconds delay)
 {
-    const std::lock_guard lock(mutex);
-    sendDelay = delay;
+    WithFirmware([&](Clock::time_point) { firmware.SetDelay(delay); });
 }
 
 void CoProcessor::Flood(uint16_t topic, const Bytes& payload, int count)
 {
-    const std::lock_guard lock(mutex);
-    for (; count > 0; --count)
-    {
-        SendMessage(topic, payload);
-    }
+    WithFirmware([&](Clock::time_point now) { firmware.Flood(topic, payload, count, now); });
 }
 
 void CoProcessor::SendGarbage(const Bytes& garbage)
 {
-    const std::lock_guard lock(mutex);
-    Queue(garbage);
+    WithFirmware([&](Clock::time_point now) { firmware.SendGarbage(garbage, now); });
 }
 
 int CoProcessor::LedState(uint8_t number) const
 {
     const std::lock_guard lock(mutex);
-    return leds.at(number);
+    return firmware.LedState(number);
 }
 
 int CoProcessor::Rs485TerminationState() const
 {
     const std::lock_guard lock(mutex);
-    return rs485Termination;
+    return firmware.Rs485TerminationState();
+}
+
+// Both are called with the mutex locked.
+Firmware::Outside CoProcessor::Outside()
+{
+    return {[this](const Event& event) { events.Add(event); },
+            [this](const Firmware::Request& request) { return SendToBus(request); }};
+}
+
+bool CoProcessor::SendToBus(const Firmware::Request& request)
+{
+    if (bus)
+    {
+        bus(request.cemi, [this, request](bool sent)
+            { WithFirmware([&](Clock::time_point now) { firmware.Confirm(request, sent, now); }); });
+    }
+    return bus != nullptr;
 }
 
 void CoProcessor::ThreadFunction()
@@ -175,8 +146,8 @@ void CoProcessor::ThreadFunction()
     std::unique_lock lock(mutex);
     while (running)
     {
-        const auto now = Clock::now();
-        const bool hasDue = !outgoing.empty() && outgoing.front().due <= now;
+        auto now = Clock::now();
+        const bool hasDue = !firmware.Due(now).empty();
         std::array<pollfd, 2> set{
             {{line.Descriptor(), static_cast<short>(POLLIN | (hasDue ? POLLOUT : 0)), 0}, {wakeUp, POLLIN, 0}}};
         const int timeout = PollTimeout(now);
@@ -186,183 +157,34 @@ void CoProcessor::ThreadFunction()
 
         eventfd_t ignored = 0;
         eventfd_read(wakeUp, &ignored);
-        BootWhenDue();
-        TakeIn(line.Read());
-        SendWhenDue();
+        now = Clock::now();
+        firmware.OnTime(now);
+        firmware.TakeIn(line.Read(), now);
+        SendWhatIsDue(now);
     }
 }
 
 // ms until the next thing that has its time; -1 when nothing has.
 int CoProcessor::PollTimeout(Clock::time_point now) const
 {
-    auto next = Clock::time_point::max();
-    if (state == State::Booting)
-    {
-        next = bootsAt;
-    }
-    if (!outgoing.empty() && outgoing.front().due > now)
-    {
-        next = std::min(next, outgoing.front().due);
-    }
-    if (next == Clock::time_point::max())
+    const auto next = firmware.NextTime(now);
+    if (!next)
     {
         return -1;
     }
-    return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(std::max(next, now) - now).count());
+    return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(std::max(*next, now) - now).count());
 }
 
-void CoProcessor::BootWhenDue()
+void CoProcessor::SendWhatIsDue(Clock::time_point now)
 {
-    if (state == State::Booting && Clock::now() >= bootsAt)
+    for (Bytes due = firmware.Due(now); !due.empty(); due = firmware.Due(now))
     {
-        state = State::Running;
-        pressedSinceBoot = buttonPressed; // its first look at the button
-        events.Add(Event::CoProcessorBooted);
-    }
-}
-
-void CoProcessor::TakeIn(const Bytes& bytes)
-{
-    if (state != State::Running || hung || isDead)
-    {
-        return; // nobody reads its serial input
-    }
-    decoder.Feed(bytes.data(), bytes.size(), [this](const Wire::Frame& frame) { OnFrame(frame); });
-}
-
-void CoProcessor::SendWhenDue()
-{
-    while (!outgoing.empty() && outgoing.front().due <= Clock::now())
-    {
-        Bytes& bytes = outgoing.front().bytes;
-        const std::size_t written = line.Write(bytes.data(), bytes.size());
-        bytes.erase(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(written));
-        if (!bytes.empty())
+        const std::size_t sent = line.Write(due.data(), due.size());
+        firmware.OnSent(sent);
+        if (sent < due.size())
         {
             return; // the line is busy
         }
-        outgoing.pop_front();
-    }
-}
-
-void CoProcessor::OnFrame(const Wire::Frame& frame)
-{
-    switch (frame.kind)
-    {
-    case Wire::Kind::Hello:
-        // The driver repeats its greeting until it is answered.
-        if (frame.payload != session)
-        {
-            session = frame.payload;
-            events.Add(Event::LinkUp);
-        }
-        Send({Wire::Kind::Welcome, 0, session});
-        break;
-    case Wire::Kind::Ping:
-        if (!session.empty() && frame.payload == session)
-        {
-            Send({Wire::Kind::Pong, 0, session});
-        }
-        break;
-    case Wire::Kind::Message:
-        if (session.empty())
-        {
-            break; // from before a reset
-        }
-        if (frame.topic == CemiTopic)
-        {
-            OnCemi(frame.payload);
-        }
-        else if (frame.topic == DeviceTopic)
-        {
-            OnDeviceMessage(frame.payload);
-        }
-        else
-        {
-            events.Add({Event::MessageOfUnknownTopic, frame.payload, frame.topic});
-        }
-        break;
-    case Wire::Kind::Welcome:
-    case Wire::Kind::Pong:
-        break; // answers are the driver's business
-    }
-}
-
-void CoProcessor::OnCemi(const Bytes& cemi)
-{
-    events.Add({Event::TelegramToKnx, cemi});
-    if (!Knx::PlaceOfControl1(cemi) || cemi[0] != static_cast<uint8_t>(Knx::MessageCode::LDataReq))
-    {
-        return;
-    }
-    if (!bus)
-    {
-        ConfirmRequest(cemi, true);
-        return;
-    }
-    bus(cemi,
-        [this, cemi, before = resets](bool sent)
-        {
-            const std::lock_guard lock(mutex);
-            if (resets == before && !hung) // what was asked before a reset is forgotten
-            {
-                ConfirmRequest(cemi, sent);
-            }
-        });
-}
-
-void CoProcessor::ConfirmRequest(const Bytes& request, bool sent)
-{
-    const Bytes confirmation = Knx::Telegram::ToConfirmation(request, sent);
-    SendMessage(CemiTopic, confirmation);
-    events.Add({sent ? Event::TelegramConfirmed : Event::TelegramNotSent, confirmation});
-}
-
-void CoProcessor::OnDeviceMessage(const Bytes& message)
-{
-    const auto is = [&message](uint8_t type, std::size_t size) { return message.size() == size && message[0] == type; };
-    if (is(LedMessage, 3) && message[1] >= 1 && message[1] < leds.size())
-    {
-        leds[message[1]] = message[2];
-        events.Add({message[2] != 0 ? Event::LedOn : Event::LedOff, message[1]});
-    }
-    else if (is(Rs485Message, 3) && message[1] == 1)
-    {
-        rs485Termination = message[2];
-        events.Add(message[2] != 0 ? Event::TerminationOn : Event::TerminationOff);
-    }
-    else if (is(SinceBootRequest, 2) && message[1] == ButtonNumber)
-    {
-        const auto pressed = static_cast<uint8_t>(pressedSinceBoot ? 1 : 0);
-        Send({Wire::Kind::Message, DeviceTopic, {SinceBootAnswer, ButtonNumber, pressed}}, SinceBootAnswerTime);
-    }
-    else
-    {
-        events.Add({Event::UnknownDeviceMessage, message});
-    }
-}
-
-bool CoProcessor::SendMessage(uint16_t topic, const Bytes& payload)
-{
-    if (state != State::Running || hung || session.empty())
-    {
-        return false;
-    }
-    Send({Wire::Kind::Message, topic, payload});
-    return true;
-}
-
-void CoProcessor::Send(const Wire::Frame& frame, std::chrono::milliseconds after)
-{
-    Queue(Wire::Encode(frame), after);
-}
-
-void CoProcessor::Queue(Bytes bytes, std::chrono::milliseconds after)
-{
-    if (!isDead && outgoing.size() < MaxOutgoing)
-    {
-        outgoing.push_back({Clock::now() + sendDelay + after, std::move(bytes)});
-        Wake();
     }
 }
 

@@ -1,4 +1,5 @@
-// The simulated co-processor, with the test as the driver at the other end of its line.
+// The simulated co-processor with its thread and its line, with the test as the driver at the other end. What it says and when
+// is the firmware's matter.
 
 #include "CoProcessor.h"
 
@@ -19,7 +20,6 @@ namespace
 
 constexpr std::chrono::milliseconds Patience{10'000};
 
-const Bytes PressedSinceBoot{0x09, 0x01, 0x01};
 const Bytes NotPressedSinceBoot{0x09, 0x01, 0x00};
 
 class CoProcessorTest : public testing::Test
@@ -33,15 +33,6 @@ protected:
     ~CoProcessorTest() override
     {
         close(driver);
-    }
-
-    void Reset()
-    {
-        const std::size_t before = events.Count();
-        coProcessor.SetResetLine(false);
-        coProcessor.SetResetLine(true);
-        EXPECT_NE(events.Await(Event::CoProcessorBooted, before, Patience), 0U);
-        Greet();
     }
 
     // With a number of its own each time, as a driver does.
@@ -59,16 +50,16 @@ protected:
         ADD_FAILURE() << "no welcome";
     }
 
-    Bytes AskForPressSinceBoot()
+    void Send(const Wire::Frame& frame)
     {
-        Send({Wire::Kind::Message, 0x101, {0x08, 0x01}});
-        return ReceiveMessage();
+        const Bytes bytes = Wire::Encode(frame);
+        EXPECT_EQ(write(driver, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
 
-    Bytes ReceiveMessage()
+    Bytes ReceiveMessage(uint16_t topic)
     {
         const auto frame = Receive();
-        EXPECT_TRUE(frame && frame->kind == Wire::Kind::Message && frame->topic == 0x101);
+        EXPECT_TRUE(frame && frame->kind == Wire::Kind::Message && frame->topic == topic);
         return frame ? frame->payload : Bytes{};
     }
 
@@ -77,12 +68,6 @@ protected:
     CoProcessor coProcessor{line, events};
 
 private:
-    void Send(const Wire::Frame& frame)
-    {
-        const Bytes bytes = Wire::Encode(frame);
-        EXPECT_EQ(write(driver, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    }
-
     // Nothing when nothing came in time.
     std::optional<Wire::Frame> Receive()
     {
@@ -109,49 +94,54 @@ private:
     Bytes session{0, 1, 2, 3};
 };
 
-TEST_F(CoProcessorTest, KnowsOfNoPressAfterItsBoot)
-{
-    Reset();
-    EXPECT_EQ(AskForPressSinceBoot(), NotPressedSinceBoot);
-}
-
-TEST_F(CoProcessorTest, RemembersAPressSinceItsBootAlsoWhenTheButtonWasReleased)
-{
-    Reset();
-    coProcessor.SetButton(true);
-    EXPECT_EQ(ReceiveMessage(), (Bytes{0x07, 0x01, 0x01}));
-    coProcessor.SetButton(false);
-    EXPECT_EQ(ReceiveMessage(), (Bytes{0x07, 0x01, 0x00}));
-    EXPECT_EQ(AskForPressSinceBoot(), PressedSinceBoot);
-}
-
-TEST_F(CoProcessorTest, TakesAButtonThatIsHeldWhileItBootsForPressedSinceBoot)
-{
-    coProcessor.SetButton(true);
-    EXPECT_EQ(ReceiveMessage(), (Bytes{0x07, 0x01, 0x01}));
-    Reset();
-    EXPECT_EQ(AskForPressSinceBoot(), PressedSinceBoot); // and nothing before it: the press is not reported again
-    coProcessor.SetButton(false);
-    EXPECT_EQ(ReceiveMessage(), (Bytes{0x07, 0x01, 0x00}));
-    EXPECT_EQ(AskForPressSinceBoot(), PressedSinceBoot);
-}
-
-TEST_F(CoProcessorTest, TakesAButtonThatIsPressedWhileItIsHeldInResetForPressedSinceBoot)
+TEST_F(CoProcessorTest, BootsByItselfWhenItsTimeHasCome)
 {
     coProcessor.SetResetLine(false);
-    coProcessor.SetButton(true);
-    Reset();
-    EXPECT_EQ(AskForPressSinceBoot(), PressedSinceBoot);
+    coProcessor.SetResetLine(true);
+    EXPECT_NE(events.Await(Event::CoProcessorBooted, 0, Patience), 0U);
+    Greet();
 }
 
-TEST_F(CoProcessorTest, ForgetsAPressThatWasOverBeforeItsReset)
+TEST_F(CoProcessorTest, AnswersLaterByItself)
 {
-    coProcessor.SetButton(true);
-    EXPECT_EQ(ReceiveMessage(), (Bytes{0x07, 0x01, 0x01}));
-    coProcessor.SetButton(false);
-    EXPECT_EQ(ReceiveMessage(), (Bytes{0x07, 0x01, 0x00}));
-    Reset();
-    EXPECT_EQ(AskForPressSinceBoot(), NotPressedSinceBoot);
+    Send({Wire::Kind::Message, 0x101, {0x08, 0x01}});
+    EXPECT_EQ(ReceiveMessage(0x101), NotPressedSinceBoot);
+}
+
+TEST_F(CoProcessorTest, SendsMoreThanTheLineTakesAtOnce)
+{
+    constexpr int Count = 500;
+    const Bytes payload(300, 0x29);
+    coProcessor.Flood(0x100, payload, Count);
+    for (int count = 0; count < Count; ++count)
+    {
+        ASSERT_EQ(ReceiveMessage(0x100), payload) << count;
+    }
+}
+
+TEST_F(CoProcessorTest, ConfirmsWhatTheBusHasSentLater)
+{
+    CoProcessor::Confirm confirm;
+    coProcessor.ConnectBus([&confirm](const Bytes&, const CoProcessor::Confirm& later) { confirm = later; });
+    Send({Wire::Kind::Message, 0x100, {0x11, 0x00, 0xbc}});
+    ASSERT_NE(events.Await(Event::TelegramToKnx, 0, Patience), 0U);
+    coProcessor.ConnectBus({}); // waits for the call of the bus
+    confirm(false);
+    EXPECT_EQ(ReceiveMessage(0x100), (Bytes{0x2E, 0x00, 0xbd}));
+}
+
+TEST_F(CoProcessorTest, ATelegramIsLostWhileTheLineIsPulled)
+{
+    EXPECT_TRUE(coProcessor.SetPlugged(false));
+    EXPECT_FALSE(coProcessor.SetPlugged(false));
+    coProcessor.InjectTelegram({0x29, 0x00});
+    EXPECT_TRUE(coProcessor.SetPlugged(true));
+    const std::vector<Event> wanted{Event::LinkUp,
+                                    Event::SerialLinePulled,
+                                    {Event::TelegramFromKnx, Bytes{0x29, 0x00}},
+                                    Event::TelegramLost,
+                                    Event::SerialLinePluggedIn};
+    EXPECT_TRUE(events.Events() == wanted) << events.Text();
 }
 
 } // namespace
