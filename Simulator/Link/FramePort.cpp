@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstring>
 
 namespace Simulator
 {
@@ -33,6 +34,16 @@ bool FramePort::Open(const std::string& deviceName)
     NemtLog_DebugFmt(LogText("Opened %s"), name.c_str());
     Clear();
     return true;
+}
+
+bool FramePort::OpenAgain(bool worthTelling)
+{
+    const bool isOpen = Open(name);
+    if (!isOpen && worthTelling)
+    {
+        NemtLog_ErrorFmt(LogText("Cannot open %s: %s"), name.c_str(), strerror(errno));
+    }
+    return isOpen;
 }
 
 void FramePort::Close()

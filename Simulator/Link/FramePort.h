@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Frame.h"
+#include "LinkKeeper.h"
 #include "SerialPort.h"
 
 #include <poll.h>
@@ -15,17 +16,19 @@ namespace Simulator
 
 /// Frames over a serial device. It closes itself when the other end is gone, so that poll does not report that without
 /// end. Nothing here blocks. One thread at a time.
-class FramePort
+class FramePort : public IHostLine
 {
 public:
     /// Opens the device; what is under way in both directions is dropped. False, with errno, when it cannot be opened
     /// or set up. The port must be closed.
     bool Open(const std::string& deviceName);
 
+    bool OpenAgain(bool worthTelling) override;
+
     /// Also of a closed port.
     void Close();
 
-    bool IsOpen() const
+    bool IsOpen() const override
     {
         return port.IsOpen();
     }
@@ -43,19 +46,17 @@ public:
     void Receive(short events, const Wire::Decoder::Handler& onFrame);
 
     /// Sends a frame after those that still wait to be sent. They are few: see HasUnsent.
-    void Send(const Wire::Frame& frame);
+    void Send(const Wire::Frame& frame) override;
 
-    /// Goes on with what the device did not take yet.
-    void SendUnsent();
+    void SendUnsent() override;
 
     /// Whether something waits until the device takes it.
-    bool HasUnsent() const
+    bool HasUnsent() const override
     {
         return !unsent.empty();
     }
 
-    /// Drops what is not sent yet and what is received in part.
-    void Clear();
+    void Clear() override;
 
 private:
     void OnGone();

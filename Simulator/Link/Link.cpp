@@ -188,15 +188,9 @@ void Link::ThreadFunction()
     {
         const auto now = Clock::now();
         WaitAndReceive();
-        KeepTime(now); // what had come by then has been received before the silence is judged
-        SendMessages();
-        if (!port.IsOpen() && session.IsUp()) // a session that is starting goes on trying until its time is over
-        {
-            session.Stop();
-        }
-        ReportState();
+        keeper.OnTime(now); // what had come by then has been received before the silence is judged
     }
-    session.Stop();
+    keeper.Stop();
 }
 
 // False when the link is closed.
@@ -212,30 +206,14 @@ bool Link::TakeRequest()
         attempt = requested;
         limit = requestedLimit;
     }
-    StartSession(limit);
+    keeper.Start(Clock::now(), limit);
     return true;
-}
-
-void Link::StartSession(Clock::duration limit)
-{
-    port.Clear();
-    openFailureReported = false;
-    session.Start(Clock::now(), limit);
-}
-
-void Link::OpenPortAgain()
-{
-    if (!port.Open(port.Name()) && !openFailureReported) // reported once for an attempt, not for each of its tries
-    {
-        NemtLog_ErrorFmt(LogText("Cannot open %s: %s"), port.Name().c_str(), strerror(errno));
-        openFailureReported = true;
-    }
 }
 
 // ms; -1 when nothing but events is waited for.
 int Link::PollTimeout() const
 {
-    const auto next = session.NextTime();
+    const auto next = keeper.NextTime();
     if (!next)
     {
         return -1;
@@ -255,71 +233,38 @@ void Link::WaitAndReceive()
     {
         wakeUp.Clear();
     }
-    port.Receive(set[1].revents, [this](const Wire::Frame& frame) { OnFrame(frame); });
+    port.Receive(set[1].revents, [this](const Wire::Frame& frame) { keeper.OnFrame(frame, Clock::now()); });
 }
 
-void Link::OnFrame(const Wire::Frame& frame)
+void Link::Deliver(const Wire::Frame& message)
 {
-    session.OnFrame(frame, Clock::now());
-    ReportState(); // the listeners learn of the link before they get its first message
-    if (frame.kind == Wire::Kind::Message && session.IsUp())
-    {
-        LogMessage("Received on", frame);
-        topicListeners.CallAll(
-            [&frame](Nemt::ITopicListener& listener)
-            { listener.OnTopicData(frame.topic, frame.payload.data(), static_cast<uint16_t>(frame.payload.size())); });
-    }
-}
-
-void Link::KeepTime(Clock::time_point now)
-{
-    const std::optional<Wire::Frame> frame = session.OnTime(now);
-    if (!frame)
-    {
-        return;
-    }
-    if (!port.IsOpen() && !session.IsUp()) // one that was up ends with its port
-    {
-        OpenPortAgain();
-    }
-    if (port.IsOpen())
-    {
-        port.Send(*frame);
-    }
-}
-
-// One message at a time goes to the port, so that a line that does not move leaves the others in the bounded queue.
-void Link::SendMessages()
-{
-    port.SendUnsent();
-    while (session.IsUp() && port.IsOpen() && !port.HasUnsent())
-    {
-        const std::optional<Wire::Frame> message = Dequeue();
-        if (!message)
-        {
-            return;
-        }
-        LogMessage("Sent on", *message);
-        port.Send(*message);
-    }
+    LogMessage("Received on", message);
+    topicListeners.CallAll(
+        [&message](Nemt::ITopicListener& listener) {
+            listener.OnTopicData(message.topic, message.payload.data(), static_cast<uint16_t>(message.payload.size()));
+        });
 }
 
 std::optional<Wire::Frame> Link::Dequeue()
 {
-    const std::lock_guard lock(mutex);
-    if (outbound.empty())
+    std::optional<Wire::Frame> message;
     {
-        return std::nullopt;
+        const std::lock_guard lock(mutex);
+        if (outbound.empty())
+        {
+            return std::nullopt;
+        }
+        message = std::move(outbound.front());
+        outbound.pop_front();
     }
-    std::optional<Wire::Frame> message = std::move(outbound.front());
-    outbound.pop_front();
+    LogMessage("Sent on", *message);
     return message;
 }
 
 void Link::ReportState()
 {
-    SetConnected(session.IsUp());
-    if (!session.IsStarting())
+    SetConnected(keeper.IsUp());
+    if (!keeper.IsStarting())
     {
         EndAttempt();
     }

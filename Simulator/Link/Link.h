@@ -2,7 +2,7 @@
 
 #include "Frame.h"
 #include "FramePort.h"
-#include "HostSession.h"
+#include "LinkKeeper.h"
 #include "ListenerList.h"
 #include "Nemt/IConnectionListener.h"
 #include "Nemt/ITopicListener.h"
@@ -65,7 +65,7 @@ public:
     void UnregisterConnectionListener(const Nemt::IConnectionListener* listener);
 
 private:
-    using Clock = HostSession::Clock;
+    using Clock = LinkKeeper::Clock;
 
     // Any thread.
     bool Start(const std::string& name);
@@ -75,13 +75,9 @@ private:
     // The link's thread.
     void ThreadFunction();
     bool TakeRequest();
-    void StartSession(Clock::duration limit);
-    void OpenPortAgain();
     int PollTimeout() const;
     void WaitAndReceive();
-    void OnFrame(const Wire::Frame& frame);
-    void KeepTime(Clock::time_point now);
-    void SendMessages();
+    void Deliver(const Wire::Frame& message);
     std::optional<Wire::Frame> Dequeue();
     void ReportState();
     void SetConnected(bool nowConnected);
@@ -105,9 +101,10 @@ private:
     std::condition_variable attemptEnded;
 
     // The link's thread's own.
-    uint64_t attempt = 0; // the one that `session` serves
-    HostSession session;
-    bool openFailureReported = false;
+    uint64_t attempt = 0; // the one that the keeper serves
+    LinkKeeper keeper{port,
+                      {[this] { ReportState(); }, [this](const Wire::Frame& message) { Deliver(message); },
+                       [this] { return Dequeue(); }}};
 
     std::thread thread;
 };

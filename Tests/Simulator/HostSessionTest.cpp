@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
+#include <vector>
 
 using namespace std::chrono_literals;
 using Simulator::HostSession;
@@ -134,6 +136,78 @@ TEST_F(HostSessionTest, TakesAMachineForABusyOneForAMinute)
     Answer(60ms);
     BePrompt(60s);
     EXPECT_LE(TimeUntilItIsLost(), 1200ms);
+}
+
+TEST_F(HostSessionTest, StaysUpWhilePingsAreAnswered)
+{
+    BePrompt(1min);
+    EXPECT_TRUE(session.IsUp());
+}
+
+TEST_F(HostSessionTest, TakesAnyFrameAsASignOfLife)
+{
+    for (int count = 0; count < 100; ++count)
+    {
+        ASSERT_TRUE(Ping());
+        now += Prompt;
+        session.OnFrame({Kind::Message, 256, {1}}, now);
+    }
+}
+
+// A session that the co-processor has not answered yet.
+class HostSessionStart : public testing::Test
+{
+protected:
+    HostSessionStart()
+    {
+        session.Start(now, 1s);
+        hello = session.OnTime(now)->payload;
+    }
+
+    HostSession session;
+    HostSession::Clock::time_point now{1h};
+    std::vector<uint8_t> hello;
+};
+
+TEST_F(HostSessionStart, RepeatsTheSameHelloUntilItsTimeIsOver)
+{
+    int hellos = 1;
+    while (session.IsStarting())
+    {
+        now = *session.NextTime();
+        if (const auto frame = session.OnTime(now))
+        {
+            EXPECT_EQ(frame->kind, Kind::Hello);
+            EXPECT_EQ(frame->payload, hello);
+            ++hellos;
+        }
+    }
+    EXPECT_EQ(hellos, 20) << "50 ms apart for 1 s";
+    EXPECT_EQ(hello.size(), 4U);
+    EXPECT_EQ(now, HostSession::Clock::time_point(1h + 1s));
+    EXPECT_FALSE(session.IsUp());
+}
+
+TEST_F(HostSessionStart, IgnoresAWelcomeForAnotherSession)
+{
+    ++hello.at(3);
+    session.OnFrame({Kind::Welcome, 0, hello}, now);
+    EXPECT_TRUE(session.IsStarting());
+}
+
+TEST_F(HostSessionStart, IgnoresAnyAnswerToHelloButWelcome)
+{
+    for (const Kind kind : {Kind::Hello, Kind::Ping, Kind::Pong, Kind::Message})
+    {
+        session.OnFrame({kind, 0, hello}, now);
+        EXPECT_TRUE(session.IsStarting());
+    }
+}
+
+TEST_F(HostSessionStart, UsesAnotherNumberEachTime)
+{
+    session.Start(now, 1s);
+    EXPECT_NE(session.OnTime(now)->payload, hello);
 }
 
 } // namespace
