@@ -15,7 +15,7 @@ Bytes Hex(const std::string& text)
 }
 
 // In bit times of 9600 bit/s, rounded.
-long BitTimes(const std::string& cemi)
+std::chrono::nanoseconds::rep BitTimes(const std::string& cemi)
 {
     return (Telegram::TimeOnLine(Hex(cemi)).count() * 9600 + 500'000'000) / 1'000'000'000;
 }
