@@ -103,8 +103,9 @@ public:
         board.TheCoProcessor().InjectTelegram({0x29, 0x00, 0xbc, 0xe0, 0x11, 0x01, 0x0a, 0x03, 0x01, 0x00, 0x80});
         Read(fromLink, "the telegram");
 
-        Say("an application writes 100 to /sys/class/leds/prg1/brightness");
-        SetLed("prg1", 100);
+        const auto brightness = std::filesystem::path("/sys/class/leds") / NameOfRedKnxLed() / "brightness";
+        Say("an application writes 100 to " + brightness.string());
+        SetLed(brightness, 100);
         Await({Event::LedOn, RedKnxLed});
 
         Say("somebody presses the programming button");
@@ -204,10 +205,29 @@ private:
         Say("an application reads " + Knx::ToHex(message) + " (" + meaning + ")");
     }
 
-    void SetLed(const std::string& name, int brightness)
+    // The daemon registers this one first. It bears the name that an option gives it, or its built-in one if the worker came
+    // in the moment between the two.
+    std::string NameOfRedKnxLed()
     {
-        const auto file = std::filesystem::path("/sys/class/leds") / name / "brightness";
-        AwaitFile(file, "the daemon registers the LED " + name);
+        std::string name;
+        Insist("the daemon registers its LEDs",
+               [&]
+               {
+                   const auto leds = board.Files().TheUleds().Leds();
+                   if (leds.empty())
+                   {
+                       poll(nullptr, 0, static_cast<int>(Glance.count()));
+                       return false;
+                   }
+                   name = leds.front().name;
+                   return true;
+               });
+        return name;
+    }
+
+    void SetLed(const std::filesystem::path& file, int brightness)
+    {
+        AwaitFile(file, "the LED has its files");
         std::ofstream stream(file);
         stream << brightness << std::endl;
         if (!stream)

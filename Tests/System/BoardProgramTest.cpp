@@ -602,6 +602,15 @@ TEST(BoardProgram, TheDemonstrationStartsADaemonWithoutLedsAnew)
     EXPECT_EQ(board->Stop(), 0);
 }
 
+TEST(BoardProgram, TheDemonstrationSwitchesTheLedWhateverItsName)
+{
+    BoardProgram board({"--demo", "--", "--led_knx_red_name", "hall"});
+    EXPECT_TRUE(board->AwaitLine("an application writes 100 to /sys/class/leds/hall/brightness"));
+    EXPECT_TRUE(board->AwaitEvent({Event::LedOn, RedKnxLed}));
+    EXPECT_TRUE(board->AwaitEvent(Event::DemonstrationEnded));
+    EXPECT_EQ(board->Stop(), 0);
+}
+
 TEST(BoardProgram, SaysOnceWhyItsDaemonStartsAtOrdinaryPriority)
 {
     if (Daemon({"chrt", "--fifo", "--reset-on-fork", "1", "true"}, {}).Wait() == 0)
