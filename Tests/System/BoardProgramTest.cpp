@@ -108,23 +108,6 @@ private:
     Daemon program;
 };
 
-// A running board whose daemon has registered its LEDs. On a busy machine the LED worker can come before its table
-// is filled, and then serves no LED; this test cannot use such a start.
-std::unique_ptr<BoardProgram> StartWithLeds(const std::vector<std::string>& options = {})
-{
-    constexpr std::chrono::seconds enough{3};
-    for (int restarts = 0;; ++restarts)
-    {
-        auto board = std::make_unique<BoardProgram>(options);
-        const auto registered = [&] { return (*board)->Count("DEBUG Leds Created virtual led device knx") == 1; };
-        if (Await(registered, enough) || restarts == 10)
-        {
-            return board;
-        }
-        (*board)->Stop();
-    }
-}
-
 int RunOnce(const std::vector<std::string>& arguments, std::vector<std::string>& lines)
 {
     std::vector<std::string> command{BOARD};
@@ -133,6 +116,31 @@ int RunOnce(const std::vector<std::string>& arguments, std::vector<std::string>&
     const int status = program.Wait();
     lines = program.Lines();
     return status;
+}
+
+// Whether an LED bears its built-in name, because the worker came in the moment before it got the other one.
+bool HasBuiltInName()
+{
+    std::vector<std::string> lines;
+    const std::string look = "cd /sys/class/leds && for led in knx1 knx2 pow tel; do [ ! -e $led ] || exit 1; done";
+    return RunOnce({"exec", "--name", Name(), "--", "sh", "-c", look}, lines) == 1;
+}
+
+// A running board whose daemon has registered its LEDs. On a busy machine the LED worker can come before its table
+// is filled, and then serves no LED, or before an LED has its name; these tests cannot use such a start.
+std::unique_ptr<BoardProgram> StartWithLeds(const std::vector<std::string>& options = {})
+{
+    constexpr std::chrono::seconds enough{3};
+    for (int restarts = 0;; ++restarts)
+    {
+        auto board = std::make_unique<BoardProgram>(options);
+        const auto registered = [&] { return (*board)->Count("DEBUG Leds Created virtual led device knx") == 1; };
+        if ((Await(registered, enough) && !HasBuiltInName()) || restarts == 10)
+        {
+            return board;
+        }
+        (*board)->Stop();
+    }
 }
 
 // The daemon's process as "list" prints it; 0 if it does not.
