@@ -39,6 +39,7 @@ void Firmware::SetResetLine(bool high, Clock::time_point now)
     else if (high && state == State::HeldInReset)
     {
         state = State::Booting;
+        hung = false;
         bootsAt = now + BootTime;
         outside.tell({Event::ResetLineHigh, std::chrono::nanoseconds(now - lowSince).count()});
     }
@@ -52,7 +53,6 @@ void Firmware::Reset(Clock::time_point now)
     session.clear();
     outgoing.clear();
     ++resets;
-    hung = false;
     leds.fill(0);
     rs485Termination = 0;
     outside.tell(Event::ResetLineLow);
@@ -96,7 +96,7 @@ void Firmware::TakeIn(const Bytes& bytes, Clock::time_point now)
 
 void Firmware::OnTime(Clock::time_point now)
 {
-    if (state == State::Booting && now >= bootsAt)
+    if (IsBooting() && now >= bootsAt)
     {
         state = State::Running;
         pressedSinceBoot = buttonPressed; // its first look at the button
@@ -122,7 +122,7 @@ void Firmware::OnSent(std::size_t count)
 std::optional<Firmware::Clock::time_point> Firmware::NextTime(Clock::time_point now) const
 {
     std::optional<Clock::time_point> next;
-    if (state == State::Booting)
+    if (IsBooting())
     {
         next = bootsAt;
     }

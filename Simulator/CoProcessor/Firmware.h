@@ -53,7 +53,7 @@ public:
     /// as well, and is not reported. False when the button was so already.
     bool SetButton(bool pressed, Clock::time_point now);
 
-    /// Hangs until the next reset: answers nothing, takes nothing in.
+    /// Hangs until its reset line goes high the next time: answers nothing, takes nothing in, does not finish booting.
     void Hang();
 
     /// A telegram from the KNX side. False when there is no session with a driver to send it to.
@@ -105,6 +105,12 @@ private:
         Clock::time_point due;
         Bytes bytes;
     };
+
+    // One that hangs meanwhile does not finish.
+    bool IsBooting() const
+    {
+        return state == State::Booting && !hung;
+    }
 
     void Reset(Clock::time_point now);
     void OnFrame(const Wire::Frame& frame, Clock::time_point now);

@@ -417,6 +417,30 @@ TEST_F(FirmwareTest, HangsUntilItIsReset)
     Greet();
 }
 
+TEST_F(FirmwareTest, RunsAfterAResetInWhichItWasToldToHang)
+{
+    firmware.SetResetLine(false, now);
+    firmware.Hang();
+    firmware.SetResetLine(true, now);
+    Pass(Firmware::BootTime);
+    EXPECT_EQ(happened.back(), Event::CoProcessorBooted);
+    Greet();
+}
+
+TEST_F(FirmwareTest, DoesNotFinishBootingWhenItHangsMeanwhile)
+{
+    firmware.SetResetLine(false, now);
+    firmware.SetResetLine(true, now);
+    firmware.Hang();
+    EXPECT_FALSE(firmware.NextTime(now));
+    Pass(Firmware::BootTime);
+    EXPECT_EQ(happened.back(), Event::CoProcessorHangs);
+    Hear({Wire::Kind::Hello, 0, Session});
+    EXPECT_THAT(Said(), IsEmpty());
+    Reset();
+    Greet();
+}
+
 TEST_F(FirmwareTest, StaysDeadAfterAReset)
 {
     firmware.SetDead(true);

@@ -1163,6 +1163,26 @@ TEST_F(LinkTest, GoesOnTryingUntilThePortIsBack)
     link.Close(); // before its port is gone
 }
 
+TEST_F(LinkTest, LeavesTheProcessorAndTheLogAloneWhileThePortIsGone)
+{
+    DeviceName name;
+    name.PointTo(peer);
+    ASSERT_TRUE(link.Open(name.Path(), 0));
+    name.Remove();
+    peer.HangUp();
+    std::future<bool> reconnected = std::async(std::launch::async, [this] { return link.Reconnect(); });
+    ASSERT_TRUE(AwaitLogged("E Cannot open"));
+
+    const std::clock_t before = std::clock(); // of the process, in its own time
+    EXPECT_EQ(reconnected.wait_for(5 * Glimpse), std::future_status::timeout);
+    const std::clock_t used = std::clock() - before;
+
+    EXPECT_LT(used, CLOCKS_PER_SEC / 5) << "in the half second of ten tries";
+    EXPECT_EQ(Logged(std::string("E Cannot open ") + name.Path()), 1) << "once, not for each try";
+    link.Close();
+    EXPECT_FALSE(reconnected.get());
+}
+
 // --- Closing
 
 TEST_F(LinkTest, EndsARunningReconnectWhenItIsClosed)
