@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
-#include <mqueue.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -251,11 +250,8 @@ TEST_F(Sysfs, PseudoTerminalsCanBeMade)
 
 TEST_F(Sysfs, TheQueuesAreListed)
 {
-    const mqd_t queue = mq_open("/listed", O_RDONLY | O_CREAT | O_CLOEXEC, 0600, nullptr);
-    ASSERT_NE(queue, -1);
+    const System::OwnMessageQueue queue("/listed", Queue::For::Reading, 1, 1);
     EXPECT_THAT(Names("/dev/mqueue"), IsSupersetOf({"listed"}));
-    mq_close(queue);
-    mq_unlink("/listed");
 }
 
 } // namespace

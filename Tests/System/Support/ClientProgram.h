@@ -2,11 +2,11 @@
 
 #include "Daemon.h"
 #include "Knx/HexDigits.h"
+#include "System/MessageQueue.h"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <mqueue.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -156,29 +156,14 @@ private:
 class MadeQueue
 {
 public:
-    explicit MadeQueue(std::string queueName, long messages = 14, long size = 261, mode_t mode = 0644)
-        : name(std::move(queueName))
+    explicit MadeQueue(const std::string& name, long messages = 14, long size = 261, mode_t mode = 0644)
+        : queue(name, System::MessageQueue::For::Both, messages, size, mode)
     {
-        mq_attr attributes{};
-        attributes.mq_maxmsg = messages;
-        attributes.mq_msgsize = size;
-        queue = mq_open(name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_NONBLOCK | O_CLOEXEC, mode, &attributes);
-        EXPECT_NE(queue, -1) << name;
     }
-
-    ~MadeQueue()
-    {
-        mq_close(queue);
-        mq_unlink(name.c_str());
-    }
-
-    MadeQueue(const MadeQueue&) = delete;
-    MadeQueue& operator=(const MadeQueue&) = delete;
 
     void Put(const Knx::Bytes& message) const
     {
-        const std::string bytes(message.begin(), message.end()); // has an address also when it is empty
-        EXPECT_EQ(mq_send(queue, bytes.data(), bytes.size(), 0), 0) << name;
+        EXPECT_TRUE(queue.Send(message)) << Knx::ToHex(message);
     }
 
     /// A frame with its size byte.
@@ -192,24 +177,15 @@ public:
     /// The next message as hexadecimal digits; "nothing" if there is none.
     std::string Take() const
     {
-        Knx::Bytes message(8192);
-        const ssize_t size = mq_receive(queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
-        if (size == -1)
-        {
-            return "nothing";
-        }
-        message.resize(static_cast<std::size_t>(size));
-        return Knx::ToHex(message);
+        const auto message = queue.Receive();
+        return message ? Knx::ToHex(*message) : "nothing";
     }
 
     long Waiting() const
     {
-        mq_attr attributes{};
-        mq_getattr(queue, &attributes);
-        return attributes.mq_curmsgs;
+        return queue.Pending();
     }
 
 private:
-    std::string name;
-    mqd_t queue;
+    System::OwnMessageQueue queue;
 };
