@@ -3,8 +3,6 @@
 #include "Demonstration.h"
 
 #include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -36,8 +34,6 @@ Session::Session(const Process::Start& daemonStart, Board& theBoard, EventLog& e
     , commands(theBoard.TheCoProcessor(),
                [this](int signal, std::chrono::seconds pause) { return Restart(signal, pause); })
     , input(thePerson.commands)
-    , demonstrationDone(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-    , restartWanted(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
     StartDaemon();
 }
@@ -49,8 +45,6 @@ Session::~Session()
     {
         demonstration.join();
     }
-    close(demonstrationDone);
-    close(restartWanted);
 }
 
 void Session::StartDemonstration()
@@ -59,8 +53,8 @@ void Session::StartDemonstration()
     demonstration = std::thread(
         [this]
         {
-            Demonstrate(board, events, demonstrationCancelled, [this] { eventfd_write(restartWanted, 1); });
-            eventfd_write(demonstrationDone, 1);
+            Demonstrate(board, events, demonstrationCancelled, [this] { restartWanted.Signal(); });
+            demonstrationDone.Signal();
         });
 }
 
@@ -83,8 +77,8 @@ bool Session::Step()
 {
     std::array<pollfd, 5> set{{{daemon ? daemon->Descriptor() : -1, POLLIN, 0},
                                {signals.Descriptor(), POLLIN, 0},
-                               {demonstrationDone, POLLIN, 0},
-                               {restartWanted, POLLIN, 0},
+                               {demonstrationDone.Descriptor(), POLLIN, 0},
+                               {restartWanted.Descriptor(), POLLIN, 0},
                                {reading ? input.Descriptor() : -1, POLLIN, 0}}};
     poll(set.data(), set.size(), PollTimeout());
     const auto isReady = [&set](std::size_t index) { return set.at(index).revents != 0; };
@@ -103,14 +97,12 @@ bool Session::Step()
     }
     if (isReady(2))
     {
-        eventfd_t ignored = 0;
-        eventfd_read(demonstrationDone, &ignored);
+        demonstrationDone.Clear();
         reading = true;
     }
     if (isReady(3))
     {
-        eventfd_t ignored = 0;
-        eventfd_read(restartWanted, &ignored);
+        restartWanted.Clear();
         Restart(SIGINT, std::chrono::seconds(0));
     }
     if (isReady(4))

@@ -9,6 +9,8 @@
 #include "Rendezvous.h"
 #include "StopSignals.h"
 
+#include "System/WakeUp.h"
+
 #include <atomic>
 #include <chrono>
 #include <functional>
@@ -76,8 +78,8 @@ private:
     std::optional<Clock::time_point> startsAt;        // while it does not run
     bool startFailed = false;                         // and a person may try again
     int status = 0;                                   // with which it last ended
-    int demonstrationDone;
-    int restartWanted; // by the demonstration
+    System::WakeUp demonstrationDone;
+    System::WakeUp restartWanted; // by the demonstration
     std::atomic<bool> demonstrationCancelled{false};
     std::thread demonstration;
     std::optional<Process> daemon;

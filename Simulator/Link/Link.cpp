@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 namespace Simulator
@@ -35,6 +36,18 @@ void LogMessage(const char* verb, const Wire::Frame& message)
 
 } // namespace
 
+std::optional<System::WakeUp> Link::MakeWakeUp()
+{
+    try
+    {
+        return System::WakeUp();
+    }
+    catch (const std::system_error&)
+    {
+        return std::nullopt; // the application learns of it from Open
+    }
+}
+
 Link::~Link()
 {
     Close();
@@ -58,7 +71,7 @@ bool Link::Start(const std::string& name)
         NemtLog_ErrorFmt(LogText("Cannot open %s: the link is open already"), name.c_str());
         return false;
     }
-    if (wakeUp.Descriptor() == -1)
+    if (!wakeUp)
     {
         NemtLog_ErrorFmt(LogText("Cannot open %s: no event descriptor"), name.c_str());
         return false;
@@ -93,7 +106,7 @@ void Link::Close()
         succeeded = false;
     }
     attemptEnded.notify_all();
-    wakeUp.Signal();
+    wakeUp->Signal();
     thread.join();
     port.Close();
     NemtLog_DebugFmt(LogText("Closed %s"), port.Name().c_str());
@@ -119,7 +132,7 @@ bool Link::Connect(Clock::duration limit)
     }
     const uint64_t mine = ++requested;
     requestedLimit = limit;
-    wakeUp.Signal();
+    wakeUp->Signal();
     attemptEnded.wait(lock, [this, mine] { return ended >= mine; });
     return succeeded;
 }
@@ -137,7 +150,7 @@ bool Link::Transmit(uint16_t topic, const uint8_t* data, uint16_t length)
                         static_cast<unsigned int>(topic), refusal);
         return false;
     }
-    wakeUp.Signal();
+    wakeUp->Signal();
     return true;
 }
 
@@ -224,14 +237,14 @@ int Link::PollTimeout() const
 
 void Link::WaitAndReceive()
 {
-    std::array<pollfd, 2> set{{{wakeUp.Descriptor(), POLLIN, 0}, port.PollEntry()}};
+    std::array<pollfd, 2> set{{{wakeUp->Descriptor(), POLLIN, 0}, port.PollEntry()}};
     if (poll(set.data(), set.size(), PollTimeout()) <= 0)
     {
         return;
     }
     if (set[0].revents != 0)
     {
-        wakeUp.Clear();
+        wakeUp->Clear();
     }
     port.Receive(set[1].revents, [this](const Wire::Frame& frame) { keeper.OnFrame(frame, Clock::now()); });
 }

@@ -6,7 +6,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -87,15 +86,14 @@ void LiveBoard::OpenDescriptors()
     daemonOut = ends[0];
     daemonIn = ends[1];
     fcntl(daemonOut, F_SETFL, O_NONBLOCK); // the daemon's end blocks, as a terminal does
-    wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     const sigset_t taken = ScreenSignals();
     signals = signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK);
-    Check(wakeUp != -1 && signals != -1);
+    Check(signals != -1);
 }
 
 void LiveBoard::CloseDescriptors() const
 {
-    for (const int descriptor : {wakeUp, signals, commandsIn, commandsOut, daemonIn, daemonOut})
+    for (const int descriptor : {signals, commandsIn, commandsOut, daemonIn, daemonOut})
     {
         if (descriptor != -1)
         {
@@ -112,7 +110,7 @@ void LiveBoard::OnEvent(std::chrono::microseconds since, const Event& event)
         demonstrating =
             demonstrating && event.kind != Event::DemonstrationEnded && event.kind != Event::DemonstrationFailed;
     }
-    Wake();
+    wakeUp.Signal();
 }
 
 void LiveBoard::OnAnswer(const std::string& answer)
@@ -121,13 +119,13 @@ void LiveBoard::OnAnswer(const std::string& answer)
         const std::lock_guard lock(mutex);
         state.OnAnswer(Since(), answer);
     }
-    Wake();
+    wakeUp.Signal();
 }
 
 void LiveBoard::End()
 {
     running = false;
-    Wake();
+    wakeUp.Signal();
     if (thread.joinable())
     {
         thread.join();
@@ -153,13 +151,12 @@ void LiveBoard::ThreadFunction()
 {
     while (running)
     {
-        std::array<pollfd, 4> set{{{wakeUp, POLLIN, 0},
+        std::array<pollfd, 4> set{{{wakeUp.Descriptor(), POLLIN, 0},
                                    {signals, POLLIN, 0},
                                    {daemonOut, POLLIN, 0},
                                    {readsKeys ? STDIN_FILENO : -1, POLLIN, 0}}};
         poll(set.data(), set.size(), PollTimeout());
-        eventfd_t ignored = 0;
-        if (eventfd_read(wakeUp, &ignored) == 0)
+        if (wakeUp.Clear())
         {
             dirty = true;
         }
@@ -389,11 +386,6 @@ void LiveBoard::Redraw()
 std::chrono::microseconds LiveBoard::Since() const
 {
     return std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - began);
-}
-
-void LiveBoard::Wake() const
-{
-    eventfd_write(wakeUp, 1);
 }
 
 } // namespace Simulator

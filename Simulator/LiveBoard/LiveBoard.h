@@ -4,6 +4,8 @@
 #include "Picture.h"
 #include "Terminal.h"
 
+#include "System/WakeUp.h"
+
 #include <atomic>
 #include <chrono>
 #include <memory>
@@ -71,7 +73,6 @@ private:
     void Redraw();
     int PollTimeout() const;
     std::chrono::microseconds Since() const;
-    void Wake() const;
 
     const Clock::time_point began = Clock::now();
 
@@ -88,7 +89,7 @@ private:
     Clock::time_point drawn;
 
     std::atomic<bool> running{true};
-    int wakeUp = -1;
+    System::WakeUp wakeUp;
     int signals = -1;
     int commandsIn = -1;
     int commandsOut = -1;

@@ -1,7 +1,8 @@
 #include "Link.h"
 
 #include "Nemt/CommHub.h"
-#include "WakeUp.h"
+
+#include "System/WakeUp.h"
 
 #include <gtest/gtest.h>
 
@@ -430,7 +431,7 @@ private:
     std::string device;
     Watched<Script> script;
     std::mutex writing; // one frame after the other
-    Simulator::WakeUp wakeUp;
+    System::WakeUp wakeUp;
     std::thread thread;
 };
 
