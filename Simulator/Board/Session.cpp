@@ -2,6 +2,8 @@
 
 #include "Demonstration.h"
 
+#include "System/Deadline.h"
+
 #include <poll.h>
 
 #include <algorithm>
@@ -272,7 +274,7 @@ void Session::OnTime(Clock::time_point now)
 // ms until the next thing that has its time; -1 when nothing has.
 int Session::PollTimeout() const
 {
-    auto next = Clock::time_point::max();
+    auto next = System::NoDeadline;
     if (daemon && endBegan && !killed)
     {
         next = *endBegan + StopLimit;
@@ -285,12 +287,7 @@ int Session::PollTimeout() const
     {
         next = std::min(next, *startsAt);
     }
-    if (next == Clock::time_point::max())
-    {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
-    return static_cast<int>(std::max(left, std::chrono::milliseconds(0)).count());
+    return System::PollTimeout(next);
 }
 
 } // namespace Simulator

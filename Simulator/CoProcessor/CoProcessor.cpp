@@ -1,8 +1,9 @@
 #include "CoProcessor.h"
 
+#include "System/Deadline.h"
+
 #include <poll.h>
 
-#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -156,12 +157,7 @@ void CoProcessor::ThreadFunction()
 // ms until the next thing that has its time; -1 when nothing has.
 int CoProcessor::PollTimeout(Clock::time_point now) const
 {
-    const auto next = firmware.NextTime(now);
-    if (!next)
-    {
-        return -1;
-    }
-    return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(std::max(*next, now) - now).count());
+    return System::PollTimeout(firmware.NextTime(now).value_or(System::NoDeadline), now);
 }
 
 void CoProcessor::SendWhatIsDue(Clock::time_point now)

@@ -1,5 +1,6 @@
 #include "KernelFiles.h"
 
+#include "System/Deadline.h"
 #include "System/WakeUp.h"
 
 #include "FileRequests.h"
@@ -8,7 +9,6 @@
 #include <poll.h>
 #include <pthread.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <csignal>
@@ -60,7 +60,7 @@ private:
         bool connected = true;
         while (connected && !stopping)
         {
-            poll(set.data(), set.size(), Timeout());
+            poll(set.data(), set.size(), System::PollTimeout(requests.NextDue().value_or(System::NoDeadline)));
             if (set[1].revents != 0)
             {
                 wakeUp.Clear();
@@ -73,18 +73,6 @@ private:
             requests.AnswerWaiting();
         }
         requests.Abort();
-    }
-
-    // In milliseconds, rounded up: until an answer is due, or without a limit.
-    int Timeout() const
-    {
-        const auto next = requests.NextDue();
-        if (!next)
-        {
-            return -1;
-        }
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - std::chrono::steady_clock::now());
-        return std::max(0, static_cast<int>(left.count()));
     }
 
     System::WakeUp wakeUp;

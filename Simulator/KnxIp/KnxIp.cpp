@@ -1,8 +1,9 @@
 #include "KnxIp.h"
 
+#include "System/Deadline.h"
+
 #include <poll.h>
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <random>
@@ -91,13 +92,7 @@ void KnxIp::ThreadFunction()
 // ms until the next thing that has its time; -1 when nothing has.
 int KnxIp::PollTimeout() const
 {
-    const auto next = router.NextDue();
-    if (!next)
-    {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - Router::Clock::now());
-    return static_cast<int>(std::max(left, std::chrono::milliseconds(0)).count());
+    return System::PollTimeout(router.NextDue().value_or(System::NoDeadline));
 }
 
 void KnxIp::TakeRequests()

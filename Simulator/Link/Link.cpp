@@ -2,9 +2,10 @@
 
 #include "NemtLog.h"
 
+#include "System/Deadline.h"
+
 #include <poll.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -226,13 +227,7 @@ bool Link::TakeRequest()
 // ms; -1 when nothing but events is waited for.
 int Link::PollTimeout() const
 {
-    const auto next = keeper.NextTime();
-    if (!next)
-    {
-        return -1;
-    }
-    const auto remaining = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
-    return static_cast<int>(std::max(remaining, 0ms).count());
+    return System::PollTimeout(keeper.NextTime().value_or(System::NoDeadline));
 }
 
 void Link::WaitAndReceive()

@@ -1,5 +1,6 @@
 #include "LiveBoard.h"
 
+#include "System/Deadline.h"
 #include "System/ThrowErrno.h"
 
 #include "TypedTelegram.h"
@@ -185,12 +186,7 @@ void LiveBoard::ThreadFunction()
 // ms until the next picture; -1 while it need not change.
 int LiveBoard::PollTimeout() const
 {
-    if (!dirty)
-    {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(drawn + DrawEvery - Clock::now());
-    return static_cast<int>(std::max(left, 0ms).count());
+    return System::PollTimeout(dirty ? drawn + DrawEvery : System::NoDeadline);
 }
 
 // True when the picture is to be drawn anew.
