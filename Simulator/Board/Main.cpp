@@ -9,11 +9,11 @@
 #include "Rendezvous.h"
 #include "Session.h"
 #include "StartPriority.h"
-#include "StopSignals.h"
 #include "Terminal.h"
 #include "TerminalGuard.h"
 #include "Version.h"
 
+#include "System/Signals.h"
 #include "System/ThrowErrno.h"
 
 #include <unistd.h>
@@ -136,7 +136,7 @@ int RunBoard(const Options& options, std::optional<pid_t> guard)
     {
         BlockScreenSignals();
     }
-    const StopSignals signals;
+    const System::StopSignals signals;
     const StartPriority priority;
     const Rendezvous rendezvous(options.name); // before the namespaces, in which this user has another number
     EnterNamespaces();

@@ -26,7 +26,7 @@ constexpr std::chrono::milliseconds LookEvery{250}; // as long as the daemon's w
 } // namespace
 
 Session::Session(const Process::Start& daemonStart, Board& theBoard, EventLog& eventLog, const Rendezvous& meeting,
-                 const StopSignals& stopSignals, const Person& thePerson)
+                 const System::StopSignals& stopSignals, const Person& thePerson)
     : start(daemonStart)
     , board(theBoard)
     , events(eventLog)

@@ -7,8 +7,8 @@
 #include "LedWatch.h"
 #include "Process.h"
 #include "Rendezvous.h"
-#include "StopSignals.h"
 
+#include "System/Signals.h"
 #include "System/WakeUp.h"
 
 #include <atomic>
@@ -33,7 +33,7 @@ public:
     };
 
     Session(const Process::Start& daemonStart, Board& theBoard, EventLog& eventLog, const Rendezvous& meeting,
-            const StopSignals& stopSignals, const Person& thePerson);
+            const System::StopSignals& stopSignals, const Person& thePerson);
     ~Session();
 
     Session(const Session&) = delete;
@@ -66,7 +66,7 @@ private:
     Board& board;
     EventLog& events;
     const Rendezvous& rendezvous;
-    const StopSignals& signals;
+    const System::StopSignals& signals;
     const Person person;
     Commands commands;
     CommandInput input;

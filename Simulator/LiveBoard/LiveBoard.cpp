@@ -7,13 +7,13 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstring>
+#include <initializer_list>
 #include <string_view>
 
 namespace Simulator
@@ -37,25 +37,19 @@ void Check(bool succeeded)
     }
 }
 
-sigset_t ScreenSignals()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGWINCH); // another size
-    sigaddset(&signals, SIGTSTP);  // Ctrl-Z
-    return signals;
-}
+// Another size, and Ctrl-Z.
+constexpr std::initializer_list<int> ScreenSignals{SIGWINCH, SIGTSTP};
 
 } // namespace
 
 void BlockScreenSignals()
 {
-    const sigset_t signals = ScreenSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    System::BlockSignals(ScreenSignals);
 }
 
 LiveBoard::LiveBoard(const std::string& boardName, bool demonstration)
     : demonstrating(demonstration)
+    , signals(ScreenSignals)
 {
     view.name = boardName;
     try
@@ -87,14 +81,11 @@ void LiveBoard::OpenDescriptors()
     daemonOut = ends[0];
     daemonIn = ends[1];
     fcntl(daemonOut, F_SETFL, O_NONBLOCK); // the daemon's end blocks, as a terminal does
-    const sigset_t taken = ScreenSignals();
-    signals = signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK);
-    Check(signals != -1);
 }
 
 void LiveBoard::CloseDescriptors() const
 {
-    for (const int descriptor : {signals, commandsIn, commandsOut, daemonIn, daemonOut})
+    for (const int descriptor : {commandsIn, commandsOut, daemonIn, daemonOut})
     {
         if (descriptor != -1)
         {
@@ -153,7 +144,7 @@ void LiveBoard::ThreadFunction()
     while (running)
     {
         std::array<pollfd, 4> set{{{wakeUp.Descriptor(), POLLIN, 0},
-                                   {signals, POLLIN, 0},
+                                   {signals.Descriptor(), POLLIN, 0},
                                    {daemonOut, POLLIN, 0},
                                    {readsKeys ? STDIN_FILENO : -1, POLLIN, 0}}};
         poll(set.data(), set.size(), PollTimeout());
@@ -192,12 +183,11 @@ int LiveBoard::PollTimeout() const
 // True when the picture is to be drawn anew.
 bool LiveBoard::ReadSignals()
 {
-    signalfd_siginfo signal{};
     bool any = false;
-    while (read(signals, &signal, sizeof(signal)) == sizeof(signal))
+    while (const int signal = signals.Take())
     {
         any = true;
-        if (signal.ssi_signo == SIGTSTP)
+        if (signal == SIGTSTP)
         {
             terminal->Suspend();
             kill(getpid(), SIGSTOP);

@@ -4,6 +4,7 @@
 #include "Picture.h"
 #include "Terminal.h"
 
+#include "System/Signals.h"
 #include "System/WakeUp.h"
 
 #include <atomic>
@@ -90,7 +91,7 @@ private:
 
     std::atomic<bool> running{true};
     System::WakeUp wakeUp;
-    int signals = -1;
+    System::Signals signals;
     int commandsIn = -1;
     int commandsOut = -1;
     int daemonIn = -1;
