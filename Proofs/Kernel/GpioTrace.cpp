@@ -101,12 +101,7 @@ void GpioTrace::ReadUpToNow()
     for (ssize_t size = read(pipe, buffer.data(), buffer.size()); size > 0;
          size = read(pipe, buffer.data(), buffer.size()))
     {
-        pending.append(buffer.data(), static_cast<std::size_t>(size));
-        for (auto end = pending.find('\n'); end != std::string::npos; end = pending.find('\n'))
-        {
-            TakeIn(pending.substr(0, end));
-            pending.erase(0, end + 1);
-        }
+        lines.Take({buffer.data(), static_cast<std::size_t>(size)}, [this](const std::string& line) { TakeIn(line); });
     }
 }
 

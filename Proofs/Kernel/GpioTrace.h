@@ -2,6 +2,8 @@
 
 #include "Gpio.h"
 
+#include "System/Lines.h"
+
 #include <atomic>
 #include <functional>
 #include <mutex>
@@ -53,7 +55,7 @@ private:
     const Simulator::PinListener listener;
     int pipe = -1;
     std::mutex mutex; // for all that follows
-    std::string pending;
+    System::Lines lines;
     std::vector<Pin> pins;
     std::vector<Simulator::PinChange> changes;
     std::vector<Time> serialOpenings;

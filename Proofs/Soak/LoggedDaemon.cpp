@@ -1,5 +1,7 @@
 #include "LoggedDaemon.h"
 
+#include "System/Lines.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
@@ -57,16 +59,9 @@ void LoggedDaemon::ReadOutput()
 {
     constexpr std::size_t BlockSize = 65'536;
     std::vector<char> buffer(BlockSize);
-    std::string pending;
+    System::Lines lines;
     for (ssize_t size = 0; (size = read(output, buffer.data(), buffer.size())) > 0;)
     {
-        pending.append(buffer.data(), static_cast<std::size_t>(size));
-        std::size_t begin = 0;
-        for (std::size_t end = pending.find('\n'); end != std::string::npos; end = pending.find('\n', begin))
-        {
-            handler(pending.substr(begin, end - begin));
-            begin = end + 1;
-        }
-        pending.erase(0, begin);
+        lines.Take({buffer.data(), static_cast<std::size_t>(size)}, handler);
     }
 }

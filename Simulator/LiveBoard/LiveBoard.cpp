@@ -24,10 +24,9 @@ namespace
 
 using namespace std::chrono_literals;
 
-constexpr auto DrawEvery = 50ms;          // at most; more a person does not see
-constexpr std::size_t MaxTyped = 3072;    // characters; the longest telegram
-constexpr int MaxPause = 3600;            // seconds; that of the commands
-constexpr std::size_t LongestLine = 4096; // characters of the daemon's log
+constexpr auto DrawEvery = 50ms;       // at most; more a person does not see
+constexpr std::size_t MaxTyped = 3072; // characters; the longest telegram
+constexpr int MaxPause = 3600;         // seconds; that of the commands
 
 void Check(bool succeeded)
 {
@@ -210,18 +209,8 @@ void LiveBoard::ReadDaemon()
         }
         dirty = true;
         const std::lock_guard lock(mutex);
-        for (const char character : std::string_view(buffer.data(), static_cast<std::size_t>(size)))
-        {
-            if (character == '\n')
-            {
-                state.OnDaemonLine(Since(), daemonPending);
-                daemonPending.clear();
-            }
-            else if (daemonPending.size() < LongestLine)
-            {
-                daemonPending += character;
-            }
-        }
+        daemonLines.Take({buffer.data(), static_cast<std::size_t>(size)},
+                         [this](const std::string& line) { state.OnDaemonLine(Since(), line); });
     }
 }
 

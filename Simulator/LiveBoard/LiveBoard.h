@@ -4,6 +4,7 @@
 #include "Picture.h"
 #include "Terminal.h"
 
+#include "System/Lines.h"
 #include "System/Signals.h"
 #include "System/WakeUp.h"
 
@@ -60,6 +61,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    static constexpr std::size_t LongestLine = 4096; // characters of the daemon's log
+
     void OpenDescriptors();
     void CloseDescriptors() const;
     void ThreadFunction();
@@ -84,7 +87,7 @@ private:
     // Of the thread.
     View view;
     std::string telegram = "29 00 bc e0 11 01 0a 03 01 00 81"; // typed last
-    std::string daemonPending;                                 // a line without its end
+    System::Lines daemonLines{LongestLine};
     bool readsKeys = true;
     std::atomic<bool> dirty{true};
     Clock::time_point drawn;

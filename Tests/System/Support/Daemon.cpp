@@ -2,6 +2,8 @@
 
 #include "Await.h"
 
+#include "System/Lines.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
@@ -89,29 +91,24 @@ Daemon::~Daemon()
 
 void Daemon::ReadOutput()
 {
-    std::string pending;
+    System::Lines splitter;
+    const auto add = [this](const std::string& line) { lines.push_back(line); };
     std::array<char, 4096> buffer{};
-    for (;;)
+    ssize_t size = 0;
+    do
     {
-        const ssize_t size = read(output, buffer.data(), buffer.size());
+        size = read(output, buffer.data(), buffer.size());
         const std::lock_guard lock(mutex);
-        if (size <= 0)
+        if (size > 0)
         {
-            if (!pending.empty())
-            {
-                lines.push_back(pending);
-            }
-            added.notify_all();
-            return;
+            splitter.Take({buffer.data(), static_cast<std::size_t>(size)}, add);
         }
-        pending.append(buffer.data(), static_cast<std::size_t>(size));
-        for (std::size_t end = pending.find('\n'); end != std::string::npos; end = pending.find('\n'))
+        else
         {
-            lines.push_back(pending.substr(0, end));
-            pending.erase(0, end + 1);
+            splitter.End(add);
         }
         added.notify_all();
-    }
+    } while (size > 0);
 }
 
 bool Daemon::AwaitLine(const std::string& text)
