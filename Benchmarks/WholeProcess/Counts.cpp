@@ -1,6 +1,6 @@
 #include "Counts.h"
 
-#include "Process.h"
+#include "System/Process.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -137,9 +137,9 @@ SystemCalls CountSystemCalls(const Program& program, const Processors& processor
     WarmUp(subject);
     subject.AwaitSilence();
 
-    Simulator::Process::Start start;
+    System::Process::Start start;
     start.command = {"strace", "-f", "-q", "-q", "-o", file, "-p", std::to_string(subject.Id())};
-    Simulator::Process tracer(start);
+    System::Process tracer(start);
     AwaitTracer(subject.Id());
     const std::size_t linesBefore = subject.Lines();
     SystemCalls calls;

@@ -21,14 +21,14 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t TailSize = 1000; // bytes; some lines
 
-Simulator::Process StartOn(int processor, const Program& program, int output)
+System::Process StartOn(int processor, const Program& program, int output)
 {
     KeepOn(processor);
-    Simulator::Process::Start start;
+    System::Process::Start start;
     start.command = program.command;
     start.environment = program.environment;
     start.standardOutput = output;
-    return Simulator::Process(start);
+    return System::Process(start);
 }
 
 // The number behind `key` in a file of lines as "key: 12 kB".

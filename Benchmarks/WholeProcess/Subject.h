@@ -1,7 +1,8 @@
 #pragma once
 
 #include "Application.h"
-#include "Process.h"
+
+#include "System/Process.h"
 
 #include <atomic>
 #include <chrono>
@@ -106,7 +107,7 @@ private:
     std::string tail; // of what it wrote
     Application application;
     std::chrono::steady_clock::time_point begin;
-    Simulator::Process process;
+    System::Process process;
     std::thread reader;
     std::chrono::nanoseconds startTime{0};
 };

@@ -19,12 +19,12 @@ LoggedDaemon::LoggedDaemon(const std::vector<std::string>& options, std::functio
         throw std::runtime_error("no pipe");
     }
     output = pipe[0];
-    Simulator::Process::Start start;
+    System::Process::Start start;
     start.command = options;
     start.command.insert(start.command.begin(), DRIVER);
     start.environment = {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}};
     start.standardOutput = pipe[1];
-    process = std::make_unique<Simulator::Process>(start);
+    process = std::make_unique<System::Process>(start);
     close(pipe[1]);
     reader = std::thread(&LoggedDaemon::ReadOutput, this);
 }

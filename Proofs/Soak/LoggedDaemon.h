@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Process.h"
+#include "System/Process.h"
 
 #include <atomic>
 #include <functional>
@@ -42,6 +42,6 @@ private:
 
     const std::function<void(const std::string&)> handler;
     int output = -1;
-    std::unique_ptr<Simulator::Process> process;
+    std::unique_ptr<System::Process> process;
     std::thread reader;
 };

@@ -25,8 +25,8 @@ constexpr std::chrono::milliseconds LookEvery{250}; // as long as the daemon's w
 
 } // namespace
 
-Session::Session(const Process::Start& daemonStart, Board& theBoard, EventLog& eventLog, const Rendezvous& meeting,
-                 const System::StopSignals& stopSignals, const Person& thePerson)
+Session::Session(const System::Process::Start& daemonStart, Board& theBoard, EventLog& eventLog,
+                 const Rendezvous& meeting, const System::StopSignals& stopSignals, const Person& thePerson)
     : start(daemonStart)
     , board(theBoard)
     , events(eventLog)
@@ -120,7 +120,7 @@ void Session::StartDaemon()
     endBegan.reset();
     killed = false;
     startsAt.reset();
-    Process::Start toldStart = start;
+    System::Process::Start toldStart = start;
     toldStart.beforeExec = [this](pid_t process)
     {
         if (start.beforeExec)

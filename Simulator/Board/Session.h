@@ -5,9 +5,9 @@
 #include "Commands.h"
 #include "EventLog.h"
 #include "LedWatch.h"
-#include "Process.h"
 #include "Rendezvous.h"
 
+#include "System/Process.h"
 #include "System/Signals.h"
 #include "System/WakeUp.h"
 
@@ -32,7 +32,7 @@ public:
         std::function<void(const std::string&)> answer; ///< tells the answer to a command that has one
     };
 
-    Session(const Process::Start& daemonStart, Board& theBoard, EventLog& eventLog, const Rendezvous& meeting,
+    Session(const System::Process::Start& daemonStart, Board& theBoard, EventLog& eventLog, const Rendezvous& meeting,
             const System::StopSignals& stopSignals, const Person& thePerson);
     ~Session();
 
@@ -62,7 +62,7 @@ private:
     void OnTime(Clock::time_point now);
     int PollTimeout() const;
 
-    const Process::Start start;
+    const System::Process::Start start;
     Board& board;
     EventLog& events;
     const Rendezvous& rendezvous;
@@ -82,7 +82,7 @@ private:
     System::WakeUp restartWanted; // by the demonstration
     std::atomic<bool> demonstrationCancelled{false};
     std::thread demonstration;
-    std::optional<Process> daemon;
+    std::optional<System::Process> daemon;
     std::optional<LedWatch> ledWatch; // until there is a finding
     Clock::time_point looksAt;
 };

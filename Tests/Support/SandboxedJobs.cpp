@@ -2,6 +2,8 @@
 
 #include "Namespaces.h"
 
+#include "System/Process.h"
+
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -39,13 +41,7 @@ struct Running
         _exit(EXIT_FAILURE);
     }
     arguments.insert(arguments.begin(), "job");
-    std::vector<char*> argv;
-    for (std::string& argument : arguments)
-    {
-        argv.push_back(argument.data());
-    }
-    argv.push_back(nullptr);
-    execv("/proc/self/exe", argv.data());
+    System::Execute("/proc/self/exe", arguments);
     _exit(EXIT_FAILURE);
 }
 

@@ -1,7 +1,8 @@
 // What reaches the log, and how.
 
 #include "OnBoard.h"
-#include "Process.h"
+
+#include "System/Process.h"
 
 #include <gmock/gmock.h>
 
@@ -182,11 +183,11 @@ TEST_F(Log, EachLineIsOneWriteIntoAPipe)
 {
     std::array<int, 2> pipe{};
     ASSERT_EQ(pipe2(pipe.data(), O_CLOEXEC | O_DIRECT), 0); // each read gives what one write brought
-    Simulator::Process::Start start;
+    System::Process::Start start;
     start.command = {Daemon::Program(), "--version"};
     start.environment = {{"LD_LIBRARY_PATH", TRACE_LIBRARY}, {"TRACE_OPEN", "0"}};
     start.standardOutput = pipe[1];
-    Simulator::Process daemon(start);
+    System::Process daemon(start);
     close(pipe[1]);
     std::vector<std::string> writes;
     std::array<char, 4096> buffer{};

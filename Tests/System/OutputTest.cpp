@@ -1,7 +1,8 @@
 // A standard output that is not what the daemon needs.
 
 #include "OnBoard.h"
-#include "Process.h"
+
+#include "System/Process.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -18,9 +19,9 @@ namespace
 
 using Output = OnBoard;
 
-Simulator::Process::Start Command(std::vector<std::string> command, int standardOutput)
+System::Process::Start Command(std::vector<std::string> command, int standardOutput)
 {
-    Simulator::Process::Start start;
+    System::Process::Start start;
     start.command = std::move(command);
     start.environment = {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}};
     start.standardOutput = standardOutput;
@@ -32,7 +33,7 @@ TEST_F(Output, ThatNobodyReadsStopsTheDaemonAlsoForSigint)
     std::array<int, 2> pipe{};
     ASSERT_EQ(pipe2(pipe.data(), O_CLOEXEC), 0);
     const int capacity = fcntl(pipe[1], F_SETPIPE_SZ, 4096);
-    Simulator::Process daemon(Command({Daemon::Program()}, pipe[1]));
+    System::Process daemon(Command({Daemon::Program()}, pipe[1]));
     close(pipe[1]);
     const Queue toLink("/cemiToLL", Queue::For::Writing);
     constexpr int aLine = 160;
@@ -64,7 +65,7 @@ TEST_F(Output, ThatNobodyCanReadAnyMoreEndsTheDaemonWithItsNextLineAndStatus141)
     std::array<int, 2> pipe{};
     ASSERT_EQ(pipe2(pipe.data(), O_CLOEXEC), 0);
     close(pipe[0]);
-    Simulator::Process daemon(Command({Daemon::Program()}, pipe[1]));
+    System::Process daemon(Command({Daemon::Program()}, pipe[1]));
     close(pipe[1]);
     EXPECT_EQ(daemon.Wait(), 141);
 }
@@ -74,7 +75,7 @@ TEST_F(Output, InAFileThatMayNotGrowEndsTheDaemonWithItsNextLineAndStatus153)
     std::string file = (std::filesystem::temp_directory_path() / "orvel-test-XXXXXX").string();
     const int descriptor = mkostemp(file.data(), O_CLOEXEC);
     ASSERT_NE(descriptor, -1);
-    Simulator::Process daemon(Command({"/bin/sh", "-c", "ulimit -f 0; exec \"$0\"", Daemon::Program()}, descriptor));
+    System::Process daemon(Command({"/bin/sh", "-c", "ulimit -f 0; exec \"$0\"", Daemon::Program()}, descriptor));
     close(descriptor);
     EXPECT_EQ(daemon.Wait(), 153);
     EXPECT_EQ(std::filesystem::file_size(file), 0U);

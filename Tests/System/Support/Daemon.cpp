@@ -65,7 +65,7 @@ void Daemon::Begin()
     }
     output = pipe[0];
     start.standardOutput = pipe[1];
-    process = std::make_unique<Simulator::Process>(start);
+    process = std::make_unique<System::Process>(start);
     close(pipe[1]);
     reader = std::thread(&Daemon::ReadOutput, this);
 }
