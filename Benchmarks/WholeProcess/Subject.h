@@ -2,6 +2,7 @@
 
 #include "Application.h"
 
+#include "System/Descriptor.h"
 #include "System/Process.h"
 
 #include <atomic>
@@ -91,17 +92,10 @@ public:
     }
 
 private:
-    struct Output
-    {
-        Output();
-        int reading;
-        int writing;
-    };
-
     void ReadOutput();
     void End();
 
-    Output output;
+    System::Pipe output;
     std::atomic<std::size_t> lines{0};
     std::mutex tailMutex;
     std::string tail; // of what it wrote

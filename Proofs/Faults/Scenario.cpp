@@ -4,6 +4,7 @@
 #include "Board.h"
 #include "Daemon.h"
 
+#include "System/Descriptor.h"
 #include "System/MessageQueue.h"
 
 #include <poll.h>
@@ -91,10 +92,10 @@ public:
         left.Send({0x02, 0xEE, 0x02});
         Daemon daemon(watch.Command({DRIVER}), {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}});
         watch.Begin();
-        process = static_cast<int>(syscall(SYS_pidfd_open, daemon.Id(), 0));
+        process = System::Descriptor(static_cast<int>(syscall(SYS_pidfd_open, daemon.Id(), 0)));
         PlayTraffic();
         End(daemon);
-        close(process);
+        process.Close();
         Collect(daemon);
         return report;
     }
@@ -220,7 +221,7 @@ private:
 
     bool HasEnded() const
     {
-        pollfd entry{process, POLLIN, 0};
+        pollfd entry{process.Number(), POLLIN, 0};
         return poll(&entry, 1, 0) > 0;
     }
 
@@ -362,7 +363,7 @@ private:
     Application fromLink{"/cemiFromLL", MessageQueue::For::Reading};
     Application toLink{"/cemiToLL", MessageQueue::For::Writing};
     Application button{"/progButton", MessageQueue::For::Reading};
-    int process = -1; // becomes readable when the daemon has ended
+    System::Descriptor process; // becomes readable when the daemon has ended
     int round = 0;
     Report report;
 };

@@ -2,6 +2,7 @@
 
 #include "Gpio.h"
 
+#include "System/Descriptor.h"
 #include "System/Lines.h"
 
 #include <atomic>
@@ -53,7 +54,7 @@ private:
     void TakeIn(const std::string& line);
 
     const Simulator::PinListener listener;
-    int pipe = -1;
+    System::Descriptor pipe;
     std::mutex mutex; // for all that follows
     System::Lines lines;
     std::vector<Pin> pins;

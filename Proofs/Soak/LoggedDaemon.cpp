@@ -2,30 +2,23 @@
 
 #include "System/Lines.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
-#include <array>
-#include <stdexcept>
 #include <utility>
 
 LoggedDaemon::LoggedDaemon(const std::vector<std::string>& options, std::function<void(const std::string&)> onLine)
     : handler(std::move(onLine))
 {
-    std::array<int, 2> pipe{};
-    if (pipe2(pipe.data(), O_CLOEXEC) == -1)
-    {
-        throw std::runtime_error("no pipe");
-    }
-    output = pipe[0];
+    System::Pipe pipe;
+    output = std::move(pipe.reading);
     System::Process::Start start;
     start.command = options;
     start.command.insert(start.command.begin(), DRIVER);
     start.environment = {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}};
-    start.standardOutput = pipe[1];
+    start.standardOutput = pipe.writing.Number();
     process = std::make_unique<System::Process>(start);
-    close(pipe[1]);
+    pipe.writing.Close();
     reader = std::thread(&LoggedDaemon::ReadOutput, this);
 }
 
@@ -36,7 +29,6 @@ LoggedDaemon::~LoggedDaemon()
     {
         reader.join();
     }
-    close(output);
 }
 
 bool LoggedDaemon::HasEnded() const
@@ -60,7 +52,7 @@ void LoggedDaemon::ReadOutput()
     constexpr std::size_t BlockSize = 65'536;
     std::vector<char> buffer(BlockSize);
     System::Lines lines;
-    for (ssize_t size = 0; (size = read(output, buffer.data(), buffer.size())) > 0;)
+    for (ssize_t size = 0; (size = read(output.Number(), buffer.data(), buffer.size())) > 0;)
     {
         lines.Take({buffer.data(), static_cast<std::size_t>(size)}, handler);
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "System/Descriptor.h"
 #include "System/Process.h"
 
 #include <atomic>
@@ -41,7 +42,7 @@ private:
     void ReadOutput();
 
     const std::function<void(const std::string&)> handler;
-    int output = -1;
+    System::Descriptor output;
     std::unique_ptr<System::Process> process;
     std::thread reader;
 };

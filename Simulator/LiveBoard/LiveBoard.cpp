@@ -1,7 +1,6 @@
 #include "LiveBoard.h"
 
 #include "System/Deadline.h"
-#include "System/ThrowErrno.h"
 
 #include "TypedTelegram.h"
 
@@ -28,14 +27,6 @@ constexpr auto DrawEvery = 50ms;       // at most; more a person does not see
 constexpr std::size_t MaxTyped = 3072; // characters; the longest telegram
 constexpr int MaxPause = 3600;         // seconds; that of the commands
 
-void Check(bool succeeded)
-{
-    if (!succeeded)
-    {
-        System::ThrowErrno("cannot show the board");
-    }
-}
-
 // Another size, and Ctrl-Z.
 constexpr std::initializer_list<int> ScreenSignals{SIGWINCH, SIGTSTP};
 
@@ -51,46 +42,14 @@ LiveBoard::LiveBoard(const std::string& boardName, bool demonstration)
     , signals(ScreenSignals)
 {
     view.name = boardName;
-    try
-    {
-        OpenDescriptors();
-        terminal = std::make_unique<Terminal>();
-        thread = std::thread(&LiveBoard::ThreadFunction, this);
-    }
-    catch (...)
-    {
-        CloseDescriptors();
-        throw;
-    }
+    fcntl(daemon.reading.Number(), F_SETFL, O_NONBLOCK); // the daemon's end blocks, as a terminal does
+    terminal = std::make_unique<Terminal>();
+    thread = std::thread(&LiveBoard::ThreadFunction, this);
 }
 
 LiveBoard::~LiveBoard()
 {
     End();
-    CloseDescriptors();
-}
-
-void LiveBoard::OpenDescriptors()
-{
-    std::array<int, 2> ends{};
-    Check(pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) == 0);
-    commandsOut = ends[0];
-    commandsIn = ends[1];
-    Check(pipe2(ends.data(), O_CLOEXEC) == 0);
-    daemonOut = ends[0];
-    daemonIn = ends[1];
-    fcntl(daemonOut, F_SETFL, O_NONBLOCK); // the daemon's end blocks, as a terminal does
-}
-
-void LiveBoard::CloseDescriptors() const
-{
-    for (const int descriptor : {commandsIn, commandsOut, daemonIn, daemonOut})
-    {
-        if (descriptor != -1)
-        {
-            close(descriptor);
-        }
-    }
 }
 
 void LiveBoard::OnEvent(std::chrono::microseconds since, const Event& event)
@@ -144,7 +103,7 @@ void LiveBoard::ThreadFunction()
     {
         std::array<pollfd, 4> set{{{wakeUp.Descriptor(), POLLIN, 0},
                                    {signals.Descriptor(), POLLIN, 0},
-                                   {daemonOut, POLLIN, 0},
+                                   {daemon.reading.Number(), POLLIN, 0},
                                    {readsKeys ? STDIN_FILENO : -1, POLLIN, 0}}};
         poll(set.data(), set.size(), PollTimeout());
         if (wakeUp.Clear())
@@ -202,7 +161,7 @@ void LiveBoard::ReadDaemon()
     std::array<char, 4096> buffer{};
     for (int count = 0; count < AtOnce; ++count)
     {
-        const ssize_t size = read(daemonOut, buffer.data(), buffer.size());
+        const ssize_t size = read(daemon.reading.Number(), buffer.data(), buffer.size());
         if (size <= 0)
         {
             return;
@@ -343,7 +302,7 @@ void LiveBoard::OnPromptKey(int key)
 void LiveBoard::Type(const std::string& command) const
 {
     const std::string line = command + '\n';
-    static_cast<void>(write(commandsIn, line.data(), line.size()) == -1);
+    static_cast<void>(write(commands.writing.Number(), line.data(), line.size()) == -1);
 }
 
 void LiveBoard::Redraw()

@@ -4,6 +4,7 @@
 #include "Picture.h"
 #include "Terminal.h"
 
+#include "System/Descriptor.h"
 #include "System/Lines.h"
 #include "System/Signals.h"
 #include "System/WakeUp.h"
@@ -45,13 +46,13 @@ public:
     /// The commands come out of it, one a line.
     int Commands() const
     {
-        return commandsOut;
+        return commands.reading.Number();
     }
 
     /// Becomes the daemon's standard output.
     int DaemonOutput() const
     {
-        return daemonIn;
+        return daemon.writing.Number();
     }
 
     /// Ends the picture, once the daemon has ended. Afterwards: the last lines of the log, for a person to read.
@@ -63,8 +64,6 @@ private:
 
     static constexpr std::size_t LongestLine = 4096; // characters of the daemon's log
 
-    void OpenDescriptors();
-    void CloseDescriptors() const;
     void ThreadFunction();
     bool ReadSignals();
     void ReadDaemon();
@@ -95,10 +94,8 @@ private:
     std::atomic<bool> running{true};
     System::WakeUp wakeUp;
     System::Signals signals;
-    int commandsIn = -1;
-    int commandsOut = -1;
-    int daemonIn = -1;
-    int daemonOut = -1;
+    System::Pipe commands{O_CLOEXEC | O_NONBLOCK};
+    System::Pipe daemon;
     std::unique_ptr<Terminal> terminal;
     std::thread thread;
 };

@@ -239,13 +239,12 @@ TEST_F(Sysfs, APinThatIsExportedAgainIsNotActiveLowAndHasNoEdge)
 
 TEST_F(Sysfs, PseudoTerminalsCanBeMade)
 {
-    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_NE(terminal, -1);
-    EXPECT_EQ(unlockpt(terminal), 0);
-    const char* const name = ptsname(terminal);
+    const System::Descriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    ASSERT_TRUE(terminal.IsOpen());
+    EXPECT_EQ(unlockpt(terminal.Number()), 0);
+    const char* const name = ptsname(terminal.Number());
     ASSERT_NE(name, nullptr);
     EXPECT_EQ(MountedFiles::File(name, O_RDWR | O_NOCTTY).error, 0) << name;
-    close(terminal);
 }
 
 TEST_F(Sysfs, TheQueuesAreListed)

@@ -4,7 +4,6 @@
 
 #include "System/Lines.h"
 
-#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -14,7 +13,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <regex>
-#include <stdexcept>
 
 namespace
 {
@@ -58,22 +56,17 @@ Daemon::Daemon(std::vector<std::string> command, Environment environment, int st
 
 void Daemon::Begin()
 {
-    std::array<int, 2> pipe{};
-    if (pipe2(pipe.data(), O_CLOEXEC) == -1)
-    {
-        throw std::runtime_error("no pipe");
-    }
-    output = pipe[0];
-    start.standardOutput = pipe[1];
+    System::Pipe pipe;
+    output = std::move(pipe.reading);
+    start.standardOutput = pipe.writing.Number();
     process = std::make_unique<System::Process>(start);
-    close(pipe[1]);
+    pipe.writing.Close();
     reader = std::thread(&Daemon::ReadOutput, this);
 }
 
 void Daemon::Restart()
 {
     Stop();
-    close(output);
     lines.clear();
     awaited = 0;
     Begin();
@@ -86,7 +79,6 @@ Daemon::~Daemon()
     {
         reader.join();
     }
-    close(output);
 }
 
 void Daemon::ReadOutput()
@@ -97,7 +89,7 @@ void Daemon::ReadOutput()
     ssize_t size = 0;
     do
     {
-        size = read(output, buffer.data(), buffer.size());
+        size = read(output.Number(), buffer.data(), buffer.size());
         const std::lock_guard lock(mutex);
         if (size > 0)
         {

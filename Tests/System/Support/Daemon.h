@@ -2,6 +2,7 @@
 
 #include "Event.h"
 
+#include "System/Descriptor.h"
 #include "System/Process.h"
 
 #include <chrono>
@@ -87,7 +88,7 @@ private:
     void ReadOutput();
 
     System::Process::Start start;
-    int output = -1; // the reading end of the pipe that is its standard output and error
+    System::Descriptor output; // the reading end of the pipe that is its standard output and error
     mutable std::mutex mutex;
     std::condition_variable added;
     std::vector<std::string> lines;
