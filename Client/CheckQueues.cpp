@@ -3,9 +3,8 @@
 #include "Queue.h"
 
 #include "Orvel/Protocol.h"
+#include "System/MessageQueue.h"
 
-#include <fcntl.h>
-#include <mqueue.h>
 #include <pwd.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -14,7 +13,9 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <list>
 #include <optional>
+#include <system_error>
 
 namespace OrvelClient
 {
@@ -23,6 +24,7 @@ namespace
 {
 
 using Level = Finding::Level;
+using For = System::MessageQueue::For;
 
 // A queue as the daemon makes it.
 struct Wanted
@@ -30,7 +32,7 @@ struct Wanted
     std::string name;
     long messages;
     long size; // bytes of a message
-    int access;
+    For access;
 };
 
 std::optional<long> Limit(const char* name)
@@ -44,43 +46,6 @@ std::string Sizes(long messages, long size)
 {
     return std::to_string(messages) + " messages of " + std::to_string(size) + (size == 1 ? " byte" : " bytes");
 }
-
-class Opened
-{
-public:
-    explicit Opened(mqd_t opened)
-        : queue(opened)
-        , error(opened == -1 ? errno : 0)
-    {
-    }
-
-    ~Opened()
-    {
-        if (queue != -1)
-        {
-            mq_close(queue);
-        }
-    }
-
-    Opened(const Opened&) = delete;
-    Opened& operator=(const Opened&) = delete;
-
-    int Error() const
-    {
-        return error;
-    }
-
-    mq_attr Attributes() const
-    {
-        mq_attr attributes{};
-        mq_getattr(queue, &attributes);
-        return attributes;
-    }
-
-private:
-    mqd_t queue;
-    int error;
-};
 
 std::string OwnerOf(const std::string& queue)
 {
@@ -102,65 +67,60 @@ Finding CheckName(const Wanted& wanted)
     {
         return {Level::Failure, wanted.name, "is no name of a queue, which begins with / and has no other"};
     }
-    const Opened queue(mq_open(wanted.name.c_str(), wanted.access | O_NONBLOCK | O_CLOEXEC));
-    switch (queue.Error())
+    try
     {
-    case 0:
-        break;
-    case ENOENT:
-        return {Level::Ok, wanted.name, "is not there yet"};
-    case EACCES:
-        return {Level::Failure, wanted.name,
-                "belongs to " + OwnerOf(wanted.name) + ", whose daemon may be running; run this as root"};
-    default:
-        return {Level::Failure, wanted.name, std::string("cannot be opened: ") + strerror(queue.Error())};
+        const System::MessageQueue found(wanted.name, wanted.access);
+        if (found.Capacity() == wanted.messages && found.MessageSize() == wanted.size)
+        {
+            return {Level::Ok, wanted.name, "is there as the daemon makes it: a daemon runs, or was killed"};
+        }
+        return {Level::Warning, wanted.name,
+                "is left over with " + Sizes(found.Capacity(), found.MessageSize()) + " instead of " +
+                    Sizes(wanted.messages, wanted.size) +
+                    "; the service replaces it, a daemon started by hand takes it as it is: rm /dev/mqueue" +
+                    wanted.name};
     }
-    const mq_attr found = queue.Attributes();
-    if (found.mq_maxmsg == wanted.messages && found.mq_msgsize == wanted.size)
+    catch (const std::system_error& error)
     {
-        return {Level::Ok, wanted.name, "is there as the daemon makes it: a daemon runs, or was killed"};
+        switch (error.code().value())
+        {
+        case ENOENT:
+            return {Level::Ok, wanted.name, "is not there yet"};
+        case EACCES:
+            return {Level::Failure, wanted.name,
+                    "belongs to " + OwnerOf(wanted.name) + ", whose daemon may be running; run this as root"};
+        default:
+            return {Level::Failure, wanted.name, "cannot be opened: " + error.code().message()};
+        }
     }
-    return {Level::Warning, wanted.name,
-            "is left over with " + Sizes(found.mq_maxmsg, found.mq_msgsize) + " instead of " +
-                Sizes(wanted.messages, wanted.size) +
-                "; the service replaces it, a daemon started by hand takes it as it is: rm /dev/mqueue" + wanted.name};
 }
 
 bool IsThere(const Wanted& wanted)
 {
-    return Opened(mq_open(wanted.name.c_str(), wanted.access | O_NONBLOCK | O_CLOEXEC)).Error() != ENOENT;
+    return System::MessageQueue::TryOpen(wanted.name, wanted.access) || errno != ENOENT;
 }
 
 // Makes all the queues that do not exist yet, under other names. Returns 0, or the error.
 int TryOut(const std::vector<Wanted>& queues)
 {
-    std::vector<std::pair<std::string, mqd_t>> made;
-    int error = 0;
+    std::list<System::OwnMessageQueue> made;
     for (const Wanted& wanted : queues)
     {
         if (IsThere(wanted))
         {
             continue;
         }
-        mq_attr attributes{};
-        attributes.mq_maxmsg = wanted.messages;
-        attributes.mq_msgsize = wanted.size;
         const std::string name = "/orvelctl-check-" + std::to_string(getpid()) + "-" + std::to_string(made.size());
-        const mqd_t queue =
-            mq_open(name.c_str(), O_CREAT | O_EXCL | O_RDONLY | O_NONBLOCK | O_CLOEXEC, 0600, &attributes);
-        if (queue == -1)
+        try
         {
-            error = errno;
-            break;
+            made.emplace_back(name, For::Reading, wanted.messages, wanted.size, 0600);
         }
-        made.emplace_back(name, queue);
+        catch (const std::system_error& error)
+        {
+            return error.code().value();
+        }
     }
-    for (const auto& [name, queue] : made)
-    {
-        mq_close(queue);
-        mq_unlink(name.c_str());
-    }
-    return error;
+    return 0;
 }
 
 Finding CheckLimit(const char* limitName, long needed, bool goesOver)
@@ -224,11 +184,12 @@ Findings CheckQueues(const std::vector<std::string>& buttonQueues)
     {
         return {{Level::Failure, "message queues", "the kernel has none: it needs CONFIG_POSIX_MQUEUE"}};
     }
-    std::vector<Wanted> queues{{ORVEL_CEMI_FROM_LL_QUEUE, ORVEL_CEMI_QUEUE_CAPACITY, ORVEL_CEMI_MESSAGE_SIZE, O_WRONLY},
-                               {ORVEL_CEMI_TO_LL_QUEUE, ORVEL_CEMI_QUEUE_CAPACITY, ORVEL_CEMI_MESSAGE_SIZE, O_RDONLY}};
+    std::vector<Wanted> queues{
+        {ORVEL_CEMI_FROM_LL_QUEUE, ORVEL_CEMI_QUEUE_CAPACITY, ORVEL_CEMI_MESSAGE_SIZE, For::Writing},
+        {ORVEL_CEMI_TO_LL_QUEUE, ORVEL_CEMI_QUEUE_CAPACITY, ORVEL_CEMI_MESSAGE_SIZE, For::Reading}};
     for (const std::string& name : buttonQueues)
     {
-        queues.push_back({name, ORVEL_PROG_BUTTON_QUEUE_CAPACITY, ORVEL_PROG_BUTTON_MESSAGE_SIZE, O_WRONLY});
+        queues.push_back({name, ORVEL_PROG_BUTTON_QUEUE_CAPACITY, ORVEL_PROG_BUTTON_MESSAGE_SIZE, For::Writing});
     }
 
     const int error = TryOut(queues);

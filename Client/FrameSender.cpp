@@ -3,6 +3,7 @@
 #include "Failure.h"
 
 #include "Orvel/Protocol.h"
+#include "System/Deadline.h"
 
 #include <poll.h>
 
@@ -53,8 +54,8 @@ void FrameSender::Send(const Bytes& frame)
     const auto limit = steady_clock::now() + patience;
     while (!queue->Send(message))
     {
-        const auto left = ceil<milliseconds>(limit - steady_clock::now());
-        if (left <= milliseconds::zero())
+        const int left = System::PollTimeout(limit);
+        if (left == 0)
         {
             throw Failure(Status::NoRoom, ORVEL_CEMI_TO_LL_QUEUE " is full" +
                                               std::string(patience == milliseconds::zero()
@@ -62,7 +63,7 @@ void FrameSender::Send(const Bytes& frame)
                                                               : ", for " + std::to_string(patience.count()) + " ms"));
         }
         std::array<pollfd, 2> set{{{queue->Descriptor(), POLLOUT, 0}, {stop.Descriptor(), POLLIN, 0}}};
-        poll(set.data(), set.size(), static_cast<int>(std::min(left, Glance).count()));
+        poll(set.data(), set.size(), std::min(left, static_cast<int>(Glance.count())));
         if (set[1].revents != 0)
         {
             throw Failure(Status::Interrupted, "stopped while " ORVEL_CEMI_TO_LL_QUEUE " was full");

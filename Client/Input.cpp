@@ -8,6 +8,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace OrvelClient
 {
@@ -21,10 +22,9 @@ constexpr std::size_t MaxLine = 65536; // bytes; whoever sends more without a ne
 
 bool LineInput::Next(std::string& line)
 {
-    std::size_t end = pending.find('\n');
-    while (end == std::string::npos && !ended)
+    while (waiting.empty() && !ended)
     {
-        if (pending.size() > MaxLine)
+        if (lines.Pending() > MaxLine)
         {
             throw Failure(Status::NotUnderstood, "line " + std::to_string(number + 1) + " does not end");
         }
@@ -32,14 +32,13 @@ bool LineInput::Next(std::string& line)
         {
             return false;
         }
-        end = pending.find('\n');
     }
-    if (end == std::string::npos && pending.empty())
+    if (waiting.empty())
     {
         return false;
     }
-    line = pending.substr(0, end);
-    pending.erase(0, end == std::string::npos ? end : end + 1);
+    line = std::move(waiting.front());
+    waiting.pop_front();
     ++number;
     return true;
 }
@@ -59,10 +58,15 @@ bool LineInput::Read()
     {
         throw Failure(Status::Failed, std::string("cannot read standard input: ") + strerror(errno));
     }
+    const auto add = [this](const std::string& line) { waiting.push_back(line); };
     ended = size == 0;
-    if (size > 0)
+    if (ended)
     {
-        pending.append(buffer.data(), static_cast<std::size_t>(size));
+        lines.End(add);
+    }
+    else if (size > 0)
+    {
+        lines.Take({buffer.data(), static_cast<std::size_t>(size)}, add);
     }
     return true;
 }

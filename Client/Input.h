@@ -2,6 +2,9 @@
 
 #include "StopSignals.h"
 
+#include "System/Lines.h"
+
+#include <deque>
 #include <string>
 
 namespace OrvelClient
@@ -36,7 +39,8 @@ private:
     bool Read();
 
     const StopSignals& stop;
-    std::string pending;
+    System::Lines lines;
+    std::deque<std::string> waiting; // complete, and not asked for yet
     std::size_t number = 0;
     bool ended = false;
 };

@@ -2,12 +2,10 @@
 
 #include "Failure.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <climits>
-#include <cstring>
+#include <system_error>
+#include <utility>
 
 namespace OrvelClient
 {
@@ -15,16 +13,25 @@ namespace OrvelClient
 namespace
 {
 
-[[noreturn]] void Fail(const std::string& name, int error)
+// Calls the system, and says in the client's words what it refuses.
+template<typename Call>
+auto Try(const std::string& name, const Call& call)
 {
-    switch (error)
+    try
     {
-    case ENOENT:
-        throw Failure(Status::NotThere, "there is no queue " + name + ": does the daemon run?");
-    case EACCES:
-        throw Failure(Status::NotAllowed, name + " is not for this user: be root, or in the group orvel");
-    default:
-        throw Failure(Status::Failed, name + ": " + strerror(error));
+        return call();
+    }
+    catch (const std::system_error& error)
+    {
+        switch (error.code().value())
+        {
+        case ENOENT:
+            throw Failure(Status::NotThere, "there is no queue " + name + ": does the daemon run?");
+        case EACCES:
+            throw Failure(Status::NotAllowed, name + " is not for this user: be root, or in the group orvel");
+        default:
+            throw Failure(Status::Failed, name + ": " + error.code().message());
+        }
     }
 }
 
@@ -37,59 +44,18 @@ bool Queue::IsName(const std::string& text)
 
 Queue::Queue(std::string queueName, For access)
     : name(std::move(queueName))
-    , queue(mq_open(name.c_str(), (access == For::Reading ? O_RDONLY : O_WRONLY) | O_NONBLOCK | O_CLOEXEC))
+    , queue(Try(name, [&] { return System::MessageQueue(name, access); }))
 {
-    if (queue == -1)
-    {
-        Fail(name, errno);
-    }
 }
 
-Queue::~Queue()
+std::optional<Bytes> Queue::Receive() const
 {
-    mq_close(queue);
+    return Try(name, [this] { return queue.Receive(); });
 }
 
-bool Queue::IsRemoved() const
+bool Queue::Send(const Bytes& message) const
 {
-    struct stat state
-    {
-    };
-    return fstat(queue, &state) == 0 && state.st_nlink == 0;
-}
-
-std::optional<Bytes> Queue::Receive()
-{
-    mq_attr attributes{};
-    if (mq_getattr(queue, &attributes) == -1)
-    {
-        Fail(name, errno);
-    }
-    Bytes message(static_cast<std::size_t>(attributes.mq_msgsize)); // a queue left over can have another size
-    const ssize_t size = mq_receive(queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
-    if (size >= 0)
-    {
-        message.resize(static_cast<std::size_t>(size));
-        return message;
-    }
-    if (errno != EAGAIN && errno != EINTR)
-    {
-        Fail(name, errno);
-    }
-    return std::nullopt;
-}
-
-bool Queue::Send(const Bytes& message)
-{
-    if (mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0) == 0)
-    {
-        return true;
-    }
-    if (errno != EAGAIN && errno != EINTR)
-    {
-        Fail(name, errno);
-    }
-    return false;
+    return Try(name, [&] { return queue.Send(message); });
 }
 
 } // namespace OrvelClient

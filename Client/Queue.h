@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Knx/HexDigits.h"
-
-#include <mqueue.h>
+#include "System/MessageQueue.h"
 
 #include <optional>
 #include <string>
@@ -16,40 +15,35 @@ using Knx::Bytes;
 class Queue
 {
 public:
-    enum class For
-    {
-        Reading,
-        Writing
-    };
+    using For = System::MessageQueue::For;
 
     /// Whether a queue can have this name: it begins with a slash and has no other.
     static bool IsName(const std::string& text);
 
     /// Throws Failure: NotThere, NotAllowed, Failed.
     Queue(std::string queueName, For access);
-    ~Queue();
-
-    Queue(const Queue&) = delete;
-    Queue& operator=(const Queue&) = delete;
 
     /// For poll.
     int Descriptor() const
     {
-        return queue;
+        return queue.Descriptor();
     }
 
     /// True when the daemon has stopped or was started anew: this queue is then one that nobody else has any more.
-    bool IsRemoved() const;
+    bool IsRemoved() const
+    {
+        return queue.IsRemoved();
+    }
 
     /// The next message; nothing when there is none. Throws Failure.
-    std::optional<Bytes> Receive();
+    std::optional<Bytes> Receive() const;
 
     /// False when there is no room. Throws Failure.
-    bool Send(const Bytes& message);
+    bool Send(const Bytes& message) const;
 
 private:
     std::string name;
-    mqd_t queue;
+    System::MessageQueue queue;
 };
 
 } // namespace OrvelClient

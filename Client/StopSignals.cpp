@@ -3,43 +3,12 @@
 #include "Failure.h"
 
 #include <poll.h>
-#include <sys/signalfd.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <ctime>
 
 namespace OrvelClient
 {
-
-namespace
-{
-
-sigset_t Signals()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-    {
-        sigaddset(&signals, signal);
-    }
-    return signals;
-}
-
-} // namespace
-
-StopSignals::StopSignals()
-{
-    const sigset_t signals = Signals();
-    sigprocmask(SIG_BLOCK, &signals, nullptr);
-    descriptor = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
-}
-
-StopSignals::~StopSignals()
-{
-    close(descriptor);
-}
 
 bool StopSignals::AwaitUntil(std::chrono::steady_clock::time_point time) const
 {
@@ -50,7 +19,7 @@ bool StopSignals::AwaitUntil(std::chrono::steady_clock::time_point time) const
         const auto wholeSeconds = floor<seconds>(left);
         const timespec timeout{static_cast<time_t>(wholeSeconds.count()),
                                static_cast<long>(nanoseconds(left - wholeSeconds).count())};
-        pollfd entry{descriptor, POLLIN, 0};
+        pollfd entry{Descriptor(), POLLIN, 0};
         const int result = ppoll(&entry, 1, &timeout, nullptr);
         if (result >= 0)
         {

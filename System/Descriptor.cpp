@@ -2,7 +2,6 @@
 
 #include "System/ThrowErrno.h"
 
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <array>
@@ -47,10 +46,10 @@ Pipe::Pipe(int flags)
     writing = Descriptor(ends[1]);
 }
 
-SocketPair::SocketPair()
+SocketPair::SocketPair(int type)
 {
     std::array<int, 2> ends{};
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == -1)
+    if (socketpair(AF_UNIX, type, 0, ends.data()) == -1)
     {
         ThrowErrno("cannot make a socket");
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fcntl.h>
+#include <sys/socket.h>
 
 namespace System
 {
@@ -62,7 +63,7 @@ struct Pipe
 /// A connection in both directions. Throws as Pipe.
 struct SocketPair
 {
-    SocketPair();
+    explicit SocketPair(int type = SOCK_STREAM | SOCK_CLOEXEC);
 
     Descriptor one;
     Descriptor other;

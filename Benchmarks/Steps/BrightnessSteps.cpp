@@ -4,6 +4,8 @@
 #include "Leds.h"
 #include "Steps.h"
 
+#include "System/Descriptor.h"
+
 #include <benchmark/benchmark.h>
 
 #include <poll.h>
@@ -28,30 +30,17 @@ constexpr std::size_t LedCount = 4;
 // One LED: what the daemon opens, and the kernel's side of it.
 struct Device
 {
-    Device()
-    {
-        std::array<int, 2> ends{};
-        socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends.data());
-        driver = ends[0];
-        kernel = ends[1];
-    }
-
-    ~Device()
-    {
-        close(driver);
-        close(kernel);
-    }
-
-    Device(const Device&) = delete;
-    Device& operator=(const Device&) = delete;
-
     void SetBrightness(int32_t brightness) const
     {
-        static_cast<void>(write(kernel, &brightness, sizeof(brightness)) == -1);
+        static_cast<void>(write(ends.other.Number(), &brightness, sizeof(brightness)) == -1);
     }
 
-    int driver;
-    int kernel;
+    int Driver() const
+    {
+        return ends.one.Number();
+    }
+
+    System::SocketPair ends{SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK};
 };
 
 // The handles that were opened last, in this order.
@@ -62,7 +51,7 @@ public:
     {
         const std::lock_guard lock(mutex);
         devices.push_back(std::make_unique<Device>());
-        return devices.back()->driver;
+        return devices.back()->Driver();
     }
 
     void Clear()
@@ -127,18 +116,18 @@ void Brightness(benchmark::State& state)
 
 void BrightnessFloor(benchmark::State& state)
 {
-    const std::array<Device, LedCount> devices;
+    const std::array<Device, LedCount> devices{};
     std::thread worker(
         [&]
         {
             std::array<pollfd, LedCount> set{};
             for (std::size_t index = 0; index < LedCount; ++index)
             {
-                set.at(index) = {devices.at(index).driver, POLLIN, 0};
+                set.at(index) = {devices.at(index).Driver(), POLLIN, 0};
             }
             int32_t brightness = 0;
             while (poll(set.data(), set.size(), -1) > 0 &&
-                   read(devices.back().driver, &brightness, sizeof(brightness)) > 0 && brightness != 0)
+                   read(devices.back().Driver(), &brightness, sizeof(brightness)) > 0 && brightness != 0)
             {
                 Transmitted().Give();
             }

@@ -5,10 +5,9 @@
 #include "Steps.h"
 #include "Topics.h"
 
-#include <benchmark/benchmark.h>
+#include "System/MessageQueue.h"
 
-#include <fcntl.h>
-#include <mqueue.h>
+#include <benchmark/benchmark.h>
 
 #include <array>
 #include <chrono>
@@ -37,11 +36,11 @@ void Events(benchmark::State& state, uint8_t type, int messagesPerEvent)
     OrvelDriver::Buttons buttons(nullptr, names);
     Transmitted().Await(); // the request
     Transmitted().Await(); // the registration
-    std::vector<mqd_t> queues;
+    std::vector<System::MessageQueue> queues;
     queues.reserve(names.size());
     for (const std::string& name : names)
     {
-        queues.push_back(mq_open(name.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+        queues.emplace_back(name, System::MessageQueue::For::Reading);
     }
     const std::array<uint8_t, 3> event{type, 0x01, 0x01};
     const int events = ORVEL_PROG_BUTTON_QUEUE_CAPACITY / messagesPerEvent;
@@ -54,17 +53,12 @@ void Events(benchmark::State& state, uint8_t type, int messagesPerEvent)
         }
         const std::chrono::duration<double> duration = ProcessorTime() - begin;
         state.SetIterationTime(duration.count() / events);
-        for (const mqd_t queue : queues)
+        for (const System::MessageQueue& queue : queues)
         {
-            char message = 0;
-            while (mq_receive(queue, &message, 1, nullptr) == 1)
+            while (queue.Receive())
             {
             }
         }
-    }
-    for (const mqd_t queue : queues)
-    {
-        mq_close(queue);
     }
 }
 

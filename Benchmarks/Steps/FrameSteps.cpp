@@ -7,11 +7,10 @@
 #include "Steps.h"
 #include "Topics.h"
 
-#include "System/ThrowErrno.h"
+#include "System/MessageQueue.h"
 
 #include <benchmark/benchmark.h>
 
-#include <fcntl.h>
 #include <mqueue.h>
 #include <poll.h>
 
@@ -21,63 +20,36 @@
 #include <thread>
 #include <vector>
 
+using System::OwnMessageQueue;
+
 namespace
 {
 
 const std::string FromLl = "/stepsFromLL";
 const std::string ToLl = "/stepsToLL";
 
-class Queue
+constexpr std::chrono::seconds Patience{20}; // long: the machine may be busy
+
+class Queue : public OwnMessageQueue
 {
 public:
-    Queue(const std::string& queueName, int access)
-        : name(queueName)
+    Queue(const std::string& queueName, For access)
+        : OwnMessageQueue(queueName, access, ORVEL_CEMI_QUEUE_CAPACITY, ORVEL_CEMI_MESSAGE_SIZE)
     {
-        mq_attr attributes{};
-        attributes.mq_maxmsg = ORVEL_CEMI_QUEUE_CAPACITY;
-        attributes.mq_msgsize = ORVEL_CEMI_MESSAGE_SIZE;
-        queue = mq_open(name.c_str(), O_CREAT | O_CLOEXEC | access, 0644, &attributes);
-        if (queue == -1)
-        {
-            System::ThrowErrno("cannot make the queue " + name);
-        }
     }
 
-    ~Queue()
-    {
-        mq_close(queue);
-        mq_unlink(name.c_str());
-    }
-
-    Queue(const Queue&) = delete;
-    Queue& operator=(const Queue&) = delete;
-
-    mqd_t Descriptor() const
-    {
-        return queue;
-    }
-
-    void Send(const std::vector<char>& message) const
-    {
-        mq_send(queue, message.data(), message.size(), 0);
-    }
-
-    /// Waits for a message and returns its size.
-    ssize_t Receive() const
+    // Returns the size of the next message, without the cost of memory for it.
+    ssize_t Take() const
     {
         std::array<char, ORVEL_CEMI_MESSAGE_SIZE> message;
-        return mq_receive(queue, message.data(), message.size(), nullptr);
+        return mq_receive(Descriptor(), message.data(), message.size(), nullptr);
     }
-
-private:
-    std::string name;
-    mqd_t queue;
 };
 
-std::vector<char> Message(const benchmark::State& state)
+Queue::Message Message(const benchmark::State& state)
 {
-    std::vector<char> message(static_cast<std::size_t>(state.range(0)) + 1, '\x29');
-    message[0] = static_cast<char>(state.range(0));
+    Queue::Message message(static_cast<std::size_t>(state.range(0)) + 1, 0x29);
+    message[0] = static_cast<uint8_t>(state.range(0));
     return message;
 }
 
@@ -97,9 +69,9 @@ public:
 void FrameToLink(benchmark::State& state)
 {
     LogFrom(log4cplus::WARN_LOG_LEVEL);
-    const Queue queue(ToLl, O_WRONLY);
+    const Queue queue(ToLl, Queue::For::Writing);
     Bridge bridge;
-    const std::vector<char> message = Message(state);
+    const Queue::Message message = Message(state);
     for (auto _ : state)
     {
         queue.Send(message);
@@ -109,17 +81,17 @@ void FrameToLink(benchmark::State& state)
 
 void FrameToLinkFloor(benchmark::State& state)
 {
-    const Queue queue(ToLl, O_RDWR);
+    const Queue queue(ToLl, Queue::For::Both);
     std::thread worker(
         [&]
         {
             pollfd entry{queue.Descriptor(), POLLIN, 0};
-            while (poll(&entry, 1, -1) > 0 && queue.Receive() > 0)
+            while (poll(&entry, 1, -1) > 0 && queue.Take() > 0)
             {
                 Transmitted().Give();
             }
         });
-    const std::vector<char> message = Message(state);
+    const Queue::Message message = Message(state);
     for (auto _ : state)
     {
         queue.Send(message);
@@ -144,7 +116,7 @@ void FillQueue(benchmark::State& state, const Queue& queue, const Function& send
         state.SetIterationTime(duration.count() / ORVEL_CEMI_QUEUE_CAPACITY);
         for (int frame = 0; frame < ORVEL_CEMI_QUEUE_CAPACITY; ++frame)
         {
-            queue.Receive();
+            queue.Take();
         }
     }
 }
@@ -152,9 +124,9 @@ void FillQueue(benchmark::State& state, const Queue& queue, const Function& send
 void FrameFromLink(benchmark::State& state, log4cplus::LogLevel level)
 {
     LogFrom(level);
-    const Queue queue(FromLl, O_RDONLY);
+    const Queue queue(FromLl, Queue::For::Reading);
     Bridge bridge;
-    queue.Receive(); // the link state
+    queue.ReceiveWithin(Patience); // the link state
     const std::vector<uint8_t> frame(static_cast<std::size_t>(state.range(0)), 0x29);
     FillQueue(state, queue,
               [&]
@@ -163,8 +135,8 @@ void FrameFromLink(benchmark::State& state, log4cplus::LogLevel level)
 
 void FrameFromLinkFloor(benchmark::State& state)
 {
-    const Queue queue(FromLl, O_RDWR);
-    const std::vector<char> message = Message(state);
+    const Queue queue(FromLl, Queue::For::Both);
+    const Queue::Message message = Message(state);
     FillQueue(state, queue, [&] { queue.Send(message); });
 }
 

@@ -11,7 +11,6 @@
 #include <benchmark/benchmark.h>
 
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -56,20 +55,15 @@ Signal::Signal()
 {
 }
 
-Signal::~Signal()
-{
-    close(descriptor);
-}
-
 void Signal::Give() const
 {
-    eventfd_write(descriptor, 1);
+    eventfd_write(descriptor.Number(), 1);
 }
 
 void Signal::Await() const
 {
     eventfd_t ignored = 0;
-    eventfd_read(descriptor, &ignored);
+    eventfd_read(descriptor.Number(), &ignored);
 }
 
 const Signal& Transmitted()

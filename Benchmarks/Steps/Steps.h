@@ -1,5 +1,7 @@
 #pragma once
 
+#include "System/Descriptor.h"
+
 #include <log4cplus/logger.h>
 
 #include <chrono>
@@ -17,16 +19,12 @@ class Signal
 {
 public:
     Signal();
-    ~Signal();
-
-    Signal(const Signal&) = delete;
-    Signal& operator=(const Signal&) = delete;
 
     void Give() const;
     void Await() const;
 
 private:
-    int descriptor;
+    System::Descriptor descriptor;
 };
 
 /// The hub increases it for each message that it must transmit.

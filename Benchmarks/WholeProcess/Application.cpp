@@ -1,20 +1,19 @@
 #include "Application.h"
 
 #include "Orvel/Protocol.h"
-#include "System/ThrowErrno.h"
 
-#include <fcntl.h>
+#include <mqueue.h>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <ctime>
 #include <stdexcept>
-#include <utility>
 
 namespace
 {
 
+using System::OwnMessageQueue;
 using Clock = std::chrono::steady_clock;
 
 constexpr time_t Patience = 20; // s; long: the machine may be busy, and only a lost frame waits it out
@@ -27,46 +26,37 @@ timespec Deadline()
     return deadline;
 }
 
-mqd_t MakeQueue(const std::string& name, int access)
+OwnMessageQueue MakeQueue(const std::string& name, OwnMessageQueue::For access)
 {
-    mq_unlink(name.c_str());
-    mq_attr attributes{};
-    attributes.mq_maxmsg = ORVEL_CEMI_QUEUE_CAPACITY;
-    attributes.mq_msgsize = ORVEL_CEMI_MESSAGE_SIZE;
-    const mqd_t queue = mq_open(name.c_str(), O_CREAT | O_CLOEXEC | access, 0644, &attributes);
-    if (queue == -1)
-    {
-        System::ThrowErrno("cannot make the queue " + name);
-    }
-    return queue;
+    mq_unlink(name.c_str()); // one that a killed run has left
+    return {name, access, ORVEL_CEMI_QUEUE_CAPACITY, ORVEL_CEMI_MESSAGE_SIZE};
+}
+
+// From now on the calls with a deadline wait until then.
+void LetWait(const OwnMessageQueue& queue)
+{
+    const mq_attr waiting{};
+    mq_setattr(queue.Descriptor(), &waiting, nullptr);
 }
 
 } // namespace
 
-Application::Application(std::string fromLlQueue, std::string toLlQueue)
-    : fromLlName(std::move(fromLlQueue))
-    , toLlName(std::move(toLlQueue))
-    , fromLl(MakeQueue(fromLlName, O_RDONLY))
-    , toLl(MakeQueue(toLlName, O_WRONLY))
+Application::Application(const std::string& fromLlQueue, const std::string& toLlQueue)
+    : fromLl(MakeQueue(fromLlQueue, OwnMessageQueue::For::Reading))
+    , toLl(MakeQueue(toLlQueue, OwnMessageQueue::For::Writing))
 {
-}
-
-Application::~Application()
-{
-    mq_close(fromLl);
-    mq_close(toLl);
-    mq_unlink(fromLlName.c_str());
-    mq_unlink(toLlName.c_str());
+    LetWait(fromLl);
+    LetWait(toLl);
 }
 
 void Application::AwaitLinkState() const
 {
     std::array<char, ORVEL_CEMI_MESSAGE_SIZE> message{};
     const timespec deadline = Deadline();
-    const ssize_t size = mq_timedreceive(fromLl, message.data(), message.size(), nullptr, &deadline);
+    const ssize_t size = mq_timedreceive(fromLl.Descriptor(), message.data(), message.size(), nullptr, &deadline);
     if (size != ORVEL_LINK_STATE_MESSAGE_SIZE || message[1] != static_cast<char>(ORVEL_LINK_STATE_CODE))
     {
-        throw std::runtime_error("no link state came through " + fromLlName);
+        throw std::runtime_error("no link state came through " + fromLl.Name());
     }
 }
 
@@ -78,14 +68,14 @@ bool Application::Send(std::size_t size)
     std::memcpy(&message[1], &sent, std::min(size, sizeof(sent)));
     ++sent;
     const timespec deadline = Deadline();
-    return mq_timedsend(toLl, message.data(), size + 1, 0, &deadline) == 0;
+    return mq_timedsend(toLl.Descriptor(), message.data(), size + 1, 0, &deadline) == 0;
 }
 
 bool Application::Receive(std::size_t size)
 {
     std::array<char, ORVEL_CEMI_MESSAGE_SIZE> message{};
     const timespec deadline = Deadline();
-    const ssize_t length = mq_timedreceive(fromLl, message.data(), message.size(), nullptr, &deadline);
+    const ssize_t length = mq_timedreceive(fromLl.Descriptor(), message.data(), message.size(), nullptr, &deadline);
     const bool same = length == static_cast<ssize_t>(size + 1) && message[0] == static_cast<char>(size) &&
                       std::memcmp(&message[1], &received, std::min(size, sizeof(received))) == 0;
     ++received;

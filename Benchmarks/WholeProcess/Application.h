@@ -1,6 +1,6 @@
 #pragma once
 
-#include <mqueue.h>
+#include "System/MessageQueue.h"
 
 #include <chrono>
 #include <cstddef>
@@ -20,14 +20,9 @@ struct Exchange
 class Application
 {
 public:
-    /// Makes both queues as the daemon would, so that it can wait for the first message before the daemon exists.
-    Application(std::string fromLlQueue, std::string toLlQueue);
-
-    /// Removes the queues, even if the program does not.
-    ~Application();
-
-    Application(const Application&) = delete;
-    Application& operator=(const Application&) = delete;
+    /// Makes both queues as the daemon would, so that it can wait for the first message before the daemon exists. Removes them
+    /// at the end, even if the program does not.
+    Application(const std::string& fromLlQueue, const std::string& toLlQueue);
 
     /// Throws std::runtime_error if none came for long.
     void AwaitLinkState() const;
@@ -39,10 +34,8 @@ private:
     bool Send(std::size_t size);
     bool Receive(std::size_t size);
 
-    std::string fromLlName;
-    std::string toLlName;
-    mqd_t fromLl;
-    mqd_t toLl;
+    System::OwnMessageQueue fromLl;
+    System::OwnMessageQueue toLl;
     uint32_t sent = 0;
     uint32_t received = 0;
 };

@@ -17,16 +17,16 @@ namespace
 {
 
 // This end of the terminal stands for the LEDs. It passes on everything unchanged.
-int OpenRaw(const std::string& path)
+System::Descriptor OpenRaw(const std::string& path)
 {
-    const int line = open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    System::Descriptor line(open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
     termios settings{};
-    if (line == -1 || tcgetattr(line, &settings) == -1)
+    if (!line.IsOpen() || tcgetattr(line.Number(), &settings) == -1)
     {
         throw std::runtime_error("cannot use the terminal " + path);
     }
     cfmakeraw(&settings);
-    tcsetattr(line, TCSANOW, &settings);
+    tcsetattr(line.Number(), TCSANOW, &settings);
     return line;
 }
 
@@ -35,11 +35,11 @@ int OpenRaw(const std::string& path)
 BareBoard::BareBoard()
     : terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC))
 {
-    if (terminal == -1 || unlockpt(terminal) == -1)
+    if (!terminal.IsOpen() || unlockpt(terminal.Number()) == -1)
     {
         throw std::runtime_error("cannot open a terminal");
     }
-    const std::string path = ptsname(terminal);
+    const std::string path = ptsname(terminal.Number());
     line = OpenRaw(path);
 
     Simulator::CoverDirectory("/dev");
@@ -57,9 +57,8 @@ BareBoard::BareBoard()
 
 BareBoard::~BareBoard()
 {
-    close(line);
+    line.Close();
     drain.join();
-    close(terminal);
 }
 
 // Each daemon's output at its start would fill the terminal after some seventy daemons. Ends when nobody has the line
@@ -67,7 +66,7 @@ BareBoard::~BareBoard()
 void BareBoard::Drain() const
 {
     std::array<char, 4096> block{};
-    while (read(terminal, block.data(), block.size()) > 0)
+    while (read(terminal.Number(), block.data(), block.size()) > 0)
     {
     }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "System/Descriptor.h"
+
 #include <thread>
 
 /// Everything that the daemon needs of a board, made of things that cost it no more than the kernel's own would: plain
@@ -18,7 +20,7 @@ public:
 private:
     void Drain() const;
 
-    int terminal; // where what the daemon writes can be read
-    int line = -1;
+    System::Descriptor terminal; // where what the daemon writes can be read
+    System::Descriptor line;
     std::thread drain;
 };

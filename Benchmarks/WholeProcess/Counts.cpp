@@ -1,6 +1,7 @@
 #include "Counts.h"
 
-#include "Process.h"
+#include "System/Descriptor.h"
+#include "System/Process.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -32,9 +33,9 @@ public:
     SharedNumber()
         : descriptor(memfd_create("count", 0))
     {
-        void* const page = ftruncate(descriptor, sizeof(uint64_t)) == -1
+        void* const page = ftruncate(Descriptor(), sizeof(uint64_t)) == -1
                                ? MAP_FAILED
-                               : mmap(nullptr, sizeof(uint64_t), PROT_READ, MAP_SHARED, descriptor, 0);
+                               : mmap(nullptr, sizeof(uint64_t), PROT_READ, MAP_SHARED, Descriptor(), 0);
         if (page == MAP_FAILED)
         {
             throw std::runtime_error("cannot share memory with the program that is measured");
@@ -45,7 +46,6 @@ public:
     ~SharedNumber()
     {
         munmap(const_cast<uint64_t*>(number), sizeof(uint64_t));
-        close(descriptor);
     }
 
     SharedNumber(const SharedNumber&) = delete;
@@ -53,7 +53,7 @@ public:
 
     int Descriptor() const
     {
-        return descriptor;
+        return descriptor.Number();
     }
 
     uint64_t Value() const
@@ -62,7 +62,7 @@ public:
     }
 
 private:
-    int descriptor;
+    System::Descriptor descriptor;
     const volatile uint64_t* number;
 };
 
@@ -137,9 +137,9 @@ SystemCalls CountSystemCalls(const Program& program, const Processors& processor
     WarmUp(subject);
     subject.AwaitSilence();
 
-    Simulator::Process::Start start;
+    System::Process::Start start;
     start.command = {"strace", "-f", "-q", "-q", "-o", file, "-p", std::to_string(subject.Id())};
-    Simulator::Process tracer(start);
+    System::Process tracer(start);
     AwaitTracer(subject.Id());
     const std::size_t linesBefore = subject.Lines();
     SystemCalls calls;

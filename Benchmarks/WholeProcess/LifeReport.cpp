@@ -1,8 +1,9 @@
-#include "Process.h"
 #include "Programs.h"
 #include "Reports.h"
 #include "Spread.h"
 #include "Table.h"
+
+#include "System/Process.h"
 
 #include <filesystem>
 #include <stdexcept>
@@ -74,9 +75,9 @@ std::vector<double> BusyShares(const Program& program, const Processors& process
 double StrippedSize(const std::string& binary)
 {
     const std::string stripped = "stripped";
-    Simulator::Process::Start start;
+    System::Process::Start start;
     start.command = {"strip", "-o", stripped, binary};
-    if (Simulator::Process(start).Wait() != 0)
+    if (System::Process(start).Wait() != 0)
     {
         throw std::runtime_error("cannot strip " + binary);
     }

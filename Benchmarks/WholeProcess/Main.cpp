@@ -7,6 +7,7 @@
 #include "Subject.h"
 #include "Table.h"
 
+#include "System/Process.h"
 #include "System/ThrowErrno.h"
 
 #include <sched.h>
@@ -66,19 +67,6 @@ void GoTo(const std::string& directory)
 {
     std::filesystem::create_directories(directory);
     std::filesystem::current_path(directory);
-}
-
-void Execute(const std::vector<std::string>& command)
-{
-    std::vector<char*> arguments;
-    arguments.reserve(command.size() + 1);
-    for (const std::string& argument : command)
-    {
-        arguments.push_back(const_cast<char*>(argument.c_str())); // exec does not write to them
-    }
-    arguments.push_back(nullptr);
-    execvp(arguments[0], arguments.data());
-    System::ThrowErrno("cannot run " + command.front());
 }
 
 bool Short(const Processors& processors)
@@ -143,7 +131,8 @@ int Run(const std::vector<std::string>& arguments)
     {
         Simulator::EnterNamespaces();
         KeepOn(processors.subject);
-        Execute({arguments.begin() + 1, arguments.end()});
+        System::Execute(arguments[1], {arguments.begin() + 1, arguments.end()});
+        System::ThrowErrno("cannot run " + arguments[1]);
     }
     std::puts(Usage);
     return UsageError;

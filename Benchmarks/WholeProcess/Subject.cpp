@@ -21,14 +21,14 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t TailSize = 1000; // bytes; some lines
 
-Simulator::Process StartOn(int processor, const Program& program, int output)
+System::Process StartOn(int processor, const Program& program, int output)
 {
     KeepOn(processor);
-    Simulator::Process::Start start;
+    System::Process::Start start;
     start.command = program.command;
     start.environment = program.environment;
     start.standardOutput = output;
-    return Simulator::Process(start);
+    return System::Process(start);
 }
 
 // The number behind `key` in a file of lines as "key: 12 kB".
@@ -63,24 +63,13 @@ void KeepOn(int processor)
     }
 }
 
-Subject::Output::Output()
-{
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) == -1)
-    {
-        throw std::runtime_error("cannot make a pipe");
-    }
-    reading = ends[0];
-    writing = ends[1];
-}
-
 Subject::Subject(const Program& program, const Processors& processors)
     : application(program.fromLlName, program.toLlName)
     , begin(Clock::now())
-    , process(StartOn(processors.subject, program, output.writing))
+    , process(StartOn(processors.subject, program, output.writing.Number()))
 {
     KeepOn(processors.application);
-    close(output.writing);
+    output.writing.Close();
     reader = std::thread(&Subject::ReadOutput, this);
     try
     {
@@ -104,7 +93,6 @@ void Subject::End()
     process.Signal(SIGKILL);
     process.Wait();
     reader.join();
-    close(output.reading);
 }
 
 void Subject::ReadOutput()
@@ -112,7 +100,7 @@ void Subject::ReadOutput()
     std::array<char, 16384> block{};
     for (ssize_t size = 1; size > 0;)
     {
-        size = read(output.reading, block.data(), block.size());
+        size = read(output.reading.Number(), block.data(), block.size());
         const std::lock_guard lock(tailMutex);
         tail.append(block.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
         tail.erase(0, tail.size() - std::min(tail.size(), TailSize));

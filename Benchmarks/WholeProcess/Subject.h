@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Application.h"
-#include "Process.h"
+
+#include "System/Descriptor.h"
+#include "System/Process.h"
 
 #include <atomic>
 #include <chrono>
@@ -90,23 +92,16 @@ public:
     }
 
 private:
-    struct Output
-    {
-        Output();
-        int reading;
-        int writing;
-    };
-
     void ReadOutput();
     void End();
 
-    Output output;
+    System::Pipe output;
     std::atomic<std::size_t> lines{0};
     std::mutex tailMutex;
     std::string tail; // of what it wrote
     Application application;
     std::chrono::steady_clock::time_point begin;
-    Simulator::Process process;
+    System::Process process;
     std::thread reader;
     std::chrono::nanoseconds startTime{0};
 };

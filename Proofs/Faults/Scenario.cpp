@@ -4,8 +4,9 @@
 #include "Board.h"
 #include "Daemon.h"
 
-#include <fcntl.h>
-#include <mqueue.h>
+#include "System/Descriptor.h"
+#include "System/MessageQueue.h"
+
 #include <poll.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -16,9 +17,11 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 
 using Knx::Bytes;
 using Simulator::Event;
+using System::MessageQueue;
 
 namespace
 {
@@ -40,57 +43,36 @@ const Point Direction{"openat", "/sys/class/gpio/gpio3/direction"};
 class Application
 {
 public:
-    explicit Application(const char* queueName)
+    Application(const char* queueName, MessageQueue::For queueAccess)
         : name(queueName)
+        , access(queueAccess)
     {
     }
 
-    ~Application()
+    bool Open()
     {
-        mq_close(queue);
-    }
-
-    Application(const Application&) = delete;
-    Application& operator=(const Application&) = delete;
-
-    bool Open(int access)
-    {
-        queue = queue == -1 ? mq_open(name, access | O_NONBLOCK) : queue;
-        return queue != -1;
+        if (!queue)
+        {
+            queue = MessageQueue::TryOpen(name, access);
+        }
+        return queue.has_value();
     }
 
     bool Send(const Bytes& message) const
     {
-        return mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0) == 0;
+        return queue && queue->Send(message);
     }
 
-    Bytes Receive() const
+    std::optional<Bytes> Receive() const
     {
-        Bytes message(8192);
-        const ssize_t size = mq_receive(queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
-        message.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
-        return message;
+        return queue ? queue->Receive() : std::nullopt;
     }
 
 private:
     const char* const name;
-    mqd_t queue = -1;
+    const MessageQueue::For access;
+    std::optional<MessageQueue> queue;
 };
-
-// Two frames that applications left while no daemon was running.
-void LeaveStaleFrames()
-{
-    mq_attr attributes{};
-    attributes.mq_maxmsg = 14;
-    attributes.mq_msgsize = 261;
-    const mqd_t queue = mq_open("/cemiToLL", O_CREAT | O_WRONLY, 0644, &attributes);
-    for (const char number : {'\x01', '\x02'})
-    {
-        const std::array<char, 3> frame{'\x02', '\xEE', number};
-        mq_send(queue, frame.data(), frame.size(), 0);
-    }
-    mq_close(queue);
-}
 
 class Scenario
 {
@@ -104,13 +86,16 @@ public:
 
     Report Play()
     {
-        LeaveStaleFrames();
+        // Applications left two frames while no daemon was running.
+        const System::OwnMessageQueue left("/cemiToLL", MessageQueue::For::Writing, 14, 261);
+        left.Send({0x02, 0xEE, 0x01});
+        left.Send({0x02, 0xEE, 0x02});
         Daemon daemon(watch.Command({DRIVER}), {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}});
         watch.Begin();
-        process = static_cast<int>(syscall(SYS_pidfd_open, daemon.Id(), 0));
+        process = System::Descriptor(static_cast<int>(syscall(SYS_pidfd_open, daemon.Id(), 0)));
         PlayTraffic();
         End(daemon);
-        close(process);
+        process.Close();
         Collect(daemon);
         return report;
     }
@@ -121,8 +106,7 @@ private:
     void PlayTraffic()
     {
         report.deliveries["state"].sent = {Usable};
-        const auto isOpen = [&]
-        { return fromLink.Open(O_RDONLY) && button.Open(O_RDONLY) && toLink.Open(O_WRONLY) && HasAllStates(); };
+        const auto isOpen = [&] { return fromLink.Open() && button.Open() && toLink.Open() && HasAllStates(); };
         if (!Step(isOpen))
         {
             return;
@@ -192,12 +176,12 @@ private:
         delivery.sent.emplace_back(message);
         const auto isReceived = [&]
         {
-            const Bytes state = button.Receive();
-            if (!state.empty())
+            const auto state = button.Receive();
+            if (state)
             {
-                delivery.received.push_back(Knx::ToHex(state));
+                delivery.received.push_back(Knx::ToHex(*state));
             }
-            return !state.empty();
+            return state.has_value();
         };
         return Step(isReceived);
     }
@@ -237,7 +221,7 @@ private:
 
     bool HasEnded() const
     {
-        pollfd entry{process, POLLIN, 0};
+        pollfd entry{process.Number(), POLLIN, 0};
         return poll(&entry, 1, 0) > 0;
     }
 
@@ -312,10 +296,10 @@ private:
     // The application reads everything that is there. Returns whether it has this message now.
     bool Received(const std::string& what, const std::string& message)
     {
-        for (Bytes next = fromLink.Receive(); !next.empty(); next = fromLink.Receive())
+        for (auto next = fromLink.Receive(); next; next = fromLink.Receive())
         {
-            const std::string kind = next.size() == 4 && next[1] == 0xB9 ? "state" : "from";
-            report.deliveries[kind].received.push_back(Knx::ToHex(next));
+            const std::string kind = next->size() == 4 && next->at(1) == 0xB9 ? "state" : "from";
+            report.deliveries[kind].received.push_back(Knx::ToHex(*next));
         }
         const auto& received = report.deliveries[what].received;
         return !received.empty() && received.back() == message;
@@ -376,10 +360,10 @@ private:
     Watch watch;
     Simulator::EventLog events;
     Simulator::Board board;
-    Application fromLink{"/cemiFromLL"};
-    Application toLink{"/cemiToLL"};
-    Application button{"/progButton"};
-    int process = -1; // becomes readable when the daemon has ended
+    Application fromLink{"/cemiFromLL", MessageQueue::For::Reading};
+    Application toLink{"/cemiToLL", MessageQueue::For::Writing};
+    Application button{"/progButton", MessageQueue::For::Reading};
+    System::Descriptor process; // becomes readable when the daemon has ended
     int round = 0;
     Report report;
 };

@@ -183,8 +183,9 @@ int ErrorNumber(const std::string& name)
 // Does what the call would have done, for `size` bytes. Returns its result, or the negated error.
 int64_t Perform(const Point& point, pid_t program, const seccomp_notif& call, std::size_t size)
 {
-    const auto process = static_cast<int>(syscall(SYS_pidfd_open, program, 0));
-    const auto descriptor = static_cast<int>(syscall(SYS_pidfd_getfd, process, static_cast<int>(call.data.args[0]), 0));
+    const System::Descriptor process(static_cast<int>(syscall(SYS_pidfd_open, program, 0)));
+    const auto number = static_cast<int>(call.data.args[0]); // as the program knows it
+    const System::Descriptor descriptor(static_cast<int>(syscall(SYS_pidfd_getfd, process.Number(), number, 0)));
     std::vector<char> bytes(size);
     iovec here{bytes.data(), size};
     const iovec there = Memory(call.data.args[1], size);
@@ -192,19 +193,17 @@ int64_t Perform(const Point& point, pid_t program, const seccomp_notif& call, st
     if (point.call == "write")
     {
         process_vm_readv(static_cast<pid_t>(call.pid), &here, 1, &there, 1, 0);
-        result = write(descriptor, bytes.data(), size);
+        result = write(descriptor.Number(), bytes.data(), size);
     }
     else
     {
-        result = point.call == "read" ? read(descriptor, bytes.data(), size)
-                                      : pread(descriptor, bytes.data(), size, static_cast<off_t>(call.data.args[3]));
+        result = point.call == "read"
+                     ? read(descriptor.Number(), bytes.data(), size)
+                     : pread(descriptor.Number(), bytes.data(), size, static_cast<off_t>(call.data.args[3]));
         here.iov_len = static_cast<std::size_t>(std::max<int64_t>(result, 0));
         process_vm_writev(static_cast<pid_t>(call.pid), &here, 1, &there, 1, 0);
     }
-    const int error = errno;
-    close(descriptor);
-    close(process);
-    return result == -1 ? -error : result;
+    return result == -1 ? -errno : result;
 }
 
 // Reports every call of this process, and of all processes that come from it, to the owner of the descriptor `result`;
@@ -251,18 +250,18 @@ void SendDescriptor(int socket, int descriptor)
     sendmsg(socket, &message, 0);
 }
 
-int ReceiveDescriptor(int socket)
+System::Descriptor ReceiveDescriptor(const System::Descriptor& socket)
 {
     ControlMessage control{};
     char byte = 0;
     iovec payload{&byte, 1};
     msghdr message = MessageWith(control, payload);
     int descriptor = -1;
-    if (recvmsg(socket, &message, MSG_CMSG_CLOEXEC) == 1 && message.msg_controllen >= CMSG_LEN(sizeof(int)))
+    if (recvmsg(socket.Number(), &message, MSG_CMSG_CLOEXEC) == 1 && message.msg_controllen >= CMSG_LEN(sizeof(int)))
     {
         memcpy(&descriptor, CMSG_DATA(&control.header), sizeof(int));
     }
-    return descriptor;
+    return System::Descriptor(descriptor);
 }
 
 } // namespace
@@ -290,14 +289,9 @@ Fault::Fault(const std::string& text)
 Watch::Watch(std::optional<Plan> thePlan)
     : plan(std::move(thePlan))
 {
-    std::array<int, 2> ends{};
-    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends.data()) == -1)
-    {
-        throw std::runtime_error("no socket");
-    }
-    ownEnd = ends[0];
-    launcherEnd = dup(ends[1]); // is inherited
-    close(ends[1]);
+    System::SocketPair sockets(SOCK_SEQPACKET | SOCK_CLOEXEC);
+    ownEnd = std::move(sockets.one);
+    launcherEnd = System::Descriptor(dup(sockets.other.Number())); // is inherited
 }
 
 Watch::~Watch()
@@ -307,23 +301,19 @@ Watch::~Watch()
     {
         thread.join();
     }
-    close(ownEnd);
-    close(launcherEnd);
-    close(listener);
 }
 
 std::vector<std::string> Watch::Command(std::vector<std::string> command)
 {
-    command.insert(command.begin(), {"/proc/self/exe", "launch", std::to_string(launcherEnd)});
+    command.insert(command.begin(), {"/proc/self/exe", "launch", std::to_string(launcherEnd.Number())});
     return command;
 }
 
 void Watch::Begin()
 {
-    close(launcherEnd); // so that the end of what launches the program is noticed
-    launcherEnd = -1;
+    launcherEnd.Close(); // so that the end of what launches the program is noticed
     listener = ReceiveDescriptor(ownEnd);
-    if (listener == -1)
+    if (!listener.IsOpen())
     {
         throw std::runtime_error("this system does not let system calls be watched (seccomp, user notification)");
     }
@@ -392,7 +382,7 @@ void Watch::ThreadFunction()
 {
     while (running)
     {
-        pollfd entry{listener, POLLIN, 0};
+        pollfd entry{listener.Number(), POLLIN, 0};
         if (poll(&entry, 1, Timeout()) > 0)
         {
             if ((entry.revents & POLLIN) == 0)
@@ -400,7 +390,7 @@ void Watch::ThreadFunction()
                 return; // nobody is left to be watched
             }
             seccomp_notif call{};
-            if (ioctl(listener, SECCOMP_IOCTL_NOTIF_RECV, &call) == 0)
+            if (ioctl(listener.Number(), SECCOMP_IOCTL_NOTIF_RECV, &call) == 0)
             {
                 OnCall(call);
             }
@@ -538,7 +528,7 @@ bool Watch::Answer(uint64_t id, int error, int64_t value, unsigned flags) const
     answer.error = error;
     answer.val = value;
     answer.flags = flags;
-    return ioctl(listener, SECCOMP_IOCTL_NOTIF_SEND, &answer) == 0;
+    return ioctl(listener.Number(), SECCOMP_IOCTL_NOTIF_SEND, &answer) == 0;
 }
 
 bool Watch::Continue(uint64_t id) const

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "System/Descriptor.h"
+
 #include <sys/types.h>
 
 #include <atomic>
@@ -119,9 +121,9 @@ private:
     int Timeout() const;
 
     const std::optional<Plan> plan;
-    int launcherEnd = -1;
-    int ownEnd = -1;
-    int listener = -1;
+    System::Descriptor launcherEnd;
+    System::Descriptor ownEnd;
+    System::Descriptor listener;
     std::atomic<bool> running{true};
     pid_t process = 0;     // the program
     bool launched = false; // the program itself runs, no longer what launches it

@@ -40,8 +40,8 @@ GpioTrace::GpioTrace(Simulator::PinListener pinListener)
     Set("kprobe_events", "p:orvel/tty_open tty_open");
     Set("events/gpio/enable", "1");
     Set("events/orvel/enable", "1");
-    pipe = open((Directory + "trace_pipe").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (pipe == -1)
+    pipe = System::Descriptor(open((Directory + "trace_pipe").c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    if (!pipe.IsOpen())
     {
         System::ThrowErrno("cannot read the kernel's trace");
     }
@@ -56,7 +56,7 @@ GpioTrace::~GpioTrace()
 {
     running = false;
     thread.join();
-    close(pipe);
+    pipe.Close();
     std::ofstream(Directory + "events/enable") << 0;
     std::ofstream(Directory + "kprobe_events") << "";
     std::ofstream(Directory + "trace") << "";
@@ -88,7 +88,7 @@ void GpioTrace::ThreadFunction()
 {
     while (running)
     {
-        pollfd entry{pipe, POLLIN, 0};
+        pollfd entry{pipe.Number(), POLLIN, 0};
         poll(&entry, 1, StopPeriod);
         ReadUpToNow();
     }
@@ -98,15 +98,10 @@ void GpioTrace::ReadUpToNow()
 {
     const std::lock_guard lock(mutex);
     std::array<char, 4096> buffer{};
-    for (ssize_t size = read(pipe, buffer.data(), buffer.size()); size > 0;
-         size = read(pipe, buffer.data(), buffer.size()))
+    for (ssize_t size = read(pipe.Number(), buffer.data(), buffer.size()); size > 0;
+         size = read(pipe.Number(), buffer.data(), buffer.size()))
     {
-        pending.append(buffer.data(), static_cast<std::size_t>(size));
-        for (auto end = pending.find('\n'); end != std::string::npos; end = pending.find('\n'))
-        {
-            TakeIn(pending.substr(0, end));
-            pending.erase(0, end + 1);
-        }
+        lines.Take({buffer.data(), static_cast<std::size_t>(size)}, [this](const std::string& line) { TakeIn(line); });
     }
 }
 

@@ -2,6 +2,9 @@
 
 #include "Gpio.h"
 
+#include "System/Descriptor.h"
+#include "System/Lines.h"
+
 #include <atomic>
 #include <functional>
 #include <mutex>
@@ -51,9 +54,9 @@ private:
     void TakeIn(const std::string& line);
 
     const Simulator::PinListener listener;
-    int pipe = -1;
+    System::Descriptor pipe;
     std::mutex mutex; // for all that follows
-    std::string pending;
+    System::Lines lines;
     std::vector<Pin> pins;
     std::vector<Simulator::PinChange> changes;
     std::vector<Time> serialOpenings;

@@ -3,8 +3,6 @@
 #include "Frames.h"
 #include "Orvel/Protocol.h"
 
-#include <fcntl.h>
-
 #include <algorithm>
 #include <array>
 #include <chrono>
@@ -45,9 +43,9 @@ Applications::Applications(Simulator::Board& theBoard, const Ledger& theLedger, 
     , amounts(theAmounts)
     , progress(theProgress)
     , seed(theSeed)
-    , toLink(std::make_unique<Queue>(ORVEL_CEMI_TO_LL_QUEUE, O_WRONLY))
-    , fromLink(std::make_unique<Queue>(ORVEL_CEMI_FROM_LL_QUEUE, O_RDONLY))
-    , button(std::make_unique<Queue>(ORVEL_PROG_BUTTON_QUEUE, O_RDONLY))
+    , toLink(std::make_unique<Queue>(ORVEL_CEMI_TO_LL_QUEUE, Queue::For::Writing))
+    , fromLink(std::make_unique<Queue>(ORVEL_CEMI_FROM_LL_QUEUE, Queue::For::Reading))
+    , button(std::make_unique<Queue>(ORVEL_PROG_BUTTON_QUEUE, Queue::For::Reading))
 {
     for (const auto work : {&Applications::ReadFromLink, &Applications::ReadButton})
     {

@@ -1,29 +1,24 @@
 #include "LoggedDaemon.h"
 
-#include <fcntl.h>
+#include "System/Lines.h"
+
 #include <poll.h>
 #include <unistd.h>
 
-#include <array>
-#include <stdexcept>
 #include <utility>
 
 LoggedDaemon::LoggedDaemon(const std::vector<std::string>& options, std::function<void(const std::string&)> onLine)
     : handler(std::move(onLine))
 {
-    std::array<int, 2> pipe{};
-    if (pipe2(pipe.data(), O_CLOEXEC) == -1)
-    {
-        throw std::runtime_error("no pipe");
-    }
-    output = pipe[0];
-    Simulator::Process::Start start;
+    System::Pipe pipe;
+    output = std::move(pipe.reading);
+    System::Process::Start start;
     start.command = options;
     start.command.insert(start.command.begin(), DRIVER);
     start.environment = {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}};
-    start.standardOutput = pipe[1];
-    process = std::make_unique<Simulator::Process>(start);
-    close(pipe[1]);
+    start.standardOutput = pipe.writing.Number();
+    process = std::make_unique<System::Process>(start);
+    pipe.writing.Close();
     reader = std::thread(&LoggedDaemon::ReadOutput, this);
 }
 
@@ -34,7 +29,6 @@ LoggedDaemon::~LoggedDaemon()
     {
         reader.join();
     }
-    close(output);
 }
 
 bool LoggedDaemon::HasEnded() const
@@ -57,16 +51,9 @@ void LoggedDaemon::ReadOutput()
 {
     constexpr std::size_t BlockSize = 65'536;
     std::vector<char> buffer(BlockSize);
-    std::string pending;
-    for (ssize_t size = 0; (size = read(output, buffer.data(), buffer.size())) > 0;)
+    System::Lines lines;
+    for (ssize_t size = 0; (size = read(output.Number(), buffer.data(), buffer.size())) > 0;)
     {
-        pending.append(buffer.data(), static_cast<std::size_t>(size));
-        std::size_t begin = 0;
-        for (std::size_t end = pending.find('\n'); end != std::string::npos; end = pending.find('\n', begin))
-        {
-            handler(pending.substr(begin, end - begin));
-            begin = end + 1;
-        }
-        pending.erase(0, begin);
+        lines.Take({buffer.data(), static_cast<std::size_t>(size)}, handler);
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "Process.h"
+#include "System/Descriptor.h"
+#include "System/Process.h"
 
 #include <atomic>
 #include <functional>
@@ -41,7 +42,7 @@ private:
     void ReadOutput();
 
     const std::function<void(const std::string&)> handler;
-    int output = -1;
-    std::unique_ptr<Simulator::Process> process;
+    System::Descriptor output;
+    std::unique_ptr<System::Process> process;
     std::thread reader;
 };

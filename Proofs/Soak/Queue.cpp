@@ -1,54 +1,35 @@
 #include "Queue.h"
 
 #include "Await.h"
-#include "Orvel/Protocol.h"
 
-#include <fcntl.h>
+#include <utility>
 
-using Knx::Bytes;
+using System::MessageQueue;
 
-Queue::Queue(const char* queueName, int access)
-    : name(queueName)
-    , mode(access | O_NONBLOCK)
+namespace
+{
+
+MessageQueue AwaitQueue(const std::string& name, Queue::For access)
 {
     constexpr std::chrono::seconds Limit{300};
-    Await([this] { return (queue = mq_open(name, mode)) != -1; }, Limit);
+    std::optional<MessageQueue> queue;
+    Await([&] { return (queue = MessageQueue::TryOpen(name, access)).has_value(); }, Limit);
+    return queue ? std::move(*queue) : MessageQueue(name, access); // which says why not
 }
 
-Queue::~Queue()
+} // namespace
+
+Queue::Queue(std::string queueName, For queueAccess)
+    : name(std::move(queueName))
+    , access(queueAccess)
+    , queue(AwaitQueue(name, access))
 {
-    mq_close(queue);
 }
 
 void Queue::OpenAgain()
 {
-    if (const mqd_t again = mq_open(name, mode); again != -1)
+    if (auto again = MessageQueue::TryOpen(name, access))
     {
-        mq_close(queue);
-        queue = again;
+        queue = std::move(*again);
     }
-}
-
-bool Queue::Send(const Bytes& message) const
-{
-    return mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0) == 0;
-}
-
-std::optional<Bytes> Queue::Receive() const
-{
-    Bytes message(ORVEL_CEMI_MESSAGE_SIZE);
-    const ssize_t size = mq_receive(queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
-    if (size == -1)
-    {
-        return std::nullopt;
-    }
-    message.resize(static_cast<std::size_t>(size));
-    return message;
-}
-
-long Queue::Pending() const
-{
-    mq_attr attributes{};
-    mq_getattr(queue, &attributes);
-    return attributes.mq_curmsgs;
 }

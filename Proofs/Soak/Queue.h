@@ -1,37 +1,43 @@
 #pragma once
 
 #include "Knx/HexDigits.h"
+#include "System/MessageQueue.h"
 
-#include <mqueue.h>
-
-#include <cstddef>
 #include <optional>
+#include <string>
 
 /// A queue as an application uses it.
 class Queue
 {
 public:
-    /// Waits until the daemon has made it. `access` is O_RDONLY or O_WRONLY.
-    Queue(const char* queueName, int access);
-    ~Queue();
+    using For = System::MessageQueue::For;
 
-    Queue(const Queue&) = delete;
-    Queue& operator=(const Queue&) = delete;
+    /// Waits until the daemon has made it.
+    Queue(std::string queueName, For queueAccess);
 
     /// Closes and opens the queue, as an application that ends and starts again. If the queue was unlinked, the
     /// application keeps what it has.
     void OpenAgain();
 
     /// False if there is no room.
-    bool Send(const Knx::Bytes& message) const;
+    bool Send(const Knx::Bytes& message) const
+    {
+        return queue.Send(message);
+    }
 
     /// The next message, if there is one.
-    std::optional<Knx::Bytes> Receive() const;
+    std::optional<Knx::Bytes> Receive() const
+    {
+        return queue.Receive();
+    }
 
-    long Pending() const;
+    long Pending() const
+    {
+        return queue.Pending();
+    }
 
 private:
-    const char* const name;
-    const int mode;
-    mqd_t queue = -1;
+    const std::string name;
+    const For access;
+    System::MessageQueue queue;
 };

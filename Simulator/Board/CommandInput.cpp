@@ -18,15 +18,10 @@ bool CommandInput::Read(const std::function<void(const std::string&)>& onLine)
     }
     if (size <= 0)
     {
-        onLine(pending);
+        lines.End(onLine);
         return false;
     }
-    pending.append(buffer.data(), static_cast<std::size_t>(size));
-    for (std::size_t end = pending.find('\n'); end != std::string::npos; end = pending.find('\n'))
-    {
-        onLine(pending.substr(0, end));
-        pending.erase(0, end + 1);
-    }
+    lines.Take({buffer.data(), static_cast<std::size_t>(size)}, onLine);
     return true;
 }
 

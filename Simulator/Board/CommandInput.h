@@ -1,5 +1,7 @@
 #pragma once
 
+#include "System/Lines.h"
+
 #include <functional>
 #include <string>
 
@@ -27,7 +29,7 @@ public:
 
 private:
     int descriptor;
-    std::string pending;
+    System::Lines lines;
 };
 
 } // namespace Simulator

@@ -1,16 +1,16 @@
 #include "Demonstration.h"
 
 #include "Orvel/Protocol.h"
+#include "System/MessageQueue.h"
 #include "System/ThrowErrno.h"
 
-#include <fcntl.h>
-#include <mqueue.h>
 #include <poll.h>
 
 #include <array>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <stdexcept>
 
 namespace Simulator
@@ -19,57 +19,12 @@ namespace Simulator
 namespace
 {
 
+using System::MessageQueue;
 using namespace std::chrono_literals;
 
 constexpr auto Patience = 20s;  // with each step, on a busy machine
 constexpr auto Glance = 50ms;   // between two looks at whether it has been cancelled
 constexpr int MaxRestarts = 10; // each start without LEDs is a rare one
-
-// A message queue as an application opens it: the daemon has created it.
-class Queue
-{
-public:
-    Queue(const char* queueName, int access)
-        : name(queueName)
-        , queue(mq_open(queueName, access | O_NONBLOCK | O_CLOEXEC))
-    {
-        if (queue == -1)
-        {
-            System::ThrowErrno("cannot open " + name);
-        }
-    }
-
-    ~Queue()
-    {
-        mq_close(queue);
-    }
-
-    Queue(const Queue&) = delete;
-    Queue& operator=(const Queue&) = delete;
-
-    void Send(const Bytes& message) const
-    {
-        if (mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0) == -1)
-        {
-            System::ThrowErrno("cannot write to " + name);
-        }
-    }
-
-    // Empty when nothing came within a glance.
-    Bytes Receive() const
-    {
-        pollfd entry{queue, POLLIN, 0};
-        poll(&entry, 1, static_cast<int>(std::chrono::milliseconds(Glance).count()));
-        Bytes message(ORVEL_CEMI_MESSAGE_SIZE);
-        const ssize_t size = mq_receive(queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
-        message.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
-        return message;
-    }
-
-private:
-    std::string name;
-    mqd_t queue;
-};
 
 class Walk
 {
@@ -90,13 +45,16 @@ public:
         // The daemon opens its queues and registers its LEDs on threads of its own.
         AwaitFile("/dev/mqueue/cemiFromLL", "the daemon opens its queues");
         AwaitFile("/dev/mqueue/progButton", "the daemon opens its queue for the button");
-        const Queue fromLink(ORVEL_CEMI_FROM_LL_QUEUE, O_RDONLY);
-        const Queue button(ORVEL_PROG_BUTTON_QUEUE, O_RDONLY);
+        const MessageQueue fromLink(ORVEL_CEMI_FROM_LL_QUEUE, MessageQueue::For::Reading);
+        const MessageQueue button(ORVEL_PROG_BUTTON_QUEUE, MessageQueue::For::Reading);
         Read(fromLink, "the link is usable");
-        const Queue toLink(ORVEL_CEMI_TO_LL_QUEUE, O_WRONLY);
+        const MessageQueue toLink(ORVEL_CEMI_TO_LL_QUEUE, MessageQueue::For::Writing);
 
         Say("an application switches group address 1/2/3 on");
-        toLink.Send({0x0b, 0x11, 0x00, 0xbc, 0xe0, 0x00, 0x00, 0x0a, 0x03, 0x01, 0x00, 0x81});
+        if (!toLink.Send({0x0b, 0x11, 0x00, 0xbc, 0xe0, 0x00, 0x00, 0x0a, 0x03, 0x01, 0x00, 0x81}))
+        {
+            System::ThrowErrno("cannot write to " ORVEL_CEMI_TO_LL_QUEUE);
+        }
         Read(fromLink, "the confirmation");
 
         Say("somebody on the bus switches it off");
@@ -198,11 +156,11 @@ private:
                });
     }
 
-    void Read(const Queue& queue, const std::string& meaning)
+    void Read(const MessageQueue& queue, const std::string& meaning)
     {
-        Bytes message;
-        Insist(meaning, [&] { return !(message = queue.Receive()).empty(); });
-        Say("an application reads " + Knx::ToHex(message) + " (" + meaning + ")");
+        std::optional<Bytes> message;
+        Insist(meaning, [&] { return (message = queue.ReceiveWithin(Glance)).has_value(); });
+        Say("an application reads " + Knx::ToHex(*message) + " (" + meaning + ")");
     }
 
     // The daemon registers this one first. It bears the name that an option gives it, or its built-in one if the worker came

@@ -9,11 +9,12 @@
 #include "Rendezvous.h"
 #include "Session.h"
 #include "StartPriority.h"
-#include "StopSignals.h"
 #include "Terminal.h"
 #include "TerminalGuard.h"
 #include "Version.h"
 
+#include "System/Process.h"
+#include "System/Signals.h"
 #include "System/ThrowErrno.h"
 
 #include <unistd.h>
@@ -59,7 +60,7 @@ std::filesystem::path MustExist(const std::filesystem::path& path, const char* o
     return path;
 }
 
-Process::Start DaemonStart(const Options& options)
+System::Process::Start DaemonStart(const Options& options)
 {
     const auto driver =
         MustExist(options.driver.empty() ? OwnDirectory() / ORVEL_DRIVER_FROM_BIN : options.driver, "driver");
@@ -67,7 +68,7 @@ Process::Start DaemonStart(const Options& options)
         MustExist((options.library.empty() ? OwnDirectory() / ORVEL_LIBRARY_FROM_BIN : options.library) / "libNemt.so",
                   "library")
             .parent_path();
-    Process::Start start;
+    System::Process::Start start;
     start.command = options.command;
     start.command.insert(start.command.begin(), std::filesystem::absolute(driver).lexically_normal());
     std::string path = std::filesystem::absolute(library).lexically_normal();
@@ -131,12 +132,12 @@ private:
 
 int RunBoard(const Options& options, std::optional<pid_t> guard)
 {
-    Process::Start daemonStart = DaemonStart(options);
+    System::Process::Start daemonStart = DaemonStart(options);
     if (guard)
     {
         BlockScreenSignals();
     }
-    const StopSignals signals;
+    const System::StopSignals signals;
     const StartPriority priority;
     const Rendezvous rendezvous(options.name); // before the namespaces, in which this user has another number
     EnterNamespaces();
@@ -183,13 +184,7 @@ int RunBoard(const Options& options)
 [[noreturn]] void RunOnBoard(const Options& options)
 {
     JoinNamespaces(Rendezvous::Find(options.name));
-    std::vector<char*> arguments;
-    for (const std::string& argument : options.command)
-    {
-        arguments.push_back(const_cast<char*>(argument.c_str())); // exec does not write to them
-    }
-    arguments.push_back(nullptr);
-    execvp(arguments[0], arguments.data());
+    System::Execute(options.command.front(), options.command);
     System::ThrowErrno("cannot run " + options.command.front());
 }
 

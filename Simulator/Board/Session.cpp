@@ -2,9 +2,9 @@
 
 #include "Demonstration.h"
 
+#include "System/Deadline.h"
+
 #include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -25,8 +25,8 @@ constexpr std::chrono::milliseconds LookEvery{250}; // as long as the daemon's w
 
 } // namespace
 
-Session::Session(const Process::Start& daemonStart, Board& theBoard, EventLog& eventLog, const Rendezvous& meeting,
-                 const StopSignals& stopSignals, const Person& thePerson)
+Session::Session(const System::Process::Start& daemonStart, Board& theBoard, EventLog& eventLog,
+                 const Rendezvous& meeting, const System::StopSignals& stopSignals, const Person& thePerson)
     : start(daemonStart)
     , board(theBoard)
     , events(eventLog)
@@ -36,8 +36,6 @@ Session::Session(const Process::Start& daemonStart, Board& theBoard, EventLog& e
     , commands(theBoard.TheCoProcessor(),
                [this](int signal, std::chrono::seconds pause) { return Restart(signal, pause); })
     , input(thePerson.commands)
-    , demonstrationDone(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-    , restartWanted(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
     StartDaemon();
 }
@@ -49,8 +47,6 @@ Session::~Session()
     {
         demonstration.join();
     }
-    close(demonstrationDone);
-    close(restartWanted);
 }
 
 void Session::StartDemonstration()
@@ -59,8 +55,8 @@ void Session::StartDemonstration()
     demonstration = std::thread(
         [this]
         {
-            Demonstrate(board, events, demonstrationCancelled, [this] { eventfd_write(restartWanted, 1); });
-            eventfd_write(demonstrationDone, 1);
+            Demonstrate(board, events, demonstrationCancelled, [this] { restartWanted.Signal(); });
+            demonstrationDone.Signal();
         });
 }
 
@@ -83,8 +79,8 @@ bool Session::Step()
 {
     std::array<pollfd, 5> set{{{daemon ? daemon->Descriptor() : -1, POLLIN, 0},
                                {signals.Descriptor(), POLLIN, 0},
-                               {demonstrationDone, POLLIN, 0},
-                               {restartWanted, POLLIN, 0},
+                               {demonstrationDone.Descriptor(), POLLIN, 0},
+                               {restartWanted.Descriptor(), POLLIN, 0},
                                {reading ? input.Descriptor() : -1, POLLIN, 0}}};
     poll(set.data(), set.size(), PollTimeout());
     const auto isReady = [&set](std::size_t index) { return set.at(index).revents != 0; };
@@ -103,14 +99,12 @@ bool Session::Step()
     }
     if (isReady(2))
     {
-        eventfd_t ignored = 0;
-        eventfd_read(demonstrationDone, &ignored);
+        demonstrationDone.Clear();
         reading = true;
     }
     if (isReady(3))
     {
-        eventfd_t ignored = 0;
-        eventfd_read(restartWanted, &ignored);
+        restartWanted.Clear();
         Restart(SIGINT, std::chrono::seconds(0));
     }
     if (isReady(4))
@@ -126,7 +120,7 @@ void Session::StartDaemon()
     endBegan.reset();
     killed = false;
     startsAt.reset();
-    Process::Start toldStart = start;
+    System::Process::Start toldStart = start;
     toldStart.beforeExec = [this](pid_t process)
     {
         if (start.beforeExec)
@@ -280,7 +274,7 @@ void Session::OnTime(Clock::time_point now)
 // ms until the next thing that has its time; -1 when nothing has.
 int Session::PollTimeout() const
 {
-    auto next = Clock::time_point::max();
+    auto next = System::NoDeadline;
     if (daemon && endBegan && !killed)
     {
         next = *endBegan + StopLimit;
@@ -293,12 +287,7 @@ int Session::PollTimeout() const
     {
         next = std::min(next, *startsAt);
     }
-    if (next == Clock::time_point::max())
-    {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now());
-    return static_cast<int>(std::max(left, std::chrono::milliseconds(0)).count());
+    return System::PollTimeout(next);
 }
 
 } // namespace Simulator

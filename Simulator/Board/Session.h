@@ -5,9 +5,11 @@
 #include "Commands.h"
 #include "EventLog.h"
 #include "LedWatch.h"
-#include "Process.h"
 #include "Rendezvous.h"
-#include "StopSignals.h"
+
+#include "System/Process.h"
+#include "System/Signals.h"
+#include "System/WakeUp.h"
 
 #include <atomic>
 #include <chrono>
@@ -30,8 +32,8 @@ public:
         std::function<void(const std::string&)> answer; ///< tells the answer to a command that has one
     };
 
-    Session(const Process::Start& daemonStart, Board& theBoard, EventLog& eventLog, const Rendezvous& meeting,
-            const StopSignals& stopSignals, const Person& thePerson);
+    Session(const System::Process::Start& daemonStart, Board& theBoard, EventLog& eventLog, const Rendezvous& meeting,
+            const System::StopSignals& stopSignals, const Person& thePerson);
     ~Session();
 
     Session(const Session&) = delete;
@@ -60,11 +62,11 @@ private:
     void OnTime(Clock::time_point now);
     int PollTimeout() const;
 
-    const Process::Start start;
+    const System::Process::Start start;
     Board& board;
     EventLog& events;
     const Rendezvous& rendezvous;
-    const StopSignals& signals;
+    const System::StopSignals& signals;
     const Person person;
     Commands commands;
     CommandInput input;
@@ -76,11 +78,11 @@ private:
     std::optional<Clock::time_point> startsAt;        // while it does not run
     bool startFailed = false;                         // and a person may try again
     int status = 0;                                   // with which it last ended
-    int demonstrationDone;
-    int restartWanted; // by the demonstration
+    System::WakeUp demonstrationDone;
+    System::WakeUp restartWanted; // by the demonstration
     std::atomic<bool> demonstrationCancelled{false};
     std::thread demonstration;
-    std::optional<Process> daemon;
+    std::optional<System::Process> daemon;
     std::optional<LedWatch> ledWatch; // until there is a finding
     Clock::time_point looksAt;
 };

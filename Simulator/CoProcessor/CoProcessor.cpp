@@ -1,12 +1,9 @@
 #include "CoProcessor.h"
 
-#include "System/ThrowErrno.h"
+#include "System/Deadline.h"
 
 #include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -17,12 +14,7 @@ CoProcessor::CoProcessor(SerialLine& serialLine, EventLog& eventLog)
     : line(serialLine)
     , events(eventLog)
     , firmware(Outside())
-    , wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
-    if (wakeUp == -1)
-    {
-        System::ThrowErrno("cannot make an event descriptor");
-    }
     thread = std::thread(&CoProcessor::ThreadFunction, this);
 }
 
@@ -32,9 +24,8 @@ CoProcessor::~CoProcessor()
         const std::lock_guard lock(mutex);
         running = false;
     }
-    Wake();
+    wakeUp.Signal();
     thread.join();
-    close(wakeUp);
 }
 
 // What the firmware has to send, or to do at its time, is the thread's business afterwards.
@@ -42,7 +33,7 @@ template<typename Operation>
 auto CoProcessor::WithFirmware(const Operation& operation)
 {
     const std::lock_guard lock(mutex);
-    Wake();
+    wakeUp.Signal();
     return operation(Clock::now());
 }
 
@@ -148,15 +139,14 @@ void CoProcessor::ThreadFunction()
     {
         auto now = Clock::now();
         const bool hasDue = !firmware.Due(now).empty();
-        std::array<pollfd, 2> set{
-            {{line.Descriptor(), static_cast<short>(POLLIN | (hasDue ? POLLOUT : 0)), 0}, {wakeUp, POLLIN, 0}}};
+        std::array<pollfd, 2> set{{{line.Descriptor(), static_cast<short>(POLLIN | (hasDue ? POLLOUT : 0)), 0},
+                                   {wakeUp.Descriptor(), POLLIN, 0}}};
         const int timeout = PollTimeout(now);
         lock.unlock();
         poll(set.data(), set.size(), timeout);
         lock.lock();
 
-        eventfd_t ignored = 0;
-        eventfd_read(wakeUp, &ignored);
+        wakeUp.Clear();
         now = Clock::now();
         firmware.OnTime(now);
         firmware.TakeIn(line.Read(), now);
@@ -167,12 +157,7 @@ void CoProcessor::ThreadFunction()
 // ms until the next thing that has its time; -1 when nothing has.
 int CoProcessor::PollTimeout(Clock::time_point now) const
 {
-    const auto next = firmware.NextTime(now);
-    if (!next)
-    {
-        return -1;
-    }
-    return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(std::max(*next, now) - now).count());
+    return System::PollTimeout(firmware.NextTime(now).value_or(System::NoDeadline), now);
 }
 
 void CoProcessor::SendWhatIsDue(Clock::time_point now)
@@ -186,11 +171,6 @@ void CoProcessor::SendWhatIsDue(Clock::time_point now)
             return; // the line is busy
         }
     }
-}
-
-void CoProcessor::Wake() const
-{
-    eventfd_write(wakeUp, 1);
 }
 
 } // namespace Simulator

@@ -4,6 +4,8 @@
 #include "Firmware.h"
 #include "SerialLine.h"
 
+#include "System/WakeUp.h"
+
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -61,7 +63,6 @@ private:
     void ThreadFunction();
     int PollTimeout(Clock::time_point now) const;
     void SendWhatIsDue(Clock::time_point now);
-    void Wake() const;
 
     template<typename Operation>
     auto WithFirmware(const Operation& operation);
@@ -72,7 +73,7 @@ private:
     Firmware firmware;
     Bus bus;
     bool running = true;
-    int wakeUp = -1;
+    System::WakeUp wakeUp;
     std::thread thread;
 };
 

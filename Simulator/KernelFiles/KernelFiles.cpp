@@ -1,16 +1,14 @@
 #include "KernelFiles.h"
 
-#include "System/ThrowErrno.h"
+#include "System/Deadline.h"
+#include "System/WakeUp.h"
 
 #include "FileRequests.h"
 #include "FuseSession.h"
 
 #include <poll.h>
 #include <pthread.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <csignal>
@@ -43,40 +41,6 @@ public:
     Implementation& operator=(const Implementation&) = delete;
 
 private:
-    class WakeUp
-    {
-    public:
-        WakeUp()
-            : descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-        {
-            if (descriptor == -1)
-            {
-                System::ThrowErrno("cannot create an event descriptor");
-            }
-        }
-
-        ~WakeUp()
-        {
-            close(descriptor);
-        }
-
-        WakeUp(const WakeUp&) = delete;
-        WakeUp& operator=(const WakeUp&) = delete;
-
-        void Signal() const
-        {
-            eventfd_write(descriptor, 1);
-        }
-
-        void Clear() const
-        {
-            eventfd_t count = 0;
-            eventfd_read(descriptor, &count);
-        }
-
-        const int descriptor;
-    };
-
     // The other threads of the process handle its signals.
     template<typename Function>
     static std::thread WithoutSignals(Function function)
@@ -92,11 +56,11 @@ private:
 
     void Answer()
     {
-        std::array<pollfd, 2> set{pollfd{session.Descriptor(), POLLIN, 0}, pollfd{wakeUp.descriptor, POLLIN, 0}};
+        std::array<pollfd, 2> set{pollfd{session.Descriptor(), POLLIN, 0}, pollfd{wakeUp.Descriptor(), POLLIN, 0}};
         bool connected = true;
         while (connected && !stopping)
         {
-            poll(set.data(), set.size(), Timeout());
+            poll(set.data(), set.size(), System::PollTimeout(requests.NextDue().value_or(System::NoDeadline)));
             if (set[1].revents != 0)
             {
                 wakeUp.Clear();
@@ -111,19 +75,7 @@ private:
         requests.Abort();
     }
 
-    // In milliseconds, rounded up: until an answer is due, or without a limit.
-    int Timeout() const
-    {
-        const auto next = requests.NextDue();
-        if (!next)
-        {
-            return -1;
-        }
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - std::chrono::steady_clock::now());
-        return std::max(0, static_cast<int>(left.count()));
-    }
-
-    WakeUp wakeUp;
+    System::WakeUp wakeUp;
 
 public:
     FaultPlan faults;

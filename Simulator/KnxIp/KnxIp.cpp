@@ -1,12 +1,9 @@
 #include "KnxIp.h"
 
-#include "System/ThrowErrno.h"
+#include "System/Deadline.h"
 
 #include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <chrono>
 #include <random>
@@ -19,12 +16,7 @@ KnxIp::KnxIp(const Settings& settings, CoProcessor& theCoProcessor, EventLog& ev
     , events(eventLog)
     , socket(settings.interface)
     , router(settings.speed, Outside(), std::random_device()())
-    , wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
-    if (wakeUp == -1)
-    {
-        System::ThrowErrno("cannot make an event descriptor");
-    }
     events.Add({Event::KnxIpJoined, std::string(Knx::MulticastSocket::Group) + " on " + settings.interface});
     thread = std::thread(&KnxIp::ThreadFunction, this);
     // Called with the co-processor locked: the request is only put aside here.
@@ -35,7 +27,7 @@ KnxIp::KnxIp(const Settings& settings, CoProcessor& theCoProcessor, EventLog& ev
                 const std::lock_guard lock(mutex);
                 requests.emplace_back(request, confirm);
             }
-            Wake();
+            wakeUp.Signal();
         });
 }
 
@@ -45,7 +37,6 @@ KnxIp::~KnxIp()
     {
         End();
     }
-    close(wakeUp);
 }
 
 std::string KnxIp::End()
@@ -55,7 +46,7 @@ std::string KnxIp::End()
         const std::lock_guard lock(mutex);
         running = false;
     }
-    Wake();
+    wakeUp.Signal();
     thread.join();
     const Event counted{Event::KnxIpCounted, Counters()};
     events.Add(counted);
@@ -73,10 +64,9 @@ void KnxIp::ThreadFunction()
 {
     for (;;)
     {
-        std::array<pollfd, 2> set{{{socket.Descriptor(), POLLIN, 0}, {wakeUp, POLLIN, 0}}};
+        std::array<pollfd, 2> set{{{socket.Descriptor(), POLLIN, 0}, {wakeUp.Descriptor(), POLLIN, 0}}};
         poll(set.data(), set.size(), PollTimeout());
-        eventfd_t ignored = 0;
-        eventfd_read(wakeUp, &ignored);
+        wakeUp.Clear();
         {
             const std::lock_guard lock(mutex);
             if (!running)
@@ -102,13 +92,7 @@ void KnxIp::ThreadFunction()
 // ms until the next thing that has its time; -1 when nothing has.
 int KnxIp::PollTimeout() const
 {
-    const auto next = router.NextDue();
-    if (!next)
-    {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - Router::Clock::now());
-    return static_cast<int>(std::max(left, std::chrono::milliseconds(0)).count());
+    return System::PollTimeout(router.NextDue().value_or(System::NoDeadline));
 }
 
 void KnxIp::TakeRequests()
@@ -142,11 +126,6 @@ std::string KnxIp::Counters() const
         separator = ", ";
     }
     return text;
-}
-
-void KnxIp::Wake() const
-{
-    eventfd_write(wakeUp, 1);
 }
 
 } // namespace Simulator

@@ -5,6 +5,7 @@
 #include "Router.h"
 
 #include "Knx/MulticastSocket.h"
+#include "System/WakeUp.h"
 
 #include <mutex>
 #include <string>
@@ -45,7 +46,6 @@ private:
     int PollTimeout() const;
     void TakeRequests();
     std::string Counters() const;
-    void Wake() const;
 
     CoProcessor& coProcessor;
     EventLog& events;
@@ -54,7 +54,7 @@ private:
     std::mutex mutex; // for the two that follow
     std::vector<Request> requests;
     bool running = true;
-    int wakeUp = -1;
+    System::WakeUp wakeUp;
     std::thread thread;
 };
 

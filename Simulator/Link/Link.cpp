@@ -2,14 +2,16 @@
 
 #include "NemtLog.h"
 
+#include "System/Deadline.h"
+
 #include <poll.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 namespace Simulator
@@ -35,6 +37,18 @@ void LogMessage(const char* verb, const Wire::Frame& message)
 
 } // namespace
 
+std::optional<System::WakeUp> Link::MakeWakeUp()
+{
+    try
+    {
+        return System::WakeUp();
+    }
+    catch (const std::system_error&)
+    {
+        return std::nullopt; // the application learns of it from Open
+    }
+}
+
 Link::~Link()
 {
     Close();
@@ -58,7 +72,7 @@ bool Link::Start(const std::string& name)
         NemtLog_ErrorFmt(LogText("Cannot open %s: the link is open already"), name.c_str());
         return false;
     }
-    if (wakeUp.Descriptor() == -1)
+    if (!wakeUp)
     {
         NemtLog_ErrorFmt(LogText("Cannot open %s: no event descriptor"), name.c_str());
         return false;
@@ -93,7 +107,7 @@ void Link::Close()
         succeeded = false;
     }
     attemptEnded.notify_all();
-    wakeUp.Signal();
+    wakeUp->Signal();
     thread.join();
     port.Close();
     NemtLog_DebugFmt(LogText("Closed %s"), port.Name().c_str());
@@ -119,7 +133,7 @@ bool Link::Connect(Clock::duration limit)
     }
     const uint64_t mine = ++requested;
     requestedLimit = limit;
-    wakeUp.Signal();
+    wakeUp->Signal();
     attemptEnded.wait(lock, [this, mine] { return ended >= mine; });
     return succeeded;
 }
@@ -137,7 +151,7 @@ bool Link::Transmit(uint16_t topic, const uint8_t* data, uint16_t length)
                         static_cast<unsigned int>(topic), refusal);
         return false;
     }
-    wakeUp.Signal();
+    wakeUp->Signal();
     return true;
 }
 
@@ -213,25 +227,19 @@ bool Link::TakeRequest()
 // ms; -1 when nothing but events is waited for.
 int Link::PollTimeout() const
 {
-    const auto next = keeper.NextTime();
-    if (!next)
-    {
-        return -1;
-    }
-    const auto remaining = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
-    return static_cast<int>(std::max(remaining, 0ms).count());
+    return System::PollTimeout(keeper.NextTime().value_or(System::NoDeadline));
 }
 
 void Link::WaitAndReceive()
 {
-    std::array<pollfd, 2> set{{{wakeUp.Descriptor(), POLLIN, 0}, port.PollEntry()}};
+    std::array<pollfd, 2> set{{{wakeUp->Descriptor(), POLLIN, 0}, port.PollEntry()}};
     if (poll(set.data(), set.size(), PollTimeout()) <= 0)
     {
         return;
     }
     if (set[0].revents != 0)
     {
-        wakeUp.Clear();
+        wakeUp->Clear();
     }
     port.Receive(set[1].revents, [this](const Wire::Frame& frame) { keeper.OnFrame(frame, Clock::now()); });
 }

@@ -6,7 +6,8 @@
 #include "ListenerList.h"
 #include "Nemt/IConnectionListener.h"
 #include "Nemt/ITopicListener.h"
-#include "WakeUp.h"
+
+#include "System/WakeUp.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -67,6 +68,9 @@ public:
 private:
     using Clock = LinkKeeper::Clock;
 
+    // Nothing when the system has no descriptor to give.
+    static std::optional<System::WakeUp> MakeWakeUp();
+
     // Any thread.
     bool Start(const std::string& name);
     bool Connect(Clock::duration limit);
@@ -88,7 +92,7 @@ private:
 
     std::mutex lifecycle; // held while the thread is started or ended
     FramePort port;       // used by the thread alone while that runs
-    WakeUp wakeUp;
+    std::optional<System::WakeUp> wakeUp = MakeWakeUp();
 
     mutable std::mutex mutex; // for the following, never held while anything outside is called
     bool running = false;

@@ -1,19 +1,18 @@
 #include "LiveBoard.h"
 
-#include "System/ThrowErrno.h"
+#include "System/Deadline.h"
 
 #include "TypedTelegram.h"
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/eventfd.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstring>
+#include <initializer_list>
 #include <string_view>
 
 namespace Simulator
@@ -24,84 +23,33 @@ namespace
 
 using namespace std::chrono_literals;
 
-constexpr auto DrawEvery = 50ms;          // at most; more a person does not see
-constexpr std::size_t MaxTyped = 3072;    // characters; the longest telegram
-constexpr int MaxPause = 3600;            // seconds; that of the commands
-constexpr std::size_t LongestLine = 4096; // characters of the daemon's log
+constexpr auto DrawEvery = 50ms;       // at most; more a person does not see
+constexpr std::size_t MaxTyped = 3072; // characters; the longest telegram
+constexpr int MaxPause = 3600;         // seconds; that of the commands
 
-void Check(bool succeeded)
-{
-    if (!succeeded)
-    {
-        System::ThrowErrno("cannot show the board");
-    }
-}
-
-sigset_t ScreenSignals()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGWINCH); // another size
-    sigaddset(&signals, SIGTSTP);  // Ctrl-Z
-    return signals;
-}
+// Another size, and Ctrl-Z.
+constexpr std::initializer_list<int> ScreenSignals{SIGWINCH, SIGTSTP};
 
 } // namespace
 
 void BlockScreenSignals()
 {
-    const sigset_t signals = ScreenSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    System::BlockSignals(ScreenSignals);
 }
 
 LiveBoard::LiveBoard(const std::string& boardName, bool demonstration)
     : demonstrating(demonstration)
+    , signals(ScreenSignals)
 {
     view.name = boardName;
-    try
-    {
-        OpenDescriptors();
-        terminal = std::make_unique<Terminal>();
-        thread = std::thread(&LiveBoard::ThreadFunction, this);
-    }
-    catch (...)
-    {
-        CloseDescriptors();
-        throw;
-    }
+    fcntl(daemon.reading.Number(), F_SETFL, O_NONBLOCK); // the daemon's end blocks, as a terminal does
+    terminal = std::make_unique<Terminal>();
+    thread = std::thread(&LiveBoard::ThreadFunction, this);
 }
 
 LiveBoard::~LiveBoard()
 {
     End();
-    CloseDescriptors();
-}
-
-void LiveBoard::OpenDescriptors()
-{
-    std::array<int, 2> ends{};
-    Check(pipe2(ends.data(), O_CLOEXEC | O_NONBLOCK) == 0);
-    commandsOut = ends[0];
-    commandsIn = ends[1];
-    Check(pipe2(ends.data(), O_CLOEXEC) == 0);
-    daemonOut = ends[0];
-    daemonIn = ends[1];
-    fcntl(daemonOut, F_SETFL, O_NONBLOCK); // the daemon's end blocks, as a terminal does
-    wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    const sigset_t taken = ScreenSignals();
-    signals = signalfd(-1, &taken, SFD_CLOEXEC | SFD_NONBLOCK);
-    Check(wakeUp != -1 && signals != -1);
-}
-
-void LiveBoard::CloseDescriptors() const
-{
-    for (const int descriptor : {wakeUp, signals, commandsIn, commandsOut, daemonIn, daemonOut})
-    {
-        if (descriptor != -1)
-        {
-            close(descriptor);
-        }
-    }
 }
 
 void LiveBoard::OnEvent(std::chrono::microseconds since, const Event& event)
@@ -112,7 +60,7 @@ void LiveBoard::OnEvent(std::chrono::microseconds since, const Event& event)
         demonstrating =
             demonstrating && event.kind != Event::DemonstrationEnded && event.kind != Event::DemonstrationFailed;
     }
-    Wake();
+    wakeUp.Signal();
 }
 
 void LiveBoard::OnAnswer(const std::string& answer)
@@ -121,13 +69,13 @@ void LiveBoard::OnAnswer(const std::string& answer)
         const std::lock_guard lock(mutex);
         state.OnAnswer(Since(), answer);
     }
-    Wake();
+    wakeUp.Signal();
 }
 
 void LiveBoard::End()
 {
     running = false;
-    Wake();
+    wakeUp.Signal();
     if (thread.joinable())
     {
         thread.join();
@@ -153,13 +101,12 @@ void LiveBoard::ThreadFunction()
 {
     while (running)
     {
-        std::array<pollfd, 4> set{{{wakeUp, POLLIN, 0},
-                                   {signals, POLLIN, 0},
-                                   {daemonOut, POLLIN, 0},
+        std::array<pollfd, 4> set{{{wakeUp.Descriptor(), POLLIN, 0},
+                                   {signals.Descriptor(), POLLIN, 0},
+                                   {daemon.reading.Number(), POLLIN, 0},
                                    {readsKeys ? STDIN_FILENO : -1, POLLIN, 0}}};
         poll(set.data(), set.size(), PollTimeout());
-        eventfd_t ignored = 0;
-        if (eventfd_read(wakeUp, &ignored) == 0)
+        if (wakeUp.Clear())
         {
             dirty = true;
         }
@@ -188,23 +135,17 @@ void LiveBoard::ThreadFunction()
 // ms until the next picture; -1 while it need not change.
 int LiveBoard::PollTimeout() const
 {
-    if (!dirty)
-    {
-        return -1;
-    }
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(drawn + DrawEvery - Clock::now());
-    return static_cast<int>(std::max(left, 0ms).count());
+    return System::PollTimeout(dirty ? drawn + DrawEvery : System::NoDeadline);
 }
 
 // True when the picture is to be drawn anew.
 bool LiveBoard::ReadSignals()
 {
-    signalfd_siginfo signal{};
     bool any = false;
-    while (read(signals, &signal, sizeof(signal)) == sizeof(signal))
+    while (const int signal = signals.Take())
     {
         any = true;
-        if (signal.ssi_signo == SIGTSTP)
+        if (signal == SIGTSTP)
         {
             terminal->Suspend();
             kill(getpid(), SIGSTOP);
@@ -220,25 +161,15 @@ void LiveBoard::ReadDaemon()
     std::array<char, 4096> buffer{};
     for (int count = 0; count < AtOnce; ++count)
     {
-        const ssize_t size = read(daemonOut, buffer.data(), buffer.size());
+        const ssize_t size = read(daemon.reading.Number(), buffer.data(), buffer.size());
         if (size <= 0)
         {
             return;
         }
         dirty = true;
         const std::lock_guard lock(mutex);
-        for (const char character : std::string_view(buffer.data(), static_cast<std::size_t>(size)))
-        {
-            if (character == '\n')
-            {
-                state.OnDaemonLine(Since(), daemonPending);
-                daemonPending.clear();
-            }
-            else if (daemonPending.size() < LongestLine)
-            {
-                daemonPending += character;
-            }
-        }
+        daemonLines.Take({buffer.data(), static_cast<std::size_t>(size)},
+                         [this](const std::string& line) { state.OnDaemonLine(Since(), line); });
     }
 }
 
@@ -371,7 +302,7 @@ void LiveBoard::OnPromptKey(int key)
 void LiveBoard::Type(const std::string& command) const
 {
     const std::string line = command + '\n';
-    static_cast<void>(write(commandsIn, line.data(), line.size()) == -1);
+    static_cast<void>(write(commands.writing.Number(), line.data(), line.size()) == -1);
 }
 
 void LiveBoard::Redraw()
@@ -389,11 +320,6 @@ void LiveBoard::Redraw()
 std::chrono::microseconds LiveBoard::Since() const
 {
     return std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - began);
-}
-
-void LiveBoard::Wake() const
-{
-    eventfd_write(wakeUp, 1);
 }
 
 } // namespace Simulator

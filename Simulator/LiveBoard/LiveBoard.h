@@ -4,6 +4,11 @@
 #include "Picture.h"
 #include "Terminal.h"
 
+#include "System/Descriptor.h"
+#include "System/Lines.h"
+#include "System/Signals.h"
+#include "System/WakeUp.h"
+
 #include <atomic>
 #include <chrono>
 #include <memory>
@@ -41,13 +46,13 @@ public:
     /// The commands come out of it, one a line.
     int Commands() const
     {
-        return commandsOut;
+        return commands.reading.Number();
     }
 
     /// Becomes the daemon's standard output.
     int DaemonOutput() const
     {
-        return daemonIn;
+        return daemon.writing.Number();
     }
 
     /// Ends the picture, once the daemon has ended. Afterwards: the last lines of the log, for a person to read.
@@ -57,8 +62,8 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    void OpenDescriptors();
-    void CloseDescriptors() const;
+    static constexpr std::size_t LongestLine = 4096; // characters of the daemon's log
+
     void ThreadFunction();
     bool ReadSignals();
     void ReadDaemon();
@@ -71,7 +76,6 @@ private:
     void Redraw();
     int PollTimeout() const;
     std::chrono::microseconds Since() const;
-    void Wake() const;
 
     const Clock::time_point began = Clock::now();
 
@@ -82,18 +86,16 @@ private:
     // Of the thread.
     View view;
     std::string telegram = "29 00 bc e0 11 01 0a 03 01 00 81"; // typed last
-    std::string daemonPending;                                 // a line without its end
+    System::Lines daemonLines{LongestLine};
     bool readsKeys = true;
     std::atomic<bool> dirty{true};
     Clock::time_point drawn;
 
     std::atomic<bool> running{true};
-    int wakeUp = -1;
-    int signals = -1;
-    int commandsIn = -1;
-    int commandsOut = -1;
-    int daemonIn = -1;
-    int daemonOut = -1;
+    System::WakeUp wakeUp;
+    System::Signals signals;
+    System::Pipe commands{O_CLOEXEC | O_NONBLOCK};
+    System::Pipe daemon;
     std::unique_ptr<Terminal> terminal;
     std::thread thread;
 };

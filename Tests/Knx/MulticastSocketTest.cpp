@@ -2,6 +2,8 @@
 
 #include "OwnNetwork.h"
 
+#include "System/Descriptor.h"
+
 #include <gmock/gmock.h>
 
 #include <arpa/inet.h>
@@ -78,21 +80,20 @@ TEST_F(MulticastSocketTest, TwoOfOneMachineHearEachOtherAndNotThemselves)
 TEST_F(MulticastSocketTest, SomebodyElseWithTheAddressOfThisMachineIsHeard)
 {
     const MulticastSocket socket("lo");
-    const int other = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    const System::Descriptor other(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
     const int yes = 1;
-    setsockopt(other, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+    setsockopt(other.Number(), SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(3671);
     inet_pton(AF_INET, "127.0.0.1", &address.sin_addr);
-    ASSERT_EQ(bind(other, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    setsockopt(other, IPPROTO_IP, IP_MULTICAST_IF, &address.sin_addr, sizeof(address.sin_addr));
+    ASSERT_EQ(bind(other.Number(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    setsockopt(other.Number(), IPPROTO_IP, IP_MULTICAST_IF, &address.sin_addr, sizeof(address.sin_addr));
     inet_pton(AF_INET, "224.0.23.12", &address.sin_addr);
-    EXPECT_EQ(
-        sendto(other, Hello.data(), Hello.size(), 0, reinterpret_cast<const sockaddr*>(&address), sizeof(address)),
-        static_cast<ssize_t>(Hello.size()));
+    EXPECT_EQ(sendto(other.Number(), Hello.data(), Hello.size(), 0, reinterpret_cast<const sockaddr*>(&address),
+                     sizeof(address)),
+              static_cast<ssize_t>(Hello.size()));
     EXPECT_EQ(Receive(socket), Hello);
-    close(other);
 }
 
 TEST_F(MulticastSocketTest, ThereMayBeNothingToReceive)
@@ -144,21 +145,13 @@ public:
         ifreq request{};
         std::strcpy(request.ifr_name, "tunnel");
         request.ifr_flags = IFF_TUN | IFF_NO_PI;
-        if (descriptor != -1 && ioctl(descriptor, TUNSETIFF, &request) != -1)
+        if (descriptor.IsOpen() && ioctl(descriptor.Number(), TUNSETIFF, &request) != -1)
         {
             SetAddress("tunnel", "10.1.2.3");
             SetUp("tunnel", true);
             works = true;
         }
     }
-
-    ~Tunnel()
-    {
-        close(descriptor);
-    }
-
-    Tunnel(const Tunnel&) = delete;
-    Tunnel& operator=(const Tunnel&) = delete;
 
     bool Works() const
     {
@@ -169,9 +162,9 @@ public:
     Bytes Leaving() const
     {
         Bytes packet(2000);
-        for (pollfd entry{descriptor, POLLIN, 0}; poll(&entry, 1, Patience) == 1;)
+        for (pollfd entry{descriptor.Number(), POLLIN, 0}; poll(&entry, 1, Patience) == 1;)
         {
-            const ssize_t size = read(descriptor, packet.data(), packet.size());
+            const ssize_t size = read(descriptor.Number(), packet.data(), packet.size());
             if (size > static_cast<ssize_t>(sizeof(iphdr)) && packet[0] == 0x45 && packet[9] == IPPROTO_UDP)
             {
                 packet.resize(static_cast<std::size_t>(size));
@@ -210,11 +203,11 @@ public:
         std::memcpy(packet.data(), &ip, sizeof(ip));
         std::memcpy(&packet[sizeof(ip)], &udp, sizeof(udp));
         packet.insert(packet.end(), payload.begin(), payload.end());
-        EXPECT_EQ(write(descriptor, packet.data(), packet.size()), static_cast<ssize_t>(packet.size()));
+        EXPECT_EQ(write(descriptor.Number(), packet.data(), packet.size()), static_cast<ssize_t>(packet.size()));
     }
 
 private:
-    int descriptor;
+    System::Descriptor descriptor;
     bool works = false;
 };
 

@@ -10,11 +10,11 @@
 #include "Message.h"
 
 #include "Orvel/Protocol.h"
+#include "System/MessageQueue.h"
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <mqueue.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <array>
@@ -24,6 +24,7 @@
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <optional>
 #include <set>
 #include <sstream>
 
@@ -426,19 +427,14 @@ protected:
         }
         std::string pattern = (std::filesystem::temp_directory_path() / "orvel-oracle-XXXXXX").string();
         directory = mkdtemp(pattern.data());
-        mq_attr attributes{};
-        attributes.mq_maxmsg = ORVEL_CEMI_QUEUE_CAPACITY;
-        attributes.mq_msgsize = ORVEL_CEMI_MESSAGE_SIZE;
-        queue = mq_open(ORVEL_CEMI_FROM_LL_QUEUE, O_CREAT | O_WRONLY | O_CLOEXEC, 0644, &attributes);
-        ASSERT_NE(queue, -1);
+        queue.emplace(ORVEL_CEMI_FROM_LL_QUEUE, System::MessageQueue::For::Writing, ORVEL_CEMI_QUEUE_CAPACITY,
+                      ORVEL_CEMI_MESSAGE_SIZE);
     }
 
     void TearDown() override
     {
-        if (queue != -1)
+        if (queue)
         {
-            mq_close(queue);
-            mq_unlink(ORVEL_CEMI_FROM_LL_QUEUE);
             std::filesystem::remove_all(directory);
         }
     }
@@ -448,7 +444,11 @@ protected:
     {
         Bytes message = frame;
         message.insert(message.begin(), static_cast<uint8_t>(frame.size()));
-        ASSERT_EQ(mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0), 0);
+        while (!queue->Send(message))
+        {
+            pollfd entry{queue->Descriptor(), POLLOUT, 0};
+            poll(&entry, 1, -1);
+        }
     }
 
     void Record(const std::vector<Bytes>& frames) const
@@ -494,7 +494,7 @@ protected:
     }
 
     std::filesystem::path directory;
-    mqd_t queue = -1;
+    std::optional<System::OwnMessageQueue> queue;
 };
 
 TEST_F(Oracle, TsharkFindsTheSameInEveryFieldOfRandomFrames)

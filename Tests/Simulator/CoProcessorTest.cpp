@@ -3,6 +3,8 @@
 
 #include "CoProcessor.h"
 
+#include "System/Descriptor.h"
+
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -30,11 +32,6 @@ protected:
         Greet();
     }
 
-    ~CoProcessorTest() override
-    {
-        close(driver);
-    }
-
     // With a number of its own each time, as a driver does.
     void Greet()
     {
@@ -53,7 +50,7 @@ protected:
     void Send(const Wire::Frame& frame)
     {
         const Bytes bytes = Wire::Encode(frame);
-        EXPECT_EQ(write(driver, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
+        EXPECT_EQ(write(driver.Number(), bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
 
     Bytes ReceiveMessage(uint16_t topic)
@@ -71,11 +68,11 @@ private:
     // Nothing when nothing came in time.
     std::optional<Wire::Frame> Receive()
     {
-        pollfd entry{driver, POLLIN, 0};
+        pollfd entry{driver.Number(), POLLIN, 0};
         while (frames.empty() && poll(&entry, 1, static_cast<int>(Patience.count())) == 1)
         {
             std::array<uint8_t, 256> buffer{};
-            const ssize_t size = read(driver, buffer.data(), buffer.size());
+            const ssize_t size = read(driver.Number(), buffer.data(), buffer.size());
             decoder.Feed(buffer.data(), size > 0 ? static_cast<std::size_t>(size) : 0,
                          [this](const Wire::Frame& frame) { frames.push_back(frame); });
         }
@@ -88,7 +85,7 @@ private:
         return frame;
     }
 
-    const int driver = open(line.Device().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    const System::Descriptor driver{open(line.Device().c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)};
     Wire::Decoder decoder;
     std::deque<Wire::Frame> frames;
     Bytes session{0, 1, 2, 3};

@@ -161,11 +161,11 @@ TEST_F(MountedTree, ReadsAFileInPiecesToItsEnd)
     ASSERT_EQ(WriteTo(At("class/gpio/export"), "3"), 0);
     const File file(At("class/gpio/gpio3/direction"), O_RDONLY);
     std::string text(2, ' ');
-    EXPECT_EQ(read(file.descriptor, text.data(), 2), 2);
+    EXPECT_EQ(read(file.descriptor.Number(), text.data(), 2), 2);
     EXPECT_EQ(text, "in");
-    EXPECT_EQ(read(file.descriptor, text.data(), 2), 1);
-    EXPECT_EQ(read(file.descriptor, text.data(), 2), 0);
-    EXPECT_EQ(pread(file.descriptor, text.data(), 2, 0), 2);
+    EXPECT_EQ(read(file.descriptor.Number(), text.data(), 2), 1);
+    EXPECT_EQ(read(file.descriptor.Number(), text.data(), 2), 0);
+    EXPECT_EQ(pread(file.descriptor.Number(), text.data(), 2, 0), 2);
 }
 
 class Mounting : public Mounted

@@ -48,7 +48,6 @@ public:
     {
         kill(id, SIGKILL);
         waitpid(id, nullptr, 0);
-        close(end);
         mq_unlink("/cemiFromLL");
         unlink(File().c_str());
         rmdir(directory.c_str());
@@ -72,7 +71,7 @@ public:
 
     void LetGo()
     {
-        end = open(File().c_str(), O_WRONLY);
+        end = System::Descriptor(open(File().c_str(), O_WRONLY));
     }
 
 private:
@@ -83,7 +82,7 @@ private:
 
     std::string directory = testing::TempDir() + "led-watch-test-XXXXXX";
     pid_t id = -1;
-    int end = -1;
+    System::Descriptor end;
 };
 
 TEST(LedWatch, DoesNotGiveUpADaemonThatIsOpeningAFile)

@@ -1,7 +1,9 @@
 #include "Link.h"
 
 #include "Nemt/CommHub.h"
-#include "WakeUp.h"
+
+#include "System/Descriptor.h"
+#include "System/WakeUp.h"
 
 #include <gtest/gtest.h>
 
@@ -205,19 +207,19 @@ public:
     Peer()
     {
         std::array<char, 64> name{};
-        master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK);
-        if (master == -1 || grantpt(master) == -1 || unlockpt(master) == -1 ||
-            ptsname_r(master, name.data(), name.size()) != 0)
+        master = System::Descriptor(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+        if (!master.IsOpen() || grantpt(master.Number()) == -1 || unlockpt(master.Number()) == -1 ||
+            ptsname_r(master.Number(), name.data(), name.size()) != 0)
         {
             throw std::runtime_error("no pseudo-terminal");
         }
         device = name.data();
         // Kept open, so that this end never reports that nobody has the device open. Raw, so that nothing is echoed.
-        slave = open(device.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        slave = System::Descriptor(open(device.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
         termios settings{};
-        tcgetattr(slave, &settings);
+        tcgetattr(slave.Number(), &settings);
         cfmakeraw(&settings);
-        tcsetattr(slave, TCSANOW, &settings);
+        tcsetattr(slave.Number(), TCSANOW, &settings);
         thread = std::thread(&Peer::ThreadFunction, this);
     }
 
@@ -246,13 +248,13 @@ public:
         settings.c_cc[VTIME] = 100;
         cfsetispeed(&settings, B9600);
         cfsetospeed(&settings, B9600);
-        tcsetattr(slave, TCSANOW, &settings);
+        tcsetattr(slave.Number(), TCSANOW, &settings);
     }
 
     termios Settings() const
     {
         termios settings{};
-        tcgetattr(slave, &settings);
+        tcgetattr(slave.Number(), &settings);
         return settings;
     }
 
@@ -304,13 +306,13 @@ public:
         const std::lock_guard lock(writing);
         for (std::size_t done = 0; done < bytes.size();)
         {
-            const ssize_t written = write(master, &bytes[done], bytes.size() - done);
+            const ssize_t written = write(master.Number(), &bytes[done], bytes.size() - done);
             if (written > 0)
             {
                 done += static_cast<std::size_t>(written);
                 continue;
             }
-            pollfd entry{master, POLLOUT, 0};
+            pollfd entry{master.Number(), POLLOUT, 0};
             if (poll(&entry, 1, static_cast<int>(std::chrono::milliseconds(Patience).count())) != 1)
             {
                 ADD_FAILURE() << "the line does not take what the co-processor sends";
@@ -354,8 +356,8 @@ public:
         }
         Tell([](Script& told) { told.running = false; });
         thread.join();
-        close(slave);
-        close(master);
+        slave.Close();
+        master.Close();
     }
 
 private:
@@ -364,7 +366,8 @@ private:
         Simulator::Wire::Decoder decoder;
         for (Script told = Observed(); told.running; told = Observed())
         {
-            std::array<pollfd, 2> set{{{wakeUp.Descriptor(), POLLIN, 0}, {told.reads ? master : -1, POLLIN, 0}}};
+            std::array<pollfd, 2> set{
+                {{wakeUp.Descriptor(), POLLIN, 0}, {told.reads ? master.Number() : -1, POLLIN, 0}}};
             poll(set.data(), set.size(), told.reads ? -1 : SignOfLifePeriod);
             wakeUp.Clear();
             if (!told.reads)
@@ -372,7 +375,7 @@ private:
                 SendBytes(Simulator::Wire::Encode({Kind::Pong, 0, told.session}));
             }
             std::array<uint8_t, 4096> bytes;
-            const ssize_t size = set[1].revents != 0 ? read(master, bytes.data(), bytes.size()) : 0;
+            const ssize_t size = set[1].revents != 0 ? read(master.Number(), bytes.data(), bytes.size()) : 0;
             if (size > 0)
             {
                 decoder.Feed(bytes.data(), static_cast<std::size_t>(size),
@@ -425,12 +428,12 @@ private:
 
     static constexpr int SignOfLifePeriod = 50; // ms
 
-    int master = -1;
-    int slave = -1;
+    System::Descriptor master;
+    System::Descriptor slave;
     std::string device;
     Watched<Script> script;
     std::mutex writing; // one frame after the other
-    Simulator::WakeUp wakeUp;
+    System::WakeUp wakeUp;
     std::thread thread;
 };
 

@@ -2,6 +2,8 @@
 
 #include "KernelFiles.h"
 
+#include "System/Descriptor.h"
+
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -83,34 +85,23 @@ class File
 public:
     File(const fs::path& path, int flags)
         : descriptor(open(path.c_str(), flags | O_CLOEXEC, 0))
-        , error(descriptor == -1 ? errno : 0)
+        , error(descriptor.IsOpen() ? 0 : errno)
     {
     }
-
-    ~File()
-    {
-        Close();
-    }
-
-    File(const File&) = delete;
-    File& operator=(const File&) = delete;
 
     void Close()
     {
-        if (descriptor != -1)
-        {
-            close(std::exchange(descriptor, -1));
-        }
+        descriptor.Close();
     }
 
     /// The count, or the error negated.
     long Write(const std::string& text) const
     {
-        const ssize_t count = write(descriptor, text.data(), text.size());
+        const ssize_t count = write(descriptor.Number(), text.data(), text.size());
         return count == -1 ? -errno : count;
     }
 
-    int descriptor;
+    System::Descriptor descriptor;
     int error;
 };
 
@@ -164,7 +155,7 @@ public:
     long Read() const
     {
         int32_t brightness = 0;
-        const ssize_t count = read(descriptor, &brightness, sizeof(brightness));
+        const ssize_t count = read(descriptor.Number(), &brightness, sizeof(brightness));
         return count == sizeof(brightness) ? brightness : count == -1 ? -errno : -ENODATA;
     }
 
@@ -172,13 +163,13 @@ public:
     long ReadBytes(std::size_t size) const
     {
         std::string buffer(size, '\0');
-        const ssize_t count = read(descriptor, buffer.data(), size);
+        const ssize_t count = read(descriptor.Number(), buffer.data(), size);
         return count == -1 ? -errno : count;
     }
 
     short Poll(int timeout = 0, short events = DriverEvents) const
     {
-        pollfd set{descriptor, events, 0};
+        pollfd set{descriptor.Number(), events, 0};
         return poll(&set, 1, timeout) == -1 ? short{-1} : set.revents;
     }
 };

@@ -182,7 +182,7 @@ TEST_F(MountedGpio, TheWritesToOneFileFromOneHandleAreSeparate)
 TEST_F(MountedGpio, APollOfAFileDoesNotWait)
 {
     const File file(At("class/gpio/gpio3/value"), O_RDONLY);
-    pollfd set{file.descriptor, POLLIN, 0};
+    pollfd set{file.descriptor.Number(), POLLIN, 0};
     EXPECT_EQ(poll(&set, 1, -1), 1);
     EXPECT_EQ(set.revents, POLLIN);
 }

@@ -222,7 +222,7 @@ TEST_F(ReadLed, AFileThatIsStillOpenDoesNotReachTheNextLedOfTheSameName)
     ASSERT_EQ(next.Register("led"), RecordSize);
     char text = 0;
     EXPECT_EQ(old.Write("50"), -ENODEV);
-    EXPECT_EQ(pread(old.descriptor, &text, 1, 0) == -1 ? errno : 0, ENODEV);
+    EXPECT_EQ(pread(old.descriptor.Number(), &text, 1, 0) == -1 ? errno : 0, ENODEV);
     EXPECT_EQ(ReadFrom(At("class/leds/led/brightness")), "0\n");
 }
 
@@ -310,14 +310,14 @@ TEST_F(ReadLed, APollThatWaitsForSeveralIsWokenByEach)
          {std::pair<std::string, std::string>("other", "1"), {"led", "1"}, {"other", "2"}})
     {
         const unsigned before = Calls(Operation::UledsPoll);
-        auto polled =
-            std::async(std::launch::async,
-                       [&]
-                       {
-                           pollfd set[] = {{handle.descriptor, DriverEvents, 0}, {other.descriptor, DriverEvents, 0}};
-                           poll(set, 2, PatienceMilliseconds);
-                           return std::pair(set[0].revents != 0, set[1].revents != 0);
-                       });
+        auto polled = std::async(std::launch::async,
+                                 [&]
+                                 {
+                                     pollfd set[] = {{handle.descriptor.Number(), DriverEvents, 0},
+                                                     {other.descriptor.Number(), DriverEvents, 0}};
+                                     poll(set, 2, PatienceMilliseconds);
+                                     return std::pair(set[0].revents != 0, set[1].revents != 0);
+                                 });
         ASSERT_TRUE(AwaitCalls(Operation::UledsPoll, before + 2));
         EXPECT_EQ(SetBrightness(led, brightness), 0);
         EXPECT_THAT(polled.get(), Pair(led == "led", led == "other"));

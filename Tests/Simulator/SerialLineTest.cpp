@@ -2,6 +2,8 @@
 
 #include "SerialLine.h"
 
+#include "System/Descriptor.h"
+
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -27,17 +29,12 @@ class SerialPort : public testing::Test
 protected:
     void SetUp() override
     {
-        ASSERT_NE(otherEnd, -1);
-        ASSERT_EQ(grantpt(otherEnd), 0);
-        ASSERT_EQ(unlockpt(otherEnd), 0);
+        ASSERT_TRUE(otherEnd.IsOpen());
+        ASSERT_EQ(grantpt(otherEnd.Number()), 0);
+        ASSERT_EQ(unlockpt(otherEnd.Number()), 0);
         std::array<char, 64> text{};
-        ASSERT_EQ(ptsname_r(otherEnd, text.data(), text.size()), 0);
+        ASSERT_EQ(ptsname_r(otherEnd.Number(), text.data(), text.size()), 0);
         name = text.data();
-    }
-
-    void TearDown() override
-    {
-        close(otherEnd);
     }
 
     static void AwaitInput(int descriptor)
@@ -47,7 +44,7 @@ protected:
         ASSERT_EQ(poll(&entry, 1, patience), 1);
     }
 
-    int otherEnd = posix_openpt(O_RDWR | O_NOCTTY);
+    const System::Descriptor otherEnd{posix_openpt(O_RDWR | O_NOCTTY)};
     std::string name;
 };
 
@@ -55,16 +52,16 @@ TEST_F(SerialPort, CarriesEveryByteUnchangedToTheOtherEnd)
 {
     SerialLine line(name);
     ASSERT_EQ(line.Write(Difficult.data(), Difficult.size()), Difficult.size());
-    AwaitInput(otherEnd);
+    AwaitInput(otherEnd.Number());
     Bytes received(100);
-    received.resize(static_cast<std::size_t>(read(otherEnd, received.data(), received.size())));
+    received.resize(static_cast<std::size_t>(read(otherEnd.Number(), received.data(), received.size())));
     EXPECT_EQ(received, Difficult);
 }
 
 TEST_F(SerialPort, CarriesEveryByteUnchangedFromTheOtherEnd)
 {
     SerialLine line(name);
-    ASSERT_EQ(write(otherEnd, Difficult.data(), Difficult.size()), static_cast<ssize_t>(Difficult.size()));
+    ASSERT_EQ(write(otherEnd.Number(), Difficult.data(), Difficult.size()), static_cast<ssize_t>(Difficult.size()));
     AwaitInput(line.Descriptor());
     EXPECT_EQ(line.Read(), Difficult);
 }
@@ -78,16 +75,15 @@ TEST_F(SerialPort, ReadsNothingWithoutWaitingWhenNothingHasArrived)
 TEST_F(SerialPort, LosesWhatCameBeforeTheCoProcessorWasThere)
 {
     // Held open, as a cable keeps the port: what arrives waits there.
-    const int held = open(name.c_str(), O_RDWR | O_NOCTTY);
+    const System::Descriptor held(open(name.c_str(), O_RDWR | O_NOCTTY));
     termios settings{};
-    tcgetattr(held, &settings);
+    tcgetattr(held.Number(), &settings);
     cfmakeraw(&settings);
-    tcsetattr(held, TCSANOW, &settings);
-    ASSERT_EQ(write(otherEnd, "old", 3), 3);
-    AwaitInput(held);
+    tcsetattr(held.Number(), TCSANOW, &settings);
+    ASSERT_EQ(write(otherEnd.Number(), "old", 3), 3);
+    AwaitInput(held.Number());
     SerialLine line(name);
     EXPECT_EQ(line.Read(), Bytes{});
-    close(held);
 }
 
 TEST_F(SerialPort, IsRefusedWhenItIsNoTerminal)

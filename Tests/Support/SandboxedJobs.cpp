@@ -2,6 +2,9 @@
 
 #include "Namespaces.h"
 
+#include "System/Descriptor.h"
+#include "System/Process.h"
+
 #include <fcntl.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -14,6 +17,7 @@
 #include <exception>
 #include <map>
 #include <stdexcept>
+#include <utility>
 
 namespace
 {
@@ -21,7 +25,7 @@ namespace
 struct Running
 {
     std::size_t job;
-    int output;
+    System::Descriptor output;
 };
 
 [[noreturn]] void Execute(std::vector<std::string> arguments, unsigned limit)
@@ -39,44 +43,32 @@ struct Running
         _exit(EXIT_FAILURE);
     }
     arguments.insert(arguments.begin(), "job");
-    std::vector<char*> argv;
-    for (std::string& argument : arguments)
-    {
-        argv.push_back(argument.data());
-    }
-    argv.push_back(nullptr);
-    execv("/proc/self/exe", argv.data());
+    System::Execute("/proc/self/exe", arguments);
     _exit(EXIT_FAILURE);
 }
 
-pid_t Start(const std::vector<std::string>& arguments, unsigned limit, int& output)
+pid_t Start(const std::vector<std::string>& arguments, unsigned limit, System::Descriptor& output)
 {
-    std::array<int, 2> pipe{};
-    if (pipe2(pipe.data(), O_CLOEXEC) == -1)
-    {
-        throw std::runtime_error("no pipe");
-    }
+    System::Pipe pipe;
     const pid_t process = fork();
     if (process == 0)
     {
-        dup2(pipe[1], STDOUT_FILENO);
+        dup2(pipe.writing.Number(), STDOUT_FILENO);
         Execute(arguments, limit);
     }
-    close(pipe[1]);
-    output = pipe[0];
+    output = std::move(pipe.reading);
     return process;
 }
 
-JobResult Finish(int output, int waitStatus)
+JobResult Finish(const System::Descriptor& output, int waitStatus)
 {
     JobResult result;
     result.status = WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 128 + WTERMSIG(waitStatus);
     std::array<char, 4096> buffer{};
-    for (ssize_t size = 0; (size = read(output, buffer.data(), buffer.size())) > 0;)
+    for (ssize_t size = 0; (size = read(output.Number(), buffer.data(), buffer.size())) > 0;)
     {
         result.text.append(buffer.data(), static_cast<std::size_t>(size));
     }
-    close(output);
     return result;
 }
 
@@ -89,9 +81,9 @@ void RunJobs(std::size_t count, std::size_t atOnce, unsigned limit,
     std::map<pid_t, Running> running;
     const auto start = [&](std::size_t job)
     {
-        int output = -1;
+        System::Descriptor output;
         const pid_t process = Start(argumentsOf(job), limit, output);
-        running[process] = {job, output};
+        running[process] = {job, std::move(output)};
     };
     for (std::size_t next = 0; next < count || !running.empty();)
     {
@@ -105,7 +97,7 @@ void RunJobs(std::size_t count, std::size_t atOnce, unsigned limit,
         {
             throw std::runtime_error("lost a job");
         }
-        const auto [job, output] = ended->second;
+        const auto [job, output] = std::move(ended->second);
         running.erase(ended);
         if (!onEnd(job, Finish(output, status)))
         {

@@ -5,6 +5,8 @@
 #include "Knx/MulticastSocket.h"
 #include "OwnNetwork.h"
 
+#include "System/Descriptor.h"
+
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
@@ -45,17 +47,9 @@ class BoardProgram
 {
 public:
     explicit BoardProgram(std::vector<std::string> options = {})
-        : BoardProgram(MakePipe(), std::move(options))
+        : BoardProgram(System::Pipe(), std::move(options))
     {
     }
-
-    ~BoardProgram()
-    {
-        close(input);
-    }
-
-    BoardProgram(const BoardProgram&) = delete;
-    BoardProgram& operator=(const BoardProgram&) = delete;
 
     void Type(const std::string& line) const
     {
@@ -64,13 +58,12 @@ public:
 
     void TypeRaw(const std::string& text) const
     {
-        EXPECT_EQ(write(input, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+        EXPECT_EQ(write(input.Number(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
     }
 
     void EndInput()
     {
-        close(input);
-        input = -1;
+        input.Close();
     }
 
     Daemon& operator*()
@@ -84,27 +77,20 @@ public:
     }
 
 private:
-    static std::array<int, 2> MakePipe()
-    {
-        std::array<int, 2> ends{};
-        EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-        return ends;
-    }
-
     static std::vector<std::string> Command(std::vector<std::string> options)
     {
         options.insert(options.begin(), {BOARD, "--name", Name()});
         return options;
     }
 
-    BoardProgram(std::array<int, 2> ends, std::vector<std::string> options)
-        : input(ends[1])
-        , program(Command(std::move(options)), {}, ends[0])
+    BoardProgram(System::Pipe pipe, std::vector<std::string> options)
+        : input(std::move(pipe.writing))
+        , program(Command(std::move(options)), {}, pipe.reading.Number())
     {
-        close(ends[0]);
+        pipe.reading.Close();
     }
 
-    int input;
+    System::Descriptor input;
     Daemon program;
 };
 
@@ -808,15 +794,13 @@ TEST(BoardProgram, AnApplicationCanListTheQueuesAlsoWhenTheDaemonHasEnded)
 {
     BoardProgram board;
     EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
-    std::array<int, 2> ends{};
-    ASSERT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
+    System::Pipe pipe;
     Daemon application(
         {BOARD, "exec", "--name", Name(), "--", "sh", "-c", "echo waits; cat; ls /dev/mqueue && echo listed"}, {},
-        ends[0]);
-    close(ends[0]);
+        pipe.reading.Number());
     EXPECT_TRUE(application.AwaitLine("waits"));
     EXPECT_EQ(board->Stop(), 0);
-    close(ends[1]);
+    pipe.writing.Close();
     EXPECT_EQ(application.Wait(), 0);
     EXPECT_THAT(application.Lines(), testing::ElementsAre("waits", "listed"));
 }

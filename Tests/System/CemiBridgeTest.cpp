@@ -4,9 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <fcntl.h>
-#include <mqueue.h>
-
 #include <numeric>
 
 using Knx::Bytes;
@@ -142,13 +139,8 @@ using CemiStart = OnBoard;
 
 TEST_F(CemiStart, WhatWaitedInTheQueueBeforeTheStartIsDiscardedAndNeverTransmitted)
 {
-    mq_attr attributes{};
-    attributes.mq_maxmsg = 14;
-    attributes.mq_msgsize = 261;
-    const mqd_t early = mq_open("/cemiToLL", O_CREAT | O_WRONLY, 0644, &attributes);
-    ASSERT_NE(early, -1);
-    EXPECT_EQ(mq_send(early, "\x02\x01\x02", 3, 0), 0);
-    mq_close(early);
+    const System::OwnMessageQueue early("/cemiToLL", Queue::For::Writing, 14, 261);
+    EXPECT_TRUE(early.Send({0x02, 0x01, 0x02}));
 
     Daemon daemon;
     ASSERT_TRUE(AwaitRunning(daemon));

@@ -1,7 +1,8 @@
 // What reaches the log, and how.
 
 #include "OnBoard.h"
-#include "Process.h"
+
+#include "System/Process.h"
 
 #include <gmock/gmock.h>
 
@@ -180,22 +181,20 @@ TEST_F(Log, LinesBearTheLocalTime)
 
 TEST_F(Log, EachLineIsOneWriteIntoAPipe)
 {
-    std::array<int, 2> pipe{};
-    ASSERT_EQ(pipe2(pipe.data(), O_CLOEXEC | O_DIRECT), 0); // each read gives what one write brought
-    Simulator::Process::Start start;
+    System::Pipe pipe(O_CLOEXEC | O_DIRECT); // each read gives what one write brought
+    System::Process::Start start;
     start.command = {Daemon::Program(), "--version"};
     start.environment = {{"LD_LIBRARY_PATH", TRACE_LIBRARY}, {"TRACE_OPEN", "0"}};
-    start.standardOutput = pipe[1];
-    Simulator::Process daemon(start);
-    close(pipe[1]);
+    start.standardOutput = pipe.writing.Number();
+    System::Process daemon(start);
+    pipe.writing.Close();
     std::vector<std::string> writes;
     std::array<char, 4096> buffer{};
     for (ssize_t size = 1; size > 0;)
     {
-        size = read(pipe[0], buffer.data(), buffer.size());
+        size = read(pipe.reading.Number(), buffer.data(), buffer.size());
         writes.emplace_back(buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
     }
-    close(pipe[0]);
     EXPECT_EQ(daemon.Wait(), 255);
     writes.pop_back(); // the end
     EXPECT_GE(writes.size(), 9U);

@@ -1,7 +1,8 @@
 // A standard output that is not what the daemon needs.
 
 #include "OnBoard.h"
-#include "Process.h"
+
+#include "System/Process.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -18,9 +19,9 @@ namespace
 
 using Output = OnBoard;
 
-Simulator::Process::Start Command(std::vector<std::string> command, int standardOutput)
+System::Process::Start Command(std::vector<std::string> command, int standardOutput)
 {
-    Simulator::Process::Start start;
+    System::Process::Start start;
     start.command = std::move(command);
     start.environment = {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}};
     start.standardOutput = standardOutput;
@@ -29,11 +30,10 @@ Simulator::Process::Start Command(std::vector<std::string> command, int standard
 
 TEST_F(Output, ThatNobodyReadsStopsTheDaemonAlsoForSigint)
 {
-    std::array<int, 2> pipe{};
-    ASSERT_EQ(pipe2(pipe.data(), O_CLOEXEC), 0);
-    const int capacity = fcntl(pipe[1], F_SETPIPE_SZ, 4096);
-    Simulator::Process daemon(Command({Daemon::Program()}, pipe[1]));
-    close(pipe[1]);
+    System::Pipe pipe;
+    const int capacity = fcntl(pipe.writing.Number(), F_SETPIPE_SZ, 4096);
+    System::Process daemon(Command({Daemon::Program()}, pipe.writing.Number()));
+    pipe.writing.Close();
     const Queue toLink("/cemiToLL", Queue::For::Writing);
     constexpr int aLine = 160;
     const auto isStuck = [&]
@@ -42,7 +42,7 @@ TEST_F(Output, ThatNobodyReadsStopsTheDaemonAlsoForSigint)
         {
         }
         int waiting = 0;
-        ioctl(pipe[0], FIONREAD, &waiting);
+        ioctl(pipe.reading.Number(), FIONREAD, &waiting);
         return waiting > capacity - aLine;
     };
     ASSERT_TRUE(Await(isStuck));
@@ -52,30 +52,29 @@ TEST_F(Output, ThatNobodyReadsStopsTheDaemonAlsoForSigint)
     EXPECT_EQ(poll(&end, 1, 1000), 0); // ms; two periods are enough for one that is read
 
     std::array<char, 4096> buffer{};
-    while (read(pipe[0], buffer.data(), buffer.size()) > 0)
+    while (read(pipe.reading.Number(), buffer.data(), buffer.size()) > 0)
     {
     }
-    close(pipe[0]);
     EXPECT_EQ(daemon.Wait(), 0);
 }
 
 TEST_F(Output, ThatNobodyCanReadAnyMoreEndsTheDaemonWithItsNextLineAndStatus141)
 {
-    std::array<int, 2> pipe{};
-    ASSERT_EQ(pipe2(pipe.data(), O_CLOEXEC), 0);
-    close(pipe[0]);
-    Simulator::Process daemon(Command({Daemon::Program()}, pipe[1]));
-    close(pipe[1]);
+    System::Pipe pipe;
+    pipe.reading.Close();
+    System::Process daemon(Command({Daemon::Program()}, pipe.writing.Number()));
+    pipe.writing.Close();
     EXPECT_EQ(daemon.Wait(), 141);
 }
 
 TEST_F(Output, InAFileThatMayNotGrowEndsTheDaemonWithItsNextLineAndStatus153)
 {
     std::string file = (std::filesystem::temp_directory_path() / "orvel-test-XXXXXX").string();
-    const int descriptor = mkostemp(file.data(), O_CLOEXEC);
-    ASSERT_NE(descriptor, -1);
-    Simulator::Process daemon(Command({"/bin/sh", "-c", "ulimit -f 0; exec \"$0\"", Daemon::Program()}, descriptor));
-    close(descriptor);
+    System::Descriptor descriptor(mkostemp(file.data(), O_CLOEXEC));
+    ASSERT_TRUE(descriptor.IsOpen());
+    System::Process daemon(
+        Command({"/bin/sh", "-c", "ulimit -f 0; exec \"$0\"", Daemon::Program()}, descriptor.Number()));
+    descriptor.Close();
     EXPECT_EQ(daemon.Wait(), 153);
     EXPECT_EQ(std::filesystem::file_size(file), 0U);
     std::filesystem::remove(file);

@@ -5,9 +5,11 @@
 #include "Overlay.h"
 
 #include "Orvel/Protocol.h"
+#include "System/MessageQueue.h"
 
 #include <gmock/gmock.h>
 
+#include <mqueue.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -51,16 +53,14 @@ std::string File(const std::string& path)
 // Owner, mode and sizes as "4711:4712 0640, 6 of 1", or "nothing".
 std::string QueueIs(const std::string& name)
 {
-    const mqd_t queue = mq_open(name.c_str(), O_RDONLY | O_NONBLOCK);
+    const auto queue = System::MessageQueue::TryOpen(name, Queue::For::Reading);
     struct stat status = {};
-    mq_attr attributes{};
-    if (queue == -1 || fstat(queue, &status) == -1 || mq_getattr(queue, &attributes) == -1)
+    if (!queue || fstat(queue->Descriptor(), &status) == -1)
     {
         return "nothing";
     }
-    mq_close(queue);
-    return OwnerAndMode(status) + ", " + std::to_string(attributes.mq_maxmsg) + " of " +
-           std::to_string(attributes.mq_msgsize);
+    return OwnerAndMode(status) + ", " + std::to_string(queue->Capacity()) + " of " +
+           std::to_string(queue->MessageSize());
 }
 
 std::vector<std::string> QueuesAre()

@@ -257,10 +257,15 @@ TEST_F(Stop, ASigintWhileTheLogIsBeingConfiguredKills)
     const std::string file = directory + "/log.properties";
     EXPECT_EQ(mkfifo(file.c_str(), 0600), 0);
     auto daemon = Daemon::OnTraceLibrary({"--log_config_file", file});
-    int writingEnd = -1; // can be opened only while there is a reader, who then waits for a text
-    EXPECT_TRUE(Await([&] { return (writingEnd = open(file.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC)) != -1; }));
+    System::Descriptor writingEnd; // can be opened only while there is a reader, who then waits for a text
+    EXPECT_TRUE(Await(
+        [&]
+        {
+            writingEnd = System::Descriptor(open(file.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+            return writingEnd.IsOpen();
+        }));
     daemon.Interrupt();
-    close(writingEnd);
+    writingEnd.Close();
     EXPECT_EQ(daemon.Wait(), 128 + SIGINT);
     EXPECT_THAT(daemon.Lines(), ElementsAre());
     std::filesystem::remove_all(directory);

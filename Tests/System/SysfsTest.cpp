@@ -6,7 +6,6 @@
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
-#include <mqueue.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -240,22 +239,18 @@ TEST_F(Sysfs, APinThatIsExportedAgainIsNotActiveLowAndHasNoEdge)
 
 TEST_F(Sysfs, PseudoTerminalsCanBeMade)
 {
-    const int terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    ASSERT_NE(terminal, -1);
-    EXPECT_EQ(unlockpt(terminal), 0);
-    const char* const name = ptsname(terminal);
+    const System::Descriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+    ASSERT_TRUE(terminal.IsOpen());
+    EXPECT_EQ(unlockpt(terminal.Number()), 0);
+    const char* const name = ptsname(terminal.Number());
     ASSERT_NE(name, nullptr);
     EXPECT_EQ(MountedFiles::File(name, O_RDWR | O_NOCTTY).error, 0) << name;
-    close(terminal);
 }
 
 TEST_F(Sysfs, TheQueuesAreListed)
 {
-    const mqd_t queue = mq_open("/listed", O_RDONLY | O_CREAT | O_CLOEXEC, 0600, nullptr);
-    ASSERT_NE(queue, -1);
+    const System::OwnMessageQueue queue("/listed", Queue::For::Reading, 1, 1);
     EXPECT_THAT(Names("/dev/mqueue"), IsSupersetOf({"listed"}));
-    mq_close(queue);
-    mq_unlink("/listed");
 }
 
 } // namespace

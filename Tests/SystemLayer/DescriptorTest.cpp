@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <utility>
 
@@ -97,6 +98,17 @@ TEST(Descriptor, OfAPipeAndOfASocketPairGoToNoOtherProgram)
     {
         EXPECT_EQ(fcntl(end->Number(), F_GETFD), FD_CLOEXEC);
     }
+}
+
+TEST(Descriptor, OfASocketPairKeepsMessagesApartIfItsTypeDoes)
+{
+    const System::SocketPair sockets(SOCK_SEQPACKET | SOCK_CLOEXEC);
+    for (const char* const message : {"a", "b"})
+    {
+        EXPECT_EQ(send(sockets.one.Number(), message, 1, 0), 1);
+    }
+    std::array<char, 4> buffer{};
+    EXPECT_EQ(recv(sockets.other.Number(), buffer.data(), buffer.size(), 0), 1);
 }
 
 } // namespace

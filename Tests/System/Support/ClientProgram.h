@@ -2,11 +2,12 @@
 
 #include "Daemon.h"
 #include "Knx/HexDigits.h"
+#include "System/Descriptor.h"
+#include "System/MessageQueue.h"
 
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
-#include <mqueue.h>
 #include <pty.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -29,33 +30,24 @@ class ClientProgram
 {
 public:
     explicit ClientProgram(std::vector<std::string> arguments)
-        : ClientProgram(MakePipe(), Command(std::move(arguments)))
+        : ClientProgram(System::Pipe(), Command(std::move(arguments)))
     {
     }
 
     /// Runs a shell command in which "$ORVELCTL" is the program.
     static ClientProgram InShell(const std::string& command)
     {
-        return {MakePipe(), {"sh", "-c", command}};
+        return {System::Pipe(), {"sh", "-c", command}};
     }
-
-    ~ClientProgram()
-    {
-        close(input);
-    }
-
-    ClientProgram(const ClientProgram&) = delete;
-    ClientProgram& operator=(const ClientProgram&) = delete;
 
     void Type(const std::string& text) const
     {
-        EXPECT_EQ(write(input, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+        EXPECT_EQ(write(input.Number(), text.data(), text.size()), static_cast<ssize_t>(text.size()));
     }
 
     void EndInput()
     {
-        close(input);
-        input = -1;
+        input.Close();
     }
 
     Outcome End()
@@ -70,27 +62,20 @@ public:
     }
 
 private:
-    static std::array<int, 2> MakePipe()
-    {
-        std::array<int, 2> ends{};
-        EXPECT_EQ(pipe2(ends.data(), O_CLOEXEC), 0);
-        return ends;
-    }
-
     static std::vector<std::string> Command(std::vector<std::string> arguments)
     {
         arguments.insert(arguments.begin(), CLIENT);
         return arguments;
     }
 
-    ClientProgram(std::array<int, 2> ends, const std::vector<std::string>& command)
-        : input(ends[1])
-        , program(command, {{"ORVELCTL", CLIENT}}, ends[0])
+    ClientProgram(System::Pipe pipe, const std::vector<std::string>& command)
+        : input(std::move(pipe.writing))
+        , program(command, {{"ORVELCTL", CLIENT}}, pipe.reading.Number())
     {
-        close(ends[0]);
+        pipe.reading.Close();
     }
 
-    int input;
+    System::Descriptor input;
     Daemon program;
 };
 
@@ -106,21 +91,22 @@ inline Outcome RunClient(const std::vector<std::string>& arguments, const std::s
 /// What a shell command writes to a terminal. "$ORVELCTL" is the program.
 inline std::string OnTerminal(const std::string& command)
 {
-    int terminal = -1;
-    const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    int number = -1;
+    const pid_t child = forkpty(&number, nullptr, nullptr, nullptr);
     if (child == 0)
     {
         setenv("ORVELCTL", CLIENT, 1);
         execlp("sh", "sh", "-c", command.c_str(), nullptr);
         _exit(127);
     }
+    System::Descriptor terminal(number);
     std::string text;
     std::array<char, 4096> buffer{};
-    for (ssize_t size = 0; (size = read(terminal, buffer.data(), buffer.size())) > 0;)
+    for (ssize_t size = 0; (size = read(terminal.Number(), buffer.data(), buffer.size())) > 0;)
     {
         text.append(buffer.data(), static_cast<std::size_t>(size));
     }
-    close(terminal);
+    terminal.Close();
     waitpid(child, nullptr, 0);
     return text;
 }
@@ -156,29 +142,14 @@ private:
 class MadeQueue
 {
 public:
-    explicit MadeQueue(std::string queueName, long messages = 14, long size = 261, mode_t mode = 0644)
-        : name(std::move(queueName))
+    explicit MadeQueue(const std::string& name, long messages = 14, long size = 261, mode_t mode = 0644)
+        : queue(name, System::MessageQueue::For::Both, messages, size, mode)
     {
-        mq_attr attributes{};
-        attributes.mq_maxmsg = messages;
-        attributes.mq_msgsize = size;
-        queue = mq_open(name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_NONBLOCK | O_CLOEXEC, mode, &attributes);
-        EXPECT_NE(queue, -1) << name;
     }
-
-    ~MadeQueue()
-    {
-        mq_close(queue);
-        mq_unlink(name.c_str());
-    }
-
-    MadeQueue(const MadeQueue&) = delete;
-    MadeQueue& operator=(const MadeQueue&) = delete;
 
     void Put(const Knx::Bytes& message) const
     {
-        const std::string bytes(message.begin(), message.end()); // has an address also when it is empty
-        EXPECT_EQ(mq_send(queue, bytes.data(), bytes.size(), 0), 0) << name;
+        EXPECT_TRUE(queue.Send(message)) << Knx::ToHex(message);
     }
 
     /// A frame with its size byte.
@@ -192,24 +163,15 @@ public:
     /// The next message as hexadecimal digits; "nothing" if there is none.
     std::string Take() const
     {
-        Knx::Bytes message(8192);
-        const ssize_t size = mq_receive(queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
-        if (size == -1)
-        {
-            return "nothing";
-        }
-        message.resize(static_cast<std::size_t>(size));
-        return Knx::ToHex(message);
+        const auto message = queue.Receive();
+        return message ? Knx::ToHex(*message) : "nothing";
     }
 
     long Waiting() const
     {
-        mq_attr attributes{};
-        mq_getattr(queue, &attributes);
-        return attributes.mq_curmsgs;
+        return queue.Pending();
     }
 
 private:
-    std::string name;
-    mqd_t queue;
+    System::OwnMessageQueue queue;
 };

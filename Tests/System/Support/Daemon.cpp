@@ -2,7 +2,8 @@
 
 #include "Await.h"
 
-#include <fcntl.h>
+#include "System/Lines.h"
+
 #include <poll.h>
 #include <unistd.h>
 
@@ -12,7 +13,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <regex>
-#include <stdexcept>
 
 namespace
 {
@@ -56,22 +56,17 @@ Daemon::Daemon(std::vector<std::string> command, Environment environment, int st
 
 void Daemon::Begin()
 {
-    std::array<int, 2> pipe{};
-    if (pipe2(pipe.data(), O_CLOEXEC) == -1)
-    {
-        throw std::runtime_error("no pipe");
-    }
-    output = pipe[0];
-    start.standardOutput = pipe[1];
-    process = std::make_unique<Simulator::Process>(start);
-    close(pipe[1]);
+    System::Pipe pipe;
+    output = std::move(pipe.reading);
+    start.standardOutput = pipe.writing.Number();
+    process = std::make_unique<System::Process>(start);
+    pipe.writing.Close();
     reader = std::thread(&Daemon::ReadOutput, this);
 }
 
 void Daemon::Restart()
 {
     Stop();
-    close(output);
     lines.clear();
     awaited = 0;
     Begin();
@@ -84,34 +79,28 @@ Daemon::~Daemon()
     {
         reader.join();
     }
-    close(output);
 }
 
 void Daemon::ReadOutput()
 {
-    std::string pending;
+    System::Lines splitter;
+    const auto add = [this](const std::string& line) { lines.push_back(line); };
     std::array<char, 4096> buffer{};
-    for (;;)
+    ssize_t size = 0;
+    do
     {
-        const ssize_t size = read(output, buffer.data(), buffer.size());
+        size = read(output.Number(), buffer.data(), buffer.size());
         const std::lock_guard lock(mutex);
-        if (size <= 0)
+        if (size > 0)
         {
-            if (!pending.empty())
-            {
-                lines.push_back(pending);
-            }
-            added.notify_all();
-            return;
+            splitter.Take({buffer.data(), static_cast<std::size_t>(size)}, add);
         }
-        pending.append(buffer.data(), static_cast<std::size_t>(size));
-        for (std::size_t end = pending.find('\n'); end != std::string::npos; end = pending.find('\n'))
+        else
         {
-            lines.push_back(pending.substr(0, end));
-            pending.erase(0, end + 1);
+            splitter.End(add);
         }
         added.notify_all();
-    }
+    } while (size > 0);
 }
 
 bool Daemon::AwaitLine(const std::string& text)

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Event.h"
-#include "Process.h"
+
+#include "System/Descriptor.h"
+#include "System/Process.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -85,12 +87,12 @@ private:
     void Begin();
     void ReadOutput();
 
-    Simulator::Process::Start start;
-    int output = -1; // the reading end of the pipe that is its standard output and error
+    System::Process::Start start;
+    System::Descriptor output; // the reading end of the pipe that is its standard output and error
     mutable std::mutex mutex;
     std::condition_variable added;
     std::vector<std::string> lines;
     std::size_t awaited = 0; // lines up to the last one that was waited for
-    std::unique_ptr<Simulator::Process> process;
+    std::unique_ptr<System::Process> process;
     std::thread reader;
 };

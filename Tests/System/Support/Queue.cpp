@@ -2,58 +2,31 @@
 
 #include "Await.h"
 
-#include <gtest/gtest.h>
+using System::MessageQueue;
 
-#include <fcntl.h>
-#include <poll.h>
+namespace
+{
 
-using Knx::Bytes;
+MessageQueue AwaitQueue(const std::string& name, Queue::For access)
+{
+    std::optional<MessageQueue> queue;
+    Await([&] { return (queue = MessageQueue::TryOpen(name, access)).has_value(); });
+    return queue ? std::move(*queue) : MessageQueue(name, access); // which says why not
+}
+
+} // namespace
 
 Queue::Queue(const std::string& name, For access)
+    : queue(AwaitQueue(name, access))
 {
-    const int mode = access == For::Reading ? O_RDONLY : O_WRONLY;
-    EXPECT_TRUE(Await([&] { return (queue = mq_open(name.c_str(), mode | O_NONBLOCK)) != -1; })) << name;
 }
 
-Queue::~Queue()
+std::optional<Knx::Bytes> Queue::Receive() const
 {
-    mq_close(queue);
-}
-
-bool Queue::Send(const Bytes& message) const
-{
-    return mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0) == 0;
-}
-
-std::optional<Bytes> Queue::Receive() const
-{
-    pollfd entry{queue, POLLIN, 0};
-    poll(&entry, 1, static_cast<int>(std::chrono::milliseconds(Patience).count()));
-    return ReceiveNow();
-}
-
-std::optional<Bytes> Queue::ReceiveNow() const
-{
-    Bytes message(8192);
-    const ssize_t size = mq_receive(queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
-    if (size == -1)
-    {
-        return std::nullopt;
-    }
-    message.resize(static_cast<std::size_t>(size));
-    return message;
-}
-
-long Queue::Pending() const
-{
-    mq_attr attributes{};
-    mq_getattr(queue, &attributes);
-    return attributes.mq_curmsgs;
+    return queue.ReceiveWithin(Patience);
 }
 
 bool Queue::Exists(const std::string& name)
 {
-    const mqd_t queue = mq_open(name.c_str(), O_RDONLY | O_NONBLOCK);
-    mq_close(queue);
-    return queue != -1;
+    return MessageQueue::TryOpen(name, For::Reading).has_value();
 }

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "Knx/HexDigits.h"
-
-#include <mqueue.h>
+#include "System/MessageQueue.h"
 
 #include <optional>
 #include <string>
@@ -11,32 +10,33 @@
 class Queue
 {
 public:
-    enum class For
-    {
-        Reading,
-        Writing
-    };
+    using For = System::MessageQueue::For;
 
     /// Waits until the queue exists.
     Queue(const std::string& name, For access);
-    ~Queue();
-
-    Queue(const Queue&) = delete;
-    Queue& operator=(const Queue&) = delete;
 
     /// False if there is no room.
-    bool Send(const Knx::Bytes& message) const;
+    bool Send(const Knx::Bytes& message) const
+    {
+        return queue.Send(message);
+    }
 
     /// Waits for the next message; nothing if none came for long.
     std::optional<Knx::Bytes> Receive() const;
 
     /// The next message, if there is one now.
-    std::optional<Knx::Bytes> ReceiveNow() const;
+    std::optional<Knx::Bytes> ReceiveNow() const
+    {
+        return queue.Receive();
+    }
 
-    long Pending() const;
+    long Pending() const
+    {
+        return queue.Pending();
+    }
 
     static bool Exists(const std::string& name);
 
 private:
-    mqd_t queue = -1;
+    System::MessageQueue queue;
 };

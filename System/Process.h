@@ -10,19 +10,22 @@
 #include <utility>
 #include <vector>
 
-namespace Simulator
+namespace System
 {
 
-/// A program that runs in the board's namespaces, and not longer than the board.
+/// Runs a program in place of this one: a path, or a name in PATH. Returns only if that fails; errno says why.
+void Execute(const std::string& program, const std::vector<std::string>& arguments);
+
+/// Another program, which runs no longer than this one.
 class Process
 {
 public:
     struct Start
     {
         std::vector<std::string> command; ///< program (a path, or a name in PATH) and arguments
-        std::vector<std::pair<std::string, std::string>> environment; ///< in addition to the board's own
-        int standardInput = -1;  ///< descriptor that becomes its standard input; -1: the board's own
-        int standardOutput = -1; ///< descriptor that becomes its standard output and error; -1: the board's own
+        std::vector<std::pair<std::string, std::string>> environment; ///< in addition to this program's own
+        int standardInput = -1;  ///< descriptor that becomes its standard input; -1: this program's own
+        int standardOutput = -1; ///< descriptor that becomes its standard output and error; -1: this program's own
         std::function<void(pid_t)> beforeExec; ///< called with the new process, which waits meanwhile
     };
 
@@ -58,4 +61,4 @@ private:
     std::optional<int> status;
 };
 
-} // namespace Simulator
+} // namespace System

@@ -1,4 +1,4 @@
-#include "Process.h"
+#include "System/Process.h"
 
 #include "System/ThrowErrno.h"
 
@@ -15,19 +15,19 @@
 #include <csignal>
 #include <cstdlib>
 
-namespace Simulator
+namespace System
 {
 
 namespace
 {
 
 // In the new process. Returns only when the program could not be started.
-void Execute(const Process::Start& start, pid_t parent)
+void Become(const Process::Start& start, pid_t parent)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent)
     {
-        return; // the board died before it could be told so
+        return; // it died before it could be told so
     }
     // What a shell starts in its background ignores SIGINT, and so would the program.
     static_cast<void>(std::signal(SIGINT, SIG_DFL));
@@ -47,34 +47,40 @@ void Execute(const Process::Start& start, pid_t parent)
     {
         setenv(name.c_str(), value.c_str(), 1);
     }
-    std::vector<char*> arguments;
-    for (const std::string& argument : start.command)
-    {
-        arguments.push_back(const_cast<char*>(argument.c_str())); // exec does not write to them
-    }
-    arguments.push_back(nullptr);
-    execvp(arguments[0], arguments.data());
+    Execute(start.command.front(), start.command);
 }
 
 } // namespace
 
+void Execute(const std::string& program, const std::vector<std::string>& arguments)
+{
+    std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
+    for (const std::string& argument : arguments)
+    {
+        pointers.push_back(const_cast<char*>(argument.c_str())); // exec does not write to them
+    }
+    pointers.push_back(nullptr);
+    execvp(program.c_str(), pointers.data());
+}
+
 Process::Process(const Start& start)
 {
     // One byte lets the new process go on. Closed by a successful exec; otherwise it brings the reason.
-    System::SocketPair sockets;
+    SocketPair sockets;
     const pid_t parent = getpid();
     id = fork();
     if (id == 0)
     {
-        sockets.one.Close(); // so that the end of the board ends the wait
-        // Ctrl-C in a terminal is for the board, which then stops the program in its own way.
+        sockets.one.Close(); // so that the end of its parent ends the wait
+        // Ctrl-C in a terminal is for the parent, which then stops the program in its own way.
         setpgid(0, 0);
         char go = 0;
         if (recv(sockets.other.Number(), &go, 1, 0) != 1)
         {
-            _exit(127); // the board died, and nobody is to be told anything
+            _exit(127); // the parent died, and nobody is to be told anything
         }
-        Execute(start, parent);
+        Become(start, parent);
         const int error = errno;
         send(sockets.other.Number(), &error, sizeof(error), MSG_NOSIGNAL);
         _exit(127);
@@ -95,7 +101,7 @@ Process::Process(const Start& start)
     }
     if (error != 0)
     {
-        System::ThrowErrno("cannot start " + start.command.front(), error);
+        ThrowErrno("cannot start " + start.command.front(), error);
     }
     // The C library has it only since lately.
     descriptor = System::Descriptor(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));
@@ -131,4 +137,4 @@ int Process::Wait()
     return *status;
 }
 
-} // namespace Simulator
+} // namespace System
