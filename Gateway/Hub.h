@@ -78,7 +78,7 @@ public:
     bool Send(Id id, const uint8_t* packet, std::size_t size, Time now);
 
     /// The next message for this participant; it may be too late for it if it is not taken. Null if none waits.
-    const Message* Next(Id id) const;
+    const Message* Next(Id id);
 
     /// What Next gave has gone out.
     void Taken(Id id);
@@ -134,25 +134,26 @@ private:
     void Connect(Id id);
     void SetLink(Link state, Time now);
     void TellState(Id id);
+    Time LimitOfFront(const Participant& participant) const;
     void RefuseAll();
-    Time Limit(const Participant& participant) const;
-    void RefuseOld(Participant& participant, Id id, Time now);
-    void Refuse(const Message& request, Id sender, uint64_t& why);
+    void RefuseFront(Id id, uint64_t& why);
+    void Refuse(Message request, Id sender, bool wasAdded, uint64_t& why);
     void OnLinkState(const Message& message, Time now);
-    void OnConfirmation(const Message& confirmation, Time now);
+    void OnConfirmation(const Message& message, Time now);
     void ToAllBut(Id sender, const Message& message);
     void Give(Id id, const Message& message);
     void News(Id id);
-    void ReleaseIfDone(Id id);
+    void PopRequest(Id id);
 
     const Settings settings;
     Link link = Link::Lost;
-    Time settledAt;
-    Time confirmedAt;
+    Time settledAt;   // when settling ends
+    Time confirmedAt; // by the link for the last time, or when its state changed
     Counters counters;
-    std::vector<std::unique_ptr<Participant>> participants; // by id; null where there is none
+    std::vector<std::unique_ptr<Participant>> participants; // by id, the network last; null where there is none
     std::vector<Id> news;                                   // has room for all from the beginning
     std::size_t programs = 0;
+    std::size_t waiting = 0; // requests of all, not counting those in flight
     InFlight inFlight;
     Id turn = 0; // whose request goes next, if it has one
 };

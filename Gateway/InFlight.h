@@ -2,6 +2,8 @@
 
 #include "Message.h"
 
+#include "Knx/TelegramView.h"
+
 #include <array>
 #include <chrono>
 #include <cstddef>
@@ -46,15 +48,15 @@ public:
     void Add(std::size_t sender, const Message& message, Time limit);
 
     /// The first request that this confirmation can belong to, which is then no longer here; nothing if there is none.
-    std::optional<Match> Confirm(const Message& confirmation);
+    std::optional<Match> Confirm(const Knx::TelegramView& confirmation);
 
-    /// The first request, if its limit has come. Forgotten only later: its confirmation may still come.
+    /// The first request, if its limit has come. It is remembered: its confirmation may still come.
     std::optional<Request> TakeExpired(Time now);
 
-    /// The first request, if there is one: the link has gone, and no confirmation comes any more.
-    std::optional<Request> TakeAny();
+    /// The first request, if there is one. The link has gone: no confirmation comes any more, not even of those remembered.
+    std::optional<Request> TakeWithoutLink();
 
-    /// Its sender has left.
+    /// Its requests are Nobody's from now on.
     void Leave(std::size_t sender);
 
     /// The first limit.
@@ -67,8 +69,8 @@ private:
 
     std::array<Request, Window> requests; // as far as `count`
     std::size_t count = 0;
-    std::array<Request, Remembered> late; // without a message where there is none
-    std::size_t oldest = 0;
+    std::array<Request, Remembered> late; // the message of an unused place is empty
+    std::size_t nextLate = 0;             // the oldest one makes room
 };
 
 } // namespace OrvelGateway
