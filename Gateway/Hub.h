@@ -140,6 +140,7 @@ private:
     void Refuse(Message request, Id sender, bool wasAdded, uint64_t& why);
     void OnLinkState(const Message& message, Time now);
     void OnConfirmation(const Message& message, Time now);
+    void CountOnLine(const Message& telegram);
     void ToAllBut(Id sender, const Message& message);
     void Give(Id id, const Message& message);
     void News(Id id);

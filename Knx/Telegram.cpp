@@ -111,7 +111,7 @@ Bytes Encode(const GroupTelegram& telegram)
     return bytes;
 }
 
-std::chrono::nanoseconds TimeOnLine(bool isStandardFrame, uint8_t length)
+std::chrono::nanoseconds TimeOnLine(const uint8_t* cemi, std::size_t size)
 {
     constexpr int64_t BitsPerSecond = 9600;
     constexpr int64_t Idle = 53;      // bit times before a telegram
@@ -121,19 +121,16 @@ std::chrono::nanoseconds TimeOnLine(bool isStandardFrame, uint8_t length)
     constexpr int64_t Standard = 8; // bytes around those behind the TPCI, with the checksum
     constexpr int64_t Extended = 9;
 
-    const int64_t characters = length + (isStandardFrame && length <= MaxStandard ? Standard : Extended);
-    const int64_t bits = Idle + characters * (Character + Gap) - Gap + ToAcknowledge + Character;
-    return std::chrono::nanoseconds(bits * std::chrono::nanoseconds(std::chrono::seconds(1)).count() / BitsPerSecond);
-}
-
-std::chrono::nanoseconds TimeOnLine(const uint8_t* cemi, std::size_t size)
-{
     const std::size_t control1 = size > InfoLengthAt ? InfoLengthAt + 1U + cemi[InfoLengthAt] : size;
     if (size <= control1 + LengthAt)
     {
         return {};
     }
-    return TimeOnLine((cemi[control1] & StandardFrame) != 0, cemi[control1 + LengthAt]);
+    const uint8_t length = cemi[control1 + LengthAt];
+    const bool standard = (cemi[control1] & StandardFrame) != 0 && length <= MaxStandard;
+    const int64_t characters = length + (standard ? Standard : Extended);
+    const int64_t bits = Idle + characters * (Character + Gap) - Gap + ToAcknowledge + Character;
+    return std::chrono::nanoseconds(bits * std::chrono::nanoseconds(std::chrono::seconds(1)).count() / BitsPerSecond);
 }
 
 std::chrono::nanoseconds TimeOnLine(const Bytes& cemi)

@@ -46,7 +46,4 @@ Bytes Encode(const GroupTelegram& telegram);
 std::chrono::nanoseconds TimeOnLine(const uint8_t* cemi, std::size_t size);
 std::chrono::nanoseconds TimeOnLine(const Bytes& cemi);
 
-/// The same for a telegram with so many bytes behind its TPCI.
-std::chrono::nanoseconds TimeOnLine(bool isStandardFrame, uint8_t length);
-
 } // namespace Knx::Telegram
