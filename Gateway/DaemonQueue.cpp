@@ -19,24 +19,38 @@ DaemonQueue::DaemonQueue(std::string queueName, For queueAccess, std::size_t byt
 {
 }
 
-std::string DaemonQueue::Open()
+int DaemonQueue::Open()
 {
     const int flags = (access == For::Reading ? O_RDONLY : O_WRONLY) | O_NONBLOCK | O_CLOEXEC;
     descriptor = System::Descriptor(mq_open(name.c_str(), flags)); // on Linux a queue's descriptor is that of a file
     mq_attr attributes{};
+    int error = 0;
     if (!descriptor.IsOpen() || mq_getattr(descriptor.Number(), &attributes) == -1)
     {
-        descriptor.Close();
-        return "cannot open " + name + ": " + strerror(errno);
+        error = errno;
     }
-    if (attributes.mq_msgsize != static_cast<long>(messageSize))
+    else if (attributes.mq_msgsize != static_cast<long>(messageSize))
+    {
+        error = EMSGSIZE;
+    }
+    if (error != 0)
     {
         descriptor.Close();
-        errno = EMSGSIZE;
-        return name + " is not the daemon's: its messages have " + std::to_string(attributes.mq_msgsize) +
-               " bytes, not " + std::to_string(messageSize);
     }
-    return "";
+    return error;
+}
+
+std::string DaemonQueue::Problem(int error) const
+{
+    switch (error)
+    {
+    case EMSGSIZE:
+        return name + " is not the daemon's: its messages are not of " + std::to_string(messageSize) + " bytes";
+    case EACCES:
+        return name + " is not for this user: be root, or in the group orvel";
+    default:
+        return "cannot open " + name + ": " + strerror(error);
+    }
 }
 
 void DaemonQueue::Close()

@@ -28,9 +28,13 @@ public:
 
     DaemonQueue(std::string queueName, For queueAccess, std::size_t bytes);
 
-    /// Empty if the queue is open now. Otherwise why it is not, in one line, and errno: ENOENT if there is none, EMSGSIZE if
-    /// its messages have not the size that the daemon's have.
-    std::string Open();
+    /// 0 if the queue is open now. Otherwise the error: ENOENT if there is none, EMSGSIZE if its messages have not the size that
+    /// the daemon's have.
+    int Open();
+
+    /// What such an error means, in one line.
+    std::string Problem(int error) const;
+
     void Close();
 
     bool IsOpen() const

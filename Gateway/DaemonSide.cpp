@@ -21,7 +21,7 @@ namespace
 // Messages that are read before others get their turn; more than a queue holds.
 constexpr int Batch = 32;
 
-constexpr const char* NoQueues = "No daemon: waiting for its queues";
+constexpr const char* NoQueues = "waiting for its queues";
 
 DaemonSide::Time Now()
 {
@@ -39,10 +39,9 @@ DaemonSide::DaemonSide(Loop& eventLoop, Hub& servedHub, const std::string& butto
     , toLink{{ORVEL_CEMI_TO_LL_QUEUE, DaemonQueue::For::Writing, ORVEL_CEMI_MESSAGE_SIZE}, {}}
     , button{{buttonQueue, DaemonQueue::For::Reading, ORVEL_PROG_BUTTON_MESSAGE_SIZE}, {}}
 {
-    const std::string why = OpenIfThere(Now());
-    if (!why.empty() && errno == EACCES)
+    if (OpenIfThere(Now()) == EACCES)
     {
-        throw Failure(Status::NotAllowed, why + "; be root, or in the group orvel");
+        throw Failure(Status::NotAllowed, told);
     }
 }
 
@@ -63,7 +62,7 @@ void DaemonSide::Look(Time now)
         }
         catch (const std::system_error& failure) // the loop has no room for it at the moment
         {
-            TellOnce(std::string("Cannot serve the daemon: ") + failure.what());
+            TellOnce(std::string("cannot wait for its queues: ") + failure.what());
             Leave(now);
         }
     }
@@ -73,21 +72,17 @@ void DaemonSide::Look(Time now)
     }
 }
 
-// Gives the reason if they cannot be opened, and errno.
-std::string DaemonSide::OpenIfThere(Time now)
+// 0, or why they cannot be opened.
+int DaemonSide::OpenIfThere(Time now)
 {
-    std::string why = fromLink.queue.Open();
-    if (why.empty())
+    for (DaemonQueue* const queue : {&fromLink.queue, &toLink.queue})
     {
-        why = toLink.queue.Open();
-    }
-    if (!why.empty())
-    {
-        const int error = errno;
-        fromLink.queue.Close();
-        TellOnce(error == ENOENT ? NoQueues : "No daemon: " + why);
-        errno = error;
-        return why;
+        if (const int error = queue->Open(); error != 0)
+        {
+            fromLink.queue.Close();
+            TellOnce(error == ENOENT ? NoQueues : queue->Problem(error));
+            return error;
+        }
     }
     if (!fromLink.queue.Claim())
     {
@@ -102,23 +97,27 @@ std::string DaemonSide::OpenIfThere(Time now)
     hub.OnDaemonFound(now);
     Read(now);
     fromLink.watch->AwaitReadable();
-    return "";
+    return 0;
 }
 
 void DaemonSide::OpenButton()
 {
     button.watch.reset();
-    const std::string why = button.queue.Open();
-    if (why.empty())
+    std::string why;
+    if (const int error = button.queue.Open(); error != 0)
+    {
+        why = "No programming button: " + button.queue.Problem(error);
+    }
+    else
     {
         button.watch.emplace(loop, button.queue.Descriptor(), [this] { OnButtonReadable(); });
-        button.watch->AwaitReadable();
+        AwaitButton();
     }
-    else if (why != toldButton)
+    if (why != toldButton)
     {
-        LOG4CPLUS_WARN(logger, "No programming button: " << why);
+        LOG4CPLUS_WARN(logger, (why.empty() ? "The programming button is there" : why));
+        toldButton = why;
     }
-    toldButton = why;
 }
 
 void DaemonSide::Leave(Time now)
@@ -135,7 +134,7 @@ void DaemonSide::TellOnce(std::string why)
 {
     if (why != told)
     {
-        LOG4CPLUS_WARN(logger, why);
+        LOG4CPLUS_WARN(logger, "No daemon: " << why);
         told = std::move(why);
     }
 }
@@ -201,7 +200,9 @@ void DaemonSide::OnButtonReadable()
 {
     uint8_t state = 0;
     std::size_t size = 0;
-    for (int count = 0; count < Batch && button.queue.Receive(&state, size) == DaemonQueue::Result::Done; ++count)
+    for (int count = 0;
+         count < Batch && hub.Programs() > 0 && button.queue.Receive(&state, size) == DaemonQueue::Result::Done;
+         ++count)
     {
         if (size == ORVEL_PROG_BUTTON_MESSAGE_SIZE)
         {
@@ -209,7 +210,12 @@ void DaemonSide::OnButtonReadable()
         }
     }
     tell();
-    if (button.watch)
+    AwaitButton();
+}
+
+void DaemonSide::AwaitButton()
+{
+    if (button.watch && hub.Programs() > 0)
     {
         button.watch->AwaitReadable();
     }

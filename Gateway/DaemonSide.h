@@ -33,6 +33,9 @@ public:
     /// Sends what the hub has for the link.
     void Write(Time now);
 
+    /// To be called when a program has connected: a press since boot waits in its queue for the first one.
+    void AwaitButton();
+
 private:
     // A queue that is read, and what waits for it.
     struct Source
@@ -41,7 +44,7 @@ private:
         std::optional<Watch> watch;
     };
 
-    std::string OpenIfThere(Time now);
+    int OpenIfThere(Time now);
     void OpenButton();
     void Leave(Time now);
     void TellOnce(std::string why);

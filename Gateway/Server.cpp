@@ -57,6 +57,7 @@ void Server::HandOut()
         }
     }
     daemon.Write(Now());
+    daemon.AwaitButton();
     TellLink();
     AwaitDue();
 }
