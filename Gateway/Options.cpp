@@ -8,6 +8,7 @@
 #include <charconv>
 #include <climits>
 #include <cstring>
+#include <exception>
 
 namespace OrvelGateway
 {
@@ -34,6 +35,14 @@ cxxopts::Options Definitions()
             "default is: " ORVEL_GATEWAY_SOCKET, cxxopts::value<std::string>())
         ("clients", "Serve so many programs at once, default is: 64", cxxopts::value<std::string>())
         ("confirm-timeout", "Refuse a request that the link does not confirm within so many seconds, default is: 3",
+            cxxopts::value<std::string>())
+        ("knxip", "Join the bus to KNXnet/IP routing: INTERFACE, or INTERFACE/GROUP where the multicast group is not "
+            "224.0.23.12. Whoever reaches this network can use the bus.", cxxopts::value<std::string>())
+        ("from-ip", "Let only these groups pass from the network to the bus: 1/2/0-255,3/1/7,4/*",
+            cxxopts::value<std::string>())
+        ("to-ip", "Let only these groups pass from the bus to the network.", cxxopts::value<std::string>())
+        ("programming", "With --knxip: let telegrams to one device and broadcasts pass too, which program devices.")
+        ("metrics", "Write numbers for a monitoring system to this file every 10 s: OpenMetrics.",
             cxxopts::value<std::string>())
         ("button-queue", "The queue of the programming button, default is: " ORVEL_PROG_BUTTON_QUEUE,
             cxxopts::value<std::string>());
@@ -82,6 +91,48 @@ std::string QueueName(const Given& given, const std::string& otherwise)
     return name;
 }
 
+// What `parse` makes of the option's text. The field's own complaints say what is wrong with it.
+template<typename Function>
+auto Parsed(const Given& given, const char* option, Function parse)
+{
+    const auto text = given[option].as<std::string>();
+    try
+    {
+        return parse(text);
+    }
+    catch (const std::exception& failure)
+    {
+        Reject(std::string("--") + option + ": " + failure.what());
+    }
+}
+
+Knx::GroupRanges Groups(const Given& given, const char* option)
+{
+    return given.count(option) == 0 ? Knx::GroupRanges()
+                                    : Parsed(given, option, [](const auto& text) { return Knx::GroupRanges(text); });
+}
+
+std::optional<Network::Settings> NetworkSettings(const Given& given)
+{
+    if (given.count("knxip") == 0)
+    {
+        for (const char* const option : {"from-ip", "to-ip", "programming"})
+        {
+            if (given.count(option) != 0)
+            {
+                Reject(std::string("--") + option + " needs --knxip");
+            }
+        }
+        return std::nullopt;
+    }
+    Network::Settings settings;
+    settings.place = Parsed(given, "knxip", Knx::ParseMulticastPlace);
+    settings.routing.programming = given.count("programming") != 0;
+    settings.routing.fromNetwork = Groups(given, "from-ip");
+    settings.routing.toNetwork = Groups(given, "to-ip");
+    return settings;
+}
+
 Given Parse(cxxopts::Options& definitions, int argc, const char* const* argv)
 {
     if (std::any_of(argv, argv + argc, [](const char* argument) { return std::strlen(argument) > MaxArgument; }))
@@ -124,6 +175,8 @@ Options ParseOptions(int argc, const char* const* argv)
     options.socket = TextOr(options.socket, given, "socket");
     options.buttonQueue = QueueName(given, options.buttonQueue);
     options.logConfigFile = TextOr("", given, "log_config_file");
+    options.metrics = TextOr("", given, "metrics");
+    options.network = NetworkSettings(given);
     options.hub.programs = NumberOr<std::size_t>(options.hub.programs, given, "clients", 1, MaxPrograms, "1 to 1000");
     const std::chrono::duration<double> timeout(
         NumberOr(std::chrono::duration<double>(options.hub.confirmTimeout).count(), given, "confirm-timeout",

@@ -35,7 +35,12 @@ Server::Server(Loop& loop, const Options& options, const ListeningSocket& listen
     , due(loop, [this] { OnDue(); })
     , daemon(loop, hub, options.buttonQueue, [this] { HandOut(); })
     , programs(loop, hub, options.hub.programs, listening, [this] { HandOut(); })
+    , metrics(options.metrics, Now())
 {
+    if (options.network)
+    {
+        network.emplace(loop, hub, *options.network, [this] { HandOut(); });
+    }
     tick.Set(Now() + TickPeriod);
     HandOut();
 }
@@ -48,7 +53,7 @@ void Server::HandOut()
     int readings = 0;
     while (const auto id = hub.NextWithNews())
     {
-        sent += programs.Serve(*id);
+        sent += network && *id == network->Id() ? network->Serve() : programs.Serve(*id);
         if (sent >= SentBeforeReading && readings < ReadingsAtOnce)
         {
             daemon.Read(Now());
@@ -73,6 +78,14 @@ void Server::OnTick()
         LOG4CPLUS_WARN(logger, line);
     }
     reported = hub.Count();
+    if (network)
+    {
+        network->Look();
+    }
+    if (metrics.IsDue(now))
+    {
+        metrics.Write(Present(), now);
+    }
     HandOut();
 }
 
@@ -114,6 +127,25 @@ void Server::TellLink()
     {
         LOG4CPLUS_WARN(logger, "The link is lost");
     }
+}
+
+Figures Server::Present() const
+{
+    Figures figures;
+    figures.count = hub.Count();
+    figures.linkUp = hub.State() == Hub::Link::Usable;
+    for (Hub::Id id = 0; id < programs.Programs().size(); ++id)
+    {
+        if (const auto& program = programs.Programs()[id])
+        {
+            figures.programs.push_back({program->who, id, hub.Count(id)});
+        }
+    }
+    if (network)
+    {
+        figures.network = {network->Joined().IsJoined(), network->Joined().Count()};
+    }
+    return figures;
 }
 
 } // namespace OrvelGateway

@@ -4,15 +4,19 @@
 #include "Hub.h"
 #include "ListeningSocket.h"
 #include "Loop.h"
+#include "MetricsWriter.h"
+#include "NetworkSide.h"
 #include "Options.h"
 #include "ProgramSide.h"
 
 #include <log4cplus/logger.h>
 
+#include <optional>
+
 namespace OrvelGateway
 {
 
-/// The gateway: the hub with the daemon on one side of it, and the programs on the other.
+/// The gateway: the hub with the daemon on one side of it, and the programs and the network on the other.
 class Server
 {
 public:
@@ -28,6 +32,7 @@ private:
     void OnDue();
     void AwaitDue();
     void TellLink();
+    Figures Present() const;
 
     log4cplus::Logger logger;
     Hub hub;
@@ -38,6 +43,8 @@ private:
     Hub::Link told = Hub::Link::Lost;   // in the log
     DaemonSide daemon;
     ProgramSide programs;
+    std::optional<NetworkSide> network;
+    MetricsWriter metrics;
 };
 
 } // namespace OrvelGateway
