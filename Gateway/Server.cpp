@@ -13,7 +13,7 @@ namespace
 {
 
 // A new daemon is to be noticed within a second.
-constexpr std::chrono::milliseconds TickPeriod{950};
+constexpr std::chrono::milliseconds TickPeriod{970};
 
 // The daemon's queue has room for 14 messages. While these are handed out to many programs, more come.
 constexpr std::size_t SentBeforeReading = 32;
