@@ -67,7 +67,7 @@ void Server::OnTick()
     const auto now = Now();
     tick.Set(now + TickPeriod);
     daemon.Look(now);
-    programs.Look();
+    programs.Look(now);
     for (const std::string& line : Trouble(reported, hub.Count()))
     {
         LOG4CPLUS_WARN(logger, line);

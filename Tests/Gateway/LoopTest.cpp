@@ -47,6 +47,13 @@ TEST(Loop, RunsUntilASignalThatAsksForIt)
     }
 }
 
+TEST(Loop, DoesNotRunAfterASignalThatCameBefore)
+{
+    Loop loop;
+    std::raise(SIGTERM);
+    EXPECT_EQ(loop.Run(), SIGTERM);
+}
+
 TEST(Loop, CallsOnceForEachWait)
 {
     Loop loop;

@@ -289,6 +289,22 @@ TEST(GatewayPrograms, ThatSendGarbageAreServedOn)
     EXPECT_EQ(gateway->Stop(), 0);
 }
 
+TEST(GatewayPrograms, ThatComeAndGoWithGarbageDoNotFillTheLog)
+{
+    GatewayProgram gateway;
+    for (int i = 0; i < 200; ++i)
+    {
+        GatewayUser user(gateway.Socket());
+        user.SendPacket("00");
+    }
+    EXPECT_TRUE(gateway->AwaitLine(" from program "));
+    EXPECT_EQ(gateway->Stop(), 0);
+    const auto lines = gateway->LogLines();
+    EXPECT_LT(std::count_if(lines.begin(), lines.end(),
+                            [](const auto& line) { return line.find(" from program ") != std::string::npos; }),
+              50); // even if the test takes many seconds
+}
+
 TEST(GatewayPrograms, CannotFillTheGatewayWithDescriptors)
 {
     const Queues queues;
