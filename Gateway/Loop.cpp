@@ -13,10 +13,24 @@
 namespace OrvelGateway
 {
 
-// One thread uses the loop: no locks.
 struct Loop::Implementation
 {
-    asio::io_context context{ASIO_CONCURRENCY_HINT_UNSAFE};
+    Implementation()
+    {
+        signals.async_wait(
+            [this](const asio::error_code& error, int signal)
+            {
+                if (!error)
+                {
+                    stop = signal;
+                    context.stop();
+                }
+            });
+    }
+
+    asio::io_context context{ASIO_CONCURRENCY_HINT_UNSAFE}; // one thread uses the loop: no locks
+    asio::signal_set signals{context, SIGINT, SIGTERM};
+    int stop = 0;
 };
 
 Loop::Loop()
@@ -28,19 +42,8 @@ Loop::~Loop() = default;
 
 int Loop::Run()
 {
-    int stop = 0;
-    asio::signal_set signals(implementation->context, SIGINT, SIGTERM);
-    signals.async_wait(
-        [this, &stop](const asio::error_code& error, int signal)
-        {
-            if (!error)
-            {
-                stop = signal;
-                implementation->context.stop();
-            }
-        });
     implementation->context.run();
-    return stop;
+    return implementation->stop;
 }
 
 // The library calls a handler also when its descriptor is no longer waited for, after the Watch has gone. So the handler keeps

@@ -16,6 +16,7 @@ class Message
 public:
     static constexpr std::size_t MaxSize = ORVEL_CEMI_MESSAGE_SIZE;
 
+    /// Has no value before it is assigned one: memory for many of them stays untouched until they come.
     Message() = default;
 
     /// What is longer than any message is cut off: check the length before.
@@ -73,7 +74,7 @@ public:
     }
 
 private:
-    uint16_t size = 0;
+    uint16_t size;
     std::array<uint8_t, MaxSize> bytes; // as far as `size`; the rest is never read, nor touched
 };
 

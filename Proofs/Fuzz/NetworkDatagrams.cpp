@@ -38,11 +38,13 @@ class Surroundings
 {
 public:
     explicit Surroundings(uint8_t choice)
-        : router(SettingsOf(choice),
-                 {[this](const Bytes& datagram) { return Send(datagram); }, [this](const Bytes& cemi) { Request(cemi); },
-                  [](const RoutingPort::Note& note)
-                  { Fuzz::Expect("a number of something", note.total > 0 || note.kind == RoutingPort::Note::OthersLost); }},
-                 1)
+        : router(
+              SettingsOf(choice),
+              {[this](const Bytes& datagram) { return Send(datagram); }, [this](const Bytes& cemi) { Request(cemi); },
+               [](const RoutingPort::Note& note) {
+                   Fuzz::Expect("a number of something", note.total > 0 || note.kind == RoutingPort::Note::OthersLost);
+               }},
+              1)
     {
     }
 

@@ -435,6 +435,18 @@ TEST_F(HubTest, ReadsNothingFromAProgramThatLeavesItsConfirmationsUnread)
     EXPECT_EQ(hub.Count(one).lost, 0U);
 }
 
+TEST_F(HubTest, ReadsAProgramOnAndOnThatReadsItsConfirmations)
+{
+    for (int i = 0; i < 2 * ORVEL_GATEWAY_MESSAGES; ++i)
+    {
+        ASSERT_TRUE(hub.CanSend(one)) << i;
+        Send(one, Request(i % 64));
+        AllToLink();
+        FromLink(Confirmation(i % 64));
+        All(one);
+    }
+}
+
 TEST_F(HubTest, DropsAndCountsPacketsThatAreNoMessages)
 {
     for (const char* const packet : {"", "00", "00 11", "02 11", "03 aa bb", "01 aa bb"})
