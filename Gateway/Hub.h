@@ -91,8 +91,8 @@ public:
     void OnDaemonFound(Time now);
     void OnDaemonGone(Time now);
 
-    /// A message from "/cemiFromLL", of any bytes.
-    void OnMessage(const uint8_t* message, std::size_t size, Time now);
+    /// A message from "/cemiFromLL". Any bytes will do.
+    void OnMessage(const uint8_t* bytes, std::size_t size, Time now);
 
     /// A message from the button's queue.
     void OnButton(uint8_t state);
@@ -137,7 +137,7 @@ private:
     Time LimitOfFront(const Participant& participant) const;
     void RefuseAll();
     void RefuseFront(Id id, uint64_t& why);
-    void Refuse(Message request, Id sender, bool wasAdded, uint64_t& why);
+    void Refuse(Message message, Id sender, bool wasAdded, uint64_t& why);
     void OnLinkState(const Message& message, Time now);
     void OnConfirmation(const Message& message, Time now);
     void CountOnLine(const Message& telegram);

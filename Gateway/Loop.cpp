@@ -8,6 +8,7 @@
 #include <asio/steady_timer.hpp>
 
 #include <csignal>
+#include <optional>
 #include <utility>
 
 namespace OrvelGateway
@@ -137,14 +138,13 @@ void Watch::AwaitWritable()
 struct Timer::State
 {
     State(asio::io_context& context, std::function<void()> onTime)
-        : timer(context)
+        : timer(std::in_place, context)
         , callback(std::move(onTime))
     {
     }
 
-    asio::steady_timer timer;
+    std::optional<asio::steady_timer> timer; // none any more once this is over
     std::function<void()> callback;
-    bool isOver = false;
 };
 
 Timer::Timer(Loop& loop, std::function<void()> onTime)
@@ -154,17 +154,16 @@ Timer::Timer(Loop& loop, std::function<void()> onTime)
 
 Timer::~Timer()
 {
-    state->isOver = true;
-    state->timer.cancel();
+    state->timer.reset();
 }
 
 void Timer::Set(Time time)
 {
-    state->timer.expires_at(time); // whoever waited for another time is told that this is over
-    state->timer.async_wait(
+    state->timer->expires_at(time); // whoever waited for another time is told that this is over
+    state->timer->async_wait(
         [kept = state](const asio::error_code& error)
         {
-            if (!error && !kept->isOver)
+            if (!error && kept->timer)
             {
                 kept->callback();
             }

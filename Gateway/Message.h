@@ -33,8 +33,11 @@ public:
     }
     Message& operator=(const Message& other)
     {
-        size = other.size;
-        std::copy_n(other.bytes.begin(), size, bytes.begin());
+        if (this != &other)
+        {
+            size = other.size;
+            std::copy_n(other.bytes.begin(), size, bytes.begin());
+        }
         return *this;
     }
 

@@ -201,7 +201,8 @@ void ProgramSide::Part(Hub::Id id)
 {
     const Program& program = *programs[id];
     const ParticipantCounters& count = hub.Count(id);
-    whoLeft = (left.invalid + left.lost + left.timedOut == 0 ? "" : "others and ") + program.who + ", which has left";
+    whoLeft = program.who +
+              (left.invalid + left.lost + left.timedOut == 0 ? ", which has left" : " and others, which have left");
     left.invalid += count.invalid - program.reported.invalid;
     left.lost += count.lost - program.reported.lost;
     left.timedOut += count.timedOut - program.reported.timedOut;
