@@ -114,7 +114,7 @@ TEST_F(RoutingPortTest, AsksForAPauseWhenTenWaitAndAgainOnlyAfterIt)
 {
     Keep(9);
     EXPECT_THAT(sent, IsEmpty());
-    Keep(2);
+    Keep(1);
     EXPECT_THAT(sent, ElementsAre(Busy));
     Pass(99ms);
     Keep(1);

@@ -174,6 +174,17 @@ TEST_F(GatewayNetwork, AsksOthersToPauseWhenTheySendFasterThanTheBusCarries)
     EXPECT_THAT(daemon.LogLines(), Each(testing::Not(HasSubstr("ERROR"))));
 }
 
+TEST_F(GatewayNetwork, SendsAfterAPauseThatAnotherRouterAskedFor)
+{
+    Start();
+    Say(network, Routing::Busy{0, 500, 0});
+    EXPECT_TRUE((*gateway)->AwaitLine("Another router asked for a pause of 500 ms, 1 times so far"));
+    Say(bus, "29 00 bc e0 11 01 0a 03 01 00 81");
+    Say(bus, "29 00 bc e0 11 01 0a 03 01 00 80");
+    EXPECT_EQ(Heard(network), "29 00 bc d0 11 01 0a 03 01 00 81");
+    EXPECT_EQ(Heard(network), "29 00 bc d0 11 01 0a 03 01 00 80");
+}
+
 TEST_F(GatewayNetwork, LetsPassWhatItsOptionsSay)
 {
     Start({"--from-ip", "1/2/0-3", "--to-ip", "1/2/4", "--programming"});
