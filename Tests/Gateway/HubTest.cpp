@@ -109,6 +109,22 @@ TEST_F(HubTest, LetsRequestsWaitUntilItIsKnownThatTheLinkIsUsable)
     EXPECT_EQ(hub.Due(), now + 3s);
 }
 
+TEST_F(HubTest, GivesRequestsThatWaitedForTheLinkTheirWholeTime)
+{
+    hub.OnDaemonGone(now);
+    hub.OnDaemonFound(now);
+    for (int i = 0; i < 10; ++i) // more than the link takes at once
+    {
+        Send(one, Request(i));
+    }
+    Pass(1s);
+    AllToLink();
+    Pass(2s);
+    EXPECT_THAT(All(one), ElementsAre(Lost, Usable));
+    Pass(1s);
+    EXPECT_EQ(All(one).size(), 10U);
+}
+
 TEST_F(HubTest, CarriesAnyFrameFromTheLinkToEverybodyAsItIs)
 {
     std::string longest = "29";
@@ -222,6 +238,17 @@ TEST_F(HubTest, DoesNotAnswerARequestTwice)
     EXPECT_THAT(All(one), IsEmpty());
     EXPECT_THAT(All(two), ElementsAre(AsMessage(Heard(1)))); // because it was sent after all
     EXPECT_EQ(hub.Count().unexpected, 1U);
+}
+
+TEST_F(HubTest, TakesALateConfirmationForThatOfOneRequestOnly)
+{
+    Send(one, Request(1));
+    AllToLink();
+    Pass(3s);
+    All(one);
+    FromLink(Confirmation(1));
+    FromLink(Confirmation(1)); // of another writer to the queue
+    EXPECT_THAT(All(one), ElementsAre(AsMessage(Heard(1))));
 }
 
 TEST_F(HubTest, AnswersARepeatedRequestWithTheConfirmationThatComesNext)
@@ -503,6 +530,19 @@ TEST_F(HubTest, DoesNotGiveAProgramTheAnswersOfOneThatWasThereBefore)
     FromLink(Confirmation(1));
     EXPECT_THAT(All(next), ElementsAre(AsMessage(Heard(1))));
     EXPECT_EQ(hub.Count(next).confirmed, 0U);
+}
+
+TEST_F(HubTest, LetsAProgramHearWhatOneThatWasThereBeforeSentTooLate)
+{
+    Send(one, Request(1));
+    AllToLink();
+    Pass(3s);
+    hub.Disconnect(one);
+    const Id next = *hub.ConnectProgram();
+    ASSERT_EQ(next, one);
+    All(next);
+    FromLink(Confirmation(1));
+    EXPECT_THAT(All(next), ElementsAre(AsMessage(Heard(1))));
 }
 
 TEST_F(HubTest, ForgetsTheNewsOfAProgramThatHasLeft)
