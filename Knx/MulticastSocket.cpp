@@ -55,10 +55,13 @@ sockaddr_in Address(in_addr host, uint16_t port)
     return address;
 }
 
-in_addr GroupAddress()
+in_addr ParseGroup(const std::string& group)
 {
     in_addr address{};
-    inet_pton(AF_INET, MulticastSocket::Group, &address);
+    if (inet_pton(AF_INET, group.c_str(), &address) != 1 || !IN_MULTICAST(ntohl(address.s_addr)))
+    {
+        throw std::runtime_error("'" + group + "' is no IPv4 multicast group, 224.0.0.0 to 239.255.255.255");
+    }
     return address;
 }
 
@@ -70,14 +73,19 @@ void Bind(int socket, const sockaddr_in& address)
     }
 }
 
-// The interface's own, by which what it sends is known.
-in_addr AddressOf(int socket, const std::string& interfaceName)
+void CheckName(const std::string& interfaceName)
 {
-    ifreq request{};
-    if (interfaceName.empty() || interfaceName.size() >= sizeof(request.ifr_name))
+    if (interfaceName.empty() || interfaceName.size() >= IFNAMSIZ)
     {
         throw std::runtime_error("'" + interfaceName + "' is no name of a network interface");
     }
+}
+
+// The interface's own, by which what it sends is known.
+in_addr AddressOf(int socket, const std::string& interfaceName)
+{
+    CheckName(interfaceName);
+    ifreq request{};
     std::copy(interfaceName.begin(), interfaceName.end(), std::begin(request.ifr_name));
     if (ioctl(socket, SIOCGIFFLAGS, &request) == -1)
     {
@@ -99,11 +107,13 @@ in_addr AddressOf(int socket, const std::string& interfaceName)
 
 } // namespace
 
-MulticastSocket::MulticastSocket(const std::string& interfaceName)
+MulticastSocket::MulticastSocket(const std::string& interfaceName, const std::string& groupAddress)
+    : interface(interfaceName)
+    , group(Address(ParseGroup(groupAddress), Port))
 {
     try
     {
-        Open(interfaceName);
+        Open();
     }
     catch (...)
     {
@@ -117,26 +127,27 @@ MulticastSocket::~MulticastSocket()
     Close();
 }
 
-void MulticastSocket::Open(const std::string& interfaceName)
+void MulticastSocket::Open()
 {
     sender = MakeSocket();
     receiver = MakeSocket();
-    const in_addr address = AddressOf(sender, interfaceName);
-    ip_mreqn group{};
-    group.imr_multiaddr = GroupAddress();
-    group.imr_ifindex = static_cast<int>(if_nametoindex(interfaceName.c_str()));
+    const in_addr address = AddressOf(sender, interface);
+    interfaceIndex = static_cast<int>(if_nametoindex(interface.c_str()));
+    ip_mreqn membership{};
+    membership.imr_multiaddr = group.sin_addr;
+    membership.imr_ifindex = interfaceIndex;
 
     Bind(sender, Address(address, 0));
-    Set(sender, IPPROTO_IP, IP_MULTICAST_IF, group, "send to the network interface");
+    Set(sender, IPPROTO_IP, IP_MULTICAST_IF, membership, "send to the network interface");
     Set(sender, IPPROTO_IP, IP_MULTICAST_TTL, TimeToLive, "send to other networks");
     socklen_t size = sizeof(own);
     getsockname(sender, reinterpret_cast<sockaddr*>(&own), &size);
 
     Set(receiver, SOL_SOCKET, SO_REUSEADDR, 1, "share the port of KNXnet/IP");
     Set(receiver, SOL_SOCKET, SO_RCVBUF, ReceiveBuffer, "have room for datagrams");
-    Bind(receiver, Address(group.imr_multiaddr, Port));
+    Bind(receiver, group);
     // Without the second, what comes in by an interface that another program has joined would be received too.
-    Set(receiver, IPPROTO_IP, IP_ADD_MEMBERSHIP, group, "join the multicast group of KNXnet/IP");
+    Set(receiver, IPPROTO_IP, IP_ADD_MEMBERSHIP, membership, "join the multicast group of KNXnet/IP");
     Set(receiver, IPPROTO_IP, IP_MULTICAST_ALL, 0, "keep to one network interface");
 }
 
@@ -153,9 +164,21 @@ void MulticastSocket::Close() const
 
 bool MulticastSocket::Send(const Bytes& datagram) const
 {
-    const sockaddr_in group = Address(GroupAddress(), Port);
     return sendto(sender, datagram.data(), datagram.size(), 0, reinterpret_cast<const sockaddr*>(&group),
                   sizeof(group)) != -1;
+}
+
+bool MulticastSocket::IsJoined() const
+{
+    try
+    {
+        return AddressOf(sender, interface).s_addr == own.sin_addr.s_addr &&
+               static_cast<int>(if_nametoindex(interface.c_str())) == interfaceIndex;
+    }
+    catch (const std::runtime_error&)
+    {
+        return false;
+    }
 }
 
 std::optional<Bytes> MulticastSocket::Receive() const
@@ -177,6 +200,20 @@ std::optional<Bytes> MulticastSocket::Receive() const
             return datagram;
         }
     }
+}
+
+MulticastPlace ParseMulticastPlace(const std::string& text)
+{
+    const std::size_t slash = text.find('/');
+    MulticastPlace place;
+    place.interface = text.substr(0, slash);
+    CheckName(place.interface);
+    if (slash != std::string::npos)
+    {
+        place.group = text.substr(slash + 1);
+        ParseGroup(place.group);
+    }
+    return place;
 }
 
 } // namespace Knx

@@ -10,16 +10,21 @@ namespace Knx::Telegram
 namespace
 {
 
-constexpr std::size_t TpduAt = 8; // from control field 1 on: so many bytes are around those behind the TPCI
+constexpr std::size_t InfoLengthAt = 1;
+constexpr std::size_t LengthAt = 6; // from control field 1 on
+constexpr std::size_t TpduAt = 8;   // from control field 1 on: so many bytes are around those behind the TPCI
 constexpr uint8_t ReservedLength = 255;
 
 // In control field 1.
+constexpr uint8_t StandardFrame = 0x80;
 constexpr uint8_t NotRepeated = 0x20;
 constexpr uint8_t AcknowledgeWanted = 0x02;
 constexpr uint8_t Failed = 0x01;
 
 constexpr uint8_t GroupAddressed = 0x80; // in control field 2
-constexpr uint8_t Hops = 6U << 4U;
+constexpr uint8_t OneHop = 1U << 4U;
+constexpr uint8_t AllHops = 7U << 4U;
+constexpr uint8_t Hops = 6U * OneHop;
 
 constexpr std::size_t MaxStandard = 15; // bytes behind the TPCI; a longer telegram is an extended frame
 
@@ -66,6 +71,26 @@ Bytes ToIndication(const Bytes& request)
     return indication;
 }
 
+Bytes ToRequest(const Bytes& indication)
+{
+    Bytes request{static_cast<uint8_t>(MessageCode::LDataReq), 0};
+    const std::size_t control1 = *PlaceOfControl1(indication);
+    request.insert(request.end(), indication.begin() + static_cast<std::ptrdiff_t>(control1), indication.end());
+    request[2] = static_cast<uint8_t>((request[2] | NotRepeated) & ~(AcknowledgeWanted | Failed));
+    return request;
+}
+
+bool CountHop(Bytes& cemi)
+{
+    uint8_t& control2 = cemi[*PlaceOfControl1(cemi) + 1];
+    const unsigned left = control2 & AllHops;
+    if (left != 0 && left != AllHops)
+    {
+        control2 = static_cast<uint8_t>(control2 - OneHop);
+    }
+    return left != 0;
+}
+
 Bytes ToConfirmation(const Bytes& request, bool sent)
 {
     Bytes confirmation = request;
@@ -86,7 +111,7 @@ Bytes Encode(const GroupTelegram& telegram)
     return bytes;
 }
 
-std::chrono::nanoseconds TimeOnLine(const Bytes& cemi)
+std::chrono::nanoseconds TimeOnLine(const uint8_t* cemi, std::size_t size)
 {
     constexpr int64_t BitsPerSecond = 9600;
     constexpr int64_t Idle = 53;      // bit times before a telegram
@@ -96,11 +121,21 @@ std::chrono::nanoseconds TimeOnLine(const Bytes& cemi)
     constexpr int64_t Standard = 8; // bytes around those behind the TPCI, with the checksum
     constexpr int64_t Extended = 9;
 
-    const CemiMessage message = Decode(cemi);
-    const bool standard = message.IsStandardFrame() && *message.length <= MaxStandard;
-    const int64_t characters = *message.length + (standard ? Standard : Extended);
+    const std::size_t control1 = size > InfoLengthAt ? InfoLengthAt + 1U + cemi[InfoLengthAt] : size;
+    if (size <= control1 + LengthAt)
+    {
+        return {};
+    }
+    const uint8_t length = cemi[control1 + LengthAt];
+    const bool standard = (cemi[control1] & StandardFrame) != 0 && length <= MaxStandard;
+    const int64_t characters = length + (standard ? Standard : Extended);
     const int64_t bits = Idle + characters * (Character + Gap) - Gap + ToAcknowledge + Character;
     return std::chrono::nanoseconds(bits * std::chrono::nanoseconds(std::chrono::seconds(1)).count() / BitsPerSecond);
+}
+
+std::chrono::nanoseconds TimeOnLine(const Bytes& cemi)
+{
+    return TimeOnLine(cemi.data(), cemi.size());
 }
 
 } // namespace Knx::Telegram

@@ -3,6 +3,8 @@
 #include "Knx/CemiMessage.h"
 
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 
 /// The cEMI messages that carry a telegram: L_Data.req from an application, L_Data.ind from and to the network.
 namespace Knx::Telegram
@@ -15,6 +17,13 @@ bool IsIndication(const Bytes& cemi);
 /// What the other participants see of a complete request. Without a source address it bears that of a device to which none
 /// has been given, 15.15.255: a telegram from nobody is dropped.
 Bytes ToIndication(const Bytes& request);
+
+/// Sends the telegram of a complete indication on, in the name of its sender. How it was received is left out.
+Bytes ToRequest(const Bytes& indication);
+
+/// Counts the step of a complete telegram through a router: a hop count of 7 stays, any other is one less afterwards. False
+/// if none is left: the telegram goes no further.
+bool CountHop(Bytes& cemi);
 
 /// Tells the sender of a request that has a control field whether it was sent.
 Bytes ToConfirmation(const Bytes& request, bool sent);
@@ -32,7 +41,9 @@ struct GroupTelegram
 
 Bytes Encode(const GroupTelegram& telegram);
 
-/// How long a line of 9600 bit/s is taken by a complete telegram: the idle time before it, the telegram, its acknowledge.
+/// How long a line of 9600 bit/s is taken by a telegram: the idle time before it, the telegram, its acknowledge. None by a
+/// message that ends before its length. Uses no memory of the heap.
+std::chrono::nanoseconds TimeOnLine(const uint8_t* cemi, std::size_t size);
 std::chrono::nanoseconds TimeOnLine(const Bytes& cemi);
 
 } // namespace Knx::Telegram

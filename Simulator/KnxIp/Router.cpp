@@ -3,34 +3,18 @@
 #include "Knx/Telegram.h"
 
 #include <algorithm>
-#include <limits>
 #include <utility>
 
 namespace Simulator
 {
 
-namespace
-{
-
-namespace Routing = Knx::Routing;
 namespace Telegram = Knx::Telegram;
-
-// The first, the tenth, the hundredth...: a flood is not to fill the log.
-bool IsWorthTelling(uint64_t count)
-{
-    while (count % 10 == 0)
-    {
-        count /= 10;
-    }
-    return count == 1;
-}
-
-} // namespace
+using Knx::RoutingPort;
 
 Router::Router(BusSpeed busSpeed, Outside outsideWorld, unsigned seed)
     : speed(busSpeed)
     , outside(std::move(outsideWorld))
-    , pause(seed)
+    , network({outside.send, [this](const RoutingPort::Note& note) { Tell(note); }}, seed)
 {
 }
 
@@ -38,7 +22,7 @@ void Router::FromApplication(const Bytes& request, const Confirm& confirm, Clock
 {
     if (!Telegram::IsRequest(request) || toNetwork.size() == MaxWaiting)
     {
-        ++counters.refused;
+        ++refused;
         confirm(false);
         return;
     }
@@ -47,94 +31,9 @@ void Router::FromApplication(const Bytes& request, const Confirm& confirm, Clock
 
 void Router::FromNetwork(const Bytes& datagram, Clock::time_point now)
 {
-    const auto decoded = Routing::Decode(datagram);
-    if (!decoded)
+    if (auto telegram = network.Receive(datagram, now))
     {
-        OnMalformed(datagram);
-    }
-    else if (const auto* const indication = std::get_if<Routing::Indication>(&*decoded); indication != nullptr)
-    {
-        if (Telegram::IsIndication(indication->cemi))
-        {
-            OnIndication(indication->cemi, now);
-        }
-        else
-        {
-            OnMalformed(datagram);
-        }
-    }
-    else if (const auto* const lost = std::get_if<Routing::Lost>(&*decoded); lost != nullptr)
-    {
-        OnLost(*lost);
-    }
-    else if (const auto* const busy = std::get_if<Routing::Busy>(&*decoded); busy != nullptr)
-    {
-        OnBusy(*busy, now);
-    }
-    else
-    {
-        ++counters.ignored;
-    }
-}
-
-void Router::OnIndication(const Bytes& cemi, Clock::time_point now)
-{
-    if (fromNetwork.size() == MaxWaiting)
-    {
-        ++counters.dropped;
-        untoldLost = static_cast<uint16_t>(std::min<int>(untoldLost + 1, std::numeric_limits<uint16_t>::max()));
-        return;
-    }
-    fromNetwork.push_back({cemi, now, {}});
-    TellIfBusy(now);
-}
-
-void Router::OnLost(const Routing::Lost& lost)
-{
-    counters.lost += lost.count;
-    if (IsWorthTelling(++lostMessages))
-    {
-        outside.tell({Event::KnxIpRouterLost, lost.count, static_cast<int64_t>(counters.lost)});
-    }
-}
-
-void Router::OnBusy(const Routing::Busy& busy, Clock::time_point now)
-{
-    ++counters.busy;
-    pause.OnBusy(std::chrono::milliseconds(busy.waitTime), now);
-    if (IsWorthTelling(counters.busy))
-    {
-        outside.tell({Event::KnxIpRouterBusy, busy.waitTime, static_cast<int64_t>(counters.busy)});
-    }
-}
-
-void Router::OnMalformed(const Bytes& datagram)
-{
-    ++counters.malformed;
-    if (IsWorthTelling(counters.malformed))
-    {
-        outside.tell({Event::MalformedDatagram, datagram, static_cast<int64_t>(counters.malformed)});
-    }
-}
-
-// Once for each pause that is asked for.
-void Router::TellIfBusy(Clock::time_point now)
-{
-    if (fromNetwork.size() >= BusyFrom && now - toldBusyAt >= BusyTime)
-    {
-        toldBusyAt = now;
-        outside.send(Routing::Encode(Routing::Busy{0, static_cast<uint16_t>(BusyTime.count()), 0}));
-    }
-}
-
-// Once there is room again, for all that were lost until then.
-void Router::TellIfLost()
-{
-    if (untoldLost > 0 && fromNetwork.size() < MaxWaiting)
-    {
-        outside.send(Routing::Encode(Routing::Lost{0, untoldLost}));
-        outside.tell({Event::KnxIpNoRoom, untoldLost});
-        untoldLost = 0;
+        network.Keep(std::move(*telegram), now);
     }
 }
 
@@ -143,28 +42,60 @@ void Router::Advance(Clock::time_point now)
     while (Leave(now) || LeaveLine(now) || EnterLine(now))
     {
     }
-    TellIfLost();
+    network.Advance(now);
 }
 
 std::optional<Router::Clock::time_point> Router::NextDue() const
 {
     // Whatever else waits, waits for one of these. Advance has done all that was due.
+    auto due = network.NextDue();
+    const auto orSooner = [&due](Clock::time_point time) { due = due ? std::min(*due, time) : time; };
     if (onLine)
     {
-        return leaving ? std::min(lineFreeAt, pause.End()) : lineFreeAt;
+        orSooner(lineFreeAt);
     }
-    return leaving || !toNetwork.empty() ? std::optional(pause.End()) : std::nullopt;
+    if (leaving || (!onLine && !toNetwork.empty()))
+    {
+        orSooner(network.PauseEnd());
+    }
+    return due;
+}
+
+Router::Counters Router::Count() const
+{
+    const auto& port = network.Count();
+    return {sent, received, refused, port.lost, port.othersLost, port.othersBusy, port.malformed, port.ignored};
+}
+
+void Router::Tell(const RoutingPort::Note& note) const
+{
+    const auto total = static_cast<int64_t>(note.total);
+    switch (note.kind)
+    {
+    case RoutingPort::Note::Lost:
+        outside.tell({Event::KnxIpNoRoom, static_cast<int64_t>(note.number)});
+        break;
+    case RoutingPort::Note::OthersLost:
+        outside.tell({Event::KnxIpRouterLost, static_cast<int64_t>(note.number), total});
+        break;
+    case RoutingPort::Note::OthersBusy:
+        outside.tell({Event::KnxIpRouterBusy, static_cast<int64_t>(note.number), total});
+        break;
+    case RoutingPort::Note::Malformed:
+        outside.tell({Event::MalformedDatagram, note.datagram, total});
+        break;
+    }
 }
 
 bool Router::Leave(Clock::time_point now)
 {
-    if (!leaving || now < pause.End())
+    if (!leaving || now < network.PauseEnd())
     {
         return false;
     }
-    const bool sent = outside.send(Routing::Encode(Routing::Indication{Telegram::ToIndication(leaving->cemi)}));
-    ++(sent ? counters.sent : counters.refused);
-    leaving->confirm(sent);
+    const bool isSent = network.Send(Telegram::ToIndication(leaving->cemi));
+    ++(isSent ? sent : refused);
+    leaving->confirm(isSent);
     leaving.reset();
     return true;
 }
@@ -181,7 +112,7 @@ bool Router::LeaveLine(Clock::time_point now)
     }
     else
     {
-        ++counters.received;
+        ++received;
         outside.deliver(onLine->cemi);
     }
     onLine.reset();
@@ -190,25 +121,35 @@ bool Router::LeaveLine(Clock::time_point now)
 
 bool Router::EnterLine(Clock::time_point now)
 {
-    const bool application = !toNetwork.empty() && !leaving && pause.End() <= now;
-    if (onLine || (!application && fromNetwork.empty()))
+    const bool applicationMaySend = !toNetwork.empty() && !leaving && network.PauseEnd() <= now;
+    if (onLine || (!applicationMaySend && network.Next() == nullptr))
     {
         return false;
     }
-    const bool networkFirst =
-        !fromNetwork.empty() && (!application || fromNetwork.front().since <= toNetwork.front().since);
-    auto& queue = networkFirst ? fromNetwork : toNetwork;
-    onLine = std::move(queue.front());
-    queue.pop_front();
+    onLine = TakeNext(applicationMaySend);
 
     // From when it could, and not from now, which may be a little later: the line is as fast as it is.
     auto begin = std::max(lineFreeAt, onLine->since);
     if (IsOfApplication(*onLine))
     {
-        begin = std::max(begin, pause.End());
+        begin = std::max(begin, network.PauseEnd());
     }
     lineFreeAt = speed == BusSpeed::Unlimited ? begin : begin + Telegram::TimeOnLine(onLine->cemi);
     return true;
+}
+
+// What came first, from either side.
+Router::Waiting Router::TakeNext(bool applicationMaySend)
+{
+    const auto* const fromNetwork = network.Next();
+    if (fromNetwork != nullptr && (!applicationMaySend || fromNetwork->since <= toNetwork.front().since))
+    {
+        auto telegram = network.Take();
+        return {std::move(telegram.cemi), telegram.since, {}};
+    }
+    Waiting telegram = std::move(toNetwork.front());
+    toNetwork.pop_front();
+    return telegram;
 }
 
 bool Router::IsOfApplication(const Waiting& telegram)

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "BusyPause.h"
 #include "Event.h"
 
-#include "Knx/Datagram.h"
+#include "Knx/RoutingPort.h"
 
 #include <chrono>
 #include <cstddef>
@@ -37,9 +36,7 @@ class Router
 public:
     using Clock = std::chrono::steady_clock;
 
-    static constexpr std::size_t MaxWaiting = 1000; ///< telegrams, each way
-    static constexpr std::size_t BusyFrom = 10;     ///< telegrams that wait from the network; others are asked to pause
-    static constexpr std::chrono::milliseconds BusyTime{100}; ///< so long
+    static constexpr std::size_t MaxWaiting = Knx::RoutingPort::MaxWaiting; ///< telegrams, each way
 
     /// Told whether a telegram of the application was sent.
     using Confirm = std::function<void(bool sent)>;
@@ -78,10 +75,7 @@ public:
     /// Nothing while nothing waits for its time.
     std::optional<Clock::time_point> NextDue() const;
 
-    const Counters& Count() const
-    {
-        return counters;
-    }
+    Counters Count() const;
 
 private:
     struct Waiting
@@ -91,12 +85,8 @@ private:
         Confirm confirm; // none when it is from the network
     };
 
-    void OnIndication(const Bytes& cemi, Clock::time_point now);
-    void OnLost(const Knx::Routing::Lost& lost);
-    void OnBusy(const Knx::Routing::Busy& busy, Clock::time_point now);
-    void OnMalformed(const Bytes& datagram);
-    void TellIfBusy(Clock::time_point now);
-    void TellIfLost();
+    void Tell(const Knx::RoutingPort::Note& note) const;
+    Waiting TakeNext(bool applicationMaySend);
     bool EnterLine(Clock::time_point now);
     bool LeaveLine(Clock::time_point now);
     bool Leave(Clock::time_point now);
@@ -104,16 +94,14 @@ private:
 
     const BusSpeed speed;
     const Outside outside;
-    BusyPause pause;
-    Counters counters;
+    Knx::RoutingPort network;
+    uint64_t sent = 0;
+    uint64_t received = 0;
+    uint64_t refused = 0;
     std::deque<Waiting> toNetwork;
-    std::deque<Waiting> fromNetwork;
     std::optional<Waiting> onLine;
     Clock::time_point lineFreeAt;
     std::optional<Waiting> leaving; // has passed the line, and leaves when no other router is busy
-    Clock::time_point toldBusyAt;
-    uint16_t untoldLost = 0;
-    uint64_t lostMessages = 0; // datagrams that tell of counters.lost
 };
 
 } // namespace Simulator

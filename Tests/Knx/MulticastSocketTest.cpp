@@ -52,11 +52,11 @@ protected:
         return socket.Receive();
     }
 
-    static std::string FailureOn(const std::string& interface)
+    static std::string FailureOn(const std::string& interface, const std::string& group = MulticastSocket::Group)
     {
         try
         {
-            const MulticastSocket socket(interface);
+            const MulticastSocket socket(interface, group);
             return "";
         }
         catch (const std::runtime_error& failure)
@@ -128,11 +128,62 @@ TEST_F(MulticastSocketTest, SaysWhyAnInterfaceCannotBeUsed)
     EXPECT_EQ(FailureOn("lo"), "the network interface lo is down: ip link set lo up");
 }
 
+TEST_F(MulticastSocketTest, GroupsDoNotHearEachOther)
+{
+    const MulticastSocket first("lo", "239.1.2.3");
+    const MulticastSocket second("lo", "239.1.2.3");
+    const MulticastSocket usual("lo");
+    EXPECT_TRUE(usual.Send(Answer));
+    EXPECT_TRUE(first.Send(Hello));
+    EXPECT_EQ(Receive(second), Hello);
+    EXPECT_EQ(Receive(usual, Glimpse), std::nullopt);
+}
+
+TEST_F(MulticastSocketTest, SaysWhichGroupIsNone)
+{
+    for (const char* const group : {"", "223.255.255.255", "240.0.0.0", "ff02::1", "224.0.23", "224.0.23.12 "})
+    {
+        EXPECT_EQ(FailureOn("lo", group),
+                  std::string("'") + group + "' is no IPv4 multicast group, 224.0.0.0 to 239.255.255.255");
+    }
+    EXPECT_EQ(FailureOn("lo", "224.0.0.0"), "");
+    EXPECT_EQ(FailureOn("lo", "239.255.255.255"), "");
+}
+
+TEST_F(MulticastSocketTest, KnowsWhetherItsInterfaceIsStillThere)
+{
+    const MulticastSocket socket("lo");
+    EXPECT_TRUE(socket.IsJoined());
+    ::SetUp("lo", false);
+    EXPECT_FALSE(socket.IsJoined());
+    ::SetUp("lo", true);
+    EXPECT_TRUE(socket.IsJoined());
+    SetAddress("lo", "127.0.0.2");
+    EXPECT_FALSE(socket.IsJoined());
+}
+
 TEST_F(MulticastSocketTest, SendsNothingWhenTheInterfaceIsGoneMeanwhile)
 {
     const MulticastSocket socket("lo");
     ::SetUp("lo", false);
     EXPECT_FALSE(socket.Send(Hello));
+}
+
+TEST(MulticastPlace, IsAnInterfaceWithTheUsualGroupOrOneOfItsOwn)
+{
+    EXPECT_EQ(ParseMulticastPlace("eth0").interface, "eth0");
+    EXPECT_EQ(ParseMulticastPlace("eth0").group, "224.0.23.12");
+    EXPECT_EQ(ParseMulticastPlace("eth0.7/239.1.2.3").interface, "eth0.7");
+    EXPECT_EQ(ParseMulticastPlace("eth0.7/239.1.2.3").group, "239.1.2.3");
+}
+
+TEST(MulticastPlace, NeedsANameAndAMulticastGroup)
+{
+    for (const char* const text :
+         {"", "/239.1.2.3", "0123456789abcdef", "eth0/", "eth0/10.1.2.3", "eth0/239.1.2.3/1", "eth0/ff02::1"})
+    {
+        EXPECT_THROW(ParseMulticastPlace(text), std::runtime_error) << text;
+    }
 }
 
 // Another interface than lo, whose other end is the test.
@@ -210,6 +261,21 @@ private:
     System::Descriptor descriptor;
     bool works = false;
 };
+
+TEST_F(MulticastSocketTest, AnInterfaceThatWasMadeAnewIsAnotherOne)
+{
+    std::optional<Tunnel> tunnel(std::in_place);
+    if (!tunnel->Works())
+    {
+        GTEST_SKIP() << "a second network interface needs /dev/net/tun (modprobe tun)";
+    }
+    const MulticastSocket socket("tunnel");
+    EXPECT_TRUE(socket.IsJoined());
+    tunnel.reset();
+    EXPECT_FALSE(socket.IsJoined());
+    tunnel.emplace();
+    EXPECT_FALSE(socket.IsJoined());
+}
 
 TEST_F(MulticastSocketTest, KeepsToTheInterfaceThatWasChosen)
 {

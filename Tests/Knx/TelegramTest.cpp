@@ -95,6 +95,43 @@ TEST(Telegram, ASourceIsFilledInWhereThereIsNone)
     EXPECT_EQ(Telegram::ToIndication(Hex("11 00 bc e0 11 00 0a 03 01 00 81")), Hex("29 00 bc e0 11 00 0a 03 01 00 81"));
 }
 
+TEST(Telegram, IsSentOnInTheNameOfItsSenderAndWithoutHowItWasReceived)
+{
+    EXPECT_EQ(Telegram::ToRequest(Hex("29 00 bc e0 11 01 0a 03 01 00 81")), Hex("11 00 bc e0 11 01 0a 03 01 00 81"));
+    // Additional information, and the bits of a repeated telegram.
+    EXPECT_EQ(Telegram::ToRequest(Hex("29 04 03 02 12 34 9f e0 11 01 0a 03 01 00 81")),
+              Hex("11 00 bc e0 11 01 0a 03 01 00 81"));
+    // An extended frame of another priority stays one.
+    EXPECT_EQ(Telegram::ToRequest(Hex("29 00 30 60 11 01 11 02 01 03 00")), Hex("11 00 30 60 11 01 11 02 01 03 00"));
+}
+
+TEST(Telegram, LosesAHopAtEachRouter)
+{
+    Bytes telegram = Hex("29 00 bc e0 11 01 0a 03 01 00 81");
+    for (const char* const control2 : {"d0", "c0", "b0", "a0", "90", "80"})
+    {
+        EXPECT_TRUE(Telegram::CountHop(telegram));
+        EXPECT_EQ(telegram, Hex(std::string("29 00 bc ") + control2 + " 11 01 0a 03 01 00 81"));
+    }
+    EXPECT_FALSE(Telegram::CountHop(telegram));
+}
+
+TEST(Telegram, WithSevenHopsIsNeverStopped)
+{
+    Bytes telegram = Hex("29 04 03 02 12 34 bc f3 11 01 0a 03 01 00 81");
+    const Bytes before = telegram;
+    EXPECT_TRUE(Telegram::CountHop(telegram));
+    EXPECT_EQ(telegram, before);
+}
+
+TEST(Telegram, AHopIsCountedForADeviceAsForAGroup)
+{
+    Bytes telegram = Hex("29 04 03 02 12 34 b0 1f 11 01 11 02 00 80");
+    EXPECT_TRUE(Telegram::CountHop(telegram));
+    EXPECT_EQ(telegram, Hex("29 04 03 02 12 34 b0 0f 11 01 11 02 00 80"));
+    EXPECT_FALSE(Telegram::CountHop(telegram));
+}
+
 TEST(Telegram, AConfirmationTellsWhetherTheRequestWasSent)
 {
     EXPECT_EQ(Telegram::ToConfirmation(Hex("11 04 03 02 12 34 bd e0 00 00 0a 03 01 00 81"), true),
@@ -119,6 +156,18 @@ TEST(Telegram, TakesTheTimeOfItsCharactersAndOfWhatIsAroundThem)
     EXPECT_EQ(BitTimes("11 00 bc e0 11 01 0a 03 01 00 81"), 194); // both ways the same
     EXPECT_EQ(BitTimes("29 00 bc e0 11 01 0a 03 02 00 80 01"), 194 + 13);
     EXPECT_EQ(BitTimes("29 04 03 02 12 34 bc e0 11 01 0a 03 01 00 81"), 194); // the information is not on the line
+}
+
+TEST(Telegram, TakesNoTimeIfItEndsBeforeItsLength)
+{
+    const Bytes whole = Hex("29 04 03 02 12 34 bc e0 11 01 0a 03 01");
+    EXPECT_GT(Telegram::TimeOnLine(whole).count(), 0);
+    for (std::size_t size = 0; size < whole.size(); ++size)
+    {
+        EXPECT_EQ(Telegram::TimeOnLine(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size))).count(),
+                  0)
+            << size;
+    }
 }
 
 TEST(Telegram, AnExtendedFrameHasOneCharacterMore)

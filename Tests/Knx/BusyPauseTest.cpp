@@ -1,11 +1,11 @@
-#include "BusyPause.h"
+#include "Knx/BusyPause.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 using namespace std::chrono_literals;
-using Simulator::BusyPause;
+using Knx::BusyPause;
 
 namespace
 {

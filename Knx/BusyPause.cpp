@@ -1,8 +1,8 @@
-#include "BusyPause.h"
+#include "Knx/BusyPause.h"
 
 #include <algorithm>
 
-namespace Simulator
+namespace Knx
 {
 
 namespace
@@ -42,4 +42,4 @@ int64_t BusyPause::CountAt(Clock::time_point now) const
     return forgotten >= count ? 0 : count - forgotten;
 }
 
-} // namespace Simulator
+} // namespace Knx

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <random>
 
-namespace Simulator
+namespace Knx
 {
 
 /// When to send again after a router has said that it is busy. Each such datagram asks for a time; the more of them come,
@@ -34,4 +34,4 @@ private:
     int64_t count = 0; // datagrams of late
 };
 
-} // namespace Simulator
+} // namespace Knx
