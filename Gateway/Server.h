@@ -24,6 +24,7 @@ public:
 
 private:
     void HandOut();
+    bool Serve(int& readings);
     void OnTick();
     void OnDue();
     void AwaitDue();
