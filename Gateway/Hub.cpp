@@ -280,6 +280,7 @@ void Hub::TakenByLink(Time now)
     {
         inFlight.Add(sender.isLeaving ? Nobody : id, message, now + settings.confirmTimeout);
     }
+    takenAt = now;
     ++counters.toLink;
     turn = (id + 1) % participants.size();
     PopRequest(id);
@@ -326,10 +327,12 @@ void Hub::OnTime(Time now)
     }
 }
 
-// A request may wait for its turn as long as the link goes on confirming others.
+// A request may wait for its turn as long as the link goes on confirming others, any other frame as long as the link takes
+// some.
 Hub::Time Hub::LimitOfFront(const Participant& participant) const
 {
-    return std::max(participant.FrontSince(), confirmedAt) + settings.confirmTimeout;
+    const Time progress = participant.FrontRequest().HasCode(Request) ? confirmedAt : takenAt;
+    return std::max(participant.FrontSince(), progress) + settings.confirmTimeout;
 }
 
 const ParticipantCounters& Hub::Count(Id id) const
@@ -342,7 +345,8 @@ void Hub::SetLink(Link state, Time now)
     counters.linkLosses += link == Link::Usable && state == Link::Lost ? 1U : 0U;
     link = state;
     settledAt = now + SettleTime;
-    confirmedAt = std::max(confirmedAt, now); // what waited for the link to be usable is given its time from now on
+    confirmedAt = now; // what waited for the link to be usable is given its time from now on
+    takenAt = now;
     for (Id id = 0; id < participants.size(); ++id)
     {
         if (participants[id])

@@ -150,6 +150,7 @@ private:
     Link link = Link::Lost;
     Time settledAt;   // when settling ends
     Time confirmedAt; // by the link for the last time, or when its state changed
+    Time takenAt;     // the same for what it takes
     Counters counters;
     std::vector<std::unique_ptr<Participant>> participants; // by id, the network last; null where there is none
     std::vector<Id> news;                                   // has room for all from the beginning

@@ -45,14 +45,27 @@ Server::Server(Loop& loop, const Options& options, const ListeningSocket& listen
     HandOut();
 }
 
-// Whatever the hub was given: what comes of it goes out.
+// Whatever the hub was given: what comes of it goes out. What the daemon takes is news for its sender, too.
 void Server::HandOut()
 {
-    daemon.Write(Now());
-    std::size_t sent = 0;
     int readings = 0;
+    do
+    {
+        daemon.Write(Now());
+    } while (Serve(readings));
+    daemon.AwaitButton();
+    TellLink();
+    AwaitDue();
+}
+
+// False if nobody had news. `readings` counts how often the link was read meanwhile.
+bool Server::Serve(int& readings)
+{
+    bool hadNews = false;
+    std::size_t sent = 0;
     while (const auto id = hub.NextWithNews())
     {
+        hadNews = true;
         sent += network && *id == network->Id() ? network->Serve() : programs.Serve(*id);
         if (sent >= SentBeforeReading && readings < ReadingsAtOnce)
         {
@@ -61,10 +74,7 @@ void Server::HandOut()
             ++readings;
         }
     }
-    daemon.Write(Now());
-    daemon.AwaitButton();
-    TellLink();
-    AwaitDue();
+    return hadNews;
 }
 
 void Server::OnTick()

@@ -28,6 +28,7 @@ public:
 
 private:
     void HandOut();
+    bool Serve(int& readings);
     void OnTick();
     void OnDue();
     void AwaitDue();

@@ -382,6 +382,23 @@ TEST_F(HubTest, LetsRequestsWaitAsLongAsTheLinkConfirmsOthers)
     EXPECT_EQ(hub.Count(one).confirmed, 40U);
 }
 
+TEST_F(HubTest, LetsOtherFramesWaitAsLongAsTheLinkTakesSome)
+{
+    for (int i = 0; i < 10; ++i)
+    {
+        Send(one, "fc 00 0b 01 33 10 01");
+    }
+    for (int i = 0; i < 9; ++i)
+    {
+        Pass(1s);
+        ASSERT_NE(hub.NextToLink(), nullptr) << i;
+        hub.TakenByLink(now);
+    }
+    EXPECT_EQ(hub.Count().dropped, 0U);
+    Pass(3s);
+    EXPECT_EQ(hub.Count().dropped, 1U);
+}
+
 TEST_F(HubTest, AnswersForASilentLinkAlsoWhatItHasNotTaken)
 {
     for (int i = 0; i < 10; ++i)

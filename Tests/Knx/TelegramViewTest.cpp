@@ -56,6 +56,16 @@ TEST(TelegramView, SeesAWholeTelegramOnly)
     }
 }
 
+TEST(TelegramView, SeesNoTelegramOfTheReservedLength)
+{
+    Bytes bytes = FromHex("29 00 3c e0 11 01 0a 03 fe 00");
+    bytes.resize(2 + 8 + 254);
+    EXPECT_TRUE(View(bytes));
+    bytes[8] = 255;
+    bytes.resize(2 + 8 + 255);
+    EXPECT_FALSE(View(bytes));
+}
+
 TEST(TelegramView, AgreesWithTheDecoderWhatIsWhole)
 {
     unsigned whole = 0;

@@ -8,6 +8,7 @@
 #include <linux/capability.h>
 #include <sys/stat.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -142,6 +143,32 @@ TEST(GatewayQueues, ThatNobodyReadsLeadToRefusalsInTime)
     }
     EXPECT_EQ(queues.toLink.Take(), GatewayUser::AsMessage(Request));
     EXPECT_TRUE(gateway->AwaitLine(" of program " + std::to_string(getpid())));
+    EXPECT_EQ(gateway->Stop(), 0);
+}
+
+TEST(GatewayQueues, ThatAreFullTakeTheRestInOrderLater)
+{
+    const Queues queues;
+    GatewayProgram gateway;
+    const GatewayUser user(gateway.Socket());
+    EXPECT_EQ(user.Receive(), Usable);
+    const auto frame = [](int number) {
+        return "fc 00 0b 01 33 10 " + Knx::ToHex({static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number)});
+    };
+    constexpr int count = 200; // fewer than have room on their way
+    for (int i = 0; i < count; ++i)
+    {
+        user.Send(frame(i));
+    }
+    EXPECT_TRUE(Await([&] { return queues.toLink.Waiting() == 14; }));
+    const auto begin = std::chrono::steady_clock::now();
+    for (int i = 0; i < count; ++i)
+    {
+        EXPECT_TRUE(Await([&] { return queues.toLink.Waiting() > 0; }));
+        EXPECT_EQ(queues.toLink.Take(), GatewayUser::AsMessage(frame(i)));
+    }
+    // As soon as there is room, and not once in a second, which would take 13 s.
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
     EXPECT_EQ(gateway->Stop(), 0);
 }
 
