@@ -11,6 +11,7 @@
 #include "Queue.h"
 #include "Replay.h"
 #include "Send.h"
+#include "Status.h"
 
 #include "Expect.h"
 #include "Input.h"
@@ -67,6 +68,11 @@ void Check(const ButtonOptions& button)
     Fuzz::Expect("the name of a queue", Queue::IsName(button.bus.buttonQueue));
 }
 
+void Check(const StatusOptions& status)
+{
+    ExpectBus(status.bus);
+}
+
 void Check(const LedOptions& led)
 {
     Fuzz::Expect("a brightness", !led.brightness || (*led.brightness >= 0 && *led.brightness <= 100));
@@ -109,6 +115,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
         CheckIf<GenerateOptions>(GenerateCommand(), argc - 1, argv.data() + 1);
         CheckIf<ButtonOptions>(ButtonCommand(), argc - 1, argv.data() + 1);
         CheckIf<LedOptions>(LedCommand(), argc - 1, argv.data() + 1);
+        CheckIf<StatusOptions>(StatusCommand(), argc - 1, argv.data() + 1);
         CheckIf<CheckOptions>(CheckCommand(), argc - 1, argv.data() + 1);
     }
     catch (const Failure& failure)

@@ -25,7 +25,7 @@ TEST(ClientOptions, HelpListsTheCommands)
 
 TEST(ClientOptions, HelpOfACommandListsItsOptions)
 {
-    for (const char* const command : {"send", "monitor", "replay", "generate", "button", "led", "check"})
+    for (const char* const command : {"send", "monitor", "replay", "generate", "button", "led", "status", "check"})
     {
         for (const char* const option : {"--help", "-h"})
         {
@@ -95,6 +95,8 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"button", "--queue", "b"}, "--queue takes a name that begins with / and has no other, not 'b'"},
         {{"button", "--queue", "/a/b"}, "--queue takes a name that begins with / and has no other, not '/a/b'"},
         {{"button", "--queue", "/a", "--socket", "/b"}, "--queue and --socket cannot go together"},
+        {{"status", "x"}, "'x' is not understood"},
+        {{"status", "--socket", ""}, "--socket takes a path of 1 to 107 bytes"},
         {{"led", "a", "on", "b"}, "'b' is not understood"},
         {{"led", ""}, "an LED has a name"},
         {{"led", "a", "101"}, "an LED is on, off or 0 to 100, not '101'"},

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 using Simulator::Event;
+using testing::Contains;
 
 namespace
 {
@@ -99,6 +100,15 @@ TEST_F(ThroughGateway, EachProgramIsToldOfTheButton)
     EXPECT_TRUE(two->AwaitLine("# button released"));
     EXPECT_EQ(one->Stop(), 0);
     EXPECT_EQ(two->Stop(), 0);
+}
+
+TEST_F(ThroughGateway, TheStatusIsWell)
+{
+    const Outcome outcome = RunClient(Through({"status"}));
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.lines, Contains("ok    gateway                answers at " + gateway.Socket()));
+    EXPECT_THAT(outcome.lines, Contains("ok    link                   is usable"));
+    EXPECT_THAT(outcome.lines, Contains("ok    /cemiFromLL            0 of 14 messages wait"));
 }
 
 } // namespace
