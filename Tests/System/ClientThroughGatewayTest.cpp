@@ -1,4 +1,4 @@
-// orvelctl with the gateway, the daemon and the board.
+// orvelctl and the examples with the gateway, the daemon and the board.
 
 #include "ClientProgram.h"
 #include "GatewayProgram.h"
@@ -6,7 +6,10 @@
 
 #include <gmock/gmock.h>
 
+#include <fstream>
+
 using Simulator::Event;
+using Simulator::RedKnxLed;
 using testing::Contains;
 
 namespace
@@ -109,6 +112,39 @@ TEST_F(ThroughGateway, TheStatusIsWell)
     EXPECT_THAT(outcome.lines, Contains("ok    gateway                answers at " + gateway.Socket()));
     EXPECT_THAT(outcome.lines, Contains("ok    link                   is usable"));
     EXPECT_THAT(outcome.lines, Contains("ok    /cemiFromLL            0 of 14 messages wait"));
+}
+
+TEST_F(ThroughGateway, TheSwitchTogglesAndShowsTheStatus)
+{
+    Daemon example({EXAMPLE_GATEWAY, gateway.Socket()}, {});
+    EXPECT_TRUE(example.AwaitLine("the link is usable"));
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 04 01 00 00")}));
+    TheCoProcessor().SetButton(true);
+    EXPECT_TRUE(example.AwaitLine("switched on"));
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 03 01 00 81")}));
+    Telegram("29 00 bc e0 11 01 0a 04 01 00 81");
+    EXPECT_TRUE(example.AwaitLine("the light is on"));
+    EXPECT_TRUE(AwaitEvent({Event::LedOn, RedKnxLed}));
+}
+
+TEST_F(ThroughGateway, TheThermostatGoesOnWhenDaemonAndGatewayWereStartedAnew)
+{
+    const TemporaryDirectory directory;
+    std::ofstream(directory.File("sensor")) << "20000\n";
+    Daemon example({"python3", EXAMPLES "/Thermostat.py", directory.File("sensor"), gateway.Socket()}, {});
+    const auto tellsAll = [&]
+    {
+        EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 0a 03 00 80 07 d0")}));
+        EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 0c 01 00 81")}));
+    };
+    tellsAll();
+    Telegram("29 00 bc e0 11 01 0a 0a 01 00 00");
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 0a 03 00 40 07 d0")}));
+    daemon.Restart();
+    board->StartPinsAnew();
+    tellsAll();
+    gateway->Restart();
+    tellsAll();
 }
 
 } // namespace
