@@ -8,15 +8,30 @@
 #include <asio/steady_timer.hpp>
 
 #include <csignal>
+#include <optional>
 #include <utility>
 
 namespace OrvelGateway
 {
 
-// One thread uses the loop: no locks.
 struct Loop::Implementation
 {
-    asio::io_context context{ASIO_CONCURRENCY_HINT_UNSAFE};
+    Implementation()
+    {
+        signals.async_wait(
+            [this](const asio::error_code& error, int signal)
+            {
+                if (!error)
+                {
+                    stop = signal;
+                    context.stop();
+                }
+            });
+    }
+
+    asio::io_context context{ASIO_CONCURRENCY_HINT_UNSAFE}; // one thread uses the loop: no locks
+    asio::signal_set signals{context, SIGINT, SIGTERM};
+    int stop = 0;
 };
 
 Loop::Loop()
@@ -28,19 +43,8 @@ Loop::~Loop() = default;
 
 int Loop::Run()
 {
-    int stop = 0;
-    asio::signal_set signals(implementation->context, SIGINT, SIGTERM);
-    signals.async_wait(
-        [this, &stop](const asio::error_code& error, int signal)
-        {
-            if (!error)
-            {
-                stop = signal;
-                implementation->context.stop();
-            }
-        });
     implementation->context.run();
-    return stop;
+    return implementation->stop;
 }
 
 // The library calls a handler also when its descriptor is no longer waited for, after the Watch has gone. So the handler keeps
@@ -134,14 +138,13 @@ void Watch::AwaitWritable()
 struct Timer::State
 {
     State(asio::io_context& context, std::function<void()> onTime)
-        : timer(context)
+        : timer(std::in_place, context)
         , callback(std::move(onTime))
     {
     }
 
-    asio::steady_timer timer;
+    std::optional<asio::steady_timer> timer; // none any more once this is over
     std::function<void()> callback;
-    bool isOver = false;
 };
 
 Timer::Timer(Loop& loop, std::function<void()> onTime)
@@ -151,17 +154,16 @@ Timer::Timer(Loop& loop, std::function<void()> onTime)
 
 Timer::~Timer()
 {
-    state->isOver = true;
-    state->timer.cancel();
+    state->timer.reset();
 }
 
 void Timer::Set(Time time)
 {
-    state->timer.expires_at(time); // whoever waited for another time is told that this is over
-    state->timer.async_wait(
+    state->timer->expires_at(time); // whoever waited for another time is told that this is over
+    state->timer->async_wait(
         [kept = state](const asio::error_code& error)
         {
-            if (!error && !kept->isOver)
+            if (!error && kept->timer)
             {
                 kept->callback();
             }

@@ -7,7 +7,8 @@
 namespace OrvelGateway
 {
 
-/// Waits for everything at once, in one thread, and calls what was asked for. The event library is hidden in here.
+/// Waits for everything at once, in one thread, and calls what was asked for. From its making on, SIGINT and SIGTERM only end
+/// Run, also if they come before it. The event library is hidden in here.
 class Loop
 {
 public:

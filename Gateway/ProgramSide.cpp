@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <optional>
 #include <utility>
 
 namespace OrvelGateway
@@ -18,6 +19,9 @@ namespace
 
 // Of one program, or of new ones, before others get their turn.
 constexpr int Batch = 16;
+
+// A program that makes trouble has one line of each kind in it, at most.
+constexpr std::chrono::seconds ReportPeriod{1};
 
 } // namespace
 
@@ -63,13 +67,14 @@ void ProgramSide::OnConnections()
 // Who finds no place is told by the end of the connection.
 void ProgramSide::Admit(System::Descriptor accepted)
 {
-    const auto id = hub.ConnectProgram();
-    if (!id)
-    {
-        return;
-    }
+    std::optional<Hub::Id> id;
     try
     {
+        id = hub.ConnectProgram();
+        if (!id)
+        {
+            return;
+        }
         auto& program = programs[*id];
         program = std::make_unique<Program>(
             std::move(accepted), loop, [this, id = *id] { OnReadable(id); }, [this, id = *id] { OnWritable(id); });
@@ -77,11 +82,14 @@ void ProgramSide::Admit(System::Descriptor accepted)
         program->watch.AwaitReadable();
         LOG4CPLUS_DEBUG(logger, "Program " << program->who << " has connected; there are " << hub.Programs());
     }
-    catch (const std::exception& failure)
+    catch (const std::exception& failure) // there is no memory, or the loop has no room
     {
         LOG4CPLUS_ERROR(logger, "Cannot serve a program: " << failure.what());
-        programs[*id].reset();
-        hub.Disconnect(*id);
+        if (id)
+        {
+            programs[*id].reset();
+            hub.Disconnect(*id);
+        }
     }
 }
 
@@ -151,33 +159,54 @@ std::size_t ProgramSide::Serve(Hub::Id id)
     return sent;
 }
 
-void ProgramSide::Look()
+void ProgramSide::Look(Time now)
 {
     for (Hub::Id id = 0; id < programs.size(); ++id)
     {
         if (programs[id])
         {
-            Report(id);
+            Report(*programs[id], hub.Count(id), now);
             Serve(id);
         }
     }
+    ReportLeft();
     watch.AwaitReadable();
 }
 
-void ProgramSide::Report(Hub::Id id)
+void ProgramSide::Report(Program& program, const ParticipantCounters& count, Time now)
 {
-    Program& program = *programs[id];
-    for (const std::string& line : TroubleOf(program.who, program.reported, hub.Count(id)))
+    if (now - program.reportedAt < ReportPeriod)
+    {
+        return;
+    }
+    for (const std::string& line : TroubleOf(program.who, program.reported, count))
+    {
+        LOG4CPLUS_WARN(logger, line);
+        program.reportedAt = now;
+    }
+    program.reported = count;
+}
+
+// Together, because a program can come and go as often as it likes.
+void ProgramSide::ReportLeft()
+{
+    for (const std::string& line : TroubleOf(whoLeft, {}, left))
     {
         LOG4CPLUS_WARN(logger, line);
     }
-    program.reported = hub.Count(id);
+    left = {};
 }
 
 void ProgramSide::Part(Hub::Id id)
 {
-    Report(id);
-    LOG4CPLUS_DEBUG(logger, "Program " << programs[id]->who << " has left");
+    const Program& program = *programs[id];
+    const ParticipantCounters& count = hub.Count(id);
+    whoLeft = program.who +
+              (left.invalid + left.lost + left.timedOut == 0 ? ", which has left" : " and others, which have left");
+    left.invalid += count.invalid - program.reported.invalid;
+    left.lost += count.lost - program.reported.lost;
+    left.timedOut += count.timedOut - program.reported.timedOut;
+    LOG4CPLUS_DEBUG(logger, "Program " << program.who << " has left");
     programs[id].reset();
     hub.Disconnect(id);
 }

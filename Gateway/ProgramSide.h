@@ -35,10 +35,11 @@ public:
         ProgramSocket socket;
         Watch watch; // before the socket goes
         std::string who;
-        ParticipantCounters reported; ///< in the log
-        bool isRead = true;           ///< or not, until the hub has room for its requests, or the system can
-        bool isFull = false;          ///< its socket, until it has read something
-        bool isDeaf = false;          ///< has closed its socket; what it sent before is still read
+        ParticipantCounters reported; ///< in the log, then:
+        Time reportedAt;
+        bool isRead = true;  ///< or not, until the hub has room for its requests, or the system can
+        bool isFull = false; ///< its socket, until it has read something
+        bool isDeaf = false; ///< has closed its socket; what it sent before is still read
     };
 
     /// `onEvent` is called after the hub has been given something.
@@ -50,7 +51,7 @@ public:
 
     /// Logs what has been odd since the last time, and tries again what the system could not do. To be called once in a
     /// second.
-    void Look();
+    void Look(Time now);
 
     /// Those that are connected, by their number in the hub; null where there is none.
     const std::vector<std::unique_ptr<Program>>& Programs() const
@@ -63,7 +64,8 @@ private:
     void Admit(System::Descriptor accepted);
     void OnReadable(Hub::Id id);
     void OnWritable(Hub::Id id);
-    void Report(Hub::Id id);
+    void Report(Program& program, const ParticipantCounters& count, Time now);
+    void ReportLeft();
     void Part(Hub::Id id);
 
     Loop& loop;
@@ -73,6 +75,8 @@ private:
     log4cplus::Logger logger;
     Watch watch; // of the listening socket
     std::vector<std::unique_ptr<Program>> programs;
+    ParticipantCounters left; // of programs that have left, what has not been reported
+    std::string whoLeft;      // the last of them
 };
 
 } // namespace OrvelGateway

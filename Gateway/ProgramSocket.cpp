@@ -30,6 +30,7 @@ std::string ProgramSocket::Who() const
     return std::to_string(peer.pid) + (name.empty() ? "" : " " + name);
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the kernel writes there
 ProgramSocket::Result ProgramSocket::Receive(uint8_t* packet, std::size_t& size) const
 {
     // The kernel gives nothing for an empty packet, and nothing at the end. But with each packet it tells who sent it, and

@@ -13,7 +13,7 @@ namespace
 {
 
 // A new daemon is to be noticed within a second.
-constexpr std::chrono::milliseconds TickPeriod{950};
+constexpr std::chrono::milliseconds TickPeriod{970};
 
 // The daemon's queue has room for 14 messages. While these are handed out to many programs, more come.
 constexpr std::size_t SentBeforeReading = 32;
@@ -67,7 +67,7 @@ void Server::OnTick()
     const auto now = Now();
     tick.Set(now + TickPeriod);
     daemon.Look(now);
-    programs.Look();
+    programs.Look(now);
     for (const std::string& line : Trouble(reported, hub.Count()))
     {
         LOG4CPLUS_WARN(logger, line);

@@ -109,6 +109,22 @@ TEST_F(HubTest, LetsRequestsWaitUntilItIsKnownThatTheLinkIsUsable)
     EXPECT_EQ(hub.Due(), now + 3s);
 }
 
+TEST_F(HubTest, GivesRequestsThatWaitedForTheLinkTheirWholeTime)
+{
+    hub.OnDaemonGone(now);
+    hub.OnDaemonFound(now);
+    for (int i = 0; i < 10; ++i) // more than the link takes at once
+    {
+        Send(one, Request(i));
+    }
+    Pass(1s);
+    AllToLink();
+    Pass(2s);
+    EXPECT_THAT(All(one), ElementsAre(Lost, Usable));
+    Pass(1s);
+    EXPECT_EQ(All(one).size(), 10U);
+}
+
 TEST_F(HubTest, CarriesAnyFrameFromTheLinkToEverybodyAsItIs)
 {
     std::string longest = "29";
@@ -222,6 +238,17 @@ TEST_F(HubTest, DoesNotAnswerARequestTwice)
     EXPECT_THAT(All(one), IsEmpty());
     EXPECT_THAT(All(two), ElementsAre(AsMessage(Heard(1)))); // because it was sent after all
     EXPECT_EQ(hub.Count().unexpected, 1U);
+}
+
+TEST_F(HubTest, TakesALateConfirmationForThatOfOneRequestOnly)
+{
+    Send(one, Request(1));
+    AllToLink();
+    Pass(3s);
+    All(one);
+    FromLink(Confirmation(1));
+    FromLink(Confirmation(1)); // of another writer to the queue
+    EXPECT_THAT(All(one), ElementsAre(AsMessage(Heard(1))));
 }
 
 TEST_F(HubTest, AnswersARepeatedRequestWithTheConfirmationThatComesNext)
@@ -435,6 +462,18 @@ TEST_F(HubTest, ReadsNothingFromAProgramThatLeavesItsConfirmationsUnread)
     EXPECT_EQ(hub.Count(one).lost, 0U);
 }
 
+TEST_F(HubTest, ReadsAProgramOnAndOnThatReadsItsConfirmations)
+{
+    for (int i = 0; i < 2 * ORVEL_GATEWAY_MESSAGES; ++i)
+    {
+        ASSERT_TRUE(hub.CanSend(one)) << i;
+        Send(one, Request(i % 64));
+        AllToLink();
+        FromLink(Confirmation(i % 64));
+        All(one);
+    }
+}
+
 TEST_F(HubTest, DropsAndCountsPacketsThatAreNoMessages)
 {
     for (const char* const packet : {"", "00", "00 11", "02 11", "03 aa bb", "01 aa bb"})
@@ -491,6 +530,19 @@ TEST_F(HubTest, DoesNotGiveAProgramTheAnswersOfOneThatWasThereBefore)
     FromLink(Confirmation(1));
     EXPECT_THAT(All(next), ElementsAre(AsMessage(Heard(1))));
     EXPECT_EQ(hub.Count(next).confirmed, 0U);
+}
+
+TEST_F(HubTest, LetsAProgramHearWhatOneThatWasThereBeforeSentTooLate)
+{
+    Send(one, Request(1));
+    AllToLink();
+    Pass(3s);
+    hub.Disconnect(one);
+    const Id next = *hub.ConnectProgram();
+    ASSERT_EQ(next, one);
+    All(next);
+    FromLink(Confirmation(1));
+    EXPECT_THAT(All(next), ElementsAre(AsMessage(Heard(1))));
 }
 
 TEST_F(HubTest, ForgetsTheNewsOfAProgramThatHasLeft)

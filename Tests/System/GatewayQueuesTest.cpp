@@ -11,6 +11,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <list>
 #include <optional>
 
 using testing::AllOf;
@@ -288,6 +289,22 @@ TEST(GatewayPrograms, ThatSendGarbageAreServedOn)
     EXPECT_EQ(gateway->Stop(), 0);
 }
 
+TEST(GatewayPrograms, ThatComeAndGoWithGarbageDoNotFillTheLog)
+{
+    GatewayProgram gateway;
+    for (int i = 0; i < 200; ++i)
+    {
+        GatewayUser user(gateway.Socket());
+        user.SendPacket("00");
+    }
+    EXPECT_TRUE(gateway->AwaitLine(" from program "));
+    EXPECT_EQ(gateway->Stop(), 0);
+    const auto lines = gateway->LogLines();
+    EXPECT_LT(std::count_if(lines.begin(), lines.end(),
+                            [](const auto& line) { return line.find(" from program ") != std::string::npos; }),
+              50); // even if the test takes many seconds
+}
+
 TEST(GatewayPrograms, CannotFillTheGatewayWithDescriptors)
 {
     const Queues queues;
@@ -350,6 +367,40 @@ TEST(GatewayPrograms, ThatDoNotReadAreToldWhatTheyHaveMissed)
     EXPECT_TRUE(gateway->AwaitLine("lost for program " + std::to_string(getpid())));
     queues.fromLink.PutFrame(SwitchOn);
     EXPECT_EQ(sleeper.Receive(), GatewayUser::AsMessage(SwitchOn));
+    EXPECT_EQ(gateway->Stop(), 0);
+}
+
+TEST(GatewayPrograms, NeedLittleMemoryUnlessTheyFallBehind)
+{
+    const Queues queues;
+    GatewayProgram gateway;
+    const auto used = [&]
+    {
+        std::ifstream status("/proc/" + std::to_string(gateway->Id()) + "/status");
+        std::string word;
+        long size = -1;
+        while (status >> word && word != "RssAnon:")
+        {
+        }
+        status >> size;
+        return size; // kB
+    };
+    EXPECT_EQ(GatewayUser(gateway.Socket()).Receive(), Usable);
+    const long before = used();
+    std::list<GatewayUser> users;
+    for (int i = 0; i < 32; ++i)
+    {
+        users.emplace_back(gateway.Socket());
+        EXPECT_EQ(users.back().Receive(), Usable);
+    }
+    for (int i = 0; i < 20; ++i)
+    {
+        queues.fromLink.PutFrame(SwitchOn);
+        EXPECT_TRUE(std::all_of(users.begin(), users.end(),
+                                [](const auto& user) { return user.Receive() == GatewayUser::AsMessage(SwitchOn); }));
+    }
+    EXPECT_GT(before, 0);
+    EXPECT_LT(used() - before, 4000); // all of their buffers would be 9,600
     EXPECT_EQ(gateway->Stop(), 0);
 }
 
