@@ -86,7 +86,7 @@ std::string KindOf(const Message& message)
 
 std::string Describe(const Message& message)
 {
-    const std::string text = Knx::Describe(TakenApart(message));
+    std::string text = Knx::Describe(TakenApart(message));
     if (IsOfTheBus(message.frame))
     {
         return text;
