@@ -178,14 +178,14 @@ std::string CaptureHeader()
 std::string CapturePacket(const Message& message)
 {
     std::string content;
-    if (LinkState(message.frame))
+    if (IsOfTheBus(message.frame))
     {
-        AppendTag(content, DissectorTag, "data");
-        AppendTag(content, ProtocolColumnTag, KindOf(message));
+        AppendTag(content, DissectorTag, "cemi");
     }
     else
     {
-        AppendTag(content, DissectorTag, "cemi");
+        AppendTag(content, DissectorTag, "data");
+        AppendTag(content, ProtocolColumnTag, NoticeText(message.frame));
     }
     AppendTag(content, EndTag, "");
     content.append(message.frame.begin(), message.frame.end());

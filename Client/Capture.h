@@ -10,7 +10,8 @@ namespace OrvelClient
 {
 
 // Captures that Wireshark and tshark open: each packet says itself which dissector it is for. Frames are for "cemi";
-// messages about the link have their text in them.
+// the other messages have
+// their text in them.
 
 /// What a capture begins with.
 std::string CaptureHeader();

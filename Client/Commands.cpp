@@ -9,6 +9,7 @@
 #include "Output.h"
 #include "Replay.h"
 #include "Send.h"
+#include "Status.h"
 #include "Version.h"
 
 #include <algorithm>
@@ -41,7 +42,7 @@ std::string Row(const Command& command)
 std::vector<Command> Commands()
 {
     return {SendCommand(),   MonitorCommand(), ReplayCommand(), GenerateCommand(),
-            ButtonCommand(), LedCommand(),     CheckCommand()};
+            ButtonCommand(), LedCommand(),     StatusCommand(), CheckCommand()};
 }
 
 std::string GeneralHelp()

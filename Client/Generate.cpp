@@ -22,7 +22,7 @@ Status Generate(const GenerateOptions& options)
     const StopSignals stop;
     Output output;
     Notice(output, "seed " + std::to_string(seed) + "; Ctrl-C ends");
-    FrameSender sender(stop, options.wait);
+    FrameSender sender(options.bus, stop, options.wait);
     RandomTelegrams telegrams(seed);
     const auto start = steady_clock::now();
     for (uint64_t count = 0; options.number == 0 || count < options.number; ++count)
@@ -70,6 +70,7 @@ GenerateOptions::GenerateOptions(const CommandLine& line)
     , seed(Seed(line))
     , print(line.Has("print"))
     , wait(TakeWait(line, DefaultWait))
+    , bus(TakeBus(line))
 {
 }
 
@@ -80,11 +81,12 @@ Command GenerateCommand()
             "send random telegrams, for load",
             "[OPTION...]",
             "Sends random telegrams to random group addresses.",
-            {{"rate", "Send so many telegrams a second, default is: 10"},
-             NumberOption("telegrams"),
-             {"seed", "The same seed gives the same telegrams; without it they differ each time."},
-             {"print", "Show the telegrams, as 'send' reads them, instead of sending them.", Option::Kind::Flag},
-             WaitOption(DefaultWait)},
+            WithBusOptions(
+                {{"rate", "Send so many telegrams a second, default is: 10"},
+                 NumberOption("telegrams"),
+                 {"seed", "The same seed gives the same telegrams; without it they differ each time."},
+                 {"print", "Show the telegrams, as 'send' reads them, instead of sending them.", Option::Kind::Flag},
+                 WaitOption(DefaultWait)}),
             0,
             Prepare<GenerateOptions, Generate>};
 }

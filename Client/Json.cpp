@@ -104,7 +104,8 @@ std::string DescribeAsJson(const Message& message)
     object["hex"] = ToHex(message.frame, "");
     object["kind"] = KindOf(message);
     const CemiMessage cemi = TakenApart(message);
-    if (!LinkState(message.frame))
+    AddIfThere(object, "dropped", LostMessages(message.frame));
+    if (IsOfTheBus(message.frame))
     {
         AddIfThere(object, "code", cemi.code);
         AddInfo(object, cemi);

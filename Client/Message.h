@@ -30,7 +30,13 @@ Bytes FrameFromText(std::string_view text);
 /// The time of day, since the epoch.
 std::chrono::microseconds Now();
 
-/// The state, when the frame is a message about the link.
+// What the message says when it is no frame of the bus but one of the daemon or the gateway; otherwise nothing.
+
 std::optional<uint16_t> LinkState(const Bytes& frame);
+std::optional<uint8_t> ButtonState(const Bytes& frame);   ///< as in the button's queue
+std::optional<uint16_t> LostMessages(const Bytes& frame); ///< how many had no room
+
+/// Whether it is none of these.
+bool IsOfTheBus(const Bytes& frame);
 
 } // namespace OrvelClient

@@ -1,16 +1,13 @@
 #include "Monitor.h"
 
+#include "BusReader.h"
 #include "Capture.h"
 #include "CommandLine.h"
 #include "CommonOptions.h"
 #include "Description.h"
 #include "Failure.h"
 #include "Json.h"
-#include "Queue.h"
-#include "QueueReader.h"
 #include "Record.h"
-
-#include "Orvel/Protocol.h"
 
 #include <array>
 #include <cstdio>
@@ -58,13 +55,13 @@ Status Monitor(const MonitorOptions& options)
 {
     using Format = MonitorOptions::Format;
     const StopSignals stop;
-    static_cast<void>(Queue(ORVEL_CEMI_FROM_LL_QUEUE, Queue::For::Reading)); // or an older capture stays as it is
+    Bus bus(options.bus, Bus::For::Messages, stop); // before the output: without a bus an older capture stays as it is
     Output output(options.format == Format::Capture ? options.captureFile : "-");
     if (options.format == Format::Capture && output.IsTerminal())
     {
         throw Failure(Status::WrongOption, "a capture is nothing for a terminal: let a file or a program take it");
     }
-    QueueReader reader(ORVEL_CEMI_FROM_LL_QUEUE, stop, output);
+    BusReader reader(bus, stop, output);
     if (options.format == Format::Capture)
     {
         output.Write(CaptureHeader());
@@ -136,23 +133,25 @@ MonitorOptions::MonitorOptions(const CommandLine& line)
     , timeStamp(TakeTimeStamp(line))
     , captureFile(line.TextOr("", "pcap"))
     , number(TakeNumber(line))
+    , bus(TakeBus(line))
 {
 }
 
 Command MonitorCommand()
 {
-    return {"monitor",
-            "",
-            "show what comes from the bus, and the state of the link",
-            "[OPTION...]",
-            "Shows each message from the bus, and the state of the link.",
-            {TimeOption(),
-             NumberOption("messages"),
-             {"count", "Show only how many messages of each kind came, at the end.", Option::Kind::Flag},
-             {"json", "Show each message as one JSON object.", Option::Kind::Flag},
-             {"pcap", "Write a capture for Wireshark and tshark to this file; '-' is standard output."}},
-            0,
-            Prepare<MonitorOptions, Monitor>};
+    return {
+        "monitor",
+        "",
+        "show what comes from the bus, and the state of the link",
+        "[OPTION...]",
+        "Shows each message from the bus, and the state of the link.",
+        WithBusOptions({TimeOption(),
+                        NumberOption("messages"),
+                        {"count", "Show only how many messages of each kind came, at the end.", Option::Kind::Flag},
+                        {"json", "Show each message as one JSON object.", Option::Kind::Flag},
+                        {"pcap", "Write a capture for Wireshark and tshark to this file; '-' is standard output."}}),
+        0,
+        Prepare<MonitorOptions, Monitor>};
 }
 
 } // namespace OrvelClient

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Bus.h"
 #include "Command.h"
 #include "TimeStamp.h"
 
@@ -26,6 +27,7 @@ struct MonitorOptions
     TimeStamp timeStamp;
     std::string captureFile;
     uint64_t number; ///< of messages after which it ends; 0: goes on
+    BusOptions bus;
 };
 
 /// Shows the messages from the link until it is stopped.

@@ -48,12 +48,12 @@ Queue::Queue(std::string queueName, For access)
 {
 }
 
-std::optional<Bytes> Queue::Receive() const
+std::optional<Bytes> Queue::Receive()
 {
     return Try(name, [this] { return queue.Receive(); });
 }
 
-bool Queue::Send(const Bytes& message) const
+bool Queue::Send(const Bytes& message)
 {
     return Try(name, [&] { return queue.Send(message); });
 }

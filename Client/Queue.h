@@ -1,18 +1,18 @@
 #pragma once
 
-#include "Knx/HexDigits.h"
+#include "Channel.h"
+
 #include "System/MessageQueue.h"
 
 #include <optional>
+
 #include <string>
 
 namespace OrvelClient
 {
 
-using Knx::Bytes;
-
 /// A message queue of the daemon, as an application opens it: it is not created, and never waited on.
-class Queue
+class Queue : public Channel
 {
 public:
     using For = System::MessageQueue::For;
@@ -23,23 +23,19 @@ public:
     /// Throws Failure: NotThere, NotAllowed, Failed.
     Queue(std::string queueName, For access);
 
-    /// For poll.
-    int Descriptor() const
+    int Descriptor() const override
     {
         return queue.Descriptor();
     }
 
     /// True when the daemon has stopped or was started anew: this queue is then one that nobody else has any more.
-    bool IsRemoved() const
+    bool IsRemoved() const override
     {
         return queue.IsRemoved();
     }
 
-    /// The next message; nothing when there is none. Throws Failure.
-    std::optional<Bytes> Receive() const;
-
-    /// False when there is no room. Throws Failure.
-    bool Send(const Bytes& message) const;
+    std::optional<Bytes> Receive() override;
+    bool Send(const Bytes& message) override;
 
 private:
     std::string name;

@@ -157,7 +157,7 @@ Status Replay(const ReplayOptions& options)
     const auto sendings = Sendings(messages);
 
     const StopSignals stop;
-    FrameSender sender(stop, options.wait);
+    FrameSender sender(options.bus, stop, options.wait);
     const auto start = steady_clock::now();
     std::size_t sent = 0;
     for (const Sending& sending : sendings)
@@ -216,6 +216,7 @@ ReplayOptions::ReplayOptions(const CommandLine& line)
     : file(File(line))
     , speed(Speed(line.TextOr("1", "speed")))
     , wait(TakeWait(line, DefaultWait))
+    , bus(TakeBus(line))
 {
 }
 
@@ -226,8 +227,9 @@ Command ReplayCommand()
             "send the frames of a log or a capture of the monitor",
             "[OPTION...] FILE",
             "Sends the frames of a log or a capture of the monitor, with its timing; '-' is standard input.",
-            {{"speed", "Send so many times as fast; max is as fast as the queue takes the frames, default is: 1"},
-             WaitOption(DefaultWait)},
+            WithBusOptions(
+                {{"speed", "Send so many times as fast; max is as fast as the queue takes the frames, default is: 1"},
+                 WaitOption(DefaultWait)}),
             1,
             Prepare<ReplayOptions, Replay>};
 }

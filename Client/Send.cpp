@@ -27,7 +27,7 @@ void SendLine(FrameSender& sender, const std::string& line)
 Status Send(const SendOptions& options)
 {
     const StopSignals stop;
-    FrameSender sender(stop, options.wait);
+    FrameSender sender(options.bus, stop, options.wait);
     if (!options.digits.empty())
     {
         std::string digits;
@@ -65,6 +65,7 @@ constexpr std::chrono::milliseconds DefaultWait{0};
 SendOptions::SendOptions(const CommandLine& line)
     : digits(line.Arguments())
     , wait(TakeWait(line, DefaultWait))
+    , bus(TakeBus(line))
 {
 }
 
@@ -75,7 +76,7 @@ Command SendCommand()
             "send a frame to the bus, or each line of standard input",
             "[OPTION...] [HEX...]",
             "Sends the frame to the bus. Without HEX, each line of standard input is a frame.",
-            {WaitOption(DefaultWait)},
+            WithBusOptions({WaitOption(DefaultWait)}),
             SIZE_MAX,
             Prepare<SendOptions, Send>};
 }

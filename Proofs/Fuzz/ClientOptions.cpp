@@ -4,12 +4,14 @@
 #include "Check.h"
 #include "CommandLine.h"
 #include "Commands.h"
+#include "GatewaySocket.h"
 #include "Generate.h"
 #include "Led.h"
 #include "Monitor.h"
 #include "Queue.h"
 #include "Replay.h"
 #include "Send.h"
+#include "Status.h"
 
 #include "Expect.h"
 #include "Input.h"
@@ -27,32 +29,48 @@ void ExpectWait(std::chrono::milliseconds wait)
     Fuzz::Expect("a wait of a day at the most", wait >= 0ms && wait <= 24h);
 }
 
+void ExpectBus(const BusOptions& bus)
+{
+    Fuzz::Expect("a path that a socket can have", !bus.socket.empty() && bus.socket.size() <= GatewaySocket::MaxPath);
+    Fuzz::Expect("one way", !(bus.named && bus.direct));
+}
+
 void Check(const SendOptions& send)
 {
+    ExpectBus(send.bus);
     ExpectWait(send.wait);
 }
 
 void Check(const MonitorOptions& monitor)
 {
+    ExpectBus(monitor.bus);
     Fuzz::Expect("a format for the file",
                  monitor.captureFile.empty() || monitor.format == MonitorOptions::Format::Capture);
 }
 
 void Check(const ReplayOptions& replay)
 {
+    ExpectBus(replay.bus);
     ExpectWait(replay.wait);
     Fuzz::Expect("a speed that can be kept", replay.speed == 0 || (replay.speed >= 0.001 && replay.speed <= 1000));
 }
 
 void Check(const GenerateOptions& generate)
 {
+    ExpectBus(generate.bus);
     ExpectWait(generate.wait);
     Fuzz::Expect("a rate that can be kept", generate.rate >= 0.001 && generate.rate <= 100000);
 }
 
 void Check(const ButtonOptions& button)
 {
-    Fuzz::Expect("the name of a queue", Queue::IsName(button.queue));
+    ExpectBus(button.bus);
+    Fuzz::Expect("the name of a queue", Queue::IsName(button.bus.buttonQueue));
+}
+
+void Check(const StatusOptions& status)
+{
+    ExpectBus(status.bus);
 }
 
 void Check(const LedOptions& led)
@@ -97,6 +115,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
         CheckIf<GenerateOptions>(GenerateCommand(), argc - 1, argv.data() + 1);
         CheckIf<ButtonOptions>(ButtonCommand(), argc - 1, argv.data() + 1);
         CheckIf<LedOptions>(LedCommand(), argc - 1, argv.data() + 1);
+        CheckIf<StatusOptions>(StatusCommand(), argc - 1, argv.data() + 1);
         CheckIf<CheckOptions>(CheckCommand(), argc - 1, argv.data() + 1);
     }
     catch (const Failure& failure)
