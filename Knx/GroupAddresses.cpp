@@ -35,15 +35,19 @@ const NamedGroup* GroupAddresses::At(uint16_t address) const
 
 std::vector<const NamedGroup*> GroupAddresses::Find(std::string_view name) const
 {
+    if (name.empty())
+    {
+        return {};
+    }
     std::vector<const NamedGroup*> exact;
     std::vector<const NamedGroup*> ending;
     for (const NamedGroup& group : groups)
     {
-        if (!name.empty() && group.name == name)
+        if (group.name == name)
         {
             exact.push_back(&group);
         }
-        else if (!name.empty() && EndsWithLevels(group.name, name))
+        else if (EndsWithLevels(group.name, name))
         {
             ending.push_back(&group);
         }

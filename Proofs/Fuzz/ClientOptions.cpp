@@ -7,6 +7,7 @@
 #include "Generate.h"
 #include "Led.h"
 #include "Monitor.h"
+#include "Names.h"
 #include "Queue.h"
 #include "Replay.h"
 #include "Send.h"
@@ -48,6 +49,11 @@ void Check(const GenerateOptions& generate)
 {
     ExpectWait(generate.wait);
     Fuzz::Expect("a rate that can be kept", generate.rate >= 0.001 && generate.rate <= 100000);
+}
+
+void Check(const NamesOptions& names)
+{
+    Fuzz::Expect("one form of output", !(names.json && names.complete));
 }
 
 void Check(const ButtonOptions& button)
@@ -95,6 +101,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
         CheckIf<MonitorOptions>(MonitorCommand(), argc - 1, argv.data() + 1);
         CheckIf<ReplayOptions>(ReplayCommand(), argc - 1, argv.data() + 1);
         CheckIf<GenerateOptions>(GenerateCommand(), argc - 1, argv.data() + 1);
+        CheckIf<NamesOptions>(NamesCommand(), argc - 1, argv.data() + 1);
         CheckIf<ButtonOptions>(ButtonCommand(), argc - 1, argv.data() + 1);
         CheckIf<LedOptions>(LedCommand(), argc - 1, argv.data() + 1);
         CheckIf<CheckOptions>(CheckCommand(), argc - 1, argv.data() + 1);

@@ -117,6 +117,7 @@ TEST(XmlExport, KnowsTheStyleOfTheAddresses)
 TEST(XmlExport, TakesTheLastTypeForTheGroupsOwn)
 {
     EXPECT_THAT(Read(Group("Name='a' Address='1' DPTs='DPST-1-1,DPST-20-102'")), ElementsAre("1 20.102 a"));
+    EXPECT_THAT(Read(Group("Name='a' Address='1' DPTs='DPST-1-1,DPST-5-1,DPST-7-1'")), ElementsAre("1 7.001 a"));
     EXPECT_THAT(Read(Group("Name='a' Address='1' DPTs='DPST-9-1, DPT-9'")), ElementsAre("1 9 a"));
     EXPECT_THAT(Read(Group("Name='a' Address='1' DPTs='DPST-20-1105'")), ElementsAre("1 20.1105 a"));
     EXPECT_THAT(Read(Group("Name='a' Address='1' DPTs=''")), ElementsAre("1 a"));
@@ -197,7 +198,7 @@ TEST(XmlExport, SaysWhichAddressIsNone)
 TEST(XmlExport, SaysWhichTypeIsNone)
 {
     for (const std::string type :
-         {"DPST-9", "DPT-9-1", "DPST-9-", "DPST--1", "DPT-", "DPST-9-1-1", "9.x", "x", "-", "9-1", "DPT"})
+         {"DPST-9", "DPT-9-1", "DPT-9.1", "DPST-9-", "DPST--1", "DPT-", "DPST-9-1-1", "9.x", "x", "-", "9-1", "DPT"})
     {
         EXPECT_EQ(ProblemOf(Group("Name='a' Address='1' DPTs='DPT-1," + type + "'")),
                   "line 3, column 42: '" + type + "' is no datapoint type such as DPST-9-1 or DPT-9");
@@ -261,6 +262,12 @@ TEST(CsvExport, HasTheNameInTheColumnOfItsLevelWithThreeColumnsOfNames)
                 ElementsAre("1/257 Lights/Ceiling (x)", "1/258 Lights/Door"));
 }
 
+TEST(CsvExport, MayHaveTheNamesOfTheRangesInTheColumnsBefore)
+{
+    EXPECT_THAT(Read("Lights;;;1/-/-\nLights;Living room;;1/1/-\nLights;Living room;Ceiling;1/1/1\n"),
+                ElementsAre("1/1/1 Lights/Living room/Ceiling"));
+}
+
 TEST(CsvExport, MayBeSortedByAnyColumn)
 {
     EXPECT_THAT(Read("Ceiling,1/1/1\nLights,1/-/-\nLiving room,1/1/-\n"),
@@ -288,6 +295,7 @@ TEST(CsvExport, TakesTheSeparatorOfTheFirstLine)
     EXPECT_THAT(Read("\"Lamp, left; right\"\t1/1/1\n"), ElementsAre("1/1/1 Lamp, left; right"));
     EXPECT_THAT(Read("\"Lamp, left\";1/1/1\n"), ElementsAre("1/1/1 Lamp, left"));
     EXPECT_THAT(Read("Lamp left,1/1/1\n"), ElementsAre("1/1/1 Lamp left"));
+    EXPECT_THAT(Read("Lamp, left;1/1/1;\n"), ElementsAre("1/1/1 Lamp, left"));
 }
 
 TEST(CsvExport, TakesQuotesLineEndsAndSeparatorsInsideQuotes)
