@@ -138,7 +138,7 @@ bool IsControl(char character)
 
 void CheckCharacters(std::string_view text)
 {
-    const auto found =
+    const auto* const found =
         std::find_if(text.begin(), text.end(),
                      [](char character)
                      { return Byte(character) < 0x20 && character != '\t' && character != '\n' && character != '\r'; });

@@ -39,7 +39,7 @@ public:
         {
             RejectAt(text, PlaceOf(root), Quoted(root.name()) + " should be GroupAddress-Export");
         }
-        if (root.next_sibling())
+        if (!root.next_sibling().empty())
         {
             RejectAt(text, PlaceOf(root.next_sibling()), "the export has ended before this");
         }
@@ -100,8 +100,12 @@ private:
             const std::string_view kind = child.name();
             if (kind == "GroupRange")
             {
-                const std::string name = Clean(Required(child, "Name").value);
-                ReadRange(child, names + (name.empty() ? "" : name + "/"), depth + 1);
+                std::string inside = names;
+                if (const std::string name = Clean(Required(child, "Name").value); !name.empty())
+                {
+                    inside += name + "/";
+                }
+                ReadRange(child, inside, depth + 1);
             }
             else if (kind == "GroupAddress")
             {

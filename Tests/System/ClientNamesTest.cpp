@@ -40,6 +40,14 @@ TEST(ClientNames, AreListedWithAddressTypeAndDescription)
     EXPECT_THAT(all.lines, SizeIs(27));
 }
 
+TEST(ClientNames, LeaveNoBlanksBehindAGroupWithoutAName)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.File("unnamed");
+    std::ofstream(file) << ",1/1/1,,,,\n,1/1/2,,,,DPT-1\n";
+    EXPECT_THAT(RunClient({"names", "--names", file}).lines, ElementsAre("1/1/1", "1/1/2    1"));
+}
+
 TEST(ClientNames, AreJsonObjectsIfWanted)
 {
     EXPECT_THAT(RunClient({"names", "--names", House, "--json", "Reserve"}).lines,
