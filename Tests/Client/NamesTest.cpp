@@ -109,8 +109,8 @@ TEST(Names, SayWhichPatternIsNone)
 TEST(Names, AreCompletedFromTheirBegin)
 {
     EXPECT_THAT(Completions(House(), "Lights/L"), ElementsAre("Lights/Living room/Ceiling"));
-    EXPECT_THAT(Completions(House(), ""), ElementsAre("Lights/Living room/Ceiling", "Lights/Kitchen/Ceiling",
-                                                      "Heating/Living room/Temperature"));
+    EXPECT_THAT(Completions(House(), ""),
+                ElementsAre("Lights/Living room/Ceiling", "Lights/Kitchen/Ceiling", "Heating/Living room/Temperature"));
 }
 
 TEST(Names, AreCompletedFromALaterLevelWhereNoneBeginsSo)
