@@ -6,6 +6,7 @@
 #include "Generate.h"
 #include "Led.h"
 #include "Monitor.h"
+#include "Names.h"
 #include "Output.h"
 #include "Replay.h"
 #include "Send.h"
@@ -41,7 +42,7 @@ std::string Row(const Command& command)
 
 std::vector<Command> Commands()
 {
-    return {SendCommand(),   MonitorCommand(), ReplayCommand(), GenerateCommand(),
+    return {SendCommand(),   MonitorCommand(), ReplayCommand(), GenerateCommand(), NamesCommand(),
             ButtonCommand(), LedCommand(),     StatusCommand(), CheckCommand()};
 }
 

@@ -8,6 +8,7 @@
 #include "Generate.h"
 #include "Led.h"
 #include "Monitor.h"
+#include "Names.h"
 #include "Queue.h"
 #include "Replay.h"
 #include "Send.h"
@@ -62,6 +63,11 @@ void Check(const GenerateOptions& generate)
     Fuzz::Expect("a rate that can be kept", generate.rate >= 0.001 && generate.rate <= 100000);
 }
 
+void Check(const NamesOptions& names)
+{
+    Fuzz::Expect("one form of output", !(names.json && names.complete));
+}
+
 void Check(const ButtonOptions& button)
 {
     ExpectBus(button.bus);
@@ -113,6 +119,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
         CheckIf<MonitorOptions>(MonitorCommand(), argc - 1, argv.data() + 1);
         CheckIf<ReplayOptions>(ReplayCommand(), argc - 1, argv.data() + 1);
         CheckIf<GenerateOptions>(GenerateCommand(), argc - 1, argv.data() + 1);
+        CheckIf<NamesOptions>(NamesCommand(), argc - 1, argv.data() + 1);
         CheckIf<ButtonOptions>(ButtonCommand(), argc - 1, argv.data() + 1);
         CheckIf<LedOptions>(LedCommand(), argc - 1, argv.data() + 1);
         CheckIf<StatusOptions>(StatusCommand(), argc - 1, argv.data() + 1);

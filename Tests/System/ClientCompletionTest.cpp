@@ -1,0 +1,64 @@
+// How shells complete names of group addresses. They have blanks and slashes in them.
+
+#include "TerminalWindow.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+namespace
+{
+
+// A shell in a directory that has the example's names in house.xml. `settings` are the shell's own, for its completion.
+std::string Script(const std::string& settings, const std::string& shell)
+{
+    return "cd \"$WINDOW\"; cp " EXAMPLES "/House/group-addresses.xml house.xml; unset ORVEL_NAMES; PATH=" +
+           std::filesystem::path(CLIENT).parent_path().string() + ":$PATH; export PATH; cat >settings <<'END'\n" +
+           settings + "\nPS1='ready> '\nEND\n" + shell;
+}
+
+void CompleteNames(const TerminalWindow& window)
+{
+    ASSERT_TRUE(window.AwaitText("ready> "));
+    window.Press("orvelctl names --names house.xml Blinds/Liv");
+    window.Press("Tab");
+    ASSERT_TRUE(window.AwaitText("house.xml Blinds/Living\\ room/"));
+    window.Press("U");
+    window.Press("Tab");
+    ASSERT_TRUE(window.AwaitText("house.xml Blinds/Living\\ room/Up/down"));
+    window.Press("Enter");
+    EXPECT_TRUE(window.AwaitText("3/1/1    1.008   Blinds/Living room/Up/down"));
+
+    window.Press("export ORVEL_NAMES=$PWD/house.xml");
+    window.Press("Enter");
+    window.Press("orvelctl names \"Living room/M");
+    window.Press("Tab");
+    ASSERT_TRUE(window.AwaitText("names \"Living room/Mode"));
+    window.Press("Enter");
+    EXPECT_TRUE(window.AwaitText("2/1/3    20.102  Heating/Living room/Mode"));
+}
+
+TEST(ClientCompletion, BashCompletesNamesWithAndWithoutQuotes)
+{
+    if (!TerminalWindow::CanBeMade())
+    {
+        GTEST_SKIP() << "tmux is missing";
+    }
+    const TerminalWindow window(
+        Script(". " COMPLETIONS "/bash/orvelctl", "exec bash --noprofile --rcfile settings -i"));
+    CompleteNames(window);
+}
+
+TEST(ClientCompletion, ZshCompletesNamesWithAndWithoutQuotes)
+{
+    if (!TerminalWindow::CanBeMade() || !std::filesystem::exists("/usr/bin/zsh"))
+    {
+        GTEST_SKIP() << "tmux or zsh is missing";
+    }
+    const TerminalWindow window(Script("fpath=(" COMPLETIONS "/zsh $fpath); autoload -Uz compinit; compinit -D -u",
+                                       "mv settings .zshrc; ZDOTDIR=$PWD exec zsh -d -i"));
+    CompleteNames(window);
+}
+
+} // namespace
