@@ -89,6 +89,11 @@ std::string FromCharacters(Encoding encoding, const Bytes& bytes)
     return text;
 }
 
+std::string Printable(std::string_view text)
+{
+    return FromCharacters(Encoding::Utf8, Bytes(text.begin(), text.end()));
+}
+
 std::optional<Bytes> ToCharacters(Encoding encoding, std::string_view text)
 {
     Bytes bytes;
@@ -111,6 +116,14 @@ std::optional<Bytes> ToCharacters(Encoding encoding, std::string_view text)
         text.remove_prefix(size);
     }
     return bytes;
+}
+
+bool IsSameWord(std::string_view one, std::string_view other)
+{
+    const auto lower = [](char character)
+    { return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character; };
+    return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                      [lower](char left, char right) { return lower(left) == lower(right); });
 }
 
 } // namespace Knx

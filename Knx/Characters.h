@@ -23,7 +23,13 @@ enum class Encoding : uint8_t
 /// is no character in this encoding, become "\x1b".
 std::string FromCharacters(Encoding encoding, const Bytes& bytes);
 
+/// The same for what a person typed and reads again in an error line.
+std::string Printable(std::string_view text);
+
 /// Nothing when a character is a control character, or one that the encoding does not have.
 std::optional<Bytes> ToCharacters(Encoding encoding, std::string_view text);
+
+/// Whether they differ at most in the case of ASCII letters.
+bool IsSameWord(std::string_view one, std::string_view other);
 
 } // namespace Knx

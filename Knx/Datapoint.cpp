@@ -17,6 +17,8 @@ namespace
 
 using Json = nlohmann::ordered_json;
 
+constexpr const char* Blanks = " \t";
+
 // The one field of a type whose fields have no names; null when they have.
 const DatapointField* OnlyField(const DatapointType& type)
 {
@@ -151,7 +153,7 @@ void Say(const DatapointType& type, FieldTexts& texts, std::string_view name, st
                      [name](const DatapointField& one) { return !one.IsReserved() && IsSameWord(one.name, name); });
     if (field == type.end())
     {
-        RefuseFields(type, "no field '" + std::string(name) + "'");
+        RefuseFields(type, "no field '" + Printable(name) + "'");
     }
     auto& said = texts[static_cast<std::size_t>(field - type.begin())];
     if (said)
@@ -161,27 +163,27 @@ void Say(const DatapointType& type, FieldTexts& texts, std::string_view name, st
     said = text;
 }
 
-bool IsBlank(char character)
-{
-    return character == ' ' || character == '\t';
-}
-
-// Where the next "name=" begins, which is the word before the next '='. At the end of the text if there is none.
+// Where the next word with a '=' begins, which is a name; at the end of the text if there is none.
 std::size_t NextName(std::string_view text, std::size_t from)
 {
-    std::size_t begin = std::min(text.find('=', from), text.size());
-    while (begin < text.size() && begin > from && !IsBlank(text[begin - 1]))
+    std::size_t begin = from == 0 ? 0 : text.find_first_of(Blanks, from);
+    while ((begin = text.find_first_not_of(Blanks, begin)) != std::string_view::npos)
     {
-        --begin;
+        const std::size_t end = std::min(text.find_first_of(Blanks, begin), text.size());
+        if (text.substr(begin, end - begin).find('=') != std::string_view::npos)
+        {
+            return begin;
+        }
+        begin = end;
     }
-    return begin;
+    return text.size();
 }
 
 // Texts of fields have blanks, too: "day=no day hour=12".
 FieldTexts Split(const DatapointType& type, std::string_view text)
 {
     std::size_t begin = NextName(text, 0);
-    if (text.substr(0, begin).find_first_not_of(" \t") != std::string_view::npos || begin == text.size())
+    if (text.substr(0, begin).find_first_not_of(Blanks) != std::string_view::npos || begin == text.size())
     {
         RefuseFields(type, "name=value for each field");
     }
@@ -196,13 +198,18 @@ FieldTexts Split(const DatapointType& type, std::string_view text)
     return texts;
 }
 
-std::string TextOf(const Json& json)
+// Of a field, or of the whole value if it has only one.
+std::string TextOf(const DatapointType& type, const Json& json)
 {
+    if (json.is_structured())
+    {
+        throw NotAValue(type.Number() + ": an array or an object where a number, a text, true, false or null belongs");
+    }
     if (json.is_string())
     {
         return json.get<std::string>();
     }
-    return json.is_null() ? "invalid" : json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return json.is_null() ? "invalid" : json.dump();
 }
 
 FieldTexts Split(const DatapointType& type, const Json& object)
@@ -214,7 +221,7 @@ FieldTexts Split(const DatapointType& type, const Json& object)
     FieldTexts texts = NothingSaid(type);
     for (const auto& [name, json] : object.items())
     {
-        Say(type, texts, name, TextOf(json));
+        Say(type, texts, name, TextOf(type, json));
     }
     return texts;
 }
@@ -272,7 +279,7 @@ GroupValue Encode(const DatapointType& type, std::string_view text)
     {
         return EncodeOnly(type, *field, text);
     }
-    if (const std::size_t first = text.find_first_not_of(" \t"); first != std::string_view::npos && text[first] == '{')
+    if (const std::size_t first = text.find_first_not_of(Blanks); first != std::string_view::npos && text[first] == '{')
     {
         return EncodeFields(type, Split(type, Json::parse(text, nullptr, false)));
     }
@@ -283,7 +290,7 @@ GroupValue EncodeJson(const DatapointType& type, const nlohmann::ordered_json& j
 {
     if (const DatapointField* const field = OnlyField(type))
     {
-        return EncodeOnly(type, *field, TextOf(json));
+        return EncodeOnly(type, *field, TextOf(type, json));
     }
     return EncodeFields(type, Split(type, json));
 }

@@ -1,5 +1,7 @@
 #include "Knx/DatapointField.h"
 
+#include "Knx/Characters.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -27,14 +29,22 @@ std::string_view WithoutBlanks(std::string_view text)
     return first == std::string_view::npos ? std::string_view() : text.substr(first, last - first + 1);
 }
 
+bool IsDigitOrBlank(char character)
+{
+    return (character >= '0' && character <= '9') || character == ' ' || character == '\t';
+}
+
+// What ends like a unit may be a part of the number: newton is the end of "NaN".
 std::string_view WithoutUnit(std::string_view text, const Field& field)
 {
     text = WithoutBlanks(text);
-    if (text.size() >= field.unit.size() && text.substr(text.size() - field.unit.size()) == field.unit)
+    if (!field.unit.empty() && text.size() > field.unit.size())
     {
-        text.remove_suffix(field.unit.size());
+        const std::string_view number = text.substr(0, text.size() - field.unit.size());
+        const bool hasUnit = text.substr(number.size()) == field.unit && IsDigitOrBlank(number.back());
+        return hasUnit ? WithoutBlanks(number) : text;
     }
-    return WithoutBlanks(text);
+    return text;
 }
 
 // Of the whole text.
@@ -206,6 +216,11 @@ void AppendShown(std::string& text, const Field& field, int64_t raw)
 
 // Floats
 
+double Hundredths(int64_t count)
+{
+    return static_cast<double>(count) / 100;
+}
+
 int64_t HundredthsOfFloat16(uint64_t bits)
 {
     const int64_t mantissa = static_cast<int64_t>(bits & 0x07FFU) - ((bits & 0x8000U) != 0 ? 2048 : 0);
@@ -319,7 +334,8 @@ uint64_t EncodeExact(const DatapointType& type, const Field& field, std::string_
     const auto number = NumberOf<int64_t>(text);
     if (!number)
     {
-        Refuse(type, field, NumberOf<double>(text) ? ", whole numbers" : "");
+        const bool isFraction = NumberOf<double>(text) && text.find('.') != std::string_view::npos;
+        Refuse(type, field, isFraction ? ", whole numbers" : "");
     }
     if (field.kind == FieldKind::ShortYear)
     {
@@ -340,8 +356,8 @@ uint64_t EncodeNearest(const DatapointType& type, const Field& field, std::strin
 {
     const auto number = NumberOf<double>(text);
     const double parts = HasHundredths(field) ? 100 : 1;
-    if (!number || !(*number * parts >= static_cast<double>(Shown(field, field.lowest))) ||
-        !(*number * parts <= static_cast<double>(Shown(field, field.highest))))
+    if (!number || !(*number >= static_cast<double>(Shown(field, field.lowest)) / parts) ||
+        !(*number <= static_cast<double>(Shown(field, field.highest)) / parts))
     {
         Refuse(type, field);
     }
@@ -366,13 +382,13 @@ uint64_t EncodeFloat16(const DatapointType& type, const Field& field, std::strin
     }
     const auto number = NumberOf<double>(text);
     const auto bits = Float16Of(number.value_or(std::numeric_limits<double>::quiet_NaN()));
-    if (!bits || *number * 100 > static_cast<double>(field.highest))
+    if (!bits || *number > Hundredths(field.highest))
     {
         Refuse(type, field);
     }
     // A limit may lie between two steps. It becomes the nearest one, which is allowed then, too.
-    const uint64_t lowest = *Float16Of(static_cast<double>(field.lowest) / 100);
-    if (*number * 100 < static_cast<double>(std::min(field.lowest, HundredthsOfFloat16(lowest))))
+    const uint64_t lowest = *Float16Of(Hundredths(field.lowest));
+    if (*number < Hundredths(std::min(field.lowest, HundredthsOfFloat16(lowest))))
     {
         Refuse(type, field);
     }
@@ -382,8 +398,8 @@ uint64_t EncodeFloat16(const DatapointType& type, const Field& field, std::strin
 uint64_t EncodeFloat32(const DatapointType& type, const Field& field, std::string_view text)
 {
     const auto number = NumberOf<float>(text);
-    const bool isWithin = number && (!HasLimits(field) || (*number * 100.0 >= static_cast<double>(field.lowest) &&
-                                                           *number * 100.0 <= static_cast<double>(field.highest)));
+    const bool isWithin =
+        number && (!HasLimits(field) || (*number >= Hundredths(field.lowest) && *number <= Hundredths(field.highest)));
     if (!isWithin)
     {
         Refuse(type, field);
@@ -402,14 +418,6 @@ uint64_t EncodeBit(const DatapointType& type, const Field& field, std::string_vi
 }
 
 } // namespace
-
-bool IsSameWord(std::string_view one, std::string_view other)
-{
-    const auto lower = [](char character)
-    { return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character; };
-    return std::equal(one.begin(), one.end(), other.begin(), other.end(),
-                      [lower](char left, char right) { return lower(left) == lower(right); });
-}
 
 std::string AllowedIn(const DatapointType& type, const DatapointField& field)
 {
@@ -497,8 +505,7 @@ FieldMeaning MeaningOf(const DatapointField& field, uint64_t bits)
         return name.empty() ? FieldMeaning(static_cast<int64_t>(bits)) : FieldMeaning(name);
     }
     case FieldKind::Float16:
-        return bits == InvalidFloat16 ? FieldMeaning()
-                                      : FieldMeaning(static_cast<double>(HundredthsOfFloat16(bits)) / 100);
+        return bits == InvalidFloat16 ? FieldMeaning() : FieldMeaning(Hundredths(HundredthsOfFloat16(bits)));
     case FieldKind::Float32:
     {
         const float number = Float32Of(bits);
@@ -513,7 +520,7 @@ FieldMeaning MeaningOf(const DatapointField& field, uint64_t bits)
     default:
     {
         const int64_t shown = Shown(field, Signed(field, bits));
-        return HasHundredths(field) ? FieldMeaning(static_cast<double>(shown) / 100) : FieldMeaning(shown);
+        return HasHundredths(field) ? FieldMeaning(Hundredths(shown)) : FieldMeaning(shown);
     }
     }
 }

@@ -11,9 +11,6 @@
 namespace Knx
 {
 
-/// Whether they differ at most in the case of their ASCII letters.
-bool IsSameWord(std::string_view one, std::string_view other);
-
 /// The bits of a text. Throws NotAValue.
 uint64_t EncodeField(const DatapointType& type, const DatapointField& field, std::string_view text);
 

@@ -1,11 +1,7 @@
 #include "Knx/DatapointType.h"
 
-#include <algorithm>
 #include <array>
-#include <charconv>
 #include <limits>
-#include <system_error>
-#include <tuple>
 
 namespace Knx
 {
@@ -194,11 +190,18 @@ constexpr Row Utf8Line(unsigned bytes)
 }
 
 // How far one telegram dims or moves: a part of the whole way.
+constexpr std::string_view Break = "0=break|";
+constexpr std::string_view Intervals = "0=break|1=1 interval|2=2 intervals|3=4 intervals|4=8 intervals|5=16 intervals|"
+                                       "6=32 intervals|7=64 intervals";
+
 constexpr Row Step(std::string_view name)
 {
-    return Enumeration(name, 3,
-                       "0=break|1=1 interval|2=2 intervals|3=4 intervals|4=8 intervals|5=16 intervals|6=32 intervals|"
-                       "7=64 intervals");
+    return Enumeration(name, 3, Intervals);
+}
+
+constexpr Row StepWithoutBreak(std::string_view name)
+{
+    return Enumeration(name, 3, Intervals.substr(Break.size())).Limits(1, 7);
 }
 
 constexpr Row Control = Bit("control", "no control|control");
@@ -465,9 +468,9 @@ constexpr Row Rows[] = {
         Unsigned("day", 5).Limits(1, 31), Enumeration("dayOfWeek", 3, Days), Unsigned("hour", 5).Limits(0, 24),
         Reserved(2), Unsigned("minutes", 6).Limits(0, 59), Reserved(2), Unsigned("seconds", 6).Limits(0, 59),
         Bit("fault", "no|yes").Preset(0), Bit("workingDay", "no|yes").Preset(0),
-        Bit("noWorkingDay", "valid|not valid").Preset(1), Bit("noYear", "valid|not valid").Preset(0),
-        Bit("noDate", "valid|not valid").Preset(0), Bit("noDayOfWeek", "valid|not valid").Preset(0),
-        Bit("noTime", "valid|not valid").Preset(0), Bit("summerTime", "no|yes").Preset(0),
+        Bit("noWorkingDay", "no|yes").Preset(1), Bit("noYear", "no|yes").Preset(0),
+        Bit("noDate", "no|yes").Preset(0), Bit("noDayOfWeek", "no|yes").Preset(0),
+        Bit("noTime", "no|yes").Preset(0), Bit("summerTime", "no|yes").Preset(0),
         Bit("clockQuality", "unsynchronised|synchronised").Preset(0), Reserved(7),
 
     MainType(20, "8 bits, enumeration"), Unsigned(8),
@@ -700,7 +703,7 @@ constexpr Row Rows[] = {
 
     MainType(26, "scene information"),
     Type(26, 1, "scene information"),
-        Reserved(1), Bit("state", "scene is active|scene is inactive"), Unsigned("scene", 6).Plus(1),
+        Reserved(1), Bit("inactive", "no|yes"), Unsigned("scene", 6).Plus(1),
 
     MainType(27, "bit-combined info on/off"),
     Type(27, 1, "bit-combined info on/off"),
@@ -735,17 +738,17 @@ constexpr Row Rows[] = {
         Bit("channel19", "inactive|active"), Bit("channel20", "inactive|active"), Bit("channel21", "inactive|active"),
         Bit("channel22", "inactive|active"), Bit("channel23", "inactive|active"), Bit("channel24", "inactive|active"),
 
-    MainType(206, "time delay & mode"), Unsigned("delay", 16), Unsigned("mode", 8),
+    MainType(206, "time delay & mode"), Unsigned("delay", 16).Unit("min"), Unsigned("mode", 8),
     Type(206, 100, "time delay & HVAC mode"),
-        Unsigned("delay", 16),
+        Unsigned("delay", 16).Unit("min"),
         Enumeration("mode", 8, "0=undefined|1=comfort|2=standby|3=economy|4=building protection"),
     Type(206, 102, "time delay & DHW mode"),
-        Unsigned("delay", 16),
+        Unsigned("delay", 16).Unit("min"),
         Enumeration("mode", 8, "0=undefined|1=legio protect|2=normal|3=reduced|4=off/ frost protection"),
     Type(206, 104, "time delay & occupancy mode"),
-        Unsigned("delay", 16), Enumeration("mode", 8, "0=occupied|1=standby|2=not occupied"),
+        Unsigned("delay", 16).Unit("min"), Enumeration("mode", 8, "0=occupied|1=standby|2=not occupied"),
     Type(206, 105, "time delay & building mode"),
-        Unsigned("delay", 16), Enumeration("mode", 8, "0=building in use|1=building not in use|2=building protected"),
+        Unsigned("delay", 16).Unit("min"), Enumeration("mode", 8, "0=building in use|1=building not in use|2=building protected"),
 
     MainType(207, "Status Lighting Actuator"),
     Type(207, 600, "Status Lighting Actuator"),
@@ -827,7 +830,7 @@ constexpr Row Rows[] = {
     MainType(235, "electrical energy with tariff"),
     Type(235, 1, "electrical energy with tariff"),
         Signed("activeElectricalEnergy", 32), Unsigned("tariff", 8), Reserved(6),
-        Bit("energyValidity", "valid|not valid"), Bit("tariffValidity", "valid|not valid"),
+        Bit("energyInvalid", "no|yes"), Bit("tariffInvalid", "no|yes"),
 
     MainType(236, "priority control"),
     Type(236, 1, "priority control"),
@@ -909,14 +912,14 @@ constexpr Row Rows[] = {
 
     MainType(250, "brightness colour temperature control"),
     Type(250, 600, "brightness colour temperature control"),
-        Reserved(4), Bit("colourTemperature", "decrease|increase"), Step("colourTemperatureStep").Limits(1, 7),
-        Reserved(4), Bit("brightness", "decrease|increase"), Step("brightnessStep").Limits(1, 7), Reserved(6),
+        Reserved(4), Bit("colourTemperature", "decrease|increase"), StepWithoutBreak("colourTemperatureStep"),
+        Reserved(4), Bit("brightness", "decrease|increase"), StepWithoutBreak("brightnessStep"), Reserved(6),
         Bit("validityColourTemperature", "invalid|valid").Preset(1),
         Bit("validityBrightness", "invalid|valid").Preset(1),
 
-    MainType(251, "RGBW value 4x(0..100%)"),
-    Type(251, 600, "RGBW value 4x(0..100%)"),
-        Percentage("red"), Percentage("green"), Percentage("blue"), Percentage("white"), Reserved(12),
+    MainType(251, "RGBW value 4x(0..255)"),
+    Type(251, 600, "RGBW value 4x(0..255)"),
+        Unsigned("red", 8), Unsigned("green", 8), Unsigned("blue", 8), Unsigned("white", 8), Reserved(12),
         Bit("validityRed", "not valid|valid").Preset(1), Bit("validityGreen", "not valid|valid").Preset(1),
         Bit("validityBlue", "not valid|valid").Preset(1), Bit("validityWhite", "not valid|valid").Preset(1),
 
@@ -1003,44 +1006,7 @@ constexpr auto Types = []
     return types;
 }();
 
-std::tuple<unsigned, unsigned> SortedBy(unsigned main, unsigned sub)
-{
-    return {main, sub == DatapointType::Main ? 0U : sub + 1U};
-}
-
-bool TakePrefix(std::string_view& text, std::string_view prefix)
-{
-    for (std::size_t index = 0; index < prefix.size(); ++index)
-    {
-        if (index == text.size() || (text[index] & ~0x20) != prefix[index])
-        {
-            return false;
-        }
-    }
-    text.remove_prefix(prefix.size());
-    return true;
-}
-
-// False when the text begins with no number, or with one that no type has.
-bool TakeNumber(std::string_view& text, uint16_t& number)
-{
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    return error == std::errc() && number != DatapointType::Main;
-}
-
 } // namespace
-
-std::string DatapointType::Number() const
-{
-    std::string text = std::to_string(main);
-    if (sub != Main)
-    {
-        const std::string digits = std::to_string(sub);
-        text += "." + std::string(digits.size() < 3 ? 3 - digits.size() : 0, '0') + digits;
-    }
-    return text;
-}
 
 const DatapointType* DatapointTypes::begin()
 {
@@ -1050,43 +1016,6 @@ const DatapointType* DatapointTypes::begin()
 const DatapointType* DatapointTypes::end()
 {
     return Types.data() + Types.size();
-}
-
-const DatapointType* FindDatapointType(std::string_view number)
-{
-    if ((TakePrefix(number, "DPST") || TakePrefix(number, "DPT")) && !number.empty() &&
-        (number[0] == ' ' || number[0] == '-'))
-    {
-        number.remove_prefix(1);
-    }
-    uint16_t main = 0;
-    uint16_t sub = DatapointType::Main;
-    if (!TakeNumber(number, main))
-    {
-        return nullptr;
-    }
-    if (!number.empty() && (number[0] == '.' || number[0] == '-'))
-    {
-        number.remove_prefix(1);
-        if (!TakeNumber(number, sub))
-        {
-            return nullptr;
-        }
-    }
-    const DatapointType* const found =
-        std::lower_bound(Types.begin(), Types.end(), SortedBy(main, sub),
-                         [](const DatapointType& type, const std::tuple<unsigned, unsigned>& key)
-                         { return SortedBy(type.main, type.sub) < key; });
-    return number.empty() && found != Types.end() && found->main == main && found->sub == sub ? found : nullptr;
-}
-
-const DatapointType& DatapointTypeOf(std::string_view number)
-{
-    if (const DatapointType* const type = FindDatapointType(number))
-    {
-        return *type;
-    }
-    throw NotAValue("no datapoint type '" + std::string(number) + "'; types are written 9.001, DPT-9 or DPST-9-1");
 }
 
 } // namespace Knx
