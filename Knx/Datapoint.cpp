@@ -226,12 +226,22 @@ FieldTexts Split(const DatapointType& type, const Json& object)
     return texts;
 }
 
-// 24:00:00 is the end of a day, and nothing comes after it.
-void CheckEndOfDay(const DatapointType& type, const Bytes& bytes)
+// What the limits of the single fields cannot say: 24:00:00 is the end of a day, and nothing comes after it; a month or day of 0
+// is none.
+void CheckDateAndTime(const DatapointType& type, const Bytes& bytes)
 {
-    if (type.main == 19 && (bytes[3] & 0x1FU) == 24 && (bytes[4] != 0 || bytes[5] != 0))
+    if (type.main != 19)
+    {
+        return;
+    }
+    if ((bytes[3] & 0x1FU) == 24 && (bytes[4] != 0 || bytes[5] != 0))
     {
         throw NotAValue(type.Number() + " hour: 24 only with minutes=0 seconds=0");
+    }
+    const bool hasDate = (bytes[6] & 0x08U) == 0;
+    if (hasDate && (bytes[1] == 0 || bytes[2] == 0))
+    {
+        throw NotAValue(type.Number() + (bytes[1] == 0 ? " month" : " day") + ": 0 only with noDate=yes");
     }
 }
 
@@ -256,7 +266,7 @@ GroupValue EncodeFields(const DatapointType& type, const FieldTexts& texts)
         }
         position += field.bits;
     }
-    CheckEndOfDay(type, value.bytes);
+    CheckDateAndTime(type, value.bytes);
     return value;
 }
 

@@ -464,8 +464,8 @@ constexpr Row Rows[] = {
 
     MainType(19, "date time"),
     Type(19, 1, "date time"),
-        Unsigned("year", 8).Plus(1900), Reserved(4), Unsigned("month", 4).Limits(1, 12), Reserved(3),
-        Unsigned("day", 5).Limits(1, 31), Enumeration("dayOfWeek", 3, Days), Unsigned("hour", 5).Limits(0, 24),
+        Unsigned("year", 8).Plus(1900), Reserved(4), Unsigned("month", 4).Limits(0, 12), Reserved(3),
+        Unsigned("day", 5), Enumeration("dayOfWeek", 3, Days), Unsigned("hour", 5).Limits(0, 24),
         Reserved(2), Unsigned("minutes", 6).Limits(0, 59), Reserved(2), Unsigned("seconds", 6).Limits(0, 59),
         Bit("fault", "no|yes").Preset(0), Bit("workingDay", "no|yes").Preset(0),
         Bit("noWorkingDay", "no|yes").Preset(1), Bit("noYear", "no|yes").Preset(0),

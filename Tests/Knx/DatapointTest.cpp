@@ -340,6 +340,15 @@ TEST(Datapoint, OfADateAndTimeHasHour24OnlyAtTheEndOfTheDay)
     }
 }
 
+TEST(Datapoint, OfADateAndTimeHasNoMonthOrDayOnlyWhenItSaysSo)
+{
+    const std::string time = " dayOfWeek=no day hour=14 minutes=5 seconds=9";
+    EXPECT_EQ(Encoded("19.001", "year=2026 month=0 day=0 noDate=yes" + time), "7e00000e05092800");
+    EXPECT_EQ(Refused("19.001", "year=2026 month=0 day=1" + time), "19.001 month: 0 only with noDate=yes");
+    EXPECT_EQ(Refused("19.001", "year=2026 month=1 day=0" + time), "19.001 day: 0 only with noDate=yes");
+    EXPECT_EQ(Refused("19.001", "year=2026 month=13 day=1" + time), "19.001 month: 0 to 12");
+}
+
 TEST(Datapoint, OfASceneIsShownFrom1To64)
 {
     EXPECT_EQ(Shown("17.001", "00"), "1");

@@ -89,6 +89,10 @@ GroupValue RandomValue(const DatapointType& type, std::mt19937& random)
         value.bytes[4] = 0;
         value.bytes[5] = 0;
     }
+    if (type.main == 19 && (value.bytes[1] == 0 || value.bytes[2] == 0)) // no date
+    {
+        value.bytes[6] |= 0x08U;
+    }
     return value;
 }
 
