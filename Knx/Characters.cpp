@@ -15,7 +15,7 @@ bool IsControl(unsigned character)
 
 bool IsIn(Encoding encoding, unsigned character)
 {
-    constexpr unsigned ends[] = {0x80, 0x100, 0x110000};
+    constexpr unsigned ends[] = {0x80, 0x100, 0x110000}; // behind the last one
     return !IsControl(character) && character < ends[static_cast<std::size_t>(encoding)];
 }
 
@@ -29,7 +29,7 @@ std::size_t FirstCharacter(std::string_view text, unsigned& character)
         return 1;
     }
     const std::size_t size = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
-    if (first < 0xC2 || first > 0xF4 || size > text.size())
+    if (first < 0xC0 || first > 0xF7 || size > text.size())
     {
         return 0;
     }
@@ -46,7 +46,7 @@ std::size_t FirstCharacter(std::string_view text, unsigned& character)
     // Each code point has one form, and the surrogates of UTF-16 are none.
     constexpr unsigned lowest[] = {0x80, 0x800, 0x10000};
     const bool isSurrogate = character >= 0xD800 && character < 0xE000;
-    return character < lowest[size - 2] || isSurrogate || character > 0x10FFFF ? 0 : size;
+    return character < lowest[size - 2] || isSurrogate ? 0 : size;
 }
 
 void AppendLatin1(std::string& text, unsigned character)

@@ -55,6 +55,7 @@ TEST(Characters, ThatAreNoneInUtf8AreShownAsNumbersAndNotTaken)
         {{0xF0, 0x8F, 0xBF, 0xBF}, "\\xf0\\x8f\\xbf\\xbf"},            // the same
         {{0xED, 0xA0, 0x80}, "\\xed\\xa0\\x80"},                       // half a character of UTF-16
         {{0xF4, 0x90, 0x80, 0x80}, "\\xf4\\x90\\x80\\x80"},            // behind the last one
+        {{0xF9, 0x90, 0x80, 0x80}, "\\xf9\\x90\\x80\\x80"},            // an old form of five bytes, cut off
         {{0xF8, 0x88, 0x80, 0x80, 0x80}, "\\xf8\\x88\\x80\\x80\\x80"}, // an old form of five bytes
     };
     for (const auto& [bytes, shown] : wrong)
