@@ -11,5 +11,7 @@ if(log4cplus_VERSION VERSION_LESS 2.0.8 OR log4cplus_VERSION VERSION_GREATER_EQU
 endif()
 find_package(cxxopts 3.1 CONFIG REQUIRED) # the first version with the exceptions that the daemon catches
 message(STATUS "log4cplus ${log4cplus_VERSION}, cxxopts ${cxxopts_VERSION}")
-find_package(nlohmann_json 3.9 CONFIG REQUIRED) # the first version that keeps members in their order
+if(ORVEL_CLIENT OR ORVEL_SIMULATOR)
+  find_package(nlohmann_json 3.9 CONFIG REQUIRED) # the first version that keeps members in their order
+endif()
 find_package(Threads REQUIRED)
