@@ -132,20 +132,14 @@ std::string_view TextOf(const Field& field, uint64_t number)
 
 std::optional<uint64_t> BitOf(const Field& field, std::string_view text)
 {
-    for (const std::string_view zero :
-         {TextOf(field, 0), std::string_view("0"), std::string_view("off"), std::string_view("false")})
+    constexpr std::array<std::array<std::string_view, 3>, 2> words{{{"0", "off", "false"}, {"1", "on", "true"}}};
+    for (const uint64_t bit : {0U, 1U})
     {
-        if (IsSameWord(text, zero))
+        const bool isWord = std::any_of(words[bit].begin(), words[bit].end(),
+                                        [text](std::string_view word) { return IsSameWord(word, text); });
+        if (isWord || IsSameWord(TextOf(field, bit), text))
         {
-            return 0;
-        }
-    }
-    for (const std::string_view one :
-         {TextOf(field, 1), std::string_view("1"), std::string_view("on"), std::string_view("true")})
-    {
-        if (IsSameWord(text, one))
-        {
-            return 1;
+            return bit;
         }
     }
     return {};
@@ -199,7 +193,8 @@ int64_t Shown(const Field& field, int64_t raw)
     {
         return parts + field.offset;
     }
-    return (2 * parts + field.divisor) / (2 * field.divisor); // the nearest; these are not negative
+    const int64_t divisor = field.divisor;
+    return (2 * parts + divisor) / (2 * divisor); // the nearest; these are not negative
 }
 
 void AppendShown(std::string& text, const Field& field, int64_t raw)

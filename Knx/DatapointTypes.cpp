@@ -12,41 +12,42 @@ namespace
 // A row of the table: a type, or one of its fields. The fields of a type follow it. Types without fields between them
 // have the
 // same ones.
-struct Row : DatapointField
+struct Row
 {
-    uint16_t main = 0; // 0 in a field
+    DatapointField field; // of a type only its name
+    uint16_t main = 0;    // 0 in a field
     uint16_t sub = 0;
 
     constexpr Row Unit(std::string_view text) const
     {
         Row row = *this;
-        row.unit = text;
+        row.field.unit = text;
         return row;
     }
     constexpr Row Times(uint16_t by, uint16_t parts) const
     {
         Row row = *this;
-        row.multiplier = by;
-        row.divisor = parts;
+        row.field.multiplier = by;
+        row.field.divisor = parts;
         return row;
     }
     constexpr Row Plus(int16_t number) const
     {
         Row row = *this;
-        row.offset = number;
+        row.field.offset = number;
         return row;
     }
     constexpr Row Preset(int8_t bit) const
     {
         Row row = *this;
-        row.preset = bit;
+        row.field.preset = bit;
         return row;
     }
     constexpr Row Limits(int64_t from, int64_t to) const
     {
         Row row = *this;
-        row.lowest = from;
-        row.highest = to;
+        row.field.lowest = from;
+        row.field.highest = to;
         return row;
     }
 };
@@ -56,7 +57,7 @@ constexpr Row Type(uint16_t main, uint16_t sub, std::string_view name)
     Row row;
     row.main = main;
     row.sub = sub;
-    row.name = name;
+    row.field.name = name;
     return row;
 }
 
@@ -68,9 +69,9 @@ constexpr Row MainType(uint16_t main, std::string_view name)
 constexpr Row Field(FieldKind kind, std::string_view name, unsigned bits)
 {
     Row row;
-    row.kind = kind;
-    row.name = name;
-    row.bits = static_cast<uint16_t>(bits);
+    row.field.kind = kind;
+    row.field.name = name;
+    row.field.bits = static_cast<uint16_t>(bits);
     return row;
 }
 
@@ -82,7 +83,7 @@ constexpr Row Reserved(unsigned bits)
 constexpr Row Bit(std::string_view name, std::string_view texts)
 {
     Row row = Field(FieldKind::Bit, name, 1).Limits(0, 1);
-    row.texts = texts;
+    row.field.texts = texts;
     return row;
 }
 
@@ -152,8 +153,8 @@ constexpr Row Float32(std::string_view unit)
 constexpr Row Enumeration(std::string_view name, unsigned bits, std::string_view texts)
 {
     Row row = Unsigned(name, bits);
-    row.kind = FieldKind::Enumeration;
-    row.texts = texts;
+    row.field.kind = FieldKind::Enumeration;
+    row.field.texts = texts;
     return row;
 }
 
@@ -165,7 +166,7 @@ constexpr Row Enumeration(unsigned bits, std::string_view texts)
 constexpr Row Characters(FieldKind kind, Encoding encoding, unsigned bytes)
 {
     Row row = Field(kind, "", bytes * 8U);
-    row.encoding = encoding;
+    row.field.encoding = encoding;
     return row;
 }
 
@@ -969,7 +970,7 @@ constexpr auto Fields = []
     {
         if (row.main == 0)
         {
-            fields[count++] = row;
+            fields[count++] = row.field;
         }
     }
     return fields;
@@ -990,7 +991,7 @@ constexpr auto Types = []
             inFields = false;
             types[count].main = row.main;
             types[count].sub = row.sub;
-            types[count].name = row.name;
+            types[count].name = row.field.name;
             types[count].firstField = Fields.data() + fields;
             ++count;
             continue;
@@ -999,7 +1000,7 @@ constexpr auto Types = []
         ++fields;
         for (std::size_t type = withoutEnd; type < count; ++type)
         {
-            types[type].bits = static_cast<uint16_t>(types[type].bits + row.bits);
+            types[type].bits = static_cast<uint16_t>(types[type].bits + row.field.bits);
             types[type].endOfFields = Fields.data() + fields;
         }
     }
