@@ -1,0 +1,75 @@
+#include "Knx/Characters.h"
+
+#include <gmock/gmock.h>
+
+using namespace Knx;
+using testing::Optional;
+
+TEST(Characters, AreReadUpToTheFirstZero)
+{
+    EXPECT_EQ(FromCharacters(Encoding::Ascii, {'A', 'b', 0, 'c'}), "Ab");
+    EXPECT_EQ(FromCharacters(Encoding::Ascii, {}), "");
+}
+
+TEST(Characters, OfLatin1BecomeUtf8AndBack)
+{
+    EXPECT_EQ(FromCharacters(Encoding::Latin1, {'G', 'r', 0xFC, 0xDF, 0xA0, 0xFF}), "Grüß\u00A0ÿ");
+    EXPECT_THAT(ToCharacters(Encoding::Latin1, "Grüß\u00A0ÿ"), Optional(Bytes{'G', 'r', 0xFC, 0xDF, 0xA0, 0xFF}));
+    EXPECT_EQ(ToCharacters(Encoding::Latin1, "5 €"), std::nullopt);
+}
+
+TEST(Characters, OfUtf8StayWhatTheyAre)
+{
+    const std::string text = "aü€𝄞";
+    const Bytes bytes(text.begin(), text.end());
+    EXPECT_EQ(FromCharacters(Encoding::Utf8, bytes), text);
+    EXPECT_THAT(ToCharacters(Encoding::Utf8, text), Optional(bytes));
+}
+
+TEST(Characters, OfAsciiHaveNoUmlauts)
+{
+    EXPECT_EQ(FromCharacters(Encoding::Ascii, {'a', 0xFC}), "a\\xfc");
+    EXPECT_EQ(ToCharacters(Encoding::Ascii, "ü"), std::nullopt);
+}
+
+TEST(Characters, ThatControlATerminalAreShownAsNumbersAndNotTaken)
+{
+    EXPECT_EQ(FromCharacters(Encoding::Latin1, {0x1B, '[', 'm', 0x7F, 0x9B}), "\\x1b[m\\x7f\\x9b");
+    EXPECT_EQ(FromCharacters(Encoding::Utf8, {0xC2, 0x9B}), "\\xc2\\x9b");
+    for (const Encoding encoding : {Encoding::Ascii, Encoding::Latin1, Encoding::Utf8})
+    {
+        EXPECT_EQ(ToCharacters(encoding, "\x1b"), std::nullopt);
+        EXPECT_EQ(ToCharacters(encoding, "\u009B"), std::nullopt);
+        EXPECT_EQ(ToCharacters(encoding, std::string_view("\0", 1)), std::nullopt);
+    }
+}
+
+TEST(Characters, ThatAreNoneInUtf8AreShownAsNumbersAndNotTaken)
+{
+    const std::pair<Bytes, const char*> wrong[] = {
+        {{0x80}, "\\x80"},                                             // begins in the middle
+        {{0xC3, 'a'}, "\\xc3a"},                                       // ends too early
+        {{0xE2, 0x82}, "\\xe2\\x82"},                                  // cut off
+        {{0xC1, 0x81}, "\\xc1\\x81"},                                  // longer than needed
+        {{0xE0, 0x9F, 0xBF}, "\\xe0\\x9f\\xbf"},                       // the same
+        {{0xF0, 0x8F, 0xBF, 0xBF}, "\\xf0\\x8f\\xbf\\xbf"},            // the same
+        {{0xED, 0xA0, 0x80}, "\\xed\\xa0\\x80"},                       // half a character of UTF-16
+        {{0xF4, 0x90, 0x80, 0x80}, "\\xf4\\x90\\x80\\x80"},            // behind the last one
+        {{0xF9, 0x90, 0x80, 0x80}, "\\xf9\\x90\\x80\\x80"},            // an old form of five bytes, cut off
+        {{0xF8, 0x88, 0x80, 0x80, 0x80}, "\\xf8\\x88\\x80\\x80\\x80"}, // an old form of five bytes
+    };
+    for (const auto& [bytes, shown] : wrong)
+    {
+        EXPECT_EQ(FromCharacters(Encoding::Utf8, bytes), shown);
+        EXPECT_EQ(ToCharacters(Encoding::Utf8, std::string(bytes.begin(), bytes.end())), std::nullopt) << shown;
+    }
+}
+
+TEST(Characters, OfAWordMayDifferInCase)
+{
+    EXPECT_TRUE(IsSameWord("Off", "oFF"));
+    EXPECT_TRUE(IsSameWord("", ""));
+    EXPECT_FALSE(IsSameWord("Off", "Of"));
+    EXPECT_FALSE(IsSameWord("Of", "Off"));
+    EXPECT_FALSE(IsSameWord("@", "`")); // they differ as letters of another case do
+}
