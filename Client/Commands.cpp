@@ -3,6 +3,7 @@
 #include "Button.h"
 #include "Check.h"
 #include "CommandLine.h"
+#include "Decode.h"
 #include "Generate.h"
 #include "Led.h"
 #include "Monitor.h"
@@ -40,8 +41,8 @@ std::string Row(const Command& command)
 
 std::vector<Command> Commands()
 {
-    return {SendCommand(),   MonitorCommand(), ReplayCommand(), GenerateCommand(),
-            ButtonCommand(), LedCommand(),     CheckCommand()};
+    return {SendCommand(),     MonitorCommand(), DecodeCommand(), ReplayCommand(),
+            GenerateCommand(), ButtonCommand(),  LedCommand(),    CheckCommand()};
 }
 
 std::string GeneralHelp()

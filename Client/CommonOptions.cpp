@@ -16,8 +16,8 @@ constexpr uint64_t MaxNumber = 1000000000000000; // more than anybody will wait 
 Option TimeOption()
 {
     return {"t,time",
-            "Time stamps: absolute (seconds since 1970), relative (to the first message) or delta (to the one "
-            "before), default is: absolute"};
+            "Time stamps: absolute (seconds since 1970), relative (to the first message), delta (to the one before) or "
+            "date (as in the daemon's lines), default is: absolute"};
 }
 
 TimeStamp TakeTimeStamp(const CommandLine& line)
@@ -31,11 +31,15 @@ TimeStamp TakeTimeStamp(const CommandLine& line)
     {
         return TimeStamp::Relative;
     }
-    if (name != "delta")
+    if (name == "delta")
     {
-        Reject("--time is absolute, relative or delta, not '" + name + "'");
+        return TimeStamp::Delta;
     }
-    return TimeStamp::Delta;
+    if (name != "date")
+    {
+        Reject("--time is absolute, relative, delta or date, not '" + name + "'");
+    }
+    return TimeStamp::Date;
 }
 
 Option NumberOption(const std::string& what)

@@ -1,6 +1,7 @@
 #include "Json.h"
 
 #include "Description.h"
+#include "Failure.h"
 #include "TimeStamp.h"
 
 #include "Knx/CemiNames.h"
@@ -95,12 +96,126 @@ void AddInfo(Object& object, const CemiMessage& cemi)
     }
 }
 
+// Takes what it needs of an object while the library reads it.
+class Members : public nlohmann::json_sax<nlohmann::json>
+{
+public:
+    std::string time;
+    std::string direction;
+    std::optional<std::string> hex;
+
+    bool key(string_t& name) override
+    {
+        member = depth == 1 ? name : "";
+        return true;
+    }
+    bool string(string_t& text) override
+    {
+        if (depth == 1 && member == "hex")
+        {
+            hex = text;
+        }
+        if (depth == 1 && member == "direction")
+        {
+            direction = text;
+        }
+        return true;
+    }
+    bool number_float(number_float_t /*unused*/, const string_t& text) override
+    {
+        return Number(text);
+    }
+    bool number_unsigned(number_unsigned_t number) override
+    {
+        return Number(std::to_string(number));
+    }
+    bool number_integer(number_integer_t number) override
+    {
+        return Number(std::to_string(number));
+    }
+    bool start_object(std::size_t /*unused*/) override
+    {
+        ++depth;
+        return true;
+    }
+    bool end_object() override
+    {
+        --depth;
+        return true;
+    }
+    bool start_array(std::size_t /*unused*/) override
+    {
+        ++depth;
+        return true;
+    }
+    bool end_array() override
+    {
+        --depth;
+        return true;
+    }
+    bool null() override
+    {
+        return true;
+    }
+    bool boolean(bool /*unused*/) override
+    {
+        return true;
+    }
+    bool binary(binary_t& /*unused*/) override
+    {
+        return true;
+    }
+    bool parse_error(std::size_t position, const std::string& /*unused*/,
+                     const nlohmann::detail::exception& /*unused*/) override
+    {
+        throw Failure(Status::NotUnderstood, "is no JSON from position " + std::to_string(position) + " on");
+    }
+
+private:
+    bool Number(const std::string& text)
+    {
+        if (depth == 1 && member == "time")
+        {
+            time = text;
+        }
+        return true;
+    }
+
+    std::string member; // of the outermost object
+    int depth = 0;
+};
+
 } // namespace
+
+Message MessageFromJson(std::string_view line)
+{
+    Members members;
+    nlohmann::json::sax_parse(line, &members);
+    if (!members.hex)
+    {
+        throw Failure(Status::NotUnderstood, "is an object without the member hex");
+    }
+    Message message;
+    if (!members.time.empty())
+    {
+        const auto time = TimeOfSeconds(members.time);
+        if (!time)
+        {
+            throw Failure(Status::NotUnderstood, "has a time that is none");
+        }
+        message.time = *time;
+    }
+    message.frame = FrameFromText(*members.hex);
+    message.direction = members.direction.empty()                        ? UsualDirection(message.frame)
+                        : members.direction == NameOf(Direction::ToLink) ? Direction::ToLink
+                                                                         : Direction::FromLink;
+    return message;
+}
 
 std::string DescribeAsJson(const Message& message)
 {
     Object object;
-    object["direction"] = "rx";
+    object["direction"] = NameOf(message.direction);
     object["hex"] = ToHex(message.frame, "");
     object["kind"] = KindOf(message);
     const CemiMessage cemi = TakenApart(message);

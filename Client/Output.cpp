@@ -36,7 +36,23 @@ Output::~Output()
 
 void Output::Write(const std::string& text)
 {
-    if (std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0)
+    Add(text);
+    Flush();
+}
+
+void Output::Add(const std::string& text)
+{
+    Check(std::fwrite(text.data(), 1, text.size(), stream) == text.size());
+}
+
+void Output::Flush()
+{
+    Check(std::fflush(stream) == 0);
+}
+
+void Output::Check(bool isWritten) const
+{
+    if (isWritten)
     {
         return;
     }

@@ -3,114 +3,91 @@
 #include "Description.h"
 #include "Failure.h"
 
-#include <istream>
-#include <string_view>
-
 namespace OrvelClient
 {
 
 namespace
 {
 
-constexpr std::size_t MaxDigits = 12; // of the seconds: enough for any time, and they fit into the number
+constexpr std::chrono::seconds TooLate(1000000000000); // what has too many digits, as a sum too
 constexpr std::size_t Decimals = 6;
-constexpr std::chrono::seconds TooLate(1000000000000); // what has more digits, also as a sum of deltas
 
-// Takes things from the front of a line.
-class Scanner
+[[noreturn]] void RejectLine()
 {
-public:
-    explicit Scanner(std::string_view wholeLine)
-        : line(wholeLine)
-    {
-    }
-
-    bool Skip(std::string_view text)
-    {
-        const bool isThere = line.substr(position, text.size()) == text;
-        position += isThere ? text.size() : 0;
-        return isThere;
-    }
-
-    std::string Digits()
-    {
-        const std::size_t begin = position;
-        while (position < line.size() && line[position] >= '0' && line[position] <= '9')
-        {
-            ++position;
-        }
-        return std::string(line.substr(begin, position - begin));
-    }
-
-    std::size_t Position() const
-    {
-        return position;
-    }
-
-private:
-    std::string_view line;
-    std::size_t position = 0;
-};
-
-bool IsWithoutMessage(const std::string& line)
-{
-    const std::size_t first = line.find_first_not_of(" \t\r");
-    return first == std::string::npos || line[first] == '#';
+    throw Failure(Status::NotUnderstood, "is no line of a log, which begins as (1763719200.123456) rx");
 }
 
-Message ParseLine(const std::string& line, std::chrono::microseconds previous)
+// "123.456789"
+std::chrono::microseconds TimeOf(std::string_view text)
 {
-    Scanner scanner(line);
-    const bool begins = scanner.Skip("(");
-    const bool isDelta = scanner.Skip("+");
-    const std::string seconds = scanner.Digits();
-    const bool hasPoint = scanner.Skip(".");
-    const std::string fraction = scanner.Digits();
-    if (!begins || seconds.empty() || seconds.size() > MaxDigits || !hasPoint || fraction.size() != Decimals ||
-        !scanner.Skip(") rx"))
+    const std::size_t point = text.find('.');
+    const auto time = TimeOfSeconds(text);
+    if (!time || point == std::string_view::npos || text.size() - point - 1 != Decimals)
     {
-        throw Failure(Status::NotUnderstood, "is no line of a log, which begins as (1763719200.123456) rx");
+        RejectLine();
     }
-    Message message;
-    message.time = std::chrono::seconds(std::stoll(seconds)) + std::chrono::microseconds(std::stoll(fraction)) +
-                   (isDelta ? previous : std::chrono::microseconds{});
-    if (message.time >= TooLate)
-    {
-        throw Failure(Status::NotUnderstood, "is later than any time");
-    }
-    // Blanks in place of what is no frame, so that a position is one in the line.
-    message.frame = FrameFromText(std::string(scanner.Position(), ' ') + line.substr(scanner.Position()));
-    return message;
+    return *time;
 }
 
 } // namespace
 
 std::string RecordLine(const std::string& stamp, const Message& message)
 {
-    const std::string hex = message.frame.empty() ? "" : " " + Knx::ToHex(message.frame);
-    return stamp + " rx" + hex + "  # " + Describe(message);
+    std::string line = stamp;
+    line += ' ';
+    line += NameOf(message.direction);
+    if (!message.frame.empty())
+    {
+        line += ' ';
+        line += Knx::ToHex(message.frame);
+    }
+    line += "  # ";
+    return line += Describe(message);
 }
 
-std::vector<Message> ReadRecord(std::istream& record)
+bool LooksLikeRecord(std::string_view line)
 {
-    std::vector<Message> messages;
-    std::string line;
-    for (std::size_t number = 1; std::getline(record, line); ++number)
+    if (LocalDate::Begins(line))
     {
-        try
-        {
-            const auto previous = messages.empty() ? std::chrono::microseconds{} : messages.back().time;
-            if (!IsWithoutMessage(line))
-            {
-                messages.push_back(ParseLine(line, previous));
-            }
-        }
-        catch (const Failure& failure)
-        {
-            throw Failure(failure.ExitStatus(), "line " + std::to_string(number) + ": " + failure.what());
-        }
+        const std::string_view behind = line.substr(LocalDate::Size);
+        return behind.substr(0, 3) == " rx" || behind.substr(0, 3) == " tx";
     }
-    return messages;
+    return !line.empty() && line.front() == '(';
+}
+
+Message RecordParser::Parse(std::string_view line)
+{
+    Message message;
+    std::size_t end = LocalDate::Size;
+    if (const auto time = date.Time(line))
+    {
+        message.time = *time;
+    }
+    else
+    {
+        end = line.find(')');
+        const bool isDelta = line.substr(0, 2) == "(+";
+        if (line.empty() || line.front() != '(' || end == std::string_view::npos)
+        {
+            RejectLine();
+        }
+        const std::size_t begin = isDelta ? 2 : 1;
+        message.time = TimeOf(line.substr(begin, end - begin)) + (isDelta ? previous : std::chrono::microseconds{});
+        ++end;
+    }
+    if (message.time >= TooLate)
+    {
+        throw Failure(Status::NotUnderstood, "is later than any time");
+    }
+    previous = message.time;
+    const std::string_view direction = line.substr(std::min(end, line.size()), 3);
+    if (direction != " rx" && direction != " tx")
+    {
+        RejectLine();
+    }
+    message.direction = direction == " tx" ? Direction::ToLink : Direction::FromLink;
+    message.frame = FrameFromText(line, end + direction.size());
+    return message;
 }
 
 } // namespace OrvelClient

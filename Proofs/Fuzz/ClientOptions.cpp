@@ -4,6 +4,7 @@
 #include "Check.h"
 #include "CommandLine.h"
 #include "Commands.h"
+#include "Decode.h"
 #include "Generate.h"
 #include "Led.h"
 #include "Monitor.h"
@@ -36,6 +37,12 @@ void Check(const MonitorOptions& monitor)
 {
     Fuzz::Expect("a format for the file",
                  monitor.captureFile.empty() || monitor.format == MonitorOptions::Format::Capture);
+}
+
+void Check(const DecodeOptions& decode)
+{
+    Fuzz::Expect("time stamps for lines only",
+                 decode.timeStamp == TimeStamp::Absolute || decode.format == DecodeOptions::Format::Text);
 }
 
 void Check(const ReplayOptions& replay)
@@ -93,6 +100,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
         Fuzz::Expect("something to do", static_cast<bool>(ActionFor(argc, argv.data())));
         CheckIf<SendOptions>(SendCommand(), argc - 1, argv.data() + 1);
         CheckIf<MonitorOptions>(MonitorCommand(), argc - 1, argv.data() + 1);
+        CheckIf<DecodeOptions>(DecodeCommand(), argc - 1, argv.data() + 1);
         CheckIf<ReplayOptions>(ReplayCommand(), argc - 1, argv.data() + 1);
         CheckIf<GenerateOptions>(GenerateCommand(), argc - 1, argv.data() + 1);
         CheckIf<ButtonOptions>(ButtonCommand(), argc - 1, argv.data() + 1);

@@ -1,9 +1,13 @@
 #include "Json.h"
 
-#include <gtest/gtest.h>
+#include "Rejection.h"
 
+using Knx::Bytes;
 using Knx::FromHex;
+using OrvelClient::Direction;
 using OrvelClient::Message;
+using OrvelClient::MessageFromJson;
+using OrvelClient::Status;
 
 namespace
 {
@@ -52,6 +56,45 @@ TEST(Json, HasAllDecimalsOfTheTime)
     Message message = MessageOf("b9 00 01");
     message.time = std::chrono::microseconds(1763719200100000);
     EXPECT_EQ(DescribeAsJson(message).find(R"({"time":1763719200.100000,)"), 0U);
+}
+
+TEST(Json, IsReadBack)
+{
+    Message message = MessageOf("29 03 03 01 05 bc e0 11 02 0a 03 03 00 80 0c 1a");
+    for (const Direction direction : {Direction::FromLink, Direction::ToLink})
+    {
+        message.direction = direction;
+        const Message again = MessageFromJson(DescribeAsJson(message));
+        EXPECT_EQ(again.frame, message.frame);
+        EXPECT_EQ(again.time, message.time);
+        EXPECT_EQ(again.direction, direction);
+    }
+}
+
+TEST(Json, OfAnotherProgramNeedsOnlyTheDigits)
+{
+    const Message message = MessageFromJson(R"({"more":{"hex":"77","time":7},"hex":"11:00","list":["77"]})");
+    EXPECT_EQ(message.frame, (Bytes{0x11, 0x00}));
+    EXPECT_EQ(message.time.count(), 0);
+    EXPECT_EQ(message.direction, Direction::ToLink);
+    EXPECT_EQ(MessageFromJson(R"({"time":3,"hex":""})").time, std::chrono::seconds(3));
+}
+
+TEST(Json, SaysWhatIsNotUnderstood)
+{
+    const std::vector<std::pair<std::string, std::string>> wrong{
+        {R"({"hex":"11)", "is no JSON from position 11 on"},
+        {R"({"hex":"11"}})", "is no JSON from position 13 on"},
+        {R"({"time":3})", "is an object without the member hex"},
+        {R"({"hex":11})", "is an object without the member hex"},
+        {R"({"hex":"1"})", "byte 1 has one digit only"},
+        {R"({"hex":"11","time":-1})", "has a time that is none"},
+        {R"({"hex":"11","time":1e9})", "has a time that is none"},
+    };
+    for (const auto& [line, reason] : wrong)
+    {
+        EXPECT_REJECTED(MessageFromJson(line), Status::NotUnderstood, reason) << line;
+    }
 }
 
 } // namespace

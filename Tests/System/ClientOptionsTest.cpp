@@ -25,7 +25,7 @@ TEST(ClientOptions, HelpListsTheCommands)
 
 TEST(ClientOptions, HelpOfACommandListsItsOptions)
 {
-    for (const char* const command : {"send", "monitor", "replay", "generate", "button", "led", "check"})
+    for (const char* const command : {"send", "monitor", "decode", "replay", "generate", "button", "led", "check"})
     {
         for (const char* const option : {"--help", "-h"})
         {
@@ -69,10 +69,13 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"send", "--wait", "86400001", "29"}, "--wait takes 0 to 86400000, not '86400001'"},
         {{"monitor", "x"}, "'x' is not understood"},
         {{"monitor", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
-        {{"monitor", "--time", "local"}, "--time is absolute, relative or delta, not 'local'"},
+        {{"monitor", "--time", "local"}, "--time is absolute, relative, delta or date, not 'local'"},
         {{"monitor", "--json", "--count"}, "--count and --json cannot go together"},
         {{"monitor", "--json", "--time", "delta"}, "--time and --json cannot go together"},
         {{"monitor", "--json", "--pcap", "-"}, "--json and --pcap cannot go together"},
+        {{"decode", "a", "b"}, "'b' is not understood"},
+        {{"decode", "--to", "xml"}, "--to is text, json, pcap or ets, not 'xml'"},
+        {{"decode", "--to", "json", "--time", "delta"}, "--time and --to json cannot go together"},
         {{"replay"}, "replay needs a file"},
         {{"replay", "a", "b"}, "'b' is not understood"},
         {{"replay", "a", "--speed", "fast"}, "--speed takes 0.001 to 1000, or max, not 'fast'"},
@@ -88,7 +91,7 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"generate", "--seed", "-1"}, "--seed takes 0 to 4294967295, not '-1'"},
         {{"generate", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
         {{"button", "x"}, "'x' is not understood"},
-        {{"button", "--time", "local"}, "--time is absolute, relative or delta, not 'local'"},
+        {{"button", "--time", "local"}, "--time is absolute, relative, delta or date, not 'local'"},
         {{"button", "--queue", "b"}, "--queue takes a name that begins with / and has no other, not 'b'"},
         {{"button", "--queue", "/a/b"}, "--queue takes a name that begins with / and has no other, not '/a/b'"},
         {{"led", "a", "on", "b"}, "'b' is not understood"},

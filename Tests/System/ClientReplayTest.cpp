@@ -92,10 +92,11 @@ TEST_F(ClientReplay, SendsNothingUnlessAllIsUnderstood)
     const std::string header("\xd4\xc3\xb2\xa1\2\0\4\0\0\0\0\0\0\0\0\0\0\0\0\0\xfc\0\0\0", 24);
     const std::vector<std::pair<std::string, std::string>> wrong{
         {"(0.000000) rx f1\n(0.000000) rx f\n", "line 2: byte 1 has one digit only"},
-        {"f1\n", "line 1: is no line of a log, which begins as (1763719200.123456) rx"},
-        {header + "x", "packet 1 is not complete"},
+        {"f1\nDear all,\n", "line 2: is no line of a recording: no log, JSON or hexadecimal digits"},
+        {header + std::string(16, '\x7f'), "packet 1 is not complete"},
         {header.substr(0, 20), "ends within the header of the capture"},
-        {"\n\r\r\n" + std::string(40, '\0'), "is a capture in the format pcapng; 'editcap -F pcap' converts it"},
+        {"\n\r\r\n" + std::string(40, '\0'), "block 1 is of no byte order"},
+        {"<html/>", "is XML, but no CommunicationLog"},
     };
     for (const auto& [content, line] : wrong)
     {
@@ -106,8 +107,44 @@ TEST_F(ClientReplay, SendsNothingUnlessAllIsUnderstood)
         EXPECT_EQ(toLink.Take(), "nothing");
     }
     EXPECT_THAT(
-        RunClient({"replay", "-"}, "f1").lines,
-        ElementsAre("orvelctl: standard input: line 1: is no line of a log, which begins as (1763719200.123456) rx"));
+        RunClient({"replay", "-"}, "x1").lines,
+        ElementsAre("orvelctl: standard input: line 1: is no line of a recording: no log, JSON or hexadecimal digits"));
+}
+
+TEST_F(ClientReplay, ReadsWhatDecodeReads)
+{
+    EXPECT_EQ(RunClient({"replay", File("f1\n")}).status, 0);
+    EXPECT_EQ(toLink.Take(), "01 f1");
+    EXPECT_EQ(RunClient({"replay", File("{\"hex\":\"f1\"}\n")}).status, 0);
+    EXPECT_EQ(toLink.Take(), "01 f1");
+    EXPECT_EQ(RunClient({"replay", File("<CommunicationLog><Telegram Timestamp='2026-11-21T14:05:09Z' "
+                                        "FrameFormat='CommonEmi' RawData='F1'/></CommunicationLog>")})
+                  .status,
+              0);
+    EXPECT_EQ(toLink.Take(), "01 f1");
+    EXPECT_EQ(toLink.Take(), "nothing");
+}
+
+TEST_F(ClientReplay, SendsWhatTheDaemonHasSentOnce)
+{
+    const std::string begin = "22.11.2026 14:05:09.042 [14] DEBUG Nemt <> - ";
+    const std::string log = begin + "Received on topic 256: 2e 0 bc e0 11 1 a 3 1 0 81\n" + begin +
+                            "Sent on topic 256: 11 0 bc e0 0 0 a 3 1 0 80\n" + begin +
+                            "Received on topic 256: 2e 0 bc e0 11 1 a 3 1 0 80\n";
+    EXPECT_EQ(RunClient({"replay", File(log)}).status, 0);
+    EXPECT_EQ(toLink.Take(), "0b 11 00 bc e0 11 01 0a 03 01 00 81"); // nothing says that the log has its request
+    EXPECT_EQ(toLink.Take(), "0b 11 00 bc e0 00 00 0a 03 01 00 80");
+    EXPECT_EQ(toLink.Take(), "nothing");
+}
+
+TEST_F(ClientReplay, SendsWhatComesBeforeAnEndThatIsCutOffAndSaysSo)
+{
+    const std::string file = File("(0.000000) rx f1\n(0.00");
+    const Outcome outcome = RunClient({"replay", file});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: " + file + ": line 2 is cut off; used is what comes before it"));
+    EXPECT_EQ(toLink.Take(), "01 f1");
+    EXPECT_EQ(toLink.Take(), "nothing");
 }
 
 TEST_F(ClientReplay, AFileThatCannotBeReadIsAFailure)
