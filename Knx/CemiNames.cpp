@@ -191,12 +191,6 @@ std::string IndividualAddress(uint16_t address)
            std::to_string(address & 0xFFU);
 }
 
-std::string GroupAddress(uint16_t address)
-{
-    return std::to_string(address >> 11U) + "/" + std::to_string((address >> 8U) & 0x07U) + "/" +
-           std::to_string(address & 0xFFU);
-}
-
 Service ServiceOf(uint16_t apci)
 {
     if (std::string name = Find(LongServices, apci); !name.empty())

@@ -16,9 +16,6 @@ std::string NameOfPropertyError(uint8_t error);
 /// "1.2.3"
 std::string IndividualAddress(uint16_t address);
 
-/// "1/2/3"
-std::string GroupAddress(uint16_t address);
-
 /// What the APCI asks for. Some services take all of its ten bits, others four and leave six for a value.
 struct Service
 {

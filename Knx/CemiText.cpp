@@ -1,6 +1,7 @@
 #include "Knx/CemiText.h"
 
 #include "Knx/CemiNames.h"
+#include "Knx/GroupAddress.h"
 
 #include <array>
 #include <utility>
