@@ -88,6 +88,12 @@ Bytes Encode(const GroupTelegram& telegram)
 
 std::chrono::nanoseconds TimeOnLine(const Bytes& cemi)
 {
+    const CemiMessage message = Decode(cemi);
+    return TimeOnLine(message.IsStandardFrame(), *message.length);
+}
+
+std::chrono::nanoseconds TimeOnLine(bool isStandardFrame, uint8_t length)
+{
     constexpr int64_t BitsPerSecond = 9600;
     constexpr int64_t Idle = 53;      // bit times before a telegram
     constexpr int64_t Character = 11; // start bit, 8 bits, parity, stop bit
@@ -96,9 +102,7 @@ std::chrono::nanoseconds TimeOnLine(const Bytes& cemi)
     constexpr int64_t Standard = 8; // bytes around those behind the TPCI, with the checksum
     constexpr int64_t Extended = 9;
 
-    const CemiMessage message = Decode(cemi);
-    const bool standard = message.IsStandardFrame() && *message.length <= MaxStandard;
-    const int64_t characters = *message.length + (standard ? Standard : Extended);
+    const int64_t characters = length + (isStandardFrame && length <= MaxStandard ? Standard : Extended);
     const int64_t bits = Idle + characters * (Character + Gap) - Gap + ToAcknowledge + Character;
     return std::chrono::nanoseconds(bits * std::chrono::nanoseconds(std::chrono::seconds(1)).count() / BitsPerSecond);
 }

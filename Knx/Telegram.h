@@ -35,4 +35,7 @@ Bytes Encode(const GroupTelegram& telegram);
 /// How long a line of 9600 bit/s is taken by a complete telegram: the idle time before it, the telegram, its acknowledge.
 std::chrono::nanoseconds TimeOnLine(const Bytes& cemi);
 
+/// The same for a telegram with so many bytes behind its TPCI.
+std::chrono::nanoseconds TimeOnLine(bool isStandardFrame, uint8_t length);
+
 } // namespace Knx::Telegram
