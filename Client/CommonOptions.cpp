@@ -2,6 +2,8 @@
 
 #include "CommandLine.h"
 
+#include <cstdlib>
+
 namespace OrvelClient
 {
 
@@ -40,6 +42,40 @@ TimeStamp TakeTimeStamp(const CommandLine& line)
         Reject("--time is absolute, relative, delta or date, not '" + name + "'");
     }
     return TimeStamp::Date;
+}
+
+std::vector<Option> WithLookOptions(std::vector<Option> options)
+{
+    options.push_back({"color", "Colours: auto (on a terminal), always or never, default is: auto"});
+    options.push_back({"wide", "Show whole lines also where the terminal is too narrow for them.", Option::Kind::Flag});
+    return options;
+}
+
+LookOptions TakeLook(const CommandLine& line)
+{
+    using Color = LookOptions::Color;
+    const std::string color = line.TextOr("auto", "color");
+    if (color != "auto" && color != "always" && color != "never")
+    {
+        Reject("--color is auto, always or never, not '" + color + "'");
+    }
+    return {color == "auto" ? Color::Auto : color == "always" ? Color::Always : Color::Never, line.Has("wide")};
+}
+
+Look LookOn(const Output& output, const LookOptions& options)
+{
+    const auto variable = [](const char* name)
+    {
+        const char* const value = std::getenv(name);
+        return std::string(value == nullptr ? "" : value);
+    };
+    const bool isTerminal = output.IsTerminal();
+    const std::string kind = variable("TERM");
+    const bool canColor = isTerminal && variable("NO_COLOR").empty() && !kind.empty() && kind != "dumb";
+    Look look;
+    look.color = options.color == LookOptions::Color::Always || (options.color == LookOptions::Color::Auto && canColor);
+    look.terminal = isTerminal && !options.wide ? &output : nullptr;
+    return look;
 }
 
 Option NumberOption(const std::string& what)

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Command.h"
-#include "TimeStamp.h"
+#include "CommonOptions.h"
+#include "Filter.h"
+#include "Formatter.h"
 
 #include <string>
 
@@ -10,20 +12,14 @@ namespace OrvelClient
 
 struct DecodeOptions
 {
-    enum class Format
-    {
-        Text,
-        Json,
-        Capture,
-        TelegramLog
-    };
-
     /// Throws Failure (WrongOption).
     explicit DecodeOptions(const CommandLine& line);
 
     std::string file; ///< "-" is standard input
-    Format format;
+    Form form;
     TimeStamp timeStamp;
+    LookOptions look;
+    Filter filter;
 };
 
 /// Shows what was recorded, whatever it was recorded in, and writes it in another form.

@@ -26,11 +26,24 @@ std::string LinkStateName(uint16_t state)
     }
 }
 
+std::string ButtonStateName(uint8_t state)
+{
+    switch (state)
+    {
+    case ORVEL_PROG_BUTTON_PRESSED:
+        return "pressed";
+    case ORVEL_PROG_BUTTON_RELEASED:
+        return "released";
+    default:
+        return HexNumber(state, 2);
+    }
+}
+
 } // namespace
 
 CemiMessage TakenApart(const Message& message)
 {
-    CemiMessage cemi = LinkState(message.frame) ? CemiMessage{} : Knx::Decode(message.frame);
+    CemiMessage cemi = IsOfTheBus(message.frame) ? Knx::Decode(message.frame) : CemiMessage{};
     if (message.sizeByte)
     {
         cemi.problems.insert(cemi.problems.begin(), "size byte " + std::to_string(*message.sizeByte) +
@@ -39,11 +52,29 @@ CemiMessage TakenApart(const Message& message)
     return cemi;
 }
 
-std::string KindOf(const Message& message)
+std::string NoticeText(const Bytes& frame)
 {
-    if (const auto state = LinkState(message.frame))
+    if (const auto state = LinkState(frame))
     {
         return "link " + LinkStateName(*state);
+    }
+    if (const auto button = ButtonState(frame))
+    {
+        return "button " + ButtonStateName(*button);
+    }
+    const auto lost = LostMessages(frame);
+    return lost ? "dropped " + std::to_string(*lost) : "";
+}
+
+std::string KindOf(const Message& message)
+{
+    if (LostMessages(message.frame))
+    {
+        return "dropped"; // whatever their number
+    }
+    if (!IsOfTheBus(message.frame))
+    {
+        return NoticeText(message.frame);
     }
     if (message.frame.empty())
     {
@@ -53,14 +84,10 @@ std::string KindOf(const Message& message)
     return name.empty() ? "message code " + HexNumber(message.frame.front(), 2) : name;
 }
 
-std::string Describe(const Message& message)
+std::string Describe(const Message& message, Detail detail)
 {
-    std::string text = Knx::Describe(TakenApart(message));
-    if (!LinkState(message.frame))
-    {
-        return text;
-    }
-    return KindOf(message) + (text.empty() ? "" : " " + text);
+    const CemiMessage cemi = TakenApart(message);
+    return WithProblems(IsOfTheBus(message.frame) ? Words(cemi, detail) : NoticeText(message.frame), cemi);
 }
 
 } // namespace OrvelClient

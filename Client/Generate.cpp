@@ -7,6 +7,8 @@
 #include "Output.h"
 #include "RandomTelegrams.h"
 
+#include "Knx/GroupAddress.h"
+
 #include <random>
 
 namespace OrvelClient
@@ -23,7 +25,7 @@ Status Generate(const GenerateOptions& options)
     Output output;
     Notice(output, "seed " + std::to_string(seed) + "; Ctrl-C ends");
     FrameSender sender(stop, options.wait);
-    RandomTelegrams telegrams(seed);
+    RandomTelegrams telegrams(seed, options.groups);
     const auto start = steady_clock::now();
     for (uint64_t count = 0; options.number == 0 || count < options.number; ++count)
     {
@@ -52,6 +54,34 @@ Status Generate(const GenerateOptions& options)
 
 constexpr std::chrono::milliseconds DefaultWait{1000};
 
+std::vector<uint16_t> Groups(const CommandLine& line)
+{
+    if (!line.Has("group"))
+    {
+        Reject(
+            "generate needs --group, such as 31/7/*: telegrams to random addresses would switch real lamps and drive "
+            "real blinds");
+    }
+    std::vector<uint16_t> groups;
+    for (const std::string& text : line.TextsOr({}, "group"))
+    {
+        try
+        {
+            const std::vector<uint16_t> addresses = Knx::GroupAddressPattern(text).Addresses();
+            groups.insert(groups.end(), addresses.begin(), addresses.end());
+        }
+        catch (const Knx::NotAGroupAddress& problem)
+        {
+            Reject(std::string("--group: ") + problem.what());
+        }
+    }
+    if (groups.empty())
+    {
+        Reject("--group: 0/0/0 addresses all devices, not a group");
+    }
+    return groups;
+}
+
 double Rate(const CommandLine& line)
 {
     return line.NumberOr<double>(10, "rate", 0.001, 100000); // telegrams a second
@@ -65,7 +95,8 @@ std::optional<uint32_t> Seed(const CommandLine& line)
 } // namespace
 
 GenerateOptions::GenerateOptions(const CommandLine& line)
-    : rate(Rate(line))
+    : groups(Groups(line))
+    , rate(Rate(line))
     , number(TakeNumber(line))
     , seed(Seed(line))
     , print(line.Has("print"))
@@ -77,10 +108,11 @@ Command GenerateCommand()
 {
     return {"generate",
             "",
-            "send random telegrams, for load",
+            "send random telegrams to groups, for load",
             "[OPTION...]",
-            "Sends random telegrams to random group addresses.",
-            {{"rate", "Send so many telegrams a second, default is: 10"},
+            "Sends random telegrams to the groups that it is given.",
+            {{"group", "To these group addresses: 1/2/3, 1/2/*, 1/2/0-9.", Option::Kind::Values},
+             {"rate", "Send so many telegrams a second, default is: 10"},
              NumberOption("telegrams"),
              {"seed", "The same seed gives the same telegrams; without it they differ each time."},
              {"print", "Show the telegrams, as 'send' reads them, instead of sending them.", Option::Kind::Flag},

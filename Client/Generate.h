@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace OrvelClient
 {
@@ -14,6 +15,7 @@ struct GenerateOptions
     /// Throws Failure (WrongOption).
     explicit GenerateOptions(const CommandLine& line);
 
+    std::vector<uint16_t> groups; ///< one at least
     double rate;                  ///< telegrams a second
     uint64_t number;              ///< of telegrams; 0: goes on
     std::optional<uint32_t> seed; ///< none: another one each time

@@ -30,22 +30,53 @@ void AddIfThere(Object& object, const char* name, const std::optional<Number>& n
     }
 }
 
+void AddIfSet(Object& object, const char* name, bool isSet)
+{
+    if (isSet)
+    {
+        object[name] = true;
+    }
+}
+
+// One bit, which is clear when a telegram that was received is a repetition, and when one that is sent must not be repeated.
+void AddRepetition(Object& object, const CemiMessage& cemi)
+{
+    if (cemi.Is(MessageCode::LDataInd))
+    {
+        object["repeated"] = !cemi.RepeatBit();
+    }
+    else
+    {
+        AddIfSet(object, "noRepetition", !cemi.RepeatBit());
+    }
+}
+
 void AddAddressing(Object& object, const CemiMessage& cemi)
 {
     if (cemi.control1)
     {
         object["frameType"] = cemi.IsStandardFrame() ? "standard" : "extended";
-        object["repeatBit"] = cemi.RepeatBit();
-        object["broadcast"] = cemi.DomainBroadcastBit() ? "domain" : "system";
+        AddRepetition(object, cemi);
         object["priority"] = NameOfPriority(cemi.Priority());
-        object["acknowledge"] = cemi.AcknowledgeBit();
-        object["error"] = cemi.ErrorBit();
+        AddIfSet(object, "systemBroadcast", !cemi.DomainBroadcastBit());
+        AddIfSet(object, "acknowledge", cemi.AcknowledgeBit());
+        if (cemi.Is(MessageCode::LDataCon) || cemi.Is(MessageCode::LPollDataCon))
+        {
+            object["confirmed"] = !cemi.ErrorBit();
+        }
+        else
+        {
+            AddIfSet(object, "error", cemi.ErrorBit());
+        }
     }
     if (cemi.control2)
     {
         object["destinationType"] = cemi.IsGroupAddressed() ? "group" : "individual";
         object["hops"] = cemi.Hops();
-        object["format"] = cemi.Format();
+        if (cemi.Format() != 0)
+        {
+            object["format"] = cemi.Format();
+        }
     }
     if (cemi.source)
     {
@@ -74,7 +105,6 @@ void AddTransport(Object& object, const CemiMessage& cemi)
     if (cemi.apci)
     {
         object["service"] = ServiceName(cemi);
-        AddIfThere(object, "value", SmallValue(cemi));
     }
 }
 
@@ -94,6 +124,13 @@ void AddInfo(Object& object, const CemiMessage& cemi)
     {
         object["additionalInfo"] = ToHex(bytes, "");
     }
+}
+
+// Small or not: where a value stands in the frame is no business of a program that reads this.
+Bytes DataOf(const CemiMessage& cemi)
+{
+    const auto small = cemi.apci ? SmallValue(cemi) : std::nullopt;
+    return small && cemi.payload.empty() ? Bytes{*small} : cemi.payload;
 }
 
 // Takes what it needs of an object while the library reads it.
@@ -219,7 +256,8 @@ std::string DescribeAsJson(const Message& message)
     object["hex"] = ToHex(message.frame, "");
     object["kind"] = KindOf(message);
     const CemiMessage cemi = TakenApart(message);
-    if (!LinkState(message.frame))
+    AddIfThere(object, "dropped", LostMessages(message.frame));
+    if (IsOfTheBus(message.frame))
     {
         AddIfThere(object, "code", cemi.code);
         AddInfo(object, cemi);
@@ -233,9 +271,9 @@ std::string DescribeAsJson(const Message& message)
         AddIfThere(object, "count", cemi.count);
         AddIfThere(object, "index", cemi.index);
         AddIfThere(object, "propertyError", cemi.error);
-        if (!cemi.payload.empty())
+        if (const Bytes data = DataOf(cemi); !data.empty())
         {
-            object["data"] = ToHex(cemi.payload, "");
+            object["data"] = ToHex(data, "");
         }
     }
     if (!cemi.problems.empty())

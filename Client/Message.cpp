@@ -3,6 +3,7 @@
 #include "Failure.h"
 
 #include "Knx/CemiMessage.h"
+#include "Orvel/Gateway.h"
 #include "Orvel/Protocol.h"
 
 namespace OrvelClient
@@ -72,13 +73,45 @@ std::chrono::microseconds Now()
     return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::system_clock::now().time_since_epoch());
 }
 
-std::optional<uint16_t> LinkState(const Bytes& frame)
+namespace
 {
-    if (frame.size() != ORVEL_LINK_STATE_MESSAGE_SIZE - 1 || frame[0] != ORVEL_LINK_STATE_CODE)
+
+// The number in a message of this code; nothing if it is another message.
+template<typename Number>
+std::optional<Number> NumberOf(const Bytes& frame, uint8_t code)
+{
+    if (frame.size() != 1 + sizeof(Number) || frame.front() != code)
     {
         return std::nullopt;
     }
-    return static_cast<uint16_t>(static_cast<unsigned>(frame[1]) << 8U | frame[2]);
+    unsigned number = 0;
+    for (std::size_t index = 1; index < frame.size(); ++index)
+    {
+        number = number << 8U | frame[index];
+    }
+    return static_cast<Number>(number);
+}
+
+} // namespace
+
+std::optional<uint16_t> LinkState(const Bytes& frame)
+{
+    return NumberOf<uint16_t>(frame, ORVEL_LINK_STATE_CODE);
+}
+
+std::optional<uint8_t> ButtonState(const Bytes& frame)
+{
+    return NumberOf<uint8_t>(frame, ORVEL_GATEWAY_BUTTON_CODE);
+}
+
+std::optional<uint16_t> LostMessages(const Bytes& frame)
+{
+    return NumberOf<uint16_t>(frame, ORVEL_GATEWAY_LOST_CODE);
+}
+
+bool IsOfTheBus(const Bytes& frame)
+{
+    return !LinkState(frame) && !ButtonState(frame) && !LostMessages(frame);
 }
 
 } // namespace OrvelClient

@@ -47,7 +47,13 @@ bool IsRequestCode(uint8_t code);
 /// The way that a frame goes by its message code.
 Direction UsualDirection(const Bytes& frame);
 
-/// The state, when the frame is a message about the link.
+// What the message says when it is no frame of the bus but one of the daemon or the gateway; otherwise nothing.
+
 std::optional<uint16_t> LinkState(const Bytes& frame);
+std::optional<uint8_t> ButtonState(const Bytes& frame);   ///< as in the button's queue
+std::optional<uint16_t> LostMessages(const Bytes& frame); ///< how many had no room
+
+/// Whether it is none of these.
+bool IsOfTheBus(const Bytes& frame);
 
 } // namespace OrvelClient

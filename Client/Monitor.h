@@ -1,9 +1,14 @@
 #pragma once
 
 #include "Command.h"
-#include "TimeStamp.h"
+#include "CommonOptions.h"
+#include "Filter.h"
+#include "Formatter.h"
+#include "RotatingOutput.h"
 
+#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace OrvelClient
@@ -16,6 +21,7 @@ struct MonitorOptions
         Log,
         Json,
         Count, ///< only how many of each kind, at the end
+        Statistics,
         Capture
     };
 
@@ -24,8 +30,12 @@ struct MonitorOptions
 
     Format format;
     TimeStamp timeStamp;
-    std::string captureFile;
-    uint64_t number; ///< of messages after which it ends; 0: goes on
+    std::string file; ///< "-" is standard output
+    std::optional<Rotation> rotation;
+    std::chrono::milliseconds interval; ///< of statistics
+    uint64_t number;                    ///< of messages after which it ends; 0: goes on
+    LookOptions look;
+    Filter filter;
 };
 
 /// Shows the messages from the link until it is stopped.

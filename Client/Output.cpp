@@ -2,6 +2,7 @@
 
 #include "Failure.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -71,6 +72,12 @@ int Output::Descriptor() const
 bool Output::IsTerminal() const
 {
     return isatty(Descriptor()) != 0;
+}
+
+std::size_t Output::Columns() const
+{
+    winsize size{};
+    return ioctl(Descriptor(), TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
 void Notice(const Output& output, const std::string& text)

@@ -36,6 +36,9 @@ public:
 
     bool IsTerminal() const;
 
+    /// Of the terminal; 0 where nobody knows.
+    std::size_t Columns() const;
+
 private:
     void Check(bool isWritten) const;
 

@@ -41,14 +41,14 @@ uint32_t NumberIn(std::string_view bytes, bool bigEndian)
 std::string PacketOf(const Message& message)
 {
     std::string packet;
-    if (LinkState(message.frame))
+    if (IsOfTheBus(message.frame))
     {
-        AppendTag(packet, DissectorTag, "data");
-        AppendTag(packet, ProtocolColumnTag, KindOf(message));
+        AppendTag(packet, DissectorTag, "cemi");
     }
     else
     {
-        AppendTag(packet, DissectorTag, "cemi");
+        AppendTag(packet, DissectorTag, "data");
+        AppendTag(packet, ProtocolColumnTag, NoticeText(message.frame));
     }
     AppendTag(packet, EndTag, "");
     return packet.append(message.frame.begin(), message.frame.end());

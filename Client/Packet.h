@@ -17,7 +17,7 @@ constexpr uint32_t MaxPacket = 65535; ///< bytes
 /// A number of a capture, of up to four bytes.
 uint32_t NumberIn(std::string_view bytes, bool bigEndian);
 
-/// A message with its tags. Frames are for the dissector "cemi"; messages about the link have their text in a tag.
+/// A message with its tags. Frames are for the dissector "cemi"; the other messages have their text in a tag.
 std::string PacketOf(const Message& message);
 
 /// The frame behind the tags of a packet. Throws Failure (NotUnderstood).

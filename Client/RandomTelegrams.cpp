@@ -39,14 +39,14 @@ Bytes RandomTelegrams::Next()
     const uint8_t service = services.at(Below(services.size()));
     const bool isLong = service != Read && Below(2) == 0;
     const bool isExtended = isLong && Below(8) == 0;
-    const uint32_t group = 1 + Below(0xFFFF); // 0/0/0 is everybody
+    const uint16_t group = groups[Below(static_cast<uint32_t>(groups.size()))];
     const auto control1 = static_cast<uint8_t>((isExtended ? 0x30U : 0xB0U) | priorities.at(Below(priorities.size())));
     const std::size_t dataSize = isLong ? DataSize(isExtended) : 0;
     const uint32_t shortValue = isLong || service == Read ? 0 : Below(64);
 
     Knx::Telegram::GroupTelegram telegram;
     telegram.control1 = control1;
-    telegram.group = static_cast<uint16_t>(group);
+    telegram.group = group;
     telegram.apci = static_cast<uint16_t>(service | shortValue);
     for (std::size_t count = 0; count < dataSize; ++count)
     {

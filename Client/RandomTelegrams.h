@@ -3,6 +3,8 @@
 #include "Knx/HexDigits.h"
 
 #include <random>
+#include <utility>
+#include <vector>
 
 namespace OrvelClient
 {
@@ -14,8 +16,10 @@ using Knx::Bytes;
 class RandomTelegrams
 {
 public:
-    explicit RandomTelegrams(uint32_t seed)
+    /// To these groups, one at least.
+    RandomTelegrams(uint32_t seed, std::vector<uint16_t> addresses)
         : engine(seed)
+        , groups(std::move(addresses))
     {
     }
 
@@ -26,6 +30,7 @@ private:
     std::size_t DataSize(bool isExtended);
 
     std::mt19937 engine;
+    std::vector<uint16_t> groups;
 };
 
 } // namespace OrvelClient

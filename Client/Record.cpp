@@ -3,6 +3,13 @@
 #include "Description.h"
 #include "Failure.h"
 
+#include "Knx/CemiText.h"
+#include "Orvel/Protocol.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
 namespace OrvelClient
 {
 
@@ -15,6 +22,77 @@ constexpr std::size_t Decimals = 6;
 [[noreturn]] void RejectLine()
 {
     throw Failure(Status::NotUnderstood, "is no line of a log, which begins as (1763719200.123456) rx");
+}
+
+// How a terminal changes its colour.
+constexpr const char* Plain = "\x1b[0m";
+constexpr const char* Dim = "\x1b[2m";
+constexpr const char* Red = "\x1b[31m";
+constexpr const char* Green = "\x1b[32m";
+constexpr const char* Yellow = "\x1b[33m";
+constexpr const char* Cyan = "\x1b[36m";
+
+// What is wrong is red, the link is yellow; of telegrams, those that ask and answer stand out.
+const char* ColorOf(const Message& message)
+{
+    if (const auto state = LinkState(message.frame))
+    {
+        return *state == ORVEL_LINK_STATE_USABLE ? Yellow : Red;
+    }
+    const Knx::CemiMessage cemi = TakenApart(message);
+    if (!cemi.problems.empty() || !IsOfTheBus(message.frame))
+    {
+        return Red;
+    }
+    if (cemi.Is(Knx::MessageCode::LDataCon))
+    {
+        return cemi.ErrorBit() ? Red : Dim;
+    }
+    const std::string service = cemi.apci ? Knx::ServiceName(cemi) : "";
+    return service == "A_GroupValue_Read" ? Cyan : service == "A_GroupValue_Response" ? Green : "";
+}
+
+using LineParts = std::vector<std::pair<std::string, const char*>>; // text and colour
+
+bool BeginsCharacter(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80; // in UTF-8
+}
+
+// Cuts off what is behind the width. The last character then tells so.
+void Fit(LineParts& parts, std::size_t width)
+{
+    std::size_t columns = 0;
+    for (const auto& part : parts)
+    {
+        columns += static_cast<std::size_t>(std::count_if(part.first.begin(), part.first.end(), BeginsCharacter));
+    }
+    if (columns <= width)
+    {
+        return;
+    }
+    std::size_t left = width - 1;
+    for (auto& [text, color] : parts)
+    {
+        std::size_t end = 0;
+        while (end < text.size() && (left > 0 || !BeginsCharacter(text[end])))
+        {
+            left -= BeginsCharacter(text[end]) ? 1 : 0;
+            ++end;
+        }
+        text.resize(end);
+    }
+    parts.back().first += '>';
+}
+
+std::string Painted(const LineParts& parts)
+{
+    std::string line;
+    for (const auto& [text, color] : parts)
+    {
+        line += *color == '\0' ? text : color + text + Plain;
+    }
+    return line;
 }
 
 // "123.456789"
@@ -31,18 +109,27 @@ std::chrono::microseconds TimeOf(std::string_view text)
 
 } // namespace
 
-std::string RecordLine(const std::string& stamp, const Message& message)
+std::string RecordLine(const std::string& stamp, const Message& message, const LineStyle& style)
 {
-    std::string line = stamp;
-    line += ' ';
-    line += NameOf(message.direction);
-    if (!message.frame.empty())
+    const bool isNarrow = style.width > 0;
+    std::string bytes;
+    if (!isNarrow)
     {
-        line += ' ';
-        line += Knx::ToHex(message.frame);
+        bytes = std::string(" ") + NameOf(message.direction);
+        bytes += message.frame.empty() ? "" : " " + Knx::ToHex(message.frame);
+        bytes += "  # ";
     }
-    line += "  # ";
-    return line += Describe(message);
+    const std::string text = Describe(message, isNarrow ? Knx::Detail::Unusual : Knx::Detail::All);
+    if (!isNarrow && !style.color)
+    {
+        return stamp + bytes + text;
+    }
+    LineParts parts{{stamp + (isNarrow ? " " : bytes), Dim}, {text, style.color ? ColorOf(message) : ""}};
+    if (isNarrow)
+    {
+        Fit(parts, style.width);
+    }
+    return style.color ? Painted(parts) : parts[0].first + parts[1].first;
 }
 
 bool LooksLikeRecord(std::string_view line)

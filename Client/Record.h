@@ -11,8 +11,15 @@ namespace OrvelClient
 
 // The record of messages that people read: a line for each.
 
+/// How a line looks.
+struct LineStyle
+{
+    bool color = false;
+    std::size_t width = 0; ///< columns that it has to fit, which costs the bytes and what is usual; 0: any number
+};
+
 /// A line of a record: "(1763719200.123456) rx 29 00 bc e0 11 01 0a 03 01 00 81  # L_Data.ind ..."
-std::string RecordLine(const std::string& stamp, const Message& message);
+std::string RecordLine(const std::string& stamp, const Message& message, const LineStyle& style = {});
 
 /// Whether the line is meant as one of a record, right or wrong.
 bool LooksLikeRecord(std::string_view line);

@@ -41,6 +41,11 @@ StopSignals::~StopSignals()
     close(descriptor);
 }
 
+void StopSignals::Ask() const
+{
+    kill(getpid(), SIGTERM); // of the process: every thread that waits for the descriptor sees it
+}
+
 bool StopSignals::AwaitUntil(std::chrono::steady_clock::time_point time) const
 {
     using namespace std::chrono;

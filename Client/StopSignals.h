@@ -22,6 +22,9 @@ public:
         return descriptor;
     }
 
+    /// Asks the program to stop, as the signals do.
+    void Ask() const;
+
     /// Waits until `time`, or until one has come; true when one has.
     bool AwaitUntil(std::chrono::steady_clock::time_point time) const;
 

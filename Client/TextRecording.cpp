@@ -142,7 +142,7 @@ bool TextRecordingReader::IsCutOff(std::string_view line, const Message& message
         return true; // "8" may be the begin of "81"
     }
     const bool hasEnd = line.find_first_of("#}") != std::string_view::npos;
-    return !hasEnd && !LinkState(message.frame) && !Knx::Decode(message.frame).problems.empty();
+    return !hasEnd && IsOfTheBus(message.frame) && !Knx::Decode(message.frame).problems.empty();
 }
 
 bool TextRecordingReader::End()

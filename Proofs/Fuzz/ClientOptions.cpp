@@ -35,14 +35,15 @@ void Check(const SendOptions& send)
 
 void Check(const MonitorOptions& monitor)
 {
-    Fuzz::Expect("a format for the file",
-                 monitor.captureFile.empty() || monitor.format == MonitorOptions::Format::Capture);
+    Fuzz::Expect("a file that can be full",
+                 !monitor.rotation ||
+                     (monitor.file != "-" && monitor.rotation->size >= 1024 && monitor.rotation->count > 0));
+    Fuzz::Expect("an interval", monitor.interval >= 100ms && monitor.interval <= 24h);
 }
 
 void Check(const DecodeOptions& decode)
 {
-    Fuzz::Expect("time stamps for lines only",
-                 decode.timeStamp == TimeStamp::Absolute || decode.format == DecodeOptions::Format::Text);
+    Fuzz::Expect("time stamps for lines only", decode.timeStamp == TimeStamp::Absolute || decode.form == Form::Text);
 }
 
 void Check(const ReplayOptions& replay)

@@ -29,6 +29,14 @@ TEST(Description, SaysTheStateOfTheLinkInWords)
     EXPECT_EQ(Described("b9 00"), "0xb9 data=00 ! unknown message code");
 }
 
+TEST(Description, SaysInWordsWhatTheGatewayTells)
+{
+    EXPECT_EQ(Described("ba 00"), "button pressed");
+    EXPECT_EQ(Described("ba 01"), "button released");
+    EXPECT_EQ(Described("ba 02"), "button 0x02");
+    EXPECT_EQ(Described("bb 01 02"), "dropped 258");
+}
+
 TEST(Description, SaysWhatIsWrongAtTheEnd)
 {
     Message message = MessageOf("f0");
@@ -43,6 +51,8 @@ TEST(Description, TellsTheKindOfAMessage)
 {
     EXPECT_EQ(KindOf(MessageOf("29 00")), "L_Data.ind");
     EXPECT_EQ(KindOf(MessageOf("b9 00 01")), "link usable");
+    EXPECT_EQ(KindOf(MessageOf("ba 00")), "button pressed");
+    EXPECT_EQ(KindOf(MessageOf("bb 01 02")), "dropped"); // one kind, whatever their number
     EXPECT_EQ(KindOf(MessageOf("77")), "message code 0x77");
     EXPECT_EQ(KindOf(MessageOf("")), "no frame");
 }

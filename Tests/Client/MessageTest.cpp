@@ -3,9 +3,12 @@
 #include "Rejection.h"
 
 using Knx::Bytes;
+using OrvelClient::ButtonState;
 using OrvelClient::FrameFromText;
 using OrvelClient::FromQueue;
+using OrvelClient::IsOfTheBus;
 using OrvelClient::LinkState;
+using OrvelClient::LostMessages;
 
 namespace
 {
@@ -53,6 +56,27 @@ TEST(Message, AboutTheLinkHasThreeBytesAndACodeOfItsOwn)
     EXPECT_FALSE(LinkState({0xB9, 0x00, 0x01, 0x02}));
     EXPECT_FALSE(LinkState({0x29, 0x00, 0x01}));
     EXPECT_FALSE(LinkState({}));
+}
+
+TEST(Message, OfTheGatewayHasACodeAndASizeOfItsOwn)
+{
+    EXPECT_EQ(ButtonState({0xBA, 0x00}), 0x00);
+    EXPECT_EQ(ButtonState({0xBA, 0x01}), 0x01);
+    EXPECT_FALSE(ButtonState({0xBA}));
+    EXPECT_FALSE(ButtonState({0xBA, 0x00, 0x00}));
+    EXPECT_EQ(LostMessages({0xBB, 0x01, 0x02}), 0x0102);
+    EXPECT_FALSE(LostMessages({0xBB, 0x01}));
+    EXPECT_FALSE(LostMessages({0xBB, 0x01, 0x02, 0x03}));
+}
+
+TEST(Message, OfTheBusIsEachThatHasNoneOfTheseCodes)
+{
+    EXPECT_TRUE(IsOfTheBus({0x29, 0x00, 0x01}));
+    EXPECT_TRUE(IsOfTheBus({}));
+    EXPECT_TRUE(IsOfTheBus({0xBA}));
+    EXPECT_FALSE(IsOfTheBus({0xB9, 0x00, 0x01}));
+    EXPECT_FALSE(IsOfTheBus({0xBA, 0x00}));
+    EXPECT_FALSE(IsOfTheBus({0xBB, 0x00, 0x01}));
 }
 
 TEST(Message, AsTextEndsWhereACommentBegins)

@@ -93,4 +93,48 @@ TEST(Record, SaysWhichLineIsNotUnderstood)
                     "line 1: 'x' at position 18 is no hexadecimal digit");
 }
 
+Message SwitchOn()
+{
+    Message message;
+    message.frame = Knx::FromHex("29 00 bc e0 11 01 0a 03 01 00 81");
+    return message;
+}
+
+TEST(Record, ALineThatHasToFitLeavesOutTheBytesAndWhatIsUsual)
+{
+    const std::string text = "(0.000000) L_Data.ind 1.1.1 -> 1/2/3 A_GroupValue_Write value=0x01";
+    EXPECT_EQ(RecordLine("(0.000000)", SwitchOn(), {false, 80}), text);
+    EXPECT_EQ(RecordLine("(0.000000)", SwitchOn(), {false, text.size()}), text);
+    EXPECT_EQ(RecordLine("(0.000000)", SwitchOn(), {false, 40}), "(0.000000) L_Data.ind 1.1.1 -> 1/2/3 A_>");
+    EXPECT_EQ(RecordLine("(0.000000)", SwitchOn(), {false, 5}), "(0.0>");
+}
+
+TEST(Record, ALineHasTheColourOfWhatItSays)
+{
+    const auto colors = [](const std::string& hex)
+    {
+        Message message;
+        message.frame = Knx::FromHex(hex);
+        const std::string line = RecordLine("T", message, {true, 0});
+        EXPECT_EQ(line.rfind("\x1b[2mT rx ", 0), 0) << line;
+        const std::string text = line.substr(line.find("#"));
+        const std::size_t begin = text.find('\x1b', text.find('\x1b') + 1); // behind the end of what is dim
+        return begin == std::string::npos ? "none" : text.substr(begin + 2, text.find('m', begin) - begin - 2);
+    };
+    EXPECT_EQ(colors("29 00 bc e0 11 01 0a 03 01 00 81"), "none"); // writes
+    EXPECT_EQ(colors("29 00 bc e0 11 01 0a 03 01 00 00"), "36");   // reads
+    EXPECT_EQ(colors("29 00 bc e0 11 01 0a 03 01 00 41"), "32");   // answers
+    EXPECT_EQ(colors("2e 00 bc e0 11 01 0a 03 01 00 81"), "2");    // confirms
+    EXPECT_EQ(colors("2e 00 bd e0 11 01 0a 03 01 00 81"), "31");
+    EXPECT_EQ(colors("29 00"), "31");
+    EXPECT_EQ(colors("b9 00 01"), "33");
+    EXPECT_EQ(colors("b9 ff ff"), "31");
+}
+
+TEST(Record, ColoursTakeNoRoom)
+{
+    EXPECT_EQ(RecordLine("(0.000000)", SwitchOn(), {true, 40}),
+              "\x1b[2m(0.000000) \x1b[0mL_Data.ind 1.1.1 -> 1/2/3 A_>");
+}
+
 } // namespace

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <numeric>
 
+using testing::AnyOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -146,7 +147,7 @@ TEST_F(ClientDecode, LeavesTheStateOfTheLinkOutOfATelegramLogAndSaysSo)
 {
     const Outcome outcome = RunClient({"decode", "--to", "ets"}, "b9 00 01\n");
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_THAT(outcome.lines, Contains("orvelctl: left out 1 messages, which are no frames"));
+    EXPECT_THAT(outcome.lines, Contains("orvelctl: 1 messages are no frames, and are left out"));
     EXPECT_THAT(outcome.lines, Not(Contains(HasSubstr("<Telegram "))));
 }
 
@@ -174,6 +175,46 @@ TEST_F(ClientDecode, DoesNotWriteACaptureToATerminal)
 {
     EXPECT_EQ(OnTerminal("$ORVELCTL decode --to pcap " + File(Log) + "; echo $?"),
               "orvelctl: a capture is nothing for a terminal: let a file or a program take it\r\n2\r\n");
+}
+
+TEST_F(ClientDecode, WritesOnlyWhatTheFilterChooses)
+{
+    const std::string file = File(Log);
+    EXPECT_THAT(RunClient({"decode", "--kind", "req", file}).lines, ElementsAre(HasSubstr(" tx 11 00 ")));
+    EXPECT_THAT(RunClient({"decode", "--not", "--kind", "req", file}).lines, ElementsAre(HasSubstr("rx " + SwitchOn)));
+}
+
+// What an independent program chooses by its own filter is what ours chooses.
+TEST_F(ClientDecode, ChoosesWhatTsharkChooses)
+{
+    if (ClientProgram::InShell("tshark --version >/dev/null 2>&1").End().status != 0)
+    {
+        GTEST_SKIP() << "tshark is missing";
+    }
+    const std::string file = directory.File("capture");
+    ASSERT_EQ(ClientProgram::InShell(
+                  "$ORVELCTL generate --group '0/*' --group '1/*' -n 2000 --seed 3 --rate 100000 --print | "
+                  "$ORVELCTL decode --to pcap >" +
+                  file)
+                  .End()
+                  .status,
+              0);
+    const std::vector<std::pair<std::string, std::string>> filters{
+        {"--group '1/2/*'", R"(cemi.da matches "^1/2/")"},
+        {"--service read", "cemi.ac == 0"},
+        {"--service response,write", "cemi.ac == 1 || cemi.ac == 2"},
+        {"--not --group '1/*' --service write", R"(!(cemi.da matches "^1/" && cemi.ac == 2))"},
+    };
+    for (const auto& [ours, theirs] : filters)
+    {
+        const Outcome outcome =
+            ClientProgram::InShell("$ORVELCTL decode " + ours + " " + file + " | wc -l; tshark -r " + file + " -Y '" +
+                                   theirs + "' 2>/dev/null | wc -l")
+                .End();
+        ASSERT_EQ(outcome.lines.size(), 2);
+        EXPECT_EQ(outcome.lines[0], outcome.lines[1]) << ours;
+        EXPECT_THAT(outcome.lines[0], Not(AnyOf("0", "2000"))) << ours;
+    }
 }
 
 } // namespace

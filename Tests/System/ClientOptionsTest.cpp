@@ -73,6 +73,15 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"monitor", "--json", "--count"}, "--count and --json cannot go together"},
         {{"monitor", "--json", "--time", "delta"}, "--time and --json cannot go together"},
         {{"monitor", "--json", "--pcap", "-"}, "--json and --pcap cannot go together"},
+        {{"monitor", "--stats", "0"}, "--stats takes 0.1 to 86400, not '0'"},
+        {{"monitor", "--stats", "1", "--json"}, "--stats and --json cannot go together"},
+        {{"monitor", "--pcap", "a", "--write", "b"},
+         "--pcap and --write cannot go together: --pcap names the file itself"},
+        {{"monitor", "--rotate", "1M"}, "--rotate needs a file: --write or --pcap"},
+        {{"monitor", "--color", "red"}, "--color is auto, always or never, not 'red'"},
+        {{"monitor", "--group", "1/2/x"},
+         "--group: '1/2/x' is no group address or pattern such as 1/2/3, 1/2/* or 1/2/0-9"},
+        {{"monitor", "--not"}, "--not needs --group, --source, --service or --kind"},
         {{"decode", "a", "b"}, "'b' is not understood"},
         {{"decode", "--to", "xml"}, "--to is text, json, pcap or ets, not 'xml'"},
         {{"decode", "--to", "json", "--time", "delta"}, "--time and --to json cannot go together"},
@@ -85,11 +94,16 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"replay", "a", "--speed", "nan"}, "--speed takes 0.001 to 1000, or max, not 'nan'"},
         {{"replay", "a", "--wait", "-1"}, "--wait takes 0 to 86400000, not '-1'"},
         {{"generate", "x"}, "'x' is not understood"},
-        {{"generate", "--rate", "0"}, "--rate takes 0.001 to 100000, not '0'"},
-        {{"generate", "--rate", "100001"}, "--rate takes 0.001 to 100000, not '100001'"},
-        {{"generate", "--rate", "nan"}, "--rate takes 0.001 to 100000, not 'nan'"},
-        {{"generate", "--seed", "-1"}, "--seed takes 0 to 4294967295, not '-1'"},
-        {{"generate", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
+        {{"generate"},
+         "generate needs --group, such as 31/7/*: telegrams to random addresses would switch real lamps and drive real "
+         "blinds"},
+        {{"generate", "--group", "1/2/300"}, "--group: '1/2/300' is no group address: 300 should be 0 to 255"},
+        {{"generate", "--group", "0/0/0"}, "--group: 0/0/0 addresses all devices, not a group"},
+        {{"generate", "--group", "31/7/*", "--rate", "0"}, "--rate takes 0.001 to 100000, not '0'"},
+        {{"generate", "--group", "31/7/*", "--rate", "100001"}, "--rate takes 0.001 to 100000, not '100001'"},
+        {{"generate", "--group", "31/7/*", "--rate", "nan"}, "--rate takes 0.001 to 100000, not 'nan'"},
+        {{"generate", "--group", "31/7/*", "--seed", "-1"}, "--seed takes 0 to 4294967295, not '-1'"},
+        {{"generate", "--group", "31/7/*", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
         {{"button", "x"}, "'x' is not understood"},
         {{"button", "--time", "local"}, "--time is absolute, relative, delta or date, not 'local'"},
         {{"button", "--queue", "b"}, "--queue takes a name that begins with / and has no other, not 'b'"},
@@ -108,6 +122,25 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         const Outcome outcome = RunClient(arguments);
         EXPECT_EQ(outcome.status, 2) << line;
         EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: " + line));
+    }
+}
+
+TEST(ClientOptions, OfARotationAreASizeAndANumberOfFiles)
+{
+    for (const char* const wrong : {"", "x", "k", "1x", "1023", "2000G", "10M,", "10M,0", "10M,x", "10M,10001", "-1k",
+                                    "1k,1,1", "99999999999999999999", "18446744073709551615G"})
+    {
+        const Outcome outcome = RunClient({"monitor", "--write", "/no/such/file", "--rotate", wrong});
+        EXPECT_EQ(outcome.status, 2) << wrong;
+        EXPECT_THAT(outcome.lines,
+                    ElementsAre("orvelctl: --rotate takes a size from 1k on, and how many full files to keep, "
+                                "such as 10M or 10M,5, not '" +
+                                std::string(wrong) + "'"));
+    }
+    for (const char* const right : {"1024", "1k", "10M,5", "1G,10000"})
+    {
+        EXPECT_EQ(RunClient({"monitor", "--write", "/no/such/file", "--rotate", right}).status, 5)
+            << right; // no daemon
     }
 }
 

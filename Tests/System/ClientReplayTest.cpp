@@ -207,7 +207,7 @@ TEST_F(ClientGenerateOnBoard, TelegramsReachTheBus)
 {
     Daemon daemon;
     ASSERT_TRUE(AwaitRunning(daemon));
-    EXPECT_EQ(RunClient({"generate", "-n", "50", "--rate", "500"}).status, 0);
+    EXPECT_EQ(RunClient({"generate", "--group", "31/7/*", "-n", "50", "--rate", "500"}).status, 0);
     for (int i = 0; i < 50; ++i)
     {
         EXPECT_TRUE(AwaitEvent(Event::TelegramToKnx)) << i;
@@ -221,11 +221,14 @@ TEST_F(ClientGenerateOnBoard, TelegramsReachTheBus)
 
 TEST_F(ClientGenerate, SendsWhatItWouldPrint)
 {
-    const auto printed = RunClient({"generate", "--print", "--seed", "5", "-n", "5", "--rate", "1000"}).lines;
+    const auto printed =
+        RunClient({"generate", "--group", "31/7/*", "--print", "--seed", "5", "-n", "5", "--rate", "1000"}).lines;
     ASSERT_EQ(printed.size(), 5);
-    EXPECT_EQ(RunClient({"generate", "--seed", "5", "-n", "5", "--rate", "1000"}).status, 0);
+    EXPECT_EQ(RunClient({"generate", "--group", "31/7/*", "--seed", "5", "-n", "5", "--rate", "1000"}).status, 0);
     EXPECT_EQ(
-        ClientProgram::InShell("$ORVELCTL generate --print --seed 5 -n 5 --rate 1000 | $ORVELCTL send").End().status,
+        ClientProgram::InShell("$ORVELCTL generate --group '31/7/*' --print --seed 5 -n 5 --rate 1000 | $ORVELCTL send")
+            .End()
+            .status,
         0);
     for (int times = 0; times < 2; ++times)
     {
@@ -238,20 +241,24 @@ TEST_F(ClientGenerate, SendsWhatItWouldPrint)
 
 TEST_F(ClientGenerate, KeepsToTheRate)
 {
-    EXPECT_GE(TimeOf([&] { EXPECT_EQ(RunClient({"generate", "-n", "5", "--rate", "20"}).status, 0); }), 200ms);
+    EXPECT_GE(TimeOf(
+                  [&] {
+                      EXPECT_EQ(RunClient({"generate", "--group", "31/7/*", "-n", "5", "--rate", "20"}).status, 0);
+                  }),
+              200ms);
     EXPECT_EQ(toLink.Waiting(), 5);
 }
 
 TEST_F(ClientGenerate, GoesOnUntilItIsStopped)
 {
-    ClientProgram client({"generate", "--print", "--rate", "1000"});
+    ClientProgram client({"generate", "--group", "31/7/*", "--print", "--rate", "1000"});
     EXPECT_TRUE(Await([&] { return client->Lines().size() > 20; }));
     EXPECT_EQ(client->Stop(), 0);
 }
 
 TEST_F(ClientGenerate, AStopBeforeAllWereSentIsNoSuccess)
 {
-    ClientProgram client({"generate", "--rate", "0.001", "-n", "2"});
+    ClientProgram client({"generate", "--group", "31/7/*", "--rate", "0.001", "-n", "2"});
     EXPECT_TRUE(Await([&] { return toLink.Waiting() == 1; }));
     client->Interrupt();
     const Outcome outcome = client.End();
@@ -261,14 +268,15 @@ TEST_F(ClientGenerate, AStopBeforeAllWereSentIsNoSuccess)
 
 TEST_F(ClientGenerate, WithoutRoomItEnds)
 {
-    const Outcome outcome = RunClient({"generate", "--rate", "10000", "--wait", "10"});
+    const Outcome outcome = RunClient({"generate", "--group", "31/7/*", "--rate", "10000", "--wait", "10"});
     EXPECT_EQ(outcome.status, 7);
     EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: /cemiToLL is full, for 10 ms"));
 }
 
 TEST_F(ClientGenerate, SaysItsSeedAtATerminal)
 {
-    EXPECT_THAT(OnTerminal("$ORVELCTL generate -n 1"), MatchesRegex("orvelctl: seed [0-9]+; Ctrl-C ends\r\n"));
+    EXPECT_THAT(OnTerminal("$ORVELCTL generate --group '31/7/*' -n 1"),
+                MatchesRegex("orvelctl: seed [0-9]+; Ctrl-C ends\r\n"));
 }
 
 } // namespace
