@@ -1,4 +1,5 @@
-# The libraries of the programs: log4cplus::log4cplus, cxxopts::cxxopts and Threads::Threads.
+# The libraries of the programs: log4cplus::log4cplus, cxxopts::cxxopts, nlohmann_json::nlohmann_json and
+# Threads::Threads.
 find_package(log4cplus CONFIG QUIET)
 if(NOT TARGET log4cplus::log4cplus) # boards' build systems build it by autotools, and then it has only a pkg-config file
   find_package(PkgConfig REQUIRED)
@@ -10,4 +11,5 @@ if(log4cplus_VERSION VERSION_LESS 2.0.8 OR log4cplus_VERSION VERSION_GREATER_EQU
 endif()
 find_package(cxxopts 3.1 CONFIG REQUIRED) # the first version with the exceptions that the daemon catches
 message(STATUS "log4cplus ${log4cplus_VERSION}, cxxopts ${cxxopts_VERSION}")
+find_package(nlohmann_json 3.9 CONFIG REQUIRED) # the first version that keeps members in their order
 find_package(Threads REQUIRED)
