@@ -7,6 +7,7 @@
 #include "Generate.h"
 #include "Led.h"
 #include "Monitor.h"
+#include "Names.h"
 #include "Output.h"
 #include "Replay.h"
 #include "Send.h"
@@ -41,8 +42,8 @@ std::string Row(const Command& command)
 
 std::vector<Command> Commands()
 {
-    return {SendCommand(),     MonitorCommand(), DecodeCommand(), ReplayCommand(),
-            GenerateCommand(), ButtonCommand(),  LedCommand(),    CheckCommand()};
+    return {SendCommand(),  MonitorCommand(), DecodeCommand(), ReplayCommand(), GenerateCommand(),
+            NamesCommand(), ButtonCommand(),  LedCommand(),    CheckCommand()};
 }
 
 std::string GeneralHelp()

@@ -12,9 +12,9 @@ enum class Status
     Done = 0,
     Failed = 1, ///< something else, as the text says; `check`: the daemon would not start
     WrongOption = 2,
-    NotUnderstood = 3, ///< input: digits, a line of a log, a capture
+    NotUnderstood = 3, ///< input: digits, a line of a log, a capture, a group, the file with the names
     WrongLength = 4,   ///< a frame of no byte, or of more than the queue takes
-    NotThere = 5,      ///< the queue or the LED: no daemon runs
+    NotThere = 5,      ///< the queue or the LED: no daemon runs; or the group
     NotAllowed = 6,    ///< to use the queue or the LED
     NoRoom = 7,        ///< the queue is full
     Interrupted = 8    ///< by a signal, before all was sent or as many messages had come as were asked for

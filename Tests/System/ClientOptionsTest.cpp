@@ -25,7 +25,7 @@ TEST(ClientOptions, HelpListsTheCommands)
 
 TEST(ClientOptions, HelpOfACommandListsItsOptions)
 {
-    for (const char* const command : {"send", "monitor", "decode", "replay", "generate", "button", "led", "check"})
+    for (const char* const command : {"send", "monitor", "decode", "replay", "generate", "names", "button", "led", "check"})
     {
         for (const char* const option : {"--help", "-h"})
         {
