@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "Answer.h"
 #include "Button.h"
 #include "Check.h"
 #include "CommandLine.h"
@@ -9,9 +10,11 @@
 #include "Monitor.h"
 #include "Names.h"
 #include "Output.h"
+#include "Read.h"
 #include "Replay.h"
 #include "Send.h"
 #include "Version.h"
+#include "Write.h"
 
 #include <algorithm>
 
@@ -32,7 +35,7 @@ Action Print(const std::string& text)
 
 std::string Row(const Command& command)
 {
-    constexpr std::size_t width = 17;
+    constexpr std::size_t width = 20;
     std::string row = std::string(command.name) + " " + command.arguments;
     row.resize(std::max(width, row.size() + 1), ' ');
     return row + command.summary + "\n";
@@ -42,8 +45,8 @@ std::string Row(const Command& command)
 
 std::vector<Command> Commands()
 {
-    return {SendCommand(),  MonitorCommand(), DecodeCommand(), ReplayCommand(), GenerateCommand(),
-            NamesCommand(), ButtonCommand(),  LedCommand(),    CheckCommand()};
+    return {WriteCommand(),  ReadCommand(),     AnswerCommand(), SendCommand(),   MonitorCommand(), DecodeCommand(),
+            ReplayCommand(), GenerateCommand(), NamesCommand(),  ButtonCommand(), LedCommand(),     CheckCommand()};
 }
 
 std::string GeneralHelp()

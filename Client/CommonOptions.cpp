@@ -88,6 +88,11 @@ uint64_t TakeNumber(const CommandLine& line)
     return line.NumberOr<uint64_t>(0, "number", 1, MaxNumber);
 }
 
+Option PrintOption()
+{
+    return {"print", "Show the frame, as 'send' reads it, instead of sending it.", Option::Kind::Flag};
+}
+
 Option WaitOption(std::chrono::milliseconds otherwise)
 {
     return {"wait",

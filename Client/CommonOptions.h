@@ -40,6 +40,9 @@ Look LookOn(const Output& output, const LookOptions& options);
 Option NumberOption(const std::string& what);
 uint64_t TakeNumber(const CommandLine& line); ///< 0: not given
 
+/// Of commands that send; their line then has "print".
+Option PrintOption();
+
 Option WaitOption(std::chrono::milliseconds otherwise);
 std::chrono::milliseconds TakeWait(const CommandLine& line, std::chrono::milliseconds otherwise);
 

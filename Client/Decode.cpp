@@ -11,6 +11,59 @@ namespace OrvelClient
 namespace
 {
 
+// Writes what passes the filter.
+class Writing
+{
+public:
+    Writing(Output& writtenOutput, Formatter& usedFormatter, const Filter& chosen)
+        : output(writtenOutput)
+        , formatter(usedFormatter)
+        , filter(chosen)
+    {
+    }
+
+    void Write(const Message& message)
+    {
+        if (!filter.Passes(message))
+        {
+            return;
+        }
+        time = message.time;
+        Begin();
+        const std::string entry = formatter.Entry(message);
+        output.Add(entry);
+        leftOut += entry.empty() ? 1 : 0;
+    }
+
+    void End()
+    {
+        Begin();
+        output.Add(formatter.End(time));
+        output.Flush();
+        if (leftOut > 0)
+        {
+            std::fprintf(stderr, "orvelctl: %zu messages are no frames, and are left out\n", leftOut);
+        }
+    }
+
+private:
+    void Begin()
+    {
+        if (!hasBegun)
+        {
+            output.Add(formatter.Begin(time));
+        }
+        hasBegun = true;
+    }
+
+    Output& output;
+    Formatter& formatter;
+    const Filter& filter;
+    bool hasBegun = false;
+    std::chrono::microseconds time{}; // of the last message
+    std::size_t leftOut = 0;
+};
+
 Status Decode(const DecodeOptions& options)
 {
     const StopSignals stop;
@@ -19,34 +72,27 @@ Status Decode(const DecodeOptions& options)
     {
         throw Failure(Status::WrongOption, "a capture is nothing for a terminal: let a file or a program take it");
     }
+    const KnownGroups groups(ReadNames(options.names).groups);
+    Filter filter = options.filter;
+    filter.Resolve(groups.Addresses());
     Source source(options.file, stop);
     source.BeforeWaiting([&output] { output.Flush(); });
     Recording recording(source);
-    Formatter formatter(options.form, options.timeStamp, LookOn(output, options.look));
-    std::chrono::microseconds time{};
-    std::size_t written = 0;
-    std::size_t leftOut = 0;
-    for (Message message; recording.Next(message);)
+    Formatter formatter(options.form, options.timeStamp, groups, LookOn(output, options.look));
+    Writing writing(output, formatter, filter);
+    try
     {
-        if (!options.filter.Passes(message))
+        for (Message message; recording.Next(message);)
         {
-            continue;
+            writing.Write(message);
         }
-        time = message.time;
-        if (written + leftOut == 0)
-        {
-            output.Add(formatter.Begin(time));
-        }
-        const std::string entry = formatter.Entry(message);
-        output.Add(entry);
-        ++(entry.empty() ? leftOut : written);
     }
-    output.Add((written + leftOut == 0 ? formatter.Begin(time) : "") + formatter.End(time));
-    output.Flush();
-    if (leftOut > 0)
+    catch (const Failure&)
     {
-        std::fprintf(stderr, "orvelctl: %zu messages are no frames, and are left out\n", leftOut);
+        output.Flush(); // before the line that says what is wrong
+        throw;
     }
+    writing.End();
     recording.TellRemark();
     return Status::Done;
 }
@@ -81,6 +127,7 @@ DecodeOptions::DecodeOptions(const CommandLine& line)
     , timeStamp(TakeTimeStamp(line))
     , look(TakeLook(line))
     , filter(line)
+    , names(TakeNamesFile(line))
 {
     if (line.Has("time") && form != Form::Text)
     {
@@ -92,14 +139,15 @@ Command DecodeCommand()
 {
     return {
         "decode",
-        "FILE",
+        "[FILE]",
         "show what was recorded, or convert it",
         "[OPTION...] [FILE]",
         "Shows what was recorded: a log or a capture of the monitor, hexadecimal digits, the daemon's own log, or a "
         "telegram log of the engineering tool. Without FILE, or with '-', it reads standard input.",
         WithFilterOptions(WithLookOptions(
             {{"to", "Write it as text, json, pcap or ets (the telegram log of the engineering tool), default is: text"},
-             TimeOption()})),
+             TimeOption(),
+             NamesOption()})),
         1,
         Prepare<DecodeOptions, Decode>};
 }

@@ -4,6 +4,7 @@
 #include "CommonOptions.h"
 #include "Filter.h"
 #include "Formatter.h"
+#include "GroupNames.h"
 
 #include <string>
 
@@ -20,6 +21,7 @@ struct DecodeOptions
     TimeStamp timeStamp;
     LookOptions look;
     Filter filter;
+    NamesFile names;
 };
 
 /// Shows what was recorded, whatever it was recorded in, and writes it in another form.

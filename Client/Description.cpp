@@ -5,6 +5,8 @@
 
 #include "Orvel/Protocol.h"
 
+#include <utility>
+
 namespace OrvelClient
 {
 
@@ -84,10 +86,34 @@ std::string KindOf(const Message& message)
     return name.empty() ? "message code " + HexNumber(message.frame.front(), 2) : name;
 }
 
-std::string Describe(const Message& message, Detail detail)
+std::string WrongValueText(const Meaning& meaning)
 {
-    const CemiMessage cemi = TakenApart(message);
-    return WithProblems(IsOfTheBus(message.frame) ? Words(cemi, detail) : NoticeText(message.frame), cemi);
+    return "no value of the type " + meaning.type->Number();
+}
+
+std::string Describe(const Message& message, Detail detail, const KnownGroups& groups)
+{
+    CemiMessage cemi = TakenApart(message);
+    if (!IsOfTheBus(message.frame))
+    {
+        return WithProblems(NoticeText(message.frame), cemi);
+    }
+    const Meaning meaning = MeaningOf(cemi, groups);
+    const bool isShort = detail != Detail::All && meaning.value;
+    std::string text = Words(cemi, isShort ? Detail::WithoutValue : detail);
+    if (meaning.value)
+    {
+        text += (isShort ? " " : " = ") + meaning.text;
+    }
+    if (!meaning.name.empty())
+    {
+        text += "  " + meaning.name;
+    }
+    if (meaning.isWrong)
+    {
+        cemi.problems.push_back(WrongValueText(meaning));
+    }
+    return WithProblems(std::move(text), cemi);
 }
 
 } // namespace OrvelClient

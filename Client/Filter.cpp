@@ -94,41 +94,39 @@ std::vector<std::string> Kinds(const CommandLine& line)
     return kinds;
 }
 
-template<typename Pattern>
-std::vector<Pattern> Patterns(const CommandLine& line, const char* option)
+std::vector<Knx::IndividualAddressPattern> Sources(const CommandLine& line)
 {
-    std::vector<Pattern> patterns;
-    for (const std::string& text : line.TextsOr({}, option))
+    std::vector<Knx::IndividualAddressPattern> patterns;
+    for (const std::string& text : line.TextsOr({}, "source"))
     {
         try
         {
             patterns.emplace_back(text);
         }
-        catch (const std::invalid_argument& problem)
+        catch (const Knx::NotAnIndividualAddress& problem)
         {
-            Reject(std::string("--") + option + ": " + problem.what());
+            Reject(std::string("--source: ") + problem.what());
         }
     }
     return patterns;
 }
 
-template<typename Pattern>
-bool Contain(const std::vector<Pattern>& patterns, uint16_t address)
+bool Contain(const std::vector<Knx::IndividualAddressPattern>& patterns, uint16_t address)
 {
     return std::any_of(patterns.begin(), patterns.end(),
-                       [address](const Pattern& pattern) { return pattern.Contains(address); });
+                       [address](const Knx::IndividualAddressPattern& pattern) { return pattern.Contains(address); });
 }
 
 } // namespace
 
 Filter::Filter(const CommandLine& line)
-    : groups(Patterns<Knx::GroupAddressPattern>(line, "group"))
-    , sources(Patterns<Knx::IndividualAddressPattern>(line, "source"))
+    : groups(line)
+    , sources(Sources(line))
     , services(Services(line))
     , kinds(Kinds(line))
     , inverted(line.Has("not"))
 {
-    if (inverted && groups.empty() && sources.empty() && services.empty() && kinds.empty())
+    if (inverted && groups.IsEmpty() && sources.empty() && services.empty() && kinds.empty())
     {
         Reject("--not needs --group, --source, --service or --kind");
     }
@@ -149,12 +147,12 @@ bool Filter::Matches(const Message& message) const
             return false;
         }
     }
-    if (groups.empty() && sources.empty() && services.empty())
+    if (groups.IsEmpty() && sources.empty() && services.empty())
     {
         return true;
     }
     const Knx::CemiMessage cemi = TakenApart(message);
-    if (!groups.empty() && !(cemi.destination && cemi.IsGroupAddressed() && Contain(groups, *cemi.destination)))
+    if (!groups.IsEmpty() && !(cemi.destination && cemi.IsGroupAddressed() && groups.Contain(*cemi.destination)))
     {
         return false;
     }
@@ -169,7 +167,7 @@ bool Filter::Matches(const Message& message) const
 std::vector<Option> WithFilterOptions(std::vector<Option> options)
 {
     options.push_back(
-        {"group", "Only telegrams to these group addresses: 1/2/3, 1/2/*, 1/2/0-9.", Option::Kind::Values});
+        {"group", "Only telegrams to these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name.", Option::Kind::Values});
     options.push_back({"source", "Only telegrams from these devices: 1.1.5, 1.1.*, 1.1.0-9.", Option::Kind::Values});
     options.push_back(
         {"service", "Only telegrams of these services: read, response, write, A_Restart.", Option::Kind::Values});

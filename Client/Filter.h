@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Command.h"
+#include "GroupPatterns.h"
 #include "Message.h"
 
-#include "Knx/GroupAddress.h"
 #include "Knx/IndividualAddress.h"
 
 #include <string>
@@ -25,12 +25,18 @@ public:
     /// Throws Failure (WrongOption).
     explicit Filter(const CommandLine& line);
 
+    /// Before Passes: takes the names of groups for what they mean. Throws Failure (NotUnderstood).
+    void Resolve(const Knx::GroupAddresses& named)
+    {
+        groups.Resolve(named);
+    }
+
     bool Passes(const Message& message) const;
 
 private:
     bool Matches(const Message& message) const;
 
-    std::vector<Knx::GroupAddressPattern> groups;
+    GroupPatterns groups;
     std::vector<Knx::IndividualAddressPattern> sources;
     std::vector<std::string> services; // as a telegram names them
     std::vector<std::string> kinds;

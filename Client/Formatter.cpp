@@ -26,14 +26,14 @@ std::string Formatter::Entry(const Message& message)
     switch (form)
     {
     case Form::Json:
-        return DescribeAsJson(message) + "\n";
+        return DescribeAsJson(message, groups) + "\n";
     case Form::Capture:
         return CapturePacket(message);
     case Form::TelegramLog:
         return message.frame.empty() || !IsOfTheBus(message.frame) ? "" : TelegramLogEntry(message);
     default:
         return RecordLine(stamper.Stamp(message.time), message,
-                          {look.color, look.terminal == nullptr ? 0 : look.terminal->Columns()}) +
+                          {look.color, look.terminal == nullptr ? 0 : look.terminal->Columns()}, groups) +
                "\n";
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "KnownGroups.h"
 #include "Message.h"
 #include "Output.h"
 #include "TimeStamp.h"
@@ -30,9 +31,11 @@ struct Look
 class Formatter
 {
 public:
-    Formatter(Form wantedForm, TimeStamp countsFrom, const Look& linesLook = {})
+    /// `knownGroups` have to live as long.
+    Formatter(Form wantedForm, TimeStamp countsFrom, const KnownGroups& knownGroups, const Look& linesLook = {})
         : form(wantedForm)
         , stamper(countsFrom)
+        , groups(knownGroups)
         , look(linesLook)
     {
     }
@@ -49,6 +52,7 @@ public:
 private:
     Form form;
     TimeStamper stamper;
+    const KnownGroups& groups;
     Look look;
 };
 

@@ -4,10 +4,9 @@
 #include "CommonOptions.h"
 #include "Failure.h"
 #include "FrameSender.h"
+#include "GroupOptions.h"
 #include "Output.h"
 #include "RandomTelegrams.h"
-
-#include "Knx/GroupAddress.h"
 
 #include <random>
 
@@ -17,6 +16,25 @@ namespace OrvelClient
 namespace
 {
 
+// The groups to which telegrams go, with the types of their values.
+std::vector<RandomTelegrams::Group> GroupsOf(const GenerateOptions& options)
+{
+    const KnownGroups known(ReadNames(options.names).groups);
+    GroupPatterns patterns = options.groups;
+    patterns.Resolve(known.Addresses());
+    const Knx::DatapointType* const type = options.type.empty() ? nullptr : &TypeFrom(options.type);
+    std::vector<RandomTelegrams::Group> groups;
+    for (const uint16_t address : patterns.Addresses())
+    {
+        groups.push_back({address, type == nullptr ? known.Type(address) : type});
+    }
+    if (groups.empty())
+    {
+        throw Failure(Status::NotUnderstood, "0/0/0 addresses all devices, not a group");
+    }
+    return groups;
+}
+
 Status Generate(const GenerateOptions& options)
 {
     using namespace std::chrono;
@@ -25,7 +43,7 @@ Status Generate(const GenerateOptions& options)
     Output output;
     Notice(output, "seed " + std::to_string(seed) + "; Ctrl-C ends");
     FrameSender sender(stop, options.wait);
-    RandomTelegrams telegrams(seed, options.groups);
+    RandomTelegrams telegrams(seed, GroupsOf(options));
     const auto start = steady_clock::now();
     for (uint64_t count = 0; options.number == 0 || count < options.number; ++count)
     {
@@ -54,7 +72,7 @@ Status Generate(const GenerateOptions& options)
 
 constexpr std::chrono::milliseconds DefaultWait{1000};
 
-std::vector<uint16_t> Groups(const CommandLine& line)
+GroupPatterns Groups(const CommandLine& line)
 {
     if (!line.Has("group"))
     {
@@ -62,24 +80,7 @@ std::vector<uint16_t> Groups(const CommandLine& line)
             "generate needs --group, such as 31/7/*: telegrams to random addresses would switch real lamps and drive "
             "real blinds");
     }
-    std::vector<uint16_t> groups;
-    for (const std::string& text : line.TextsOr({}, "group"))
-    {
-        try
-        {
-            const std::vector<uint16_t> addresses = Knx::GroupAddressPattern(text).Addresses();
-            groups.insert(groups.end(), addresses.begin(), addresses.end());
-        }
-        catch (const Knx::NotAGroupAddress& problem)
-        {
-            Reject(std::string("--group: ") + problem.what());
-        }
-    }
-    if (groups.empty())
-    {
-        Reject("--group: 0/0/0 addresses all devices, not a group");
-    }
-    return groups;
+    return GroupPatterns(line);
 }
 
 double Rate(const CommandLine& line)
@@ -96,6 +97,8 @@ std::optional<uint32_t> Seed(const CommandLine& line)
 
 GenerateOptions::GenerateOptions(const CommandLine& line)
     : groups(Groups(line))
+    , type(line.TextOr("", "dpt"))
+    , names(TakeNamesFile(line))
     , rate(Rate(line))
     , number(TakeNumber(line))
     , seed(Seed(line))
@@ -111,7 +114,9 @@ Command GenerateCommand()
             "send random telegrams to groups, for load",
             "[OPTION...]",
             "Sends random telegrams to the groups that it is given.",
-            {{"group", "To these group addresses: 1/2/3, 1/2/*, 1/2/0-9.", Option::Kind::Values},
+            {{"group", "To these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name.", Option::Kind::Values},
+             {"dpt", "Values of this datapoint type; without it those of the group's, or random bytes."},
+             NamesOption(),
              {"rate", "Send so many telegrams a second, default is: 10"},
              NumberOption("telegrams"),
              {"seed", "The same seed gives the same telegrams; without it they differ each time."},

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "Command.h"
+#include "GroupNames.h"
+#include "GroupPatterns.h"
 
 #include <chrono>
 #include <cstdint>
 #include <optional>
-#include <vector>
+#include <string>
 
 namespace OrvelClient
 {
@@ -15,7 +17,9 @@ struct GenerateOptions
     /// Throws Failure (WrongOption).
     explicit GenerateOptions(const CommandLine& line);
 
-    std::vector<uint16_t> groups; ///< one at least
+    GroupPatterns groups;
+    std::string type; ///< of their values; empty: that of the group, and random bytes where it has none
+    NamesFile names;
     double rate;                  ///< telegrams a second
     uint64_t number;              ///< of telegrams; 0: goes on
     std::optional<uint32_t> seed; ///< none: another one each time

@@ -133,6 +133,23 @@ Bytes DataOf(const CemiMessage& cemi)
     return small && cemi.payload.empty() ? Bytes{*small} : cemi.payload;
 }
 
+void AddMeaning(Object& object, const Meaning& meaning)
+{
+    if (!meaning.name.empty())
+    {
+        object["name"] = meaning.name;
+    }
+    if (meaning.type != nullptr)
+    {
+        object["dpt"] = meaning.type->Number();
+    }
+    if (meaning.value)
+    {
+        object["value"] = ToJson(*meaning.type, *meaning.value);
+        object["text"] = meaning.text;
+    }
+}
+
 // Takes what it needs of an object while the library reads it.
 class Members : public nlohmann::json_sax<nlohmann::json>
 {
@@ -249,13 +266,14 @@ Message MessageFromJson(std::string_view line)
     return message;
 }
 
-std::string DescribeAsJson(const Message& message)
+std::string DescribeAsJson(const Message& message, const KnownGroups& groups)
 {
     Object object;
     object["direction"] = NameOf(message.direction);
     object["hex"] = ToHex(message.frame, "");
     object["kind"] = KindOf(message);
-    const CemiMessage cemi = TakenApart(message);
+    CemiMessage cemi = TakenApart(message);
+    const Meaning meaning = MeaningOf(cemi, groups);
     AddIfThere(object, "dropped", LostMessages(message.frame));
     if (IsOfTheBus(message.frame))
     {
@@ -275,6 +293,11 @@ std::string DescribeAsJson(const Message& message)
         {
             object["data"] = ToHex(data, "");
         }
+        AddMeaning(object, meaning);
+    }
+    if (meaning.isWrong)
+    {
+        cemi.problems.push_back(WrongValueText(meaning));
     }
     if (!cemi.problems.empty())
     {

@@ -63,10 +63,12 @@ private:
 class Reading
 {
 public:
-    Reading(QueueReader& queueReader, const StopSignals& stopSignals, const MonitorOptions& monitorOptions)
+    /// Ends after so many messages that pass the filter; 0: goes on.
+    Reading(QueueReader& queueReader, const StopSignals& stopSignals, const Filter& chosen, uint64_t messages)
         : reader(queueReader)
         , stop(stopSignals)
-        , options(monitorOptions)
+        , filter(chosen)
+        , number(messages)
         , thread([this] { Run(); })
     {
     }
@@ -94,7 +96,7 @@ private:
         std::exception_ptr failure;
         try
         {
-            for (uint64_t count = 0; options.number == 0 || count < options.number;)
+            for (uint64_t count = 0; number == 0 || count < number;)
             {
                 const auto received = reader.Next();
                 if (!received)
@@ -102,7 +104,7 @@ private:
                     break;
                 }
                 Message message = FromQueue(*received, Now());
-                if (options.filter.Passes(message))
+                if (filter.Passes(message))
                 {
                     buffer.Put(std::move(message));
                     ++count;
@@ -118,7 +120,8 @@ private:
 
     QueueReader& reader;
     const StopSignals& stop;
-    const MonitorOptions& options;
+    const Filter& filter;
+    uint64_t number;
     MessageBuffer buffer{BufferSize};
     std::thread thread; // last: it uses the others
 };
@@ -127,11 +130,11 @@ private:
 class Screen
 {
 public:
-    Screen(const MonitorOptions& options, RotatingOutput& shownOutput, const Look& look)
+    Screen(const MonitorOptions& options, RotatingOutput& shownOutput, const KnownGroups& groups, const Look& look)
         : format(options.format)
         , interval(options.interval)
         , output(shownOutput)
-        , formatter(FormOf(format), options.timeStamp, look)
+        , formatter(FormOf(format), options.timeStamp, groups, look)
         , stamper(TimeStamp::Date)
     {
     }
@@ -201,18 +204,21 @@ private:
 Status Monitor(const MonitorOptions& options)
 {
     const StopSignals stop;
+    const KnownGroups groups(ReadNames(options.names).groups);
+    Filter filter = options.filter;
+    filter.Resolve(groups.Addresses());
     static_cast<void>(Queue(ORVEL_CEMI_FROM_LL_QUEUE, Queue::For::Reading)); // or an older capture stays as it is
     const Output terminal;
     if (options.format == Format::Capture && options.file == "-" && terminal.IsTerminal())
     {
         throw Failure(Status::WrongOption, "a capture is nothing for a terminal: let a file or a program take it");
     }
-    const Formatter formatter(Screen::FormOf(options.format), options.timeStamp);
+    const Formatter formatter(Screen::FormOf(options.format), options.timeStamp, groups);
     RotatingOutput output(options.file, options.rotation, formatter.Begin({}));
     output.Flush();
     QueueReader reader(ORVEL_CEMI_FROM_LL_QUEUE, stop, terminal);
-    Screen screen(options, output, options.file == "-" ? LookOn(terminal, options.look) : Look());
-    Reading reading(reader, stop, options);
+    Screen screen(options, output, groups, options.file == "-" ? LookOn(terminal, options.look) : Look());
+    Reading reading(reader, stop, filter, options.number);
     MessageBuffer& buffer = reading.Buffer();
     uint64_t count = 0;
     while (!buffer.HasEnded())
@@ -321,6 +327,7 @@ MonitorOptions::MonitorOptions(const CommandLine& line)
     , number(TakeNumber(line))
     , look(TakeLook(line))
     , filter(line)
+    , names(TakeNamesFile(line))
 {
     if (rotation && file == "-")
     {
@@ -337,6 +344,7 @@ Command MonitorCommand()
             "Shows each message from the bus, and the state of the link.",
             WithFilterOptions(WithLookOptions(
                 {TimeOption(),
+                 NamesOption(),
                  NumberOption("messages"),
                  {"count", "Show only how many messages of each kind came, at the end.", Option::Kind::Flag},
                  {"stats", "Show every so many seconds how many telegrams came, the bus load, and from whom to whom."},

@@ -4,6 +4,7 @@
 #include "CommonOptions.h"
 #include "Filter.h"
 #include "Formatter.h"
+#include "GroupNames.h"
 #include "RotatingOutput.h"
 
 #include <chrono>
@@ -36,6 +37,7 @@ struct MonitorOptions
     uint64_t number;                    ///< of messages after which it ends; 0: goes on
     LookOptions look;
     Filter filter;
+    NamesFile names;
 };
 
 /// Shows the messages from the link until it is stopped.

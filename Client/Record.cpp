@@ -109,7 +109,8 @@ std::chrono::microseconds TimeOf(std::string_view text)
 
 } // namespace
 
-std::string RecordLine(const std::string& stamp, const Message& message, const LineStyle& style)
+std::string RecordLine(const std::string& stamp, const Message& message, const LineStyle& style,
+                       const KnownGroups& groups)
 {
     const bool isNarrow = style.width > 0;
     std::string bytes;
@@ -119,7 +120,7 @@ std::string RecordLine(const std::string& stamp, const Message& message, const L
         bytes += message.frame.empty() ? "" : " " + Knx::ToHex(message.frame);
         bytes += "  # ";
     }
-    const std::string text = Describe(message, isNarrow ? Knx::Detail::Unusual : Knx::Detail::All);
+    const std::string text = Describe(message, isNarrow ? Knx::Detail::Unusual : Knx::Detail::All, groups);
     if (!isNarrow && !style.color)
     {
         return stamp + bytes + text;

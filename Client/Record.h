@@ -1,5 +1,6 @@
 #pragma once
 
+#include "KnownGroups.h"
 #include "Message.h"
 #include "TimeStamp.h"
 
@@ -19,7 +20,8 @@ struct LineStyle
 };
 
 /// A line of a record: "(1763719200.123456) rx 29 00 bc e0 11 01 0a 03 01 00 81  # L_Data.ind ..."
-std::string RecordLine(const std::string& stamp, const Message& message, const LineStyle& style = {});
+std::string RecordLine(const std::string& stamp, const Message& message, const LineStyle& style = {},
+                       const KnownGroups& groups = KnownGroups());
 
 /// Whether the line is meant as one of a record, right or wrong.
 bool LooksLikeRecord(std::string_view line);

@@ -49,6 +49,7 @@ public:
     Line(const CemiMessage& message, Detail detail)
         : cemi(message)
         , isComplete(detail == Detail::All)
+        , hasValue(detail != Detail::WithoutValue)
     {
         constexpr std::size_t usual = 160; // bytes
         text.reserve(usual);
@@ -62,7 +63,7 @@ public:
         AddInfo();
         AddTransport();
         AddProperty();
-        if (!cemi.payload.empty())
+        if (hasValue && !cemi.payload.empty())
         {
             Add("data=");
             text += ToHex(cemi.payload, "");
@@ -185,7 +186,7 @@ private:
         if (cemi.apci)
         {
             Add(ServiceName(cemi));
-            if (const auto value = SmallValue(cemi))
+            if (const auto value = SmallValue(cemi); hasValue && value)
             {
                 Add("value=");
                 text += HexNumber(*value, 2);
@@ -222,6 +223,7 @@ private:
 
     const CemiMessage& cemi;
     bool isComplete;
+    bool hasValue;
     std::string text;
 };
 

@@ -16,7 +16,8 @@ std::string Describe(const CemiMessage& cemi);
 enum class Detail
 {
     All,
-    Unusual ///< not what nearly every telegram has: low priority, six hops, a group as its destination
+    Unusual,     ///< not what nearly every telegram has: low priority, six hops, a group as its destination
+    WithoutValue ///< the same without the value or the data
 };
 
 /// The same without what is wrong.

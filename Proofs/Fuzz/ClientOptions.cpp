@@ -1,5 +1,6 @@
 // The command line of orvelctl. The input is the arguments behind the program's name, each with a zero byte at its end.
 
+#include "Answer.h"
 #include "Button.h"
 #include "Check.h"
 #include "CommandLine.h"
@@ -9,8 +10,10 @@
 #include "Led.h"
 #include "Monitor.h"
 #include "Queue.h"
+#include "Read.h"
 #include "Replay.h"
 #include "Send.h"
+#include "Write.h"
 
 #include "Expect.h"
 #include "Input.h"
@@ -26,6 +29,22 @@ namespace
 void ExpectWait(std::chrono::milliseconds wait)
 {
     Fuzz::Expect("a wait of a day at the most", wait >= 0ms && wait <= 24h);
+}
+
+void Check(const WriteOptions& write)
+{
+    ExpectWait(write.wait);
+}
+
+void Check(const ReadOptions& read)
+{
+    ExpectWait(read.wait);
+    Fuzz::Expect("a time to wait for the answer", read.timeout > 0ms && read.timeout <= 1h);
+}
+
+void Check(const AnswerOptions& answer)
+{
+    ExpectWait(answer.wait);
 }
 
 void Check(const SendOptions& send)
@@ -99,6 +118,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     try
     {
         Fuzz::Expect("something to do", static_cast<bool>(ActionFor(argc, argv.data())));
+        CheckIf<WriteOptions>(WriteCommand(), argc - 1, argv.data() + 1);
+        CheckIf<ReadOptions>(ReadCommand(), argc - 1, argv.data() + 1);
+        CheckIf<AnswerOptions>(AnswerCommand(), argc - 1, argv.data() + 1);
         CheckIf<SendOptions>(SendCommand(), argc - 1, argv.data() + 1);
         CheckIf<MonitorOptions>(MonitorCommand(), argc - 1, argv.data() + 1);
         CheckIf<DecodeOptions>(DecodeCommand(), argc - 1, argv.data() + 1);

@@ -113,4 +113,26 @@ TEST(Json, SaysWhatIsNotUnderstood)
     }
 }
 
+TEST(Json, HasTheNameTheTypeAndTheValueOfAKnownGroup)
+{
+    const OrvelClient::KnownGroups groups(Knx::GroupAddresses(
+        std::vector<Knx::NamedGroup>{{0x0A03, "Lights/Ceiling", "1.001", ""}, {0x0A04, "Temperature", "9.001", ""}}));
+    const auto end = [&groups](const std::string& hex)
+    {
+        const std::string object = DescribeAsJson(MessageOf(hex), groups);
+        return object.substr(object.find(R"("service")"));
+    };
+    EXPECT_EQ(
+        end("29 00 bc e0 11 02 0a 03 01 00 81"),
+        R"("service":"A_GroupValue_Write","data":"01","name":"Lights/Ceiling","dpt":"1.001","value":true,"text":"On"})");
+    EXPECT_EQ(end("29 00 bc e0 11 02 0a 04 03 00 80 0c 1a"),
+              R"("service":"A_GroupValue_Write","data":"0c1a","name":"Temperature","dpt":"9.001","value":21.0,)"
+              R"("text":"21 °C"})");
+    EXPECT_EQ(end("29 00 bc e0 11 02 0a 04 01 00 00"),
+              R"("service":"A_GroupValue_Read","name":"Temperature","dpt":"9.001"})");
+    EXPECT_EQ(end("29 00 bc e0 11 02 0a 04 01 00 81"),
+              R"("service":"A_GroupValue_Write","data":"01","name":"Temperature","dpt":"9.001",)"
+              R"("problem":"no value of the type 9.001"})");
+}
+
 } // namespace

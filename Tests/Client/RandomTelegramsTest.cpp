@@ -1,9 +1,12 @@
 #include "RandomTelegrams.h"
 
+#include "KnownGroups.h"
+
 #include "Knx/CemiMessage.h"
 #include "Knx/CemiNames.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <set>
 
@@ -14,7 +17,7 @@ using OrvelClient::RandomTelegrams;
 namespace
 {
 
-const std::vector<uint16_t> Groups{0x0A03, 0x0A04, 0xFFFF};
+const std::vector<RandomTelegrams::Group> Groups{{0x0A03}, {0x0A04}, {0xFFFF}};
 
 TEST(RandomTelegrams, AreCompleteRequestsForGroups)
 {
@@ -34,7 +37,7 @@ TEST(RandomTelegrams, AreCompleteRequestsForGroups)
         ASSERT_EQ(message.IsStandardFrame(), message.length <= 15);
         ASSERT_NE(Knx::NameOfPriority(message.Priority()), "system");
     }
-    EXPECT_EQ(groups, std::set<uint16_t>(Groups.begin(), Groups.end()));
+    EXPECT_EQ(groups, (std::set<uint16_t>{0x0A03, 0x0A04, 0xFFFF}));
 }
 
 TEST(RandomTelegrams, AreOfAllKinds)
@@ -62,6 +65,37 @@ TEST(RandomTelegrams, AreTheSameForTheSameSeed)
     EXPECT_EQ(first, same.Next());
     EXPECT_NE(first, other.Next());
     EXPECT_EQ(ToHex(first), "11 00 bc e0 00 00 0a 04 01 00 00");
+}
+
+TEST(RandomTelegrams, HaveValuesOfTheTypesOfTheirGroups)
+{
+    for (const Knx::DatapointType& type : Knx::DatapointTypes())
+    {
+        RandomTelegrams telegrams(1, {{0x0A03, &type}});
+        for (int i = 0; i < 20; ++i)
+        {
+            const auto message = Knx::Decode(telegrams.Next());
+            ASSERT_TRUE(message.problems.empty()) << type.Number();
+            if (const auto value = OrvelClient::ValueOf(message))
+            {
+                EXPECT_NO_THROW(Encode(type, ToText(type, *value))) << type.Number(); // one that may be sent
+            }
+        }
+    }
+}
+
+TEST(RandomTelegrams, HaveTemperaturesThatPeopleKnow)
+{
+    RandomTelegrams telegrams(1, {{0x0A03, Knx::FindDatapointType("9.001")}});
+    for (int i = 0; i < 1000; ++i)
+    {
+        if (const auto value = OrvelClient::ValueOf(Knx::Decode(telegrams.Next())))
+        {
+            const double temperature = ToJson(*Knx::FindDatapointType("9.001"), *value).get<double>();
+            EXPECT_GE(temperature, -20);
+            EXPECT_LE(temperature, 100);
+        }
+    }
 }
 
 } // namespace

@@ -101,4 +101,12 @@ TEST(CemiText, CanLeaveOutWhatNearlyEveryTelegramHas)
     EXPECT_EQ(unusual("29 00 bc e0 11 02 0a 03"), "L_Data.ind 1.1.2 -> 1/2/3"); // its problems are not among the words
 }
 
+TEST(CemiText, CanLeaveOutTheValueToo)
+{
+    const auto without = [](const std::string& hex)
+    { return Words(Knx::Decode(Knx::FromHex(hex)), Knx::Detail::WithoutValue); };
+    EXPECT_EQ(without("29 00 bc e0 11 02 0a 03 01 00 81"), "L_Data.ind 1.1.2 -> 1/2/3 A_GroupValue_Write");
+    EXPECT_EQ(without("29 00 bc e0 11 02 0a 03 02 00 80 81"), "L_Data.ind 1.1.2 -> 1/2/3 A_GroupValue_Write");
+}
+
 } // namespace

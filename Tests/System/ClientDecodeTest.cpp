@@ -200,10 +200,10 @@ TEST_F(ClientDecode, ChoosesWhatTsharkChooses)
                   .status,
               0);
     const std::vector<std::pair<std::string, std::string>> filters{
-        {"--group '1/2/*'", R"(cemi.da matches "^1/2/")"},
+        {"--group '1/2/*'", "cemi.da >= 0x0a00 && cemi.da <= 0x0aff"},
         {"--service read", "cemi.ac == 0"},
         {"--service response,write", "cemi.ac == 1 || cemi.ac == 2"},
-        {"--not --group '1/*' --service write", R"(!(cemi.da matches "^1/" && cemi.ac == 2))"},
+        {"--not --group '1/*' --service write", "!(cemi.da >= 0x0800 && cemi.da <= 0x0fff && cemi.ac == 2)"},
     };
     for (const auto& [ours, theirs] : filters)
     {

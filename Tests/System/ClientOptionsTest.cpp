@@ -25,7 +25,8 @@ TEST(ClientOptions, HelpListsTheCommands)
 
 TEST(ClientOptions, HelpOfACommandListsItsOptions)
 {
-    for (const char* const command : {"send", "monitor", "decode", "replay", "generate", "names", "button", "led", "check"})
+    for (const char* const command :
+         {"write", "read", "answer", "send", "monitor", "decode", "replay", "generate", "names", "button", "led", "check"})
     {
         for (const char* const option : {"--help", "-h"})
         {
@@ -79,8 +80,8 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
          "--pcap and --write cannot go together: --pcap names the file itself"},
         {{"monitor", "--rotate", "1M"}, "--rotate needs a file: --write or --pcap"},
         {{"monitor", "--color", "red"}, "--color is auto, always or never, not 'red'"},
-        {{"monitor", "--group", "1/2/x"},
-         "--group: '1/2/x' is no group address or pattern such as 1/2/3, 1/2/* or 1/2/0-9"},
+        {{"monitor", "--group", "1/2/-"},
+         "--group: '1/2/-' is no group address or pattern such as 1/2/3, 1/2/* or 1/2/0-9"},
         {{"monitor", "--not"}, "--not needs --group, --source, --service or --kind"},
         {{"decode", "a", "b"}, "'b' is not understood"},
         {{"decode", "--to", "xml"}, "--to is text, json, pcap or ets, not 'xml'"},
@@ -98,7 +99,6 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
          "generate needs --group, such as 31/7/*: telegrams to random addresses would switch real lamps and drive real "
          "blinds"},
         {{"generate", "--group", "1/2/300"}, "--group: '1/2/300' is no group address: 300 should be 0 to 255"},
-        {{"generate", "--group", "0/0/0"}, "--group: 0/0/0 addresses all devices, not a group"},
         {{"generate", "--group", "31/7/*", "--rate", "0"}, "--rate takes 0.001 to 100000, not '0'"},
         {{"generate", "--group", "31/7/*", "--rate", "100001"}, "--rate takes 0.001 to 100000, not '100001'"},
         {{"generate", "--group", "31/7/*", "--rate", "nan"}, "--rate takes 0.001 to 100000, not 'nan'"},
@@ -111,6 +111,7 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"led", "a", "on", "b"}, "'b' is not understood"},
         {{"led", ""}, "an LED has a name"},
         {{"led", "a", "101"}, "an LED is on, off or 0 to 100, not '101'"},
+        {{"led", "a", "-5"}, "an LED is on, off or 0 to 100, not '-5'"},
         {{"led", "a", "ON"}, "an LED is on, off or 0 to 100, not 'ON'"},
         {{"led", "a", ""}, "an LED is on, off or 0 to 100, not ''"},
         {{"check", "x"}, "'x' is not understood"},
