@@ -89,7 +89,7 @@ TEST(Json, IsReadBack)
 
 TEST(Json, OfAnotherProgramNeedsOnlyTheDigits)
 {
-    const Message message = MessageFromJson(R"({"more":{"hex":"77","time":7},"hex":"11:00","list":["77"]})");
+    const Message message = MessageFromJson(R"({"hex":"11:00","more":{"hex":"77","time":7},"list":[{"hex":"77"}]})");
     EXPECT_EQ(message.frame, (Bytes{0x11, 0x00}));
     EXPECT_EQ(message.time.count(), 0);
     EXPECT_EQ(message.direction, Direction::ToLink);

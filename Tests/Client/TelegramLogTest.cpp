@@ -65,7 +65,7 @@ TEST(TelegramLog, OtherElementsAndWhatMayStandBetweenThemDoNotMatter)
     const std::string others =
         "<RecordStart Mode=\"a > b\"/><!-- <Telegram > -- > --><Connection State='x'></Connection>\n";
     const Recorded recorded = Read("\xEF\xBB\xBF" + Begin + others + Telegram + others +
-                                   "<Telegram\n RawData=\"2900\"\n FrameFormat=\"Common&#69;mi\" "
+                                   "<Telegram\n Service=\"a > b\" RawData=\"2900\"\n FrameFormat=\"Common&#69;mi\" "
                                    "Timestamp=\"2025-11-21T11:00:00+01:00\">x</Telegram>" +
                                    End);
     ASSERT_EQ(recorded.messages.size(), 2);

@@ -217,4 +217,22 @@ TEST_F(ClientDecode, ChoosesWhatTsharkChooses)
     }
 }
 
+TEST_F(ClientDecode, TakesNamesForGroups)
+{
+    const std::string names = directory.File("names.xml");
+    std::ofstream(names) << R"(<GroupAddress-Export xmlns="http://knx.org/xml/ga-export/01">
+  <GroupRange Name="Lights" RangeStart="2560" RangeEnd="2815">
+    <GroupAddress Name="Ceiling" Address="1/2/3" DPTs="DPST-1-1"/>
+  </GroupRange>
+</GroupAddress-Export>)";
+    const std::string file = File(Log + "(1763719201.500000) rx 29 00 bc e0 11 01 0a 04 01 00 81\n");
+    EXPECT_THAT(RunClient({"decode", "--names", names, "--group", "Ceiling", file}).lines,
+                ElementsAre(EndsWith("A_GroupValue_Write value=0x01 = On  Lights/Ceiling")));
+    EXPECT_THAT(RunClient({"generate", "--names", names, "--group", "Ceiling", "-n", "1", "--print"}).lines,
+                ElementsAre(HasSubstr(" 0a 03 01 00 ")));
+    const Outcome outcome = RunClient({"decode", "--names", names, "--group", "Wall", file});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_THAT(outcome.lines, ElementsAre(HasSubstr("no group has the name 'Wall'")));
+}
+
 } // namespace
