@@ -38,7 +38,7 @@ Status Answer(const AnswerOptions& options)
         return Status::Done;
     }
     const StopSignals stop;
-    std::optional<Conversation> conversation(std::in_place, stop, options.wait);
+    std::optional<Conversation> conversation(std::in_place, options.bus, stop, options.wait);
     Notice(output, "answers " + Knx::GroupAddress(group.address) + "; Ctrl-C ends");
     TimeStamper stamper(TimeStamp::Absolute);
     uint64_t count = 0;
@@ -48,7 +48,7 @@ Status Answer(const AnswerOptions& options)
         {
             if (!conversation)
             {
-                conversation.emplace(stop, options.wait);
+                conversation.emplace(options.bus, stop, options.wait);
             }
             const auto message = conversation->Next(std::chrono::steady_clock::now() + std::chrono::hours(1));
             if (message && Asks(*message, group.address))
@@ -83,6 +83,7 @@ AnswerOptions::AnswerOptions(const CommandLine& line)
     , print(line.Has("print"))
     , number(TakeNumber(line))
     , wait(TakeWait(line, DefaultWait))
+    , bus(TakeBus(line))
 {
 }
 
@@ -95,7 +96,7 @@ Command AnswerCommand()
             "Answers those who ask for the value of a group, until it is stopped, and shows their telegrams.\n"
             "\n"
             "  orvelctl answer 1/2/4 21.5 --dpt 9.001",
-            WithGroupOptions({NumberOption("answers"), PrintOption(), WaitOption(DefaultWait)}),
+            WithBusOptions(WithGroupOptions({NumberOption("answers"), PrintOption(), WaitOption(DefaultWait)})),
             SIZE_MAX,
             Prepare<AnswerOptions, Answer>};
 }

@@ -19,6 +19,7 @@ struct AnswerOptions
     bool print;      ///< the frame is shown instead of sent
     uint64_t number; ///< of answers after which it ends; 0: goes on
     std::chrono::milliseconds wait;
+    BusOptions bus;
 };
 
 /// Answers those who ask for the value of a group.

@@ -1,9 +1,10 @@
 #include "Button.h"
 
+#include "BusReader.h"
 #include "CommandLine.h"
 #include "CommonOptions.h"
 #include "Message.h"
-#include "QueueReader.h"
+#include "Queue.h"
 
 #include "Orvel/Protocol.h"
 
@@ -30,7 +31,8 @@ Status Button(const ButtonOptions& options)
 {
     const StopSignals stop;
     Output output;
-    QueueReader reader(options.queue, stop, output);
+    Bus bus(options.bus, Bus::For::Button, stop);
+    BusReader reader(bus, stop, output);
     TimeStamper stamper(options.timeStamp);
     for (uint64_t count = 0; options.number == 0 || count < options.number; ++count)
     {
@@ -45,20 +47,26 @@ Status Button(const ButtonOptions& options)
     return Status::Done;
 }
 
-std::string QueueName(const CommandLine& line)
+BusOptions TakeButtonBus(const CommandLine& line)
 {
-    std::string name = line.TextOr(ORVEL_PROG_BUTTON_QUEUE, "queue");
-    if (!Queue::IsName(name))
+    BusOptions options = TakeBus(line);
+    options.buttonQueue = line.TextOr(ORVEL_PROG_BUTTON_QUEUE, "queue");
+    if (!Queue::IsName(options.buttonQueue))
     {
-        Reject("--queue takes a name that begins with / and has no other, not '" + name + "'");
+        Reject("--queue takes a name that begins with / and has no other, not '" + options.buttonQueue + "'");
     }
-    return name;
+    if (line.Has("queue") && options.named)
+    {
+        Reject("--queue and --socket cannot go together");
+    }
+    options.direct = options.direct || line.Has("queue"); // the gateway has the button from one queue, maybe another
+    return options;
 }
 
 } // namespace
 
 ButtonOptions::ButtonOptions(const CommandLine& line)
-    : queue(QueueName(line))
+    : bus(TakeButtonBus(line))
     , timeStamp(TakeTimeStamp(line))
     , number(TakeNumber(line))
 {
@@ -66,16 +74,17 @@ ButtonOptions::ButtonOptions(const CommandLine& line)
 
 Command ButtonCommand()
 {
-    return {"button",
-            "",
-            "show when the programming button is pressed and released",
-            "[OPTION...]",
-            "Shows when the programming button is pressed and released.",
-            {{"queue", "The queue of the button, default is: " ORVEL_PROG_BUTTON_QUEUE},
-             TimeOption(),
-             NumberOption("messages")},
-            0,
-            Prepare<ButtonOptions, Button>};
+    return {
+        "button",
+        "",
+        "show when the programming button is pressed and released",
+        "[OPTION...]",
+        "Shows when the programming button is pressed and released.",
+        WithBusOptions({{"queue", "This queue of the button, not the gateway, default is: " ORVEL_PROG_BUTTON_QUEUE},
+                        TimeOption(),
+                        NumberOption("messages")}),
+        0,
+        Prepare<ButtonOptions, Button>};
 }
 
 } // namespace OrvelClient

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Bus.h"
 #include "Command.h"
 #include "TimeStamp.h"
 
 #include <cstdint>
-#include <string>
 
 namespace OrvelClient
 {
@@ -14,7 +14,7 @@ struct ButtonOptions
     /// Throws Failure (WrongOption).
     explicit ButtonOptions(const CommandLine& line);
 
-    std::string queue;
+    BusOptions bus;
     TimeStamp timeStamp;
     uint64_t number; ///< of messages after which it ends; 0: goes on
 };

@@ -9,24 +9,13 @@
 
 #include "Orvel/Protocol.h"
 
-#include <array>
 #include <cstdint>
-#include <cstdio>
 
 namespace OrvelClient
 {
 
 namespace
 {
-
-std::string Line(const Finding& finding)
-{
-    static const std::array<const char*, 3> levels{"ok", "warn", "fail"};
-    std::array<char, 80> begin{};
-    std::snprintf(begin.data(), begin.size(), "%-4s  %-22s ", levels.at(static_cast<std::size_t>(finding.level)),
-                  finding.subject.substr(0, 60).c_str());
-    return begin.data() + finding.text + "\n";
-}
 
 Status Check(const CheckOptions& options)
 {
@@ -40,7 +29,7 @@ Status Check(const CheckOptions& options)
     bool starts = true;
     for (const Finding& finding : findings)
     {
-        output.Write(Line(finding));
+        output.Write(LineOf(finding));
         starts = starts && finding.level != Finding::Level::Failure;
     }
     return starts ? Status::Done : Status::Failed;

@@ -1,5 +1,6 @@
 #include "CheckQueues.h"
 
+#include "OpenedQueue.h"
 #include "Queue.h"
 
 #include "Orvel/Protocol.h"
@@ -45,43 +46,6 @@ std::string Sizes(long messages, long size)
     return std::to_string(messages) + " messages of " + std::to_string(size) + (size == 1 ? " byte" : " bytes");
 }
 
-class Opened
-{
-public:
-    explicit Opened(mqd_t opened)
-        : queue(opened)
-        , error(opened == -1 ? errno : 0)
-    {
-    }
-
-    ~Opened()
-    {
-        if (queue != -1)
-        {
-            mq_close(queue);
-        }
-    }
-
-    Opened(const Opened&) = delete;
-    Opened& operator=(const Opened&) = delete;
-
-    int Error() const
-    {
-        return error;
-    }
-
-    mq_attr Attributes() const
-    {
-        mq_attr attributes{};
-        mq_getattr(queue, &attributes);
-        return attributes;
-    }
-
-private:
-    mqd_t queue;
-    int error;
-};
-
 std::string OwnerOf(const std::string& queue)
 {
     struct stat status
@@ -102,7 +66,7 @@ Finding CheckName(const Wanted& wanted)
     {
         return {Level::Failure, wanted.name, "is no name of a queue, which begins with / and has no other"};
     }
-    const Opened queue(mq_open(wanted.name.c_str(), wanted.access | O_NONBLOCK | O_CLOEXEC));
+    const OpenedQueue queue(wanted.name, wanted.access);
     switch (queue.Error())
     {
     case 0:
@@ -128,7 +92,7 @@ Finding CheckName(const Wanted& wanted)
 
 bool IsThere(const Wanted& wanted)
 {
-    return Opened(mq_open(wanted.name.c_str(), wanted.access | O_NONBLOCK | O_CLOEXEC)).Error() != ENOENT;
+    return OpenedQueue(wanted.name, wanted.access).Error() != ENOENT;
 }
 
 // Makes all the queues that do not exist yet, under other names. Returns 0, or the error.

@@ -13,6 +13,7 @@
 #include "Read.h"
 #include "Replay.h"
 #include "Send.h"
+#include "Status.h"
 #include "Version.h"
 #include "Write.h"
 
@@ -45,8 +46,9 @@ std::string Row(const Command& command)
 
 std::vector<Command> Commands()
 {
-    return {WriteCommand(),  ReadCommand(),     AnswerCommand(), SendCommand(),   MonitorCommand(), DecodeCommand(),
-            ReplayCommand(), GenerateCommand(), NamesCommand(),  ButtonCommand(), LedCommand(),     CheckCommand()};
+    return {WriteCommand(),  ReadCommand(),   AnswerCommand(),   SendCommand(),  MonitorCommand(),
+            DecodeCommand(), ReplayCommand(), GenerateCommand(), NamesCommand(), ButtonCommand(),
+            LedCommand(),    StatusCommand(), CheckCommand()};
 }
 
 std::string GeneralHelp()

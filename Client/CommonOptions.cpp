@@ -1,6 +1,9 @@
 #include "CommonOptions.h"
 
 #include "CommandLine.h"
+#include "GatewaySocket.h"
+
+#include "Orvel/Gateway.h"
 
 #include <cstdlib>
 
@@ -93,10 +96,44 @@ Option PrintOption()
     return {"print", "Show the frame, as 'send' reads it, instead of sending it.", Option::Kind::Flag};
 }
 
+Option SocketOption()
+{
+    return {"socket", "The socket of the gateway, default is: " ORVEL_GATEWAY_SOCKET};
+}
+
+BusOptions TakeSocket(const CommandLine& line)
+{
+    BusOptions options;
+    options.socket = line.TextOr(ORVEL_GATEWAY_SOCKET, "socket");
+    options.named = line.Has("socket");
+    if (options.socket.empty() || options.socket.size() > GatewaySocket::MaxPath)
+    {
+        Reject("--socket takes a path of 1 to " + std::to_string(GatewaySocket::MaxPath) + " bytes");
+    }
+    return options;
+}
+
+std::vector<Option> WithBusOptions(std::vector<Option> options)
+{
+    options.push_back(SocketOption());
+    options.push_back({"direct", "Use the daemon's queue, even where a gateway runs.", Option::Kind::Flag});
+    return options;
+}
+
+BusOptions TakeBus(const CommandLine& line)
+{
+    BusOptions options = TakeSocket(line);
+    options.direct = line.Has("direct");
+    if (options.named && options.direct)
+    {
+        Reject("--socket and --direct cannot go together");
+    }
+    return options;
+}
+
 Option WaitOption(std::chrono::milliseconds otherwise)
 {
-    return {"wait",
-            "Wait so many milliseconds for room in the queue, default is: " + std::to_string(otherwise.count())};
+    return {"wait", "Wait so many milliseconds for room, default is: " + std::to_string(otherwise.count())};
 }
 
 std::chrono::milliseconds TakeWait(const CommandLine& line, std::chrono::milliseconds otherwise)

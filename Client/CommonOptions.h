@@ -1,11 +1,13 @@
 #pragma once
 
+#include "Bus.h"
 #include "Command.h"
 #include "Formatter.h"
 #include "TimeStamp.h"
 
 #include <chrono>
 #include <cstdint>
+#include <vector>
 
 namespace OrvelClient
 {
@@ -42,6 +44,12 @@ uint64_t TakeNumber(const CommandLine& line); ///< 0: not given
 
 /// Of commands that send; their line then has "print".
 Option PrintOption();
+Option SocketOption();
+BusOptions TakeSocket(const CommandLine& line);
+
+/// `options` and those that choose the way to the bus.
+std::vector<Option> WithBusOptions(std::vector<Option> options);
+BusOptions TakeBus(const CommandLine& line);
 
 Option WaitOption(std::chrono::milliseconds otherwise);
 std::chrono::milliseconds TakeWait(const CommandLine& line, std::chrono::milliseconds otherwise);

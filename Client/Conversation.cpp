@@ -40,22 +40,37 @@ bool Confirms(const Bytes& message, const Bytes& request)
            answer.tpci == asked.tpci && answer.apci == asked.apci && answer.payload == asked.payload;
 }
 
-Conversation::Conversation(const StopSignals& stopSignals, milliseconds wait)
+Conversation::Conversation(const BusOptions& bus, const StopSignals& stopSignals, milliseconds wait)
     : stop(stopSignals)
-    , sender(stopSignals, wait)
-    , listener(ORVEL_CEMI_FROM_LL_QUEUE, Queue::For::Reading)
+    , sender(bus, stopSignals, wait)
 {
+    if (!sender.OpenedBus().HasBothWays())
+    {
+        BusOptions direct = bus;
+        direct.direct = true;
+        listener.emplace(direct, Bus::For::Messages, stop);
+    }
+}
+
+Bus& Conversation::Listened()
+{
+    return listener ? *listener : sender.OpenedBus();
 }
 
 void Conversation::Send(const Bytes& request)
 {
+    // A connection to the gateway gives up what waits there when something is sent.
+    while (const auto received = Listened().Receive())
+    {
+        heard.push_back(FromQueue(*received, Now()));
+    }
     sender.Send(request);
 }
 
 void Conversation::SendConfirmed(const Bytes& request)
 {
     // The confirmation of an earlier request looks the same.
-    while (listener.Receive())
+    while (listener && listener->Receive())
     {
     }
     heard.clear();
@@ -96,24 +111,25 @@ std::optional<Message> Conversation::Receive(steady_clock::time_point time)
 {
     for (;;)
     {
-        if (const auto received = listener.Receive())
+        Bus& bus = Listened();
+        if (const auto received = bus.Receive())
         {
             return FromQueue(*received, Now());
         }
-        if (listener.IsRemoved())
+        if (bus.IsRemoved())
         {
-            throw Failure(Status::NotThere, "the daemon has ended");
+            throw Failure(Status::NotThere, bus.Loss());
         }
         const auto left = ceil<milliseconds>(time - steady_clock::now());
         if (left <= milliseconds::zero())
         {
             return std::nullopt;
         }
-        std::array<pollfd, 2> set{{{listener.Descriptor(), POLLIN, 0}, {stop.Descriptor(), POLLIN, 0}}};
+        std::array<pollfd, 2> set{{{bus.Descriptor(), POLLIN, 0}, {stop.Descriptor(), POLLIN, 0}}};
         poll(set.data(), set.size(), static_cast<int>(std::min(left, Glance).count()));
         if (set[1].revents != 0)
         {
-            throw Failure(Status::Interrupted, "stopped while waiting for " ORVEL_CEMI_FROM_LL_QUEUE);
+            throw Failure(Status::Interrupted, "stopped while waiting for " + bus.Name());
         }
     }
 }

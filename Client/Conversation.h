@@ -2,7 +2,6 @@
 
 #include "FrameSender.h"
 #include "Message.h"
-#include "Queue.h"
 
 #include <chrono>
 #include <deque>
@@ -11,13 +10,13 @@
 namespace OrvelClient
 {
 
-/// Sends requests and hears what comes back. This takes from the daemon's queue what other programs may wait for, and what
-/// waited there before.
+/// Sends requests and hears what comes back. Where no gateway runs, this takes from the daemon's queue what other programs may
+/// wait for, and what waited there before.
 class Conversation
 {
 public:
-    /// `wait` is how long each request waits for room. Throws Failure.
-    Conversation(const StopSignals& stopSignals, std::chrono::milliseconds wait);
+    /// Opens the bus both ways; `wait` is how long each request waits for room. Throws Failure.
+    Conversation(const BusOptions& bus, const StopSignals& stopSignals, std::chrono::milliseconds wait);
 
     /// Sends the request. Throws Failure.
     void Send(const Bytes& request);
@@ -30,12 +29,13 @@ public:
     std::optional<Message> Next(std::chrono::steady_clock::time_point time);
 
 private:
+    Bus& Listened();
     std::optional<Message> Receive(std::chrono::steady_clock::time_point time);
 
     const StopSignals& stop;
     FrameSender sender;
-    Queue listener;
-    std::deque<Message> heard; // meanwhile
+    std::optional<Bus> listener; // where what comes back comes on a way of its own
+    std::deque<Message> heard;   // meanwhile
 };
 
 /// Whether `message` confirms the request, also that it was not sent.

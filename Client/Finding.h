@@ -6,14 +6,14 @@
 namespace OrvelClient
 {
 
-/// Something that the daemon needs, as found on this machine.
+/// Something that the daemon or its applications need, as found on this machine.
 struct Finding
 {
     enum class Level
     {
         Ok,
-        Warning, ///< the daemon starts, but not all will work
-        Failure  ///< the daemon does not start
+        Warning, ///< not all works, or not for long; `check`: the daemon starts nevertheless
+        Failure  ///< `check`: the daemon does not start; `status`: it does not do its work
     };
 
     Level level;
@@ -22,5 +22,8 @@ struct Finding
 };
 
 using Findings = std::vector<Finding>;
+
+/// "ok    /dev/uleds             can be opened", with a newline.
+std::string LineOf(const Finding& finding);
 
 } // namespace OrvelClient

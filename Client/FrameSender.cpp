@@ -15,13 +15,14 @@ namespace OrvelClient
 namespace
 {
 
-// Between two looks at whether the queue is still the daemon's: nobody tells.
+// Between two looks at whether the other side is still there: a queue does not tell.
 constexpr std::chrono::milliseconds Glance{250};
 
 } // namespace
 
-FrameSender::FrameSender(const StopSignals& stopSignals, std::chrono::milliseconds wait)
-    : stop(stopSignals)
+FrameSender::FrameSender(BusOptions wantedBus, const StopSignals& stopSignals, std::chrono::milliseconds wait)
+    : options(std::move(wantedBus))
+    , stop(stopSignals)
     , patience(wait)
 {
 }
@@ -43,34 +44,43 @@ void FrameSender::Send(const Bytes& frame)
 {
     using namespace std::chrono;
     CheckLength(frame);
-    if (!queue || queue->IsRemoved())
-    {
-        queue.emplace(ORVEL_CEMI_TO_LL_QUEUE, Queue::For::Writing);
-    }
     Bytes message = frame;
     message.insert(message.begin(), static_cast<uint8_t>(frame.size()));
 
     const auto limit = steady_clock::now() + patience;
-    while (!queue->Send(message))
+    for (;;)
     {
+        OpenWhereRemoved();
+        if (bus->Send(message))
+        {
+            return;
+        }
+        if (bus->IsRemoved())
+        {
+            continue; // it went just now
+        }
         const auto left = ceil<milliseconds>(limit - steady_clock::now());
         if (left <= milliseconds::zero())
         {
-            throw Failure(Status::NoRoom, ORVEL_CEMI_TO_LL_QUEUE " is full" +
-                                              std::string(patience == milliseconds::zero()
-                                                              ? "; --wait waits for room"
-                                                              : ", for " + std::to_string(patience.count()) + " ms"));
+            throw Failure(Status::NoRoom,
+                          bus->Name() + " is full" +
+                              (patience == milliseconds::zero() ? "; --wait waits for room"
+                                                                : ", for " + std::to_string(patience.count()) + " ms"));
         }
-        std::array<pollfd, 2> set{{{queue->Descriptor(), POLLOUT, 0}, {stop.Descriptor(), POLLIN, 0}}};
+        std::array<pollfd, 2> set{{{bus->Descriptor(), POLLOUT, 0}, {stop.Descriptor(), POLLIN, 0}}};
         poll(set.data(), set.size(), static_cast<int>(std::min(left, Glance).count()));
         if (set[1].revents != 0)
         {
-            throw Failure(Status::Interrupted, "stopped while " ORVEL_CEMI_TO_LL_QUEUE " was full");
+            throw Failure(Status::Interrupted, "stopped while " + bus->Name() + " was full");
         }
-        if (queue->IsRemoved())
-        {
-            queue.emplace(ORVEL_CEMI_TO_LL_QUEUE, Queue::For::Writing);
-        }
+    }
+}
+
+void FrameSender::OpenWhereRemoved()
+{
+    if (!bus || bus->IsRemoved())
+    {
+        bus.emplace(options, Bus::For::Requests, stop);
     }
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Queue.h"
+#include "Bus.h"
 #include "StopSignals.h"
 
 #include <chrono>
@@ -13,19 +13,30 @@ namespace OrvelClient
 class FrameSender
 {
 public:
-    /// `wait` is how long each frame waits for room in the queue.
-    FrameSender(const StopSignals& stopSignals, std::chrono::milliseconds wait);
+    /// `wait` is how long each frame waits for room.
+    FrameSender(BusOptions wantedBus, const StopSignals& stopSignals, std::chrono::milliseconds wait);
 
     /// Throws Failure (WrongLength) unless the frame can be sent.
     static void CheckLength(const Bytes& frame);
 
-    /// Opens the queue before the first frame, and again when the daemon was started anew, also meanwhile. Throws Failure.
+    /// Opens the bus before the first frame, and again when the daemon or the gateway was started anew, also meanwhile. Throws
+    /// Failure.
     void Send(const Bytes& frame);
 
+    /// Where the frames go. Throws Failure when it cannot be opened.
+    Bus& OpenedBus()
+    {
+        OpenWhereRemoved();
+        return *bus;
+    }
+
 private:
+    void OpenWhereRemoved();
+
+    BusOptions options;
     const StopSignals& stop;
     std::chrono::milliseconds patience;
-    std::optional<Queue> queue;
+    std::optional<Bus> bus;
 };
 
 } // namespace OrvelClient

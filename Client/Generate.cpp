@@ -42,7 +42,7 @@ Status Generate(const GenerateOptions& options)
     const StopSignals stop;
     Output output;
     Notice(output, "seed " + std::to_string(seed) + "; Ctrl-C ends");
-    FrameSender sender(stop, options.wait);
+    FrameSender sender(options.bus, stop, options.wait);
     RandomTelegrams telegrams(seed, GroupsOf(options));
     const auto start = steady_clock::now();
     for (uint64_t count = 0; options.number == 0 || count < options.number; ++count)
@@ -104,6 +104,7 @@ GenerateOptions::GenerateOptions(const CommandLine& line)
     , seed(Seed(line))
     , print(line.Has("print"))
     , wait(TakeWait(line, DefaultWait))
+    , bus(TakeBus(line))
 {
 }
 
@@ -114,14 +115,15 @@ Command GenerateCommand()
             "send random telegrams to groups, for load",
             "[OPTION...]",
             "Sends random telegrams to the groups that it is given.",
-            {{"group", "To these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name.", Option::Kind::Values},
-             {"dpt", "Values of this datapoint type; without it those of the group's, or random bytes."},
-             NamesOption(),
-             {"rate", "Send so many telegrams a second, default is: 10"},
-             NumberOption("telegrams"),
-             {"seed", "The same seed gives the same telegrams; without it they differ each time."},
-             {"print", "Show the telegrams, as 'send' reads them, instead of sending them.", Option::Kind::Flag},
-             WaitOption(DefaultWait)},
+            WithBusOptions(
+                {{"group", "To these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name.", Option::Kind::Values},
+                 {"dpt", "Values of this datapoint type; without it those of the group's, or random bytes."},
+                 NamesOption(),
+                 {"rate", "Send so many telegrams a second, default is: 10"},
+                 NumberOption("telegrams"),
+                 {"seed", "The same seed gives the same telegrams; without it they differ each time."},
+                 {"print", "Show the telegrams, as 'send' reads them, instead of sending them.", Option::Kind::Flag},
+                 WaitOption(DefaultWait)}),
             0,
             Prepare<GenerateOptions, Generate>};
 }

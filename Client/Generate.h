@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Bus.h"
 #include "Command.h"
 #include "GroupNames.h"
 #include "GroupPatterns.h"
@@ -25,6 +26,7 @@ struct GenerateOptions
     std::optional<uint32_t> seed; ///< none: another one each time
     bool print;                   ///< the telegrams are shown instead of sent
     std::chrono::milliseconds wait;
+    BusOptions bus;
 };
 
 /// Sends random telegrams until it is stopped.

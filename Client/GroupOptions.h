@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Bus.h"
 #include "Command.h"
 #include "GroupNames.h"
 #include "KnownGroups.h"

@@ -1,14 +1,11 @@
 #include "Monitor.h"
 
+#include "BusReader.h"
 #include "CommandLine.h"
 #include "Description.h"
 #include "Failure.h"
 #include "MessageBuffer.h"
-#include "Queue.h"
-#include "QueueReader.h"
 #include "Statistics.h"
-
-#include "Orvel/Protocol.h"
 
 #include <algorithm>
 #include <array>
@@ -64,8 +61,8 @@ class Reading
 {
 public:
     /// Ends after so many messages that pass the filter; 0: goes on.
-    Reading(QueueReader& queueReader, const StopSignals& stopSignals, const Filter& chosen, uint64_t messages)
-        : reader(queueReader)
+    Reading(BusReader& busReader, const StopSignals& stopSignals, const Filter& chosen, uint64_t messages)
+        : reader(busReader)
         , stop(stopSignals)
         , filter(chosen)
         , number(messages)
@@ -90,13 +87,19 @@ public:
         return buffer;
     }
 
+    /// How many messages came; once the buffer has ended.
+    uint64_t Count() const
+    {
+        return count;
+    }
+
 private:
     void Run()
     {
         std::exception_ptr failure;
         try
         {
-            for (uint64_t count = 0; number == 0 || count < number;)
+            while (number == 0 || count < number)
             {
                 const auto received = reader.Next();
                 if (!received)
@@ -118,10 +121,11 @@ private:
         buffer.End(failure);
     }
 
-    QueueReader& reader;
+    BusReader& reader;
     const StopSignals& stop;
     const Filter& filter;
     uint64_t number;
+    uint64_t count = 0;
     MessageBuffer buffer{BufferSize};
     std::thread thread; // last: it uses the others
 };
@@ -207,7 +211,7 @@ Status Monitor(const MonitorOptions& options)
     const KnownGroups groups(ReadNames(options.names).groups);
     Filter filter = options.filter;
     filter.Resolve(groups.Addresses());
-    static_cast<void>(Queue(ORVEL_CEMI_FROM_LL_QUEUE, Queue::For::Reading)); // or an older capture stays as it is
+    Bus bus(options.bus, Bus::For::Messages, stop); // before the output: without a bus an older capture stays as it is
     const Output terminal;
     if (options.format == Format::Capture && options.file == "-" && terminal.IsTerminal())
     {
@@ -216,17 +220,15 @@ Status Monitor(const MonitorOptions& options)
     const Formatter formatter(Screen::FormOf(options.format), options.timeStamp, groups);
     RotatingOutput output(options.file, options.rotation, formatter.Begin({}));
     output.Flush();
-    QueueReader reader(ORVEL_CEMI_FROM_LL_QUEUE, stop, terminal);
+    BusReader reader(bus, stop, terminal);
     Screen screen(options, output, groups, options.file == "-" ? LookOn(terminal, options.look) : Look());
     Reading reading(reader, stop, filter, options.number);
     MessageBuffer& buffer = reading.Buffer();
-    uint64_t count = 0;
     while (!buffer.HasEnded())
     {
         if (const auto message = buffer.Take(screen.Due()))
         {
             screen.Show(*message);
-            count += LostMessages(message->frame) ? 0 : 1;
         }
         if (std::chrono::steady_clock::now() >= screen.Due())
         {
@@ -239,7 +241,7 @@ Status Monitor(const MonitorOptions& options)
     }
     static_cast<void>(buffer.Take({})); // throws what ended the reading
     screen.End();
-    stop.RequireAll(count, options.number);
+    stop.RequireAll(reading.Count(), options.number);
     return Status::Done;
 }
 
@@ -328,6 +330,7 @@ MonitorOptions::MonitorOptions(const CommandLine& line)
     , look(TakeLook(line))
     , filter(line)
     , names(TakeNamesFile(line))
+    , bus(TakeBus(line))
 {
     if (rotation && file == "-")
     {
@@ -342,7 +345,7 @@ Command MonitorCommand()
             "show what comes from the bus, and the state of the link",
             "[OPTION...]",
             "Shows each message from the bus, and the state of the link.",
-            WithFilterOptions(WithLookOptions(
+            WithBusOptions(WithFilterOptions(WithLookOptions(
                 {TimeOption(),
                  NamesOption(),
                  NumberOption("messages"),
@@ -351,7 +354,7 @@ Command MonitorCommand()
                  {"json", "Show each message as one JSON object.", Option::Kind::Flag},
                  {"pcap", "Write a capture for Wireshark and tshark to this file; '-' is standard output."},
                  {"write", "Write to this file instead of showing it."},
-                 {"rotate", "Begin a new file when this one has so many bytes, and keep so many full ones: 10M,5"}})),
+                 {"rotate", "Begin a new file when this one has so many bytes, and keep so many full ones: 10M,5"}}))),
             0,
             Prepare<MonitorOptions, Monitor>};
 }

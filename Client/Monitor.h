@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Bus.h"
 #include "Command.h"
 #include "CommonOptions.h"
 #include "Filter.h"
@@ -38,6 +39,7 @@ struct MonitorOptions
     LookOptions look;
     Filter filter;
     NamesFile names;
+    BusOptions bus;
 };
 
 /// Shows the messages from the link until it is stopped.

@@ -1,19 +1,16 @@
 #pragma once
 
-#include "Knx/HexDigits.h"
+#include "Channel.h"
 
 #include <mqueue.h>
 
-#include <optional>
 #include <string>
 
 namespace OrvelClient
 {
 
-using Knx::Bytes;
-
 /// A message queue of the daemon, as an application opens it: it is not created, and never waited on.
-class Queue
+class Queue : public Channel
 {
 public:
     enum class For
@@ -27,25 +24,18 @@ public:
 
     /// Throws Failure: NotThere, NotAllowed, Failed.
     Queue(std::string queueName, For access);
-    ~Queue();
+    ~Queue() override;
 
-    Queue(const Queue&) = delete;
-    Queue& operator=(const Queue&) = delete;
-
-    /// For poll.
-    int Descriptor() const
+    int Descriptor() const override
     {
         return queue;
     }
 
     /// True when the daemon has stopped or was started anew: this queue is then one that nobody else has any more.
-    bool IsRemoved() const;
+    bool IsRemoved() const override;
 
-    /// The next message; nothing when there is none. Throws Failure.
-    std::optional<Bytes> Receive();
-
-    /// False when there is no room. Throws Failure.
-    bool Send(const Bytes& message);
+    std::optional<Bytes> Receive() override;
+    bool Send(const Bytes& message) override;
 
 private:
     std::string name;

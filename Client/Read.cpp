@@ -51,7 +51,7 @@ Status Read(const ReadOptions& options)
         return Status::Done;
     }
     const StopSignals stop;
-    Conversation conversation(stop, options.wait);
+    Conversation conversation(options.bus, stop, options.wait);
     conversation.SendConfirmed(request);
     const auto limit = std::chrono::steady_clock::now() + options.timeout;
     while (const auto message = conversation.Next(limit))
@@ -78,6 +78,7 @@ ReadOptions::ReadOptions(const CommandLine& line)
     , print(line.Has("print"))
     , timeout(TakeTimeout(line))
     , wait(TakeWait(line, DefaultWait))
+    , bus(TakeBus(line))
 {
 }
 
@@ -91,10 +92,10 @@ Command ReadCommand()
             "\n"
             "  orvelctl read 1/2/4 --dpt 9.001\n"
             "  orvelctl read \"Living room/Temperature\" --timeout 500",
-            WithGroupOptions({{"timeout", "Wait so many milliseconds for the answer, default is: " +
-                                              std::to_string(DefaultTimeout.count())},
-                              PrintOption(),
-                              WaitOption(DefaultWait)}),
+            WithBusOptions(WithGroupOptions({{"timeout", "Wait so many milliseconds for the answer, default is: " +
+                                                             std::to_string(DefaultTimeout.count())},
+                                             PrintOption(),
+                                             WaitOption(DefaultWait)})),
             1,
             Prepare<ReadOptions, Read>};
 }

@@ -16,6 +16,7 @@ struct ReadOptions
     bool print;                        ///< the frame is shown instead of sent
     std::chrono::milliseconds timeout; ///< for the answer
     std::chrono::milliseconds wait;
+    BusOptions bus;
 };
 
 /// Asks for the value of a group.

@@ -133,7 +133,7 @@ Status Replay(const ReplayOptions& options)
     const auto& sendings = plan.sendings;
     recording.TellRemark();
 
-    FrameSender sender(stop, options.wait);
+    FrameSender sender(options.bus, stop, options.wait);
     const auto start = steady_clock::now();
     std::size_t sent = 0;
     for (const Sending& sending : sendings)
@@ -192,6 +192,7 @@ ReplayOptions::ReplayOptions(const CommandLine& line)
     : file(File(line))
     , speed(Speed(line.TextOr("1", "speed")))
     , wait(TakeWait(line, DefaultWait))
+    , bus(TakeBus(line))
 {
 }
 
@@ -203,8 +204,9 @@ Command ReplayCommand()
         "send the frames of a recording",
         "[OPTION...] FILE",
         "Sends the frames of a recording, with its timing; '-' is standard input. It reads whatever 'decode' reads.",
-        {{"speed", "Send so many times as fast; max is as fast as the queue takes the frames, default is: 1"},
-         WaitOption(DefaultWait)},
+        WithBusOptions(
+            {{"speed", "Send so many times as fast; max is as fast as the queue takes the frames, default is: 1"},
+             WaitOption(DefaultWait)}),
         1,
         Prepare<ReplayOptions, Replay>};
 }

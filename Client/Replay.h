@@ -1,8 +1,7 @@
 #pragma once
 
+#include "Bus.h"
 #include "Command.h"
-
-#include "Knx/HexDigits.h"
 
 #include <chrono>
 #include <optional>
@@ -10,8 +9,6 @@
 
 namespace OrvelClient
 {
-
-using Knx::Bytes;
 
 struct ReplayOptions
 {
@@ -21,6 +18,7 @@ struct ReplayOptions
     std::string file; ///< "-" is standard input
     double speed;     ///< 2 is twice as fast; 0: as fast as the queue takes them
     std::chrono::milliseconds wait;
+    BusOptions bus;
 };
 
 /// Sends the frames of a recording. Sends nothing unless it understands the whole file, but for an end that was cut off.

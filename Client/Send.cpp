@@ -23,12 +23,13 @@ namespace
 class Sender
 {
 public:
-    Sender(const StopSignals& stop, const SendOptions& options)
-        : sender(stop, options.wait)
+    Sender(const StopSignals& stop, const SendOptions& sendOptions)
+        : options(sendOptions)
+        , sender(options.bus, stop, options.wait)
     {
         if (options.confirm)
         {
-            conversation.emplace(stop, options.wait);
+            conversation.emplace(options.bus, stop, options.wait);
         }
     }
 
@@ -48,6 +49,7 @@ public:
     }
 
 private:
+    const SendOptions& options;
     FrameSender sender;
     std::optional<Conversation> conversation;
 };
@@ -103,6 +105,7 @@ SendOptions::SendOptions(const CommandLine& line)
     : digits(line.Arguments())
     , confirm(line.Has("confirm"))
     , wait(TakeWait(line, DefaultWait))
+    , bus(TakeBus(line))
 {
 }
 
@@ -113,8 +116,9 @@ Command SendCommand()
             "send a frame to the bus, or each line of standard input",
             "[OPTION...] [HEX...]",
             "Sends the frame to the bus. Without HEX, each line of standard input is a frame.",
-            {{"confirm", "Wait until the bus has each frame, and fail where it has not.", Option::Kind::Flag},
-             WaitOption(DefaultWait)},
+            WithBusOptions(
+                {{"confirm", "Wait until the bus has each frame, and fail where it has not.", Option::Kind::Flag},
+                 WaitOption(DefaultWait)}),
             SIZE_MAX,
             Prepare<SendOptions, Send>};
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Bus.h"
 #include "Command.h"
 
 #include <chrono>
@@ -17,6 +18,7 @@ struct SendOptions
     std::vector<std::string> digits; ///< of one frame; none: frames come from standard input
     bool confirm;                    ///< each frame has to be confirmed before the next one
     std::chrono::milliseconds wait;
+    BusOptions bus;
 };
 
 /// Sends a frame, or each line of standard input.

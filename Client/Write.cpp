@@ -24,7 +24,7 @@ Status Write(const WriteOptions& options)
         return Status::Done;
     }
     const StopSignals stop;
-    Conversation(stop, options.wait).SendConfirmed(request);
+    Conversation(options.bus, stop, options.wait).SendConfirmed(request);
     return Status::Done;
 }
 
@@ -35,6 +35,7 @@ WriteOptions::WriteOptions(const CommandLine& line)
     , value(TakeValue(line))
     , print(line.Has("print"))
     , wait(TakeWait(line, DefaultWait))
+    , bus(TakeBus(line))
 {
 }
 
@@ -50,7 +51,7 @@ Command WriteCommand()
             "  orvelctl write 1/2/4 -5.5 --dpt 9.001\n"
             "  orvelctl write \"Living room/Ceiling\" on\n"
             "  orvelctl write 1/2/5 red=255 green=0 blue=0 --dpt 232.600",
-            WithGroupOptions({PrintOption(), WaitOption(DefaultWait)}),
+            WithBusOptions(WithGroupOptions({PrintOption(), WaitOption(DefaultWait)})),
             SIZE_MAX,
             Prepare<WriteOptions, Write>};
 }

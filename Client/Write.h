@@ -17,6 +17,7 @@ struct WriteOptions
     std::string value;
     bool print; ///< the frame is shown instead of sent
     std::chrono::milliseconds wait;
+    BusOptions bus;
 };
 
 /// Writes the value of a group.

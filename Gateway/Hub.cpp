@@ -1,6 +1,7 @@
 #include "Hub.h"
 
 #include "Knx/CemiMessage.h"
+#include "Knx/Telegram.h"
 #include "Knx/TelegramView.h"
 
 #include "Orvel/Gateway.h"
@@ -185,9 +186,7 @@ void Hub::OnMessage(const uint8_t* bytes, std::size_t size, Time now)
     }
     if (message.HasCode(Indication))
     {
-        Message copy = message;
-        const auto telegram = TelegramIn(copy);
-        counters.timeOnLine += telegram ? telegram->TimeOnLine() : std::chrono::nanoseconds::zero();
+        CountOnLine(message);
     }
     ToAllBut(Nobody, message);
 }
@@ -233,10 +232,15 @@ void Hub::OnConfirmation(const Message& message, Time now)
     }
     if (isConfirmed)
     {
-        counters.timeOnLine += telegram->TimeOnLine();
+        CountOnLine(message);
         telegram->BecomeIndication();
         ToAllBut(match ? match->sender : Nobody, confirmation);
     }
+}
+
+void Hub::CountOnLine(const Message& telegram)
+{
+    counters.timeOnLine += Knx::Telegram::TimeOnLine(telegram.Frame(), telegram.FrameSize());
 }
 
 void Hub::OnButton(uint8_t state)

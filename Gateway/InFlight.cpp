@@ -88,7 +88,7 @@ std::optional<InFlight::Time> InFlight::Due() const
 
 InFlight::Request InFlight::Remove(std::size_t index)
 {
-    const Request removed = requests[index];
+    Request removed = requests[index];
     std::copy(requests.begin() + static_cast<std::ptrdiff_t>(index) + 1,
               requests.begin() + static_cast<std::ptrdiff_t>(count),
               requests.begin() + static_cast<std::ptrdiff_t>(index));

@@ -29,7 +29,7 @@ public:
     {
         std::size_t sender = Nobody; ///< or Nobody if it has left
         Time limit;                  ///< until then it is to be confirmed
-        Message message;
+        Message message{};
     };
 
     /// Whose request was confirmed.

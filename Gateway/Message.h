@@ -16,6 +16,7 @@ class Message
 public:
     static constexpr std::size_t MaxSize = ORVEL_CEMI_MESSAGE_SIZE;
 
+    /// Has no value before it is assigned one: memory for many of them stays untouched until they come.
     Message() = default;
 
     /// What is longer than any message is cut off: check the length before.
@@ -32,8 +33,11 @@ public:
     }
     Message& operator=(const Message& other)
     {
-        size = other.size;
-        std::copy_n(other.bytes.begin(), size, bytes.begin());
+        if (this != &other)
+        {
+            size = other.size;
+            std::copy_n(other.bytes.begin(), size, bytes.begin());
+        }
         return *this;
     }
 
@@ -73,7 +77,7 @@ public:
     }
 
 private:
-    uint16_t size = 0;
+    uint16_t size;
     std::array<uint8_t, MaxSize> bytes; // as far as `size`; the rest is never read, nor touched
 };
 

@@ -10,10 +10,13 @@ namespace Knx::Telegram
 namespace
 {
 
-constexpr std::size_t TpduAt = 8; // from control field 1 on: so many bytes are around those behind the TPCI
+constexpr std::size_t InfoLengthAt = 1;
+constexpr std::size_t LengthAt = 6; // from control field 1 on
+constexpr std::size_t TpduAt = 8;   // from control field 1 on: so many bytes are around those behind the TPCI
 constexpr uint8_t ReservedLength = 255;
 
 // In control field 1.
+constexpr uint8_t StandardFrame = 0x80;
 constexpr uint8_t NotRepeated = 0x20;
 constexpr uint8_t AcknowledgeWanted = 0x02;
 constexpr uint8_t Failed = 0x01;
@@ -86,13 +89,7 @@ Bytes Encode(const GroupTelegram& telegram)
     return bytes;
 }
 
-std::chrono::nanoseconds TimeOnLine(const Bytes& cemi)
-{
-    const CemiMessage message = Decode(cemi);
-    return TimeOnLine(message.IsStandardFrame(), *message.length);
-}
-
-std::chrono::nanoseconds TimeOnLine(bool isStandardFrame, uint8_t length)
+std::chrono::nanoseconds TimeOnLine(const uint8_t* cemi, std::size_t size)
 {
     constexpr int64_t BitsPerSecond = 9600;
     constexpr int64_t Idle = 53;      // bit times before a telegram
@@ -102,9 +99,21 @@ std::chrono::nanoseconds TimeOnLine(bool isStandardFrame, uint8_t length)
     constexpr int64_t Standard = 8; // bytes around those behind the TPCI, with the checksum
     constexpr int64_t Extended = 9;
 
-    const int64_t characters = length + (isStandardFrame && length <= MaxStandard ? Standard : Extended);
+    const std::size_t control1 = size > InfoLengthAt ? InfoLengthAt + 1U + cemi[InfoLengthAt] : size;
+    if (size <= control1 + LengthAt)
+    {
+        return {};
+    }
+    const uint8_t length = cemi[control1 + LengthAt];
+    const bool standard = (cemi[control1] & StandardFrame) != 0 && length <= MaxStandard;
+    const int64_t characters = length + (standard ? Standard : Extended);
     const int64_t bits = Idle + characters * (Character + Gap) - Gap + ToAcknowledge + Character;
     return std::chrono::nanoseconds(bits * std::chrono::nanoseconds(std::chrono::seconds(1)).count() / BitsPerSecond);
+}
+
+std::chrono::nanoseconds TimeOnLine(const Bytes& cemi)
+{
+    return TimeOnLine(cemi.data(), cemi.size());
 }
 
 } // namespace Knx::Telegram

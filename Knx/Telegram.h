@@ -3,6 +3,8 @@
 #include "Knx/CemiMessage.h"
 
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 
 /// The cEMI messages that carry a telegram: L_Data.req from an application, L_Data.ind from and to the network.
 namespace Knx::Telegram
@@ -32,10 +34,9 @@ struct GroupTelegram
 
 Bytes Encode(const GroupTelegram& telegram);
 
-/// How long a line of 9600 bit/s is taken by a complete telegram: the idle time before it, the telegram, its acknowledge.
+/// How long a line of 9600 bit/s is taken by a telegram: the idle time before it, the telegram, its acknowledge. None by a
+/// message that ends before its length. Uses no memory of the heap.
+std::chrono::nanoseconds TimeOnLine(const uint8_t* cemi, std::size_t size);
 std::chrono::nanoseconds TimeOnLine(const Bytes& cemi);
-
-/// The same for a telegram with so many bytes behind its TPCI.
-std::chrono::nanoseconds TimeOnLine(bool isStandardFrame, uint8_t length);
 
 } // namespace Knx::Telegram

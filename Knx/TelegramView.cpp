@@ -1,7 +1,6 @@
 #include "Knx/TelegramView.h"
 
 #include "Knx/CemiMessage.h"
-#include "Knx/Telegram.h"
 
 #include <algorithm>
 
@@ -21,7 +20,6 @@ constexpr std::size_t AroundData = 8; // bytes around those behind the TPCI
 constexpr uint8_t ReservedLength = 255;
 
 // In control field 1.
-constexpr uint8_t StandardFrame = 0x80;
 constexpr uint8_t NotRepeated = 0x20;
 constexpr uint8_t AcknowledgeWanted = 0x02;
 constexpr uint8_t Failed = 0x01;
@@ -114,11 +112,6 @@ void TelegramView::BecomeIndication()
     {
         std::fill_n(source, 2, static_cast<uint8_t>(0xFF));
     }
-}
-
-std::chrono::nanoseconds TelegramView::TimeOnLine() const
-{
-    return Telegram::TimeOnLine((bytes[control] & StandardFrame) != 0, bytes[control + LengthAt]);
 }
 
 } // namespace Knx

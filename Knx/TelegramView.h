@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -32,9 +31,6 @@ public:
     /// Makes what the other participants see of a request. Without a source address it bears that of a device to which none
     /// has been given, 15.15.255: a telegram from nobody is dropped.
     void BecomeIndication();
-
-    /// How long a line of 9600 bit/s is taken: the idle time before the telegram, the telegram, its acknowledge.
-    std::chrono::nanoseconds TimeOnLine() const;
 
 private:
     TelegramView(uint8_t* frame, std::size_t frameSize, std::size_t control1At);

@@ -6,6 +6,7 @@
 #include "CommandLine.h"
 #include "Commands.h"
 #include "Decode.h"
+#include "GatewaySocket.h"
 #include "Generate.h"
 #include "Led.h"
 #include "Monitor.h"
@@ -13,6 +14,7 @@
 #include "Read.h"
 #include "Replay.h"
 #include "Send.h"
+#include "Status.h"
 #include "Write.h"
 
 #include "Expect.h"
@@ -29,6 +31,12 @@ namespace
 void ExpectWait(std::chrono::milliseconds wait)
 {
     Fuzz::Expect("a wait of a day at the most", wait >= 0ms && wait <= 24h);
+}
+
+void ExpectBus(const BusOptions& bus)
+{
+    Fuzz::Expect("a path that a socket can have", !bus.socket.empty() && bus.socket.size() <= GatewaySocket::MaxPath);
+    Fuzz::Expect("one way", !(bus.named && bus.direct));
 }
 
 void Check(const WriteOptions& write)
@@ -49,11 +57,13 @@ void Check(const AnswerOptions& answer)
 
 void Check(const SendOptions& send)
 {
+    ExpectBus(send.bus);
     ExpectWait(send.wait);
 }
 
 void Check(const MonitorOptions& monitor)
 {
+    ExpectBus(monitor.bus);
     Fuzz::Expect("a file that can be full",
                  !monitor.rotation ||
                      (monitor.file != "-" && monitor.rotation->size >= 1024 && monitor.rotation->count > 0));
@@ -67,19 +77,27 @@ void Check(const DecodeOptions& decode)
 
 void Check(const ReplayOptions& replay)
 {
+    ExpectBus(replay.bus);
     ExpectWait(replay.wait);
     Fuzz::Expect("a speed that can be kept", replay.speed == 0 || (replay.speed >= 0.001 && replay.speed <= 1000));
 }
 
 void Check(const GenerateOptions& generate)
 {
+    ExpectBus(generate.bus);
     ExpectWait(generate.wait);
     Fuzz::Expect("a rate that can be kept", generate.rate >= 0.001 && generate.rate <= 100000);
 }
 
 void Check(const ButtonOptions& button)
 {
-    Fuzz::Expect("the name of a queue", Queue::IsName(button.queue));
+    ExpectBus(button.bus);
+    Fuzz::Expect("the name of a queue", Queue::IsName(button.bus.buttonQueue));
+}
+
+void Check(const StatusOptions& status)
+{
+    ExpectBus(status.bus);
 }
 
 void Check(const LedOptions& led)
@@ -128,6 +146,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
         CheckIf<GenerateOptions>(GenerateCommand(), argc - 1, argv.data() + 1);
         CheckIf<ButtonOptions>(ButtonCommand(), argc - 1, argv.data() + 1);
         CheckIf<LedOptions>(LedCommand(), argc - 1, argv.data() + 1);
+        CheckIf<StatusOptions>(StatusCommand(), argc - 1, argv.data() + 1);
         CheckIf<CheckOptions>(CheckCommand(), argc - 1, argv.data() + 1);
     }
     catch (const Failure& failure)

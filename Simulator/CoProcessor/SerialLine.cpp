@@ -13,9 +13,9 @@ namespace Simulator
 {
 
 SerialLine::SerialLine()
+    : coProcessorEnd(open("/dev/ptmx", O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC))
 {
     std::array<char, 64> name{};
-    coProcessorEnd = System::Descriptor(open("/dev/ptmx", O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
     if (!coProcessorEnd.IsOpen() || grantpt(coProcessorEnd.Number()) == -1 || unlockpt(coProcessorEnd.Number()) == -1 ||
         ptsname_r(coProcessorEnd.Number(), name.data(), name.size()) != 0)
     {

@@ -74,6 +74,7 @@ struct Event
     static constexpr int Kinds = Note + 1;
 
     // An event is written as what it is: Event::LinkUp, {Event::LedOn, RedKnxLed}, {Event::Note, "..."}.
+    // cppcheck-suppress noExplicitConstructor ; that is how it is written
     Event(Kind itsKind)
         : kind(itsKind)
     {

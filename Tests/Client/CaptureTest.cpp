@@ -69,6 +69,15 @@ TEST(Capture, AMessageAboutTheLinkIsShownAsItsText)
               "00 00 00 00 b9 00 01");
 }
 
+TEST(Capture, AMessageOfTheGatewayIsShownAsItsText)
+{
+    EXPECT_EQ(Hex(CapturePacket(MessageOf({0xBB, 0x00, 0x05}))),
+              "20 38 20 69 40 e2 01 00 1f 00 00 00 1f 00 00 00 "
+              "00 0c 00 04 64 61 74 61 "                         // "data"
+              "00 21 00 0c 64 72 6f 70 70 65 64 20 35 00 00 00 " // "dropped 5"
+              "00 00 00 00 bb 00 05");
+}
+
 TEST(Capture, ReadsBackWhatWasWritten)
 {
     std::string capture = CaptureHeader();

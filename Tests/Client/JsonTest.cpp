@@ -135,4 +135,12 @@ TEST(Json, HasTheNameTheTypeAndTheValueOfAKnownGroup)
               R"("problem":"no value of the type 9.001"})");
 }
 
+TEST(Json, TellsTheButtonAndHowManyMessagesWereDropped)
+{
+    EXPECT_EQ(DescribeAsJson(MessageOf("ba 00")),
+              R"({"time":1763719200.123456,"direction":"rx","hex":"ba00","kind":"button pressed"})");
+    EXPECT_EQ(DescribeAsJson(MessageOf("bb 01 02")),
+              R"({"time":1763719200.123456,"direction":"rx","hex":"bb0102","kind":"dropped","dropped":258})");
+}
+
 } // namespace

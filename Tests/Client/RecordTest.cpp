@@ -67,7 +67,9 @@ TEST(Record, SkipsEmptyLinesAndComments)
 {
     EXPECT_EQ(Read("\n  \n# a comment\r\n(0.000000) rx 29\n").size(), 1);
     EXPECT_EQ(Read("").size(), 0);
-    EXPECT_EQ(Read("(0.000000) rx").front().frame, Bytes{});
+    const auto messages = Read("(0.000000) rx\n");
+    ASSERT_EQ(messages.size(), 1);
+    EXPECT_EQ(messages[0].frame, Bytes{});
 }
 
 TEST(Record, DoesNotAddDeltasUpToMoreThanATimeHasRoomFor)

@@ -60,7 +60,7 @@ TEST(Replay, RequestsStayAsTheyAre)
 TEST(Replay, WhatIsNoFrameForTheBusIsLeftOut)
 {
     for (const char* const frame : {"", "b9 00 01", "2b 00 bc 11", "25 00 f0", "89 00", "94 00", "f0", "f5 00", "f7 00",
-                                    "fa 00", "fb 00", "77", "29", "29 00", "29 05 03", "2d 01 02"})
+                                    "fa 00", "fb 00", "77", "ba 00", "bb 00 05", "29", "29 00", "29 05 03", "2d 01 02"})
     {
         EXPECT_EQ(Request(frame), "nothing") << frame;
     }

@@ -101,7 +101,7 @@ TEST(TelegramLog, SaysInWhichLineAFrameIsNotUnderstood)
     EXPECT_REJECTED(Read(changed("81\"", "8\"")), Status::NotUnderstood,
                     "line 4: has a frame in which byte 11 has one digit only");
     EXPECT_REJECTED(Read(changed("Service=\"", "Service=\"x\" \"")), Status::NotUnderstood,
-                    "line 4: Error parsing element attribute");
+                    "line 4: Error parsing start element tag");
     EXPECT_REJECTED(Read(Begin + "<Telegram " + std::string(70000, ' ') + "/>"), Status::NotUnderstood,
                     "line 3: has a tag that does not end");
 }

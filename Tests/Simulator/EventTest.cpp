@@ -1,4 +1,4 @@
-// The words of the events: the only place, beside their source, that has them.
+// The words of the events. Beside their source, only this test and the scripts that read what the board writes have them.
 
 #include "Event.h"
 

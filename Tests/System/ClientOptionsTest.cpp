@@ -25,8 +25,8 @@ TEST(ClientOptions, HelpListsTheCommands)
 
 TEST(ClientOptions, HelpOfACommandListsItsOptions)
 {
-    for (const char* const command :
-         {"write", "read", "answer", "send", "monitor", "decode", "replay", "generate", "names", "button", "led", "check"})
+    for (const char* const command : {"write", "read", "answer", "send", "monitor", "decode", "replay", "generate",
+                                      "names", "button", "led", "status", "check"})
     {
         for (const char* const option : {"--help", "-h"})
         {
@@ -68,6 +68,9 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"send", "--wait", "", "29"}, "--wait takes 0 to 86400000, not ''"},
         {{"send", "--wait", "-1", "29"}, "--wait takes 0 to 86400000, not '-1'"},
         {{"send", "--wait", "86400001", "29"}, "--wait takes 0 to 86400000, not '86400001'"},
+        {{"send", "--direct", "--socket", "/x", "29"}, "--socket and --direct cannot go together"},
+        {{"send", "--socket", "", "29"}, "--socket takes a path of 1 to 107 bytes"},
+        {{"send", "--socket", std::string(108, 'x'), "29"}, "--socket takes a path of 1 to 107 bytes"},
         {{"monitor", "x"}, "'x' is not understood"},
         {{"monitor", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
         {{"monitor", "--time", "local"}, "--time is absolute, relative, delta or date, not 'local'"},
@@ -108,6 +111,9 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"button", "--time", "local"}, "--time is absolute, relative, delta or date, not 'local'"},
         {{"button", "--queue", "b"}, "--queue takes a name that begins with / and has no other, not 'b'"},
         {{"button", "--queue", "/a/b"}, "--queue takes a name that begins with / and has no other, not '/a/b'"},
+        {{"button", "--queue", "/a", "--socket", "/b"}, "--queue and --socket cannot go together"},
+        {{"status", "x"}, "'x' is not understood"},
+        {{"status", "--socket", ""}, "--socket takes a path of 1 to 107 bytes"},
         {{"led", "a", "on", "b"}, "'b' is not understood"},
         {{"led", ""}, "an LED has a name"},
         {{"led", "a", "101"}, "an LED is on, off or 0 to 100, not '101'"},

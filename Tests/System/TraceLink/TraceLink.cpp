@@ -135,6 +135,7 @@ void ReceiveWhileBroken(const std::string& queue)
 } // namespace
 
 // The linker takes this function before the C library's own.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): that one's names are reserved
 extern "C" int nanosleep(const timespec* duration, timespec* remaining)
 {
     if (Setting("TRACE_SLEEP", "0") == "1")

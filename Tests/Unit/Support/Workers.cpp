@@ -71,6 +71,7 @@ PauseAfterThreadStart::~PauseAfterThreadStart()
 using namespace UnitTests;
 
 // Replaces the C library's function for the whole process, because the C++ library calls it.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): the C library's names are reserved ones
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*routine)(void*),
                               void* argument) noexcept
 {

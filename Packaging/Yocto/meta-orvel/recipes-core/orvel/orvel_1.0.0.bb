@@ -18,6 +18,7 @@ PACKAGECONFIG[systemd] = "-DORVEL_SYSTEMD=ON,-DORVEL_SYSTEMD=OFF,,util-linux-nse
 PACKAGECONFIG[sysvinit] = "-DORVEL_INIT=ON,-DORVEL_INIT=OFF"
 EXTRA_OECMAKE = " \
     -DORVEL_TESTS=OFF \
+    -DORVEL_GATEWAY=OFF \
     -DNEMT_LIBRARY=${STAGING_LIBDIR}/libNemt.so \
     -DORVEL_UNIT_DIR=${systemd_system_unitdir} \
     -DORVEL_UDEV_DIR=${nonarch_base_libdir}/udev \

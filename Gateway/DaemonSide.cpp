@@ -1,0 +1,224 @@
+#include "DaemonSide.h"
+
+#include "Failure.h"
+
+#include "Orvel/Protocol.h"
+
+#include <log4cplus/loggingmacros.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+namespace OrvelGateway
+{
+
+namespace
+{
+
+// Messages that are read before others get their turn; more than a queue holds.
+constexpr int Batch = 32;
+
+constexpr const char* NoQueues = "waiting for its queues";
+
+DaemonSide::Time Now()
+{
+    return std::chrono::steady_clock::now();
+}
+
+} // namespace
+
+DaemonSide::DaemonSide(Loop& eventLoop, Hub& servedHub, const std::string& buttonQueue, std::function<void()> onEvent)
+    : loop(eventLoop)
+    , hub(servedHub)
+    , tell(std::move(onEvent))
+    , logger(log4cplus::Logger::getInstance("Daemon"))
+    , fromLink{{ORVEL_CEMI_FROM_LL_QUEUE, DaemonQueue::For::Reading, ORVEL_CEMI_MESSAGE_SIZE}, {}}
+    , toLink{{ORVEL_CEMI_TO_LL_QUEUE, DaemonQueue::For::Writing, ORVEL_CEMI_MESSAGE_SIZE}, {}}
+    , button{{buttonQueue, DaemonQueue::For::Reading, ORVEL_PROG_BUTTON_MESSAGE_SIZE}, {}}
+{
+    if (OpenIfThere(Now()) == EACCES)
+    {
+        throw Failure(Status::NotAllowed, told);
+    }
+}
+
+void DaemonSide::Look(Time now)
+{
+    if (fromLink.watch && (fromLink.queue.IsRemoved() || toLink.queue.IsRemoved()))
+    {
+        Read(now); // the last that it said
+        LOG4CPLUS_WARN(logger, "The daemon has stopped");
+        told = NoQueues; // goes without saying
+        Leave(now);
+    }
+    if (!fromLink.watch)
+    {
+        try
+        {
+            OpenIfThere(now);
+        }
+        catch (const std::system_error& failure) // the loop has no room for it at the moment
+        {
+            TellOnce(std::string("cannot wait for its queues: ") + failure.what());
+            Leave(now);
+        }
+    }
+    else if (!button.watch || button.queue.IsRemoved())
+    {
+        OpenButton();
+    }
+}
+
+// 0, or why they cannot be opened.
+int DaemonSide::OpenIfThere(Time now)
+{
+    for (DaemonQueue* const queue : {&fromLink.queue, &toLink.queue})
+    {
+        if (const int error = queue->Open(); error != 0)
+        {
+            fromLink.queue.Close();
+            TellOnce(error == ENOENT ? NoQueues : queue->Problem(error));
+            return error;
+        }
+    }
+    if (!fromLink.queue.Claim())
+    {
+        throw Failure(Status::InUse, "another gateway reads " ORVEL_CEMI_FROM_LL_QUEUE);
+    }
+    fromLink.watch.emplace(loop, fromLink.queue.Descriptor(), [this] { OnLinkReadable(); });
+    toLink.watch.emplace(
+        loop, toLink.queue.Descriptor(), [] {}, [this] { tell(); });
+    told.clear();
+    LOG4CPLUS_INFO(logger, "Opened the queues of the daemon");
+    OpenButton();
+    hub.OnDaemonFound(now);
+    Read(now);
+    fromLink.watch->AwaitReadable();
+    return 0;
+}
+
+void DaemonSide::OpenButton()
+{
+    button.watch.reset();
+    std::string why;
+    if (const int error = button.queue.Open(); error != 0)
+    {
+        why = "No programming button: " + button.queue.Problem(error);
+    }
+    else
+    {
+        button.watch.emplace(loop, button.queue.Descriptor(), [this] { OnButtonReadable(); });
+        AwaitButton();
+    }
+    if (why != toldButton)
+    {
+        LOG4CPLUS_WARN(logger, (why.empty() ? "The programming button is there" : why));
+        toldButton = why;
+    }
+}
+
+void DaemonSide::Leave(Time now)
+{
+    for (Source* const source : {&fromLink, &toLink, &button})
+    {
+        source->watch.reset(); // before the descriptor
+        source->queue.Close();
+    }
+    hub.OnDaemonGone(now);
+}
+
+void DaemonSide::TellOnce(std::string why)
+{
+    if (why != told)
+    {
+        LOG4CPLUS_WARN(logger, "No daemon: " << why);
+        told = std::move(why);
+    }
+}
+
+void DaemonSide::Read(Time now)
+{
+    std::array<uint8_t, ORVEL_CEMI_MESSAGE_SIZE> message;
+    std::size_t size = 0;
+    for (int count = 0; fromLink.watch && count < Batch; ++count)
+    {
+        switch (fromLink.queue.Receive(message.data(), size))
+        {
+        case DaemonQueue::Result::Done:
+            hub.OnMessage(message.data(), size, now);
+            break;
+        case DaemonQueue::Result::NotNow:
+            return;
+        case DaemonQueue::Result::Failed:
+            LOG4CPLUS_ERROR(logger, "Cannot read " ORVEL_CEMI_FROM_LL_QUEUE ": " << strerror(errno));
+            Leave(now);
+            return;
+        }
+    }
+}
+
+void DaemonSide::Write(Time now)
+{
+    const Message* message = hub.NextToLink();
+    if (message != nullptr && (!toLink.watch || toLink.queue.IsRemoved()))
+    {
+        Look(now); // the hub has nothing for the link any more unless there is a new daemon
+        message = hub.NextToLink();
+    }
+    for (; message != nullptr && toLink.watch; message = hub.NextToLink())
+    {
+        switch (toLink.queue.Send(message->Data(), message->Size()))
+        {
+        case DaemonQueue::Result::Done:
+            hub.TakenByLink(now);
+            break;
+        case DaemonQueue::Result::NotNow:
+            toLink.watch->AwaitWritable();
+            return;
+        case DaemonQueue::Result::Failed:
+            LOG4CPLUS_ERROR(logger, "Cannot write to " ORVEL_CEMI_TO_LL_QUEUE ": " << strerror(errno));
+            Leave(now);
+            return;
+        }
+    }
+}
+
+void DaemonSide::OnLinkReadable()
+{
+    Read(Now());
+    tell();
+    if (fromLink.watch)
+    {
+        fromLink.watch->AwaitReadable();
+    }
+}
+
+void DaemonSide::OnButtonReadable()
+{
+    uint8_t state = 0;
+    std::size_t size = 0;
+    for (int count = 0;
+         count < Batch && hub.Programs() > 0 && button.queue.Receive(&state, size) == DaemonQueue::Result::Done;
+         ++count)
+    {
+        if (size == ORVEL_PROG_BUTTON_MESSAGE_SIZE)
+        {
+            hub.OnButton(state);
+        }
+    }
+    tell();
+    AwaitButton();
+}
+
+void DaemonSide::AwaitButton()
+{
+    if (button.watch && hub.Programs() > 0)
+    {
+        button.watch->AwaitReadable();
+    }
+}
+
+} // namespace OrvelGateway

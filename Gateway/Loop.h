@@ -1,0 +1,79 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+namespace OrvelGateway
+{
+
+/// Waits for everything at once, in one thread, and calls what was asked for. From its making on, SIGINT and SIGTERM only end
+/// Run, also if they come before it. The event library is hidden in here.
+class Loop
+{
+public:
+    Loop();
+    ~Loop();
+
+    Loop(const Loop&) = delete;
+    Loop& operator=(const Loop&) = delete;
+
+    /// Until SIGINT or SIGTERM comes; gives its number.
+    int Run();
+
+    struct Implementation;
+
+private:
+    friend class Watch;
+    friend class Timer;
+
+    std::unique_ptr<Implementation> implementation;
+};
+
+/// Waits until a descriptor can be read, or written, or has failed. Somebody else owns and closes it, after this object has
+/// gone. Once made, waiting uses no memory of the heap.
+class Watch
+{
+public:
+    using Callback = std::function<void()>;
+
+    /// Throws std::system_error if the system cannot wait for it.
+    Watch(Loop& loop, int descriptor, Callback onReadable, Callback onWritable = {});
+    ~Watch();
+
+    Watch(const Watch&) = delete;
+    Watch& operator=(const Watch&) = delete;
+
+    // Each leads to one call, never from inside, and not after this object has gone. Again meanwhile changes nothing.
+
+    void AwaitReadable();
+    void AwaitWritable();
+
+    struct State;
+
+private:
+    std::shared_ptr<State> state;
+};
+
+/// Calls once when a time comes.
+class Timer
+{
+public:
+    using Time = std::chrono::steady_clock::time_point;
+
+    Timer(Loop& loop, std::function<void()> onTime);
+    ~Timer();
+
+    Timer(const Timer&) = delete;
+    Timer& operator=(const Timer&) = delete;
+
+    /// In place of any other time.
+    void Set(Time time);
+
+    struct State;
+
+private:
+    std::shared_ptr<State> state;
+};
+
+} // namespace OrvelGateway

@@ -1,0 +1,66 @@
+// orvel-gateway: owns the daemon's queues and gives the bus to many programs.
+
+#include "Failure.h"
+#include "ListeningSocket.h"
+#include "Logging.h"
+#include "Loop.h"
+#include "Options.h"
+#include "Server.h"
+#include "Version.h"
+
+#include <log4cplus/loggingmacros.h>
+
+#include <csignal>
+#include <cstdio>
+#include <exception>
+
+using namespace OrvelGateway;
+
+namespace
+{
+
+void Run(const Options& options)
+{
+    static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); // a log that nobody reads any more does not end the gateway
+    ConfigureLogging(options.logConfigFile);
+    const auto logger = log4cplus::Logger::getInstance("Gateway");
+    Loop loop;
+    const ListeningSocket listening(options.socket);
+    Server server(loop, options, listening);
+    LOG4CPLUS_INFO(logger, "Serving programs on " << listening.Place());
+    const char* const reason = loop.Run() == SIGINT ? "SIGINT" : "SIGTERM";
+    LOG4CPLUS_INFO(logger, "Stopped by " << reason);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try
+    {
+        const Options options = ParseOptions(argc, argv);
+        switch (options.mode)
+        {
+        case Options::Mode::Help:
+            std::printf("%s\n", options.help.c_str());
+            break;
+        case Options::Mode::Version:
+            std::fputs(OrvelVersion::VersionText("orvel-gateway").c_str(), stdout);
+            break;
+        case Options::Mode::Run:
+            Run(options);
+            break;
+        }
+        return static_cast<int>(Status::Done);
+    }
+    catch (const Failure& failure)
+    {
+        std::fprintf(stderr, "orvel-gateway: %s\n", failure.what());
+        return static_cast<int>(failure.ExitStatus());
+    }
+    catch (const std::exception& failure)
+    {
+        std::fprintf(stderr, "orvel-gateway: %s\n", failure.what());
+        return static_cast<int>(Status::Failed);
+    }
+}

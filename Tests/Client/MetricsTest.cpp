@@ -1,0 +1,50 @@
+#include "Metrics.h"
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+using OrvelClient::Metrics;
+using OrvelClient::ReadMetrics;
+using testing::IsEmpty;
+using testing::Pair;
+using testing::UnorderedElementsAre;
+
+namespace
+{
+
+Metrics Read(const std::string& text)
+{
+    std::istringstream stream(text);
+    return ReadMetrics(stream);
+}
+
+TEST(Metrics, AreNamedByTheirFamilyAndTheValuesOfTheirLabels)
+{
+    EXPECT_THAT(Read("# TYPE orvel_gateway_frames counter\n"
+                     "# HELP orvel_gateway_frames Frames exchanged with the daemon.\n"
+                     "orvel_gateway_frames_total{direction=\"from_bus\"} 120\n"
+                     "orvel_gateway_frames_total{direction=\"to_bus\"} 30\n"
+                     "orvel_gateway_program_lost_messages_total{program=\"a b\",connection=\"7\"} 2\n"
+                     "orvel_gateway_programs 3\n"
+                     "orvel_gateway_bus_load_percent 2.5\n"
+                     "# EOF\n"),
+                UnorderedElementsAre(Pair("frames.from_bus", 120), Pair("frames.to_bus", 30),
+                                     Pair("program_lost_messages.a b.7", 2), Pair("programs", 3),
+                                     Pair("bus_load_percent", 2.5)));
+}
+
+TEST(Metrics, ABraceInTheValueOfALabelDoesNotEndTheLabels)
+{
+    EXPECT_THAT(Read("orvel_gateway_x{a=\"}\",b=\"{\"} 1\n"), UnorderedElementsAre(Pair("x.}.{", 1)));
+    EXPECT_THAT(Read("orvel_gateway_x{} 1\n"), UnorderedElementsAre(Pair("x", 1)));
+}
+
+TEST(Metrics, LeavesOutWhatIsNotUnderstood)
+{
+    EXPECT_THAT(Read(""), IsEmpty());
+    EXPECT_THAT(Read("\norvel_gateway_x\norvel_gateway_x{a=\"\norvel_gateway_x{a=\"b\"}\norvel_gateway_x much\n"),
+                IsEmpty());
+}
+
+} // namespace

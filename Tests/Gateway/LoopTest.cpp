@@ -1,0 +1,134 @@
+#include "Loop.h"
+
+#include "System/Descriptor.h"
+
+#include <gmock/gmock.h>
+
+#include <unistd.h>
+
+#include <csignal>
+#include <optional>
+#include <vector>
+
+using namespace OrvelGateway;
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+namespace
+{
+
+auto Soon()
+{
+    return std::chrono::steady_clock::now();
+}
+
+// Ends the loop after everything that was due before.
+class End
+{
+public:
+    explicit End(Loop& loop)
+        : timer(loop, [] { std::raise(SIGTERM); })
+    {
+        timer.Set(Soon() + 50ms);
+    }
+
+private:
+    Timer timer;
+};
+
+TEST(Loop, RunsUntilASignalThatAsksForIt)
+{
+    for (const int signal : {SIGINT, SIGTERM})
+    {
+        Loop loop;
+        Timer timer(loop, [signal] { std::raise(signal); });
+        timer.Set(Soon());
+        EXPECT_EQ(loop.Run(), signal);
+    }
+}
+
+TEST(Loop, DoesNotRunAfterASignalThatCameBefore)
+{
+    Loop loop;
+    std::raise(SIGTERM);
+    EXPECT_EQ(loop.Run(), SIGTERM);
+}
+
+TEST(Loop, CallsOnceForEachWait)
+{
+    Loop loop;
+    const System::Pipe pipe;
+    std::vector<char> read;
+    std::optional<Watch> watch;
+    watch.emplace(loop, pipe.reading.Number(),
+                  [&]
+                  {
+                      char byte = 0;
+                      EXPECT_EQ(::read(pipe.reading.Number(), &byte, 1), 1);
+                      read.push_back(byte);
+                      if (byte != 'c')
+                      {
+                          watch->AwaitReadable();
+                          watch->AwaitReadable(); // the same wait
+                      }
+                  });
+    EXPECT_EQ(write(pipe.writing.Number(), "abcd", 4), 4);
+    watch->AwaitReadable();
+    const End end(loop);
+    loop.Run();
+    EXPECT_THAT(read, ElementsAre('a', 'b', 'c'));
+}
+
+TEST(Loop, TellsReadingFromWriting)
+{
+    Loop loop;
+    const System::SocketPair pair;
+    std::vector<std::string> calls;
+    Watch watch(
+        loop, pair.one.Number(), [&] { calls.emplace_back("readable"); }, [&] { calls.emplace_back("writable"); });
+    watch.AwaitReadable();
+    watch.AwaitWritable();
+    const End end(loop);
+    loop.Run();
+    EXPECT_THAT(calls, ElementsAre("writable"));
+}
+
+TEST(Loop, DoesNotCallForAWatchThatHasGone)
+{
+    Loop loop;
+    const System::Pipe pipe;
+    EXPECT_EQ(write(pipe.writing.Number(), "a", 1), 1);
+    std::optional<Watch> watch;
+    int calls = 0;
+    watch.emplace(loop, pipe.reading.Number(),
+                  [&]
+                  {
+                      ++calls;
+                      watch->AwaitReadable();
+                      watch.reset(); // from inside, with a wait under way
+                  });
+    watch->AwaitReadable();
+    const End end(loop);
+    loop.Run();
+    EXPECT_EQ(calls, 1);
+    char byte = 0;
+    EXPECT_EQ(read(pipe.reading.Number(), &byte, 1), 1); // and the descriptor is still its owner's
+}
+
+TEST(Loop, CallsForTheLastTimeThatWasSet)
+{
+    Loop loop;
+    std::vector<std::string> calls;
+    Timer timer(loop, [&] { calls.emplace_back("set again"); });
+    timer.Set(Soon() + 1h);
+    timer.Set(Soon());
+    std::optional<Timer> gone;
+    gone.emplace(loop, [&] { calls.emplace_back("gone"); });
+    gone->Set(Soon());
+    gone.reset();
+    const End end(loop);
+    loop.Run();
+    EXPECT_THAT(calls, ElementsAre("set again"));
+}
+
+} // namespace
