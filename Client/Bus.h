@@ -69,6 +69,12 @@ public:
         return channel->Send(message);
     }
 
+    /// Whether what comes back from the link comes here too, where requests go.
+    bool HasBothWays() const
+    {
+        return throughGateway;
+    }
+
     // For the person.
 
     /// "the gateway", or the queue's name.

@@ -1,17 +1,15 @@
 #pragma once
 
-#include "Message.h"
+#include "MessageReader.h"
+#include "Source.h"
 
-#include <iosfwd>
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace OrvelClient
 {
 
-// Captures that Wireshark and tshark open: each packet says itself which dissector it is for. Frames are for "cemi";
-// the other messages have
-// their text in them.
+// Captures in the format pcap, which Wireshark and tshark open.
 
 /// What a capture begins with.
 std::string CaptureHeader();
@@ -19,10 +17,23 @@ std::string CaptureHeader();
 /// One message in a capture.
 std::string CapturePacket(const Message& message);
 
-/// Whether `begin`, the first bytes of a file, are those of a capture, in any byte order and format.
-bool IsCapture(const std::string& begin);
+/// Whether `begin`, the first four bytes of a file, are those of a capture, of any byte order and resolution.
+bool IsCapture(std::string_view begin);
 
-/// Reads a capture back, of either byte order and resolution. Throws Failure (NotUnderstood) that names the packet.
-std::vector<Message> ReadCapture(std::istream& capture);
+/// Reads a capture of any byte order and resolution.
+class CaptureReader : public MessageReader
+{
+public:
+    /// Throws Failure (NotUnderstood).
+    explicit CaptureReader(Source& file);
+
+    bool Next(Message& message) override;
+
+private:
+    Source& source;
+    bool bigEndian = false;
+    bool inNanoseconds = false;
+    std::size_t number = 0; // of the packet
+};
 
 } // namespace OrvelClient

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 namespace OrvelClient
 {
@@ -12,6 +13,36 @@ namespace
 {
 
 constexpr std::size_t MaxArgument = 4096; // bytes; the parser takes stack for each
+
+// No option begins with a digit: these are numbers, such as the value of "write 1/2/3 -5". The parser would take them for
+// options, unless they begin with something else.
+constexpr char Mark = '\x01';
+
+bool IsNegativeNumber(const std::string& argument)
+{
+    return argument.size() > 1 && argument[0] == '-' &&
+           std::string(".0123456789").find(argument[1]) != std::string::npos;
+}
+
+std::vector<std::string> Marked(int argc, const char* const* argv)
+{
+    std::vector<std::string> arguments(argv, argv + argc);
+    for (std::string& argument : arguments)
+    {
+        argument.insert(0, IsNegativeNumber(argument) ? 1 : 0, Mark);
+    }
+    return arguments;
+}
+
+std::vector<std::string> Unmarked(std::vector<std::string> arguments)
+{
+    for (std::string& argument : arguments)
+    {
+        const bool isMarked = !argument.empty() && argument.front() == Mark;
+        argument.erase(0, isMarked ? 1 : 0);
+    }
+    return arguments;
+}
 
 cxxopts::Options Definitions(const Command& command)
 {
@@ -65,7 +96,11 @@ CommandLine::CommandLine(const Command& command, int argc, const char* const* ar
     try
     {
         cxxopts::Options definitions = Definitions(command);
-        const cxxopts::ParseResult given = definitions.parse(argc, argv);
+        const std::vector<std::string> marked = Marked(argc, argv);
+        std::vector<const char*> pointers;
+        std::transform(marked.begin(), marked.end(), std::back_inserter(pointers),
+                       [](const std::string& argument) { return argument.c_str(); });
+        const cxxopts::ParseResult given = definitions.parse(argc, pointers.data());
         if (given.count("help") != 0)
         {
             help = definitions.help();
@@ -76,10 +111,10 @@ CommandLine::CommandLine(const Command& command, int argc, const char* const* ar
             const std::string name = option.names.substr(option.names.find(',') + 1);
             if (given.count(name) != 0)
             {
-                values[name] = ValuesOf(given[name], option.kind);
+                values[name] = Unmarked(ValuesOf(given[name], option.kind));
             }
         }
-        arguments = given.unmatched();
+        arguments = Unmarked(given.unmatched());
     }
     catch (const cxxopts::exceptions::exception& rejected)
     {

@@ -1,17 +1,21 @@
 #include "Commands.h"
 
+#include "Answer.h"
 #include "Button.h"
 #include "Check.h"
 #include "CommandLine.h"
+#include "Decode.h"
 #include "Generate.h"
 #include "Led.h"
 #include "Monitor.h"
 #include "Names.h"
 #include "Output.h"
+#include "Read.h"
 #include "Replay.h"
 #include "Send.h"
 #include "Status.h"
 #include "Version.h"
+#include "Write.h"
 
 #include <algorithm>
 
@@ -32,7 +36,7 @@ Action Print(const std::string& text)
 
 std::string Row(const Command& command)
 {
-    constexpr std::size_t width = 17;
+    constexpr std::size_t width = 20;
     std::string row = std::string(command.name) + " " + command.arguments;
     row.resize(std::max(width, row.size() + 1), ' ');
     return row + command.summary + "\n";
@@ -42,8 +46,9 @@ std::string Row(const Command& command)
 
 std::vector<Command> Commands()
 {
-    return {SendCommand(),   MonitorCommand(), ReplayCommand(), GenerateCommand(), NamesCommand(),
-            ButtonCommand(), LedCommand(),     StatusCommand(), CheckCommand()};
+    return {WriteCommand(),  ReadCommand(),   AnswerCommand(),   SendCommand(),  MonitorCommand(),
+            DecodeCommand(), ReplayCommand(), GenerateCommand(), NamesCommand(), ButtonCommand(),
+            LedCommand(),    StatusCommand(), CheckCommand()};
 }
 
 std::string GeneralHelp()

@@ -5,6 +5,8 @@
 
 #include "Orvel/Gateway.h"
 
+#include <cstdlib>
+
 namespace OrvelClient
 {
 
@@ -19,8 +21,8 @@ constexpr uint64_t MaxNumber = 1000000000000000; // more than anybody will wait 
 Option TimeOption()
 {
     return {"t,time",
-            "Time stamps: absolute (seconds since 1970), relative (to the first message) or delta (to the one "
-            "before), default is: absolute"};
+            "Time stamps: absolute (seconds since 1970), relative (to the first message), delta (to the one before) or "
+            "date (as in the daemon's lines), default is: absolute"};
 }
 
 TimeStamp TakeTimeStamp(const CommandLine& line)
@@ -34,11 +36,49 @@ TimeStamp TakeTimeStamp(const CommandLine& line)
     {
         return TimeStamp::Relative;
     }
-    if (name != "delta")
+    if (name == "delta")
     {
-        Reject("--time is absolute, relative or delta, not '" + name + "'");
+        return TimeStamp::Delta;
     }
-    return TimeStamp::Delta;
+    if (name != "date")
+    {
+        Reject("--time is absolute, relative, delta or date, not '" + name + "'");
+    }
+    return TimeStamp::Date;
+}
+
+std::vector<Option> WithLookOptions(std::vector<Option> options)
+{
+    options.push_back({"color", "Colours: auto (on a terminal), always or never, default is: auto"});
+    options.push_back({"wide", "Show whole lines also where the terminal is too narrow for them.", Option::Kind::Flag});
+    return options;
+}
+
+LookOptions TakeLook(const CommandLine& line)
+{
+    using Color = LookOptions::Color;
+    const std::string color = line.TextOr("auto", "color");
+    if (color != "auto" && color != "always" && color != "never")
+    {
+        Reject("--color is auto, always or never, not '" + color + "'");
+    }
+    return {color == "auto" ? Color::Auto : color == "always" ? Color::Always : Color::Never, line.Has("wide")};
+}
+
+Look LookOn(const Output& output, const LookOptions& options)
+{
+    const auto variable = [](const char* name)
+    {
+        const char* const value = std::getenv(name);
+        return std::string(value == nullptr ? "" : value);
+    };
+    const bool isTerminal = output.IsTerminal();
+    const std::string kind = variable("TERM");
+    const bool canColor = isTerminal && variable("NO_COLOR").empty() && !kind.empty() && kind != "dumb";
+    Look look;
+    look.color = options.color == LookOptions::Color::Always || (options.color == LookOptions::Color::Auto && canColor);
+    look.terminal = isTerminal && !options.wide ? &output : nullptr;
+    return look;
 }
 
 Option NumberOption(const std::string& what)
@@ -49,6 +89,11 @@ Option NumberOption(const std::string& what)
 uint64_t TakeNumber(const CommandLine& line)
 {
     return line.NumberOr<uint64_t>(0, "number", 1, MaxNumber);
+}
+
+Option PrintOption()
+{
+    return {"print", "Show the frame, as 'send' reads it, instead of sending it.", Option::Kind::Flag};
 }
 
 Option SocketOption()

@@ -5,6 +5,8 @@
 
 #include "Orvel/Protocol.h"
 
+#include <utility>
+
 namespace OrvelClient
 {
 
@@ -84,14 +86,34 @@ std::string KindOf(const Message& message)
     return name.empty() ? "message code " + HexNumber(message.frame.front(), 2) : name;
 }
 
-std::string Describe(const Message& message)
+std::string WrongValueText(const Meaning& meaning)
 {
-    std::string text = Knx::Describe(TakenApart(message));
-    if (IsOfTheBus(message.frame))
+    return "no value of the type " + meaning.type->Number();
+}
+
+std::string Describe(const Message& message, Detail detail, const KnownGroups& groups)
+{
+    CemiMessage cemi = TakenApart(message);
+    if (!IsOfTheBus(message.frame))
     {
-        return text;
+        return WithProblems(NoticeText(message.frame), cemi);
     }
-    return NoticeText(message.frame) + (text.empty() ? "" : " " + text);
+    const Meaning meaning = MeaningOf(cemi, groups);
+    const bool isShort = detail != Detail::All && meaning.value;
+    std::string text = Words(cemi, isShort ? Detail::WithoutValue : detail);
+    if (meaning.value)
+    {
+        text += (isShort ? " " : " = ") + meaning.text;
+    }
+    if (!meaning.name.empty())
+    {
+        text += "  " + meaning.name;
+    }
+    if (meaning.isWrong)
+    {
+        cemi.problems.push_back(WrongValueText(meaning));
+    }
+    return WithProblems(std::move(text), cemi);
 }
 
 } // namespace OrvelClient

@@ -17,7 +17,9 @@ enum class Status
     NotThere = 5,      ///< the queue or the LED: no daemon runs; or the group
     NotAllowed = 6,    ///< to use the queue or the LED
     NoRoom = 7,        ///< the queue is full
-    Interrupted = 8    ///< by a signal, before all was sent or as many messages had come as were asked for
+    Interrupted = 8,   ///< by a signal, before all was sent or as many messages had come as were asked for
+    NotConfirmed = 9,  ///< the telegram was not sent, or nobody says that it was
+    NoAnswer = 10      ///< nobody has answered a read
 };
 
 /// The reason why a command ends early: one line for the person, and the exit status.

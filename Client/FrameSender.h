@@ -23,6 +23,13 @@ public:
     /// Failure.
     void Send(const Bytes& frame);
 
+    /// Where the frames go. Throws Failure when it cannot be opened.
+    Bus& OpenedBus()
+    {
+        OpenWhereRemoved();
+        return *bus;
+    }
+
 private:
     void OpenWhereRemoved();
 

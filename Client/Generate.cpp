@@ -4,6 +4,7 @@
 #include "CommonOptions.h"
 #include "Failure.h"
 #include "FrameSender.h"
+#include "GroupOptions.h"
 #include "Output.h"
 #include "RandomTelegrams.h"
 
@@ -15,6 +16,25 @@ namespace OrvelClient
 namespace
 {
 
+// The groups to which telegrams go, with the types of their values.
+std::vector<RandomTelegrams::Group> GroupsOf(const GenerateOptions& options)
+{
+    const KnownGroups known(ReadNames(options.names).groups);
+    GroupPatterns patterns = options.groups;
+    patterns.Resolve(known.Addresses());
+    const Knx::DatapointType* const type = options.type.empty() ? nullptr : &TypeFrom(options.type);
+    std::vector<RandomTelegrams::Group> groups;
+    for (const uint16_t address : patterns.Addresses())
+    {
+        groups.push_back({address, type == nullptr ? known.Type(address) : type});
+    }
+    if (groups.empty())
+    {
+        throw Failure(Status::NotUnderstood, "0/0/0 addresses all devices, not a group");
+    }
+    return groups;
+}
+
 Status Generate(const GenerateOptions& options)
 {
     using namespace std::chrono;
@@ -23,7 +43,7 @@ Status Generate(const GenerateOptions& options)
     Output output;
     Notice(output, "seed " + std::to_string(seed) + "; Ctrl-C ends");
     FrameSender sender(options.bus, stop, options.wait);
-    RandomTelegrams telegrams(seed);
+    RandomTelegrams telegrams(seed, GroupsOf(options));
     const auto start = steady_clock::now();
     for (uint64_t count = 0; options.number == 0 || count < options.number; ++count)
     {
@@ -52,6 +72,17 @@ Status Generate(const GenerateOptions& options)
 
 constexpr std::chrono::milliseconds DefaultWait{1000};
 
+GroupPatterns Groups(const CommandLine& line)
+{
+    if (!line.Has("group"))
+    {
+        Reject(
+            "generate needs --group, such as 31/7/*: telegrams to random addresses would switch real lamps and drive "
+            "real blinds");
+    }
+    return GroupPatterns(line);
+}
+
 double Rate(const CommandLine& line)
 {
     return line.NumberOr<double>(10, "rate", 0.001, 100000); // telegrams a second
@@ -65,7 +96,10 @@ std::optional<uint32_t> Seed(const CommandLine& line)
 } // namespace
 
 GenerateOptions::GenerateOptions(const CommandLine& line)
-    : rate(Rate(line))
+    : groups(Groups(line))
+    , type(line.TextOr("", "dpt"))
+    , names(TakeNamesFile(line))
+    , rate(Rate(line))
     , number(TakeNumber(line))
     , seed(Seed(line))
     , print(line.Has("print"))
@@ -78,11 +112,14 @@ Command GenerateCommand()
 {
     return {"generate",
             "",
-            "send random telegrams, for load",
+            "send random telegrams to groups, for load",
             "[OPTION...]",
-            "Sends random telegrams to random group addresses.",
+            "Sends random telegrams to the groups that it is given.",
             WithBusOptions(
-                {{"rate", "Send so many telegrams a second, default is: 10"},
+                {{"group", "To these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name.", Option::Kind::Values},
+                 {"dpt", "Values of this datapoint type; without it those of the group's, or random bytes."},
+                 NamesOption(),
+                 {"rate", "Send so many telegrams a second, default is: 10"},
                  NumberOption("telegrams"),
                  {"seed", "The same seed gives the same telegrams; without it they differ each time."},
                  {"print", "Show the telegrams, as 'send' reads them, instead of sending them.", Option::Kind::Flag},

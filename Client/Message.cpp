@@ -2,6 +2,7 @@
 
 #include "Failure.h"
 
+#include "Knx/CemiMessage.h"
 #include "Orvel/Gateway.h"
 #include "Orvel/Protocol.h"
 
@@ -24,16 +25,47 @@ Message FromQueue(const Bytes& received, std::chrono::microseconds time)
     return message;
 }
 
-Bytes FrameFromText(std::string_view text)
+Bytes FrameFromText(std::string_view text, std::size_t begin)
 {
     try
     {
-        return Knx::FromHex(text.substr(0, text.find('#')));
+        return Knx::FromHex(text.substr(0, text.find('#')), begin);
     }
     catch (const Knx::NotHex& problem)
     {
         throw Failure(Status::NotUnderstood, problem.what());
     }
+}
+
+const char* NameOf(Direction direction)
+{
+    return direction == Direction::FromLink ? "rx" : "tx";
+}
+
+bool IsRequestCode(uint8_t code)
+{
+    using Knx::MessageCode;
+    switch (static_cast<MessageCode>(code))
+    {
+    case MessageCode::LDataReq:
+    case MessageCode::LRawReq:
+    case MessageCode::LPollDataReq:
+    case MessageCode::TDataConnectedReq:
+    case MessageCode::TDataIndividualReq:
+    case MessageCode::MPropReadReq:
+    case MessageCode::MPropWriteReq:
+    case MessageCode::MFuncPropCommandReq:
+    case MessageCode::MFuncPropStateReadReq:
+    case MessageCode::MResetReq:
+        return true;
+    default:
+        return false;
+    }
+}
+
+Direction UsualDirection(const Bytes& frame)
+{
+    return !frame.empty() && IsRequestCode(frame.front()) ? Direction::ToLink : Direction::FromLink;
 }
 
 std::chrono::microseconds Now()

@@ -1,17 +1,17 @@
 #include "Monitor.h"
 
 #include "BusReader.h"
-#include "Capture.h"
 #include "CommandLine.h"
-#include "CommonOptions.h"
 #include "Description.h"
 #include "Failure.h"
-#include "Json.h"
-#include "Record.h"
+#include "MessageBuffer.h"
+#include "Statistics.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <map>
+#include <thread>
 #include <utility>
 
 namespace OrvelClient
@@ -19,6 +19,11 @@ namespace OrvelClient
 
 namespace
 {
+
+using Format = MonitorOptions::Format;
+
+// Messages that wait while the output is slow: at the fastest pace of a line, a quarter of an hour.
+constexpr std::size_t BufferSize = 65536;
 
 class Counter
 {
@@ -51,63 +56,203 @@ private:
     uint64_t sum = 0;
 };
 
-Status Monitor(const MonitorOptions& options)
+// Reads on a thread of its own: however slow the output is, nothing waits in the queue, where it would be lost.
+class Reading
 {
-    using Format = MonitorOptions::Format;
-    const StopSignals stop;
-    Bus bus(options.bus, Bus::For::Messages, stop); // before the output: without a bus an older capture stays as it is
-    Output output(options.format == Format::Capture ? options.captureFile : "-");
-    if (options.format == Format::Capture && output.IsTerminal())
+public:
+    /// Ends after so many messages that pass the filter; 0: goes on.
+    Reading(BusReader& busReader, const StopSignals& stopSignals, const Filter& chosen, uint64_t messages)
+        : reader(busReader)
+        , stop(stopSignals)
+        , filter(chosen)
+        , number(messages)
+        , thread([this] { Run(); })
     {
-        throw Failure(Status::WrongOption, "a capture is nothing for a terminal: let a file or a program take it");
-    }
-    BusReader reader(bus, stop, output);
-    if (options.format == Format::Capture)
-    {
-        output.Write(CaptureHeader());
     }
 
-    TimeStamper stamper(options.timeStamp);
-    Counter counter;
-    uint64_t count = 0;
-    for (; options.number == 0 || count < options.number; ++count)
+    ~Reading()
     {
-        const auto received = reader.Next();
-        if (!received)
+        if (!buffer.HasEnded())
         {
-            break;
+            stop.Ask(); // nobody can show any more
         }
-        const Message message = FromQueue(*received, Now());
-        switch (options.format)
+        thread.join();
+    }
+
+    Reading(const Reading&) = delete;
+    Reading& operator=(const Reading&) = delete;
+
+    MessageBuffer& Buffer()
+    {
+        return buffer;
+    }
+
+    /// How many messages came; once the buffer has ended.
+    uint64_t Count() const
+    {
+        return count;
+    }
+
+private:
+    void Run()
+    {
+        std::exception_ptr failure;
+        try
         {
-        case Format::Log:
-            output.Write(RecordLine(stamper.Stamp(message.time), message) + "\n");
-            break;
-        case Format::Json:
-            output.Write(DescribeAsJson(message) + "\n");
-            break;
-        case Format::Capture:
-            output.Write(CapturePacket(message));
-            break;
+            while (number == 0 || count < number)
+            {
+                const auto received = reader.Next();
+                if (!received)
+                {
+                    break;
+                }
+                Message message = FromQueue(*received, Now());
+                if (filter.Passes(message))
+                {
+                    buffer.Put(std::move(message));
+                    ++count;
+                }
+            }
+        }
+        catch (...)
+        {
+            failure = std::current_exception();
+        }
+        buffer.End(failure);
+    }
+
+    BusReader& reader;
+    const StopSignals& stop;
+    const Filter& filter;
+    uint64_t number;
+    uint64_t count = 0;
+    MessageBuffer buffer{BufferSize};
+    std::thread thread; // last: it uses the others
+};
+
+// Shows the messages in the way that was chosen.
+class Screen
+{
+public:
+    Screen(const MonitorOptions& options, RotatingOutput& shownOutput, const KnownGroups& groups, const Look& look)
+        : format(options.format)
+        , interval(options.interval)
+        , output(shownOutput)
+        , formatter(FormOf(format), options.timeStamp, groups, look)
+        , stamper(TimeStamp::Date)
+    {
+    }
+
+    static Form FormOf(Format format)
+    {
+        return format == Format::Json ? Form::Json : format == Format::Capture ? Form::Capture : Form::Text;
+    }
+
+    /// When Report is to be called.
+    std::chrono::steady_clock::time_point Due() const
+    {
+        constexpr std::chrono::hours never{24}; // often enough for a call that does nothing
+        return begin + (format == Format::Statistics ? interval : std::chrono::milliseconds(never));
+    }
+
+    void Show(const Message& message)
+    {
+        switch (format)
+        {
         case Format::Count:
             counter.Add(KindOf(message));
             break;
+        case Format::Statistics:
+            statistics.Add(message);
+            break;
+        default:
+            output.Add(formatter.Entry(message));
+            break;
         }
     }
-    if (options.format == Format::Count)
+
+    void Report()
     {
-        output.Write(counter.Table());
+        const auto now = std::chrono::steady_clock::now();
+        if (format == Format::Statistics)
+        {
+            output.Add(statistics.Report(stamper.Stamp(Now()), now - begin));
+        }
+        begin = now;
     }
-    stop.RequireAll(count, options.number);
+
+    void End()
+    {
+        if (format == Format::Count)
+        {
+            output.Add(counter.Table());
+        }
+        if (format == Format::Statistics)
+        {
+            Report();
+        }
+        output.Flush();
+    }
+
+private:
+    Format format;
+    std::chrono::milliseconds interval;
+    RotatingOutput& output;
+    Formatter formatter;
+    Counter counter;
+    Statistics statistics;
+    TimeStamper stamper;
+    std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
+};
+
+Status Monitor(const MonitorOptions& options)
+{
+    const StopSignals stop;
+    const KnownGroups groups(ReadNames(options.names).groups);
+    Filter filter = options.filter;
+    filter.Resolve(groups.Addresses());
+    Bus bus(options.bus, Bus::For::Messages, stop); // before the output: without a bus an older capture stays as it is
+    const Output terminal;
+    if (options.format == Format::Capture && options.file == "-" && terminal.IsTerminal())
+    {
+        throw Failure(Status::WrongOption, "a capture is nothing for a terminal: let a file or a program take it");
+    }
+    const Formatter formatter(Screen::FormOf(options.format), options.timeStamp, groups);
+    RotatingOutput output(options.file, options.rotation, formatter.Begin({}));
+    output.Flush();
+    BusReader reader(bus, stop, terminal);
+    Screen screen(options, output, groups, options.file == "-" ? LookOn(terminal, options.look) : Look());
+    Reading reading(reader, stop, filter, options.number);
+    MessageBuffer& buffer = reading.Buffer();
+    while (!buffer.HasEnded())
+    {
+        if (const auto message = buffer.Take(screen.Due()))
+        {
+            screen.Show(*message);
+        }
+        if (std::chrono::steady_clock::now() >= screen.Due())
+        {
+            screen.Report();
+        }
+        if (buffer.IsEmpty())
+        {
+            output.Flush();
+        }
+    }
+    static_cast<void>(buffer.Take({})); // throws what ended the reading
+    screen.End();
+    stop.RequireAll(reading.Count(), options.number);
     return Status::Done;
 }
 
 // Each of these options chooses a format; none chooses the log.
-MonitorOptions::Format ChosenFormat(const CommandLine& line)
+Format ChosenFormat(const CommandLine& line)
 {
-    using Format = MonitorOptions::Format;
-    constexpr std::array<std::pair<const char*, Format>, 4> formats{
-        {{"time", Format::Log}, {"count", Format::Count}, {"json", Format::Json}, {"pcap", Format::Capture}}};
+    constexpr std::array<std::pair<const char*, Format>, 5> formats{{{"time", Format::Log},
+                                                                     {"count", Format::Count},
+                                                                     {"stats", Format::Statistics},
+                                                                     {"json", Format::Json},
+                                                                     {"pcap", Format::Capture}}};
     const char* chosen = nullptr;
     Format format = Format::Log;
     for (const auto& [option, itsFormat] : formats)
@@ -126,32 +271,92 @@ MonitorOptions::Format ChosenFormat(const CommandLine& line)
     return format;
 }
 
+std::string TakeFile(const CommandLine& line)
+{
+    if (line.Has("pcap") && line.Has("write"))
+    {
+        Reject("--pcap and --write cannot go together: --pcap names the file itself");
+    }
+    return line.TextOr(line.TextOr("-", "write"), "pcap");
+}
+
+// "10M", "500k,3"
+std::optional<Rotation> TakeRotation(const CommandLine& line)
+{
+    constexpr uint64_t least = 1024; // bytes; more than most messages take
+    constexpr uint64_t most = uint64_t{1} << 40U;
+    constexpr unsigned mostFiles = 10000;
+    if (!line.Has("rotate"))
+    {
+        return std::nullopt;
+    }
+    const std::string text = line.TextOr("", "rotate");
+    const std::size_t comma = std::min(text.find(','), text.size());
+    std::string sizeText = text.substr(0, comma);
+    uint64_t unit = 1;
+    if (const std::size_t letter = std::string("kMG").find(sizeText.empty() ? ' ' : sizeText.back());
+        letter != std::string::npos)
+    {
+        unit = uint64_t{1} << (10 * (letter + 1));
+        sizeText.pop_back();
+    }
+    const auto size = ParseNumber<uint64_t>(sizeText);
+    const auto count = comma == text.size() ? std::optional(1U) : ParseNumber<unsigned>(text.substr(comma + 1));
+    if (!size || *size > most / unit || *size * unit < least || !count || *count < 1 || *count > mostFiles)
+    {
+        Reject("--rotate takes a size from 1k on, and how many full files to keep, such as 10M or 10M,5, not '" + text +
+               "'");
+    }
+    return Rotation{*size * unit, *count};
+}
+
+std::chrono::milliseconds TakeInterval(const CommandLine& line)
+{
+    constexpr double day = 86400; // s
+    constexpr double thousand = 1000;
+    return std::chrono::milliseconds(
+        static_cast<int64_t>(line.NumberOr<double>(1, "stats", 0.1, day) * thousand)); // as a whole number of them
+}
+
 } // namespace
 
 MonitorOptions::MonitorOptions(const CommandLine& line)
     : format(ChosenFormat(line))
     , timeStamp(TakeTimeStamp(line))
-    , captureFile(line.TextOr("", "pcap"))
+    , file(TakeFile(line))
+    , rotation(TakeRotation(line))
+    , interval(TakeInterval(line))
     , number(TakeNumber(line))
+    , look(TakeLook(line))
+    , filter(line)
+    , names(TakeNamesFile(line))
     , bus(TakeBus(line))
 {
+    if (rotation && file == "-")
+    {
+        Reject("--rotate needs a file: --write or --pcap");
+    }
 }
 
 Command MonitorCommand()
 {
-    return {
-        "monitor",
-        "",
-        "show what comes from the bus, and the state of the link",
-        "[OPTION...]",
-        "Shows each message from the bus, and the state of the link.",
-        WithBusOptions({TimeOption(),
-                        NumberOption("messages"),
-                        {"count", "Show only how many messages of each kind came, at the end.", Option::Kind::Flag},
-                        {"json", "Show each message as one JSON object.", Option::Kind::Flag},
-                        {"pcap", "Write a capture for Wireshark and tshark to this file; '-' is standard output."}}),
-        0,
-        Prepare<MonitorOptions, Monitor>};
+    return {"monitor",
+            "",
+            "show what comes from the bus, and the state of the link",
+            "[OPTION...]",
+            "Shows each message from the bus, and the state of the link.",
+            WithBusOptions(WithFilterOptions(WithLookOptions(
+                {TimeOption(),
+                 NamesOption(),
+                 NumberOption("messages"),
+                 {"count", "Show only how many messages of each kind came, at the end.", Option::Kind::Flag},
+                 {"stats", "Show every so many seconds how many telegrams came, the bus load, and from whom to whom."},
+                 {"json", "Show each message as one JSON object.", Option::Kind::Flag},
+                 {"pcap", "Write a capture for Wireshark and tshark to this file; '-' is standard output."},
+                 {"write", "Write to this file instead of showing it."},
+                 {"rotate", "Begin a new file when this one has so many bytes, and keep so many full ones: 10M,5"}}))),
+            0,
+            Prepare<MonitorOptions, Monitor>};
 }
 
 } // namespace OrvelClient

@@ -2,9 +2,15 @@
 
 #include "Bus.h"
 #include "Command.h"
-#include "TimeStamp.h"
+#include "CommonOptions.h"
+#include "Filter.h"
+#include "Formatter.h"
+#include "GroupNames.h"
+#include "RotatingOutput.h"
 
+#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace OrvelClient
@@ -17,6 +23,7 @@ struct MonitorOptions
         Log,
         Json,
         Count, ///< only how many of each kind, at the end
+        Statistics,
         Capture
     };
 
@@ -25,8 +32,13 @@ struct MonitorOptions
 
     Format format;
     TimeStamp timeStamp;
-    std::string captureFile;
-    uint64_t number; ///< of messages after which it ends; 0: goes on
+    std::string file; ///< "-" is standard output
+    std::optional<Rotation> rotation;
+    std::chrono::milliseconds interval; ///< of statistics
+    uint64_t number;                    ///< of messages after which it ends; 0: goes on
+    LookOptions look;
+    Filter filter;
+    NamesFile names;
     BusOptions bus;
 };
 

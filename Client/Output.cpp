@@ -2,6 +2,7 @@
 
 #include "Failure.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -36,7 +37,23 @@ Output::~Output()
 
 void Output::Write(const std::string& text)
 {
-    if (std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0)
+    Add(text);
+    Flush();
+}
+
+void Output::Add(const std::string& text)
+{
+    Check(std::fwrite(text.data(), 1, text.size(), stream) == text.size());
+}
+
+void Output::Flush()
+{
+    Check(std::fflush(stream) == 0);
+}
+
+void Output::Check(bool isWritten) const
+{
+    if (isWritten)
     {
         return;
     }
@@ -55,6 +72,12 @@ int Output::Descriptor() const
 bool Output::IsTerminal() const
 {
     return isatty(Descriptor()) != 0;
+}
+
+std::size_t Output::Columns() const
+{
+    winsize size{};
+    return ioctl(Descriptor(), TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
 }
 
 void Notice(const Output& output, const std::string& text)

@@ -6,7 +6,7 @@
 namespace OrvelClient
 {
 
-/// A stream that is written to at once: whoever reads it sees each message when it happens.
+/// A stream of messages for a person or a program.
 class Output
 {
 public:
@@ -21,15 +21,27 @@ public:
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
 
-    /// Throws Failure; one of status Done when nobody reads it any more.
+    // These throw Failure; one of status Done when nobody reads it any more.
+
+    /// Writes at once: whoever reads it sees each message when it happens.
     void Write(const std::string& text);
+
+    /// Writes later: with what is added after it, or with Flush.
+    void Add(const std::string& text);
+
+    void Flush();
 
     /// For poll: reports an error when nobody reads it any more.
     int Descriptor() const;
 
     bool IsTerminal() const;
 
+    /// Of the terminal; 0 where nobody knows.
+    std::size_t Columns() const;
+
 private:
+    void Check(bool isWritten) const;
+
     std::string name;
     std::FILE* stream;
 };

@@ -1,8 +1,12 @@
 #pragma once
 
+#include "Knx/Datapoint.h"
 #include "Knx/HexDigits.h"
 
 #include <random>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace OrvelClient
 {
@@ -14,8 +18,16 @@ using Knx::Bytes;
 class RandomTelegrams
 {
 public:
-    explicit RandomTelegrams(uint32_t seed)
+    struct Group
+    {
+        uint16_t address;
+        const Knx::DatapointType* type = nullptr; ///< of its values; null: random bytes
+    };
+
+    /// To these groups, one at least.
+    RandomTelegrams(uint32_t seed, std::vector<Group> addressed)
         : engine(seed)
+        , groups(std::move(addressed))
     {
     }
 
@@ -23,9 +35,12 @@ public:
 
 private:
     uint32_t Below(uint32_t limit);
+    Knx::GroupValue ValueOf(const Knx::DatapointType& type);
+    std::string TextOf(const Knx::DatapointType& type);
     std::size_t DataSize(bool isExtended);
 
     std::mt19937 engine;
+    std::vector<Group> groups;
 };
 
 } // namespace OrvelClient

@@ -3,8 +3,12 @@
 #include "Description.h"
 #include "Failure.h"
 
-#include <istream>
-#include <string_view>
+#include "Knx/CemiText.h"
+#include "Orvel/Protocol.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace OrvelClient
 {
@@ -12,105 +16,166 @@ namespace OrvelClient
 namespace
 {
 
-constexpr std::size_t MaxDigits = 12; // of the seconds: enough for any time, and they fit into the number
+constexpr std::chrono::seconds TooLate(1000000000000); // what has too many digits, as a sum too
 constexpr std::size_t Decimals = 6;
-constexpr std::chrono::seconds TooLate(1000000000000); // what has more digits, also as a sum of deltas
 
-// Takes things from the front of a line.
-class Scanner
+[[noreturn]] void RejectLine()
 {
-public:
-    explicit Scanner(std::string_view wholeLine)
-        : line(wholeLine)
-    {
-    }
-
-    bool Skip(std::string_view text)
-    {
-        const bool isThere = line.substr(position, text.size()) == text;
-        position += isThere ? text.size() : 0;
-        return isThere;
-    }
-
-    std::string Digits()
-    {
-        const std::size_t begin = position;
-        while (position < line.size() && line[position] >= '0' && line[position] <= '9')
-        {
-            ++position;
-        }
-        return std::string(line.substr(begin, position - begin));
-    }
-
-    std::size_t Position() const
-    {
-        return position;
-    }
-
-private:
-    std::string_view line;
-    std::size_t position = 0;
-};
-
-bool IsWithoutMessage(const std::string& line)
-{
-    const std::size_t first = line.find_first_not_of(" \t\r");
-    return first == std::string::npos || line[first] == '#';
+    throw Failure(Status::NotUnderstood, "is no line of a log, which begins as (1763719200.123456) rx");
 }
 
-Message ParseLine(const std::string& line, std::chrono::microseconds previous)
+// How a terminal changes its colour.
+constexpr const char* Plain = "\x1b[0m";
+constexpr const char* Dim = "\x1b[2m";
+constexpr const char* Red = "\x1b[31m";
+constexpr const char* Green = "\x1b[32m";
+constexpr const char* Yellow = "\x1b[33m";
+constexpr const char* Cyan = "\x1b[36m";
+
+// What is wrong is red, the link is yellow; of telegrams, those that ask and answer stand out.
+const char* ColorOf(const Message& message)
 {
-    Scanner scanner(line);
-    const bool begins = scanner.Skip("(");
-    const bool isDelta = scanner.Skip("+");
-    const std::string seconds = scanner.Digits();
-    const bool hasPoint = scanner.Skip(".");
-    const std::string fraction = scanner.Digits();
-    if (!begins || seconds.empty() || seconds.size() > MaxDigits || !hasPoint || fraction.size() != Decimals ||
-        !scanner.Skip(") rx"))
+    if (const auto state = LinkState(message.frame))
     {
-        throw Failure(Status::NotUnderstood, "is no line of a log, which begins as (1763719200.123456) rx");
+        return *state == ORVEL_LINK_STATE_USABLE ? Yellow : Red;
     }
-    Message message;
-    message.time = std::chrono::seconds(std::stoll(seconds)) + std::chrono::microseconds(std::stoll(fraction)) +
-                   (isDelta ? previous : std::chrono::microseconds{});
-    if (message.time >= TooLate)
+    const Knx::CemiMessage cemi = TakenApart(message);
+    if (!cemi.problems.empty() || !IsOfTheBus(message.frame))
     {
-        throw Failure(Status::NotUnderstood, "is later than any time");
+        return Red;
     }
-    // Blanks in place of what is no frame, so that a position is one in the line.
-    message.frame = FrameFromText(std::string(scanner.Position(), ' ') + line.substr(scanner.Position()));
-    return message;
+    if (cemi.Is(Knx::MessageCode::LDataCon))
+    {
+        return cemi.ErrorBit() ? Red : Dim;
+    }
+    const std::string service = cemi.apci ? Knx::ServiceName(cemi) : "";
+    return service == "A_GroupValue_Read" ? Cyan : service == "A_GroupValue_Response" ? Green : "";
+}
+
+using LineParts = std::vector<std::pair<std::string, const char*>>; // text and colour
+
+bool BeginsCharacter(char byte)
+{
+    return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80; // in UTF-8
+}
+
+// Cuts off what is behind the width. The last character then tells so.
+void Fit(LineParts& parts, std::size_t width)
+{
+    std::size_t columns = 0;
+    for (const auto& part : parts)
+    {
+        columns += static_cast<std::size_t>(std::count_if(part.first.begin(), part.first.end(), BeginsCharacter));
+    }
+    if (columns <= width)
+    {
+        return;
+    }
+    std::size_t left = width - 1;
+    for (auto& [text, color] : parts)
+    {
+        std::size_t end = 0;
+        while (end < text.size() && (left > 0 || !BeginsCharacter(text[end])))
+        {
+            left -= BeginsCharacter(text[end]) ? 1 : 0;
+            ++end;
+        }
+        text.resize(end);
+    }
+    parts.back().first += '>';
+}
+
+std::string Painted(const LineParts& parts)
+{
+    std::string line;
+    for (const auto& [text, color] : parts)
+    {
+        line += *color == '\0' ? text : color + text + Plain;
+    }
+    return line;
+}
+
+// "123.456789"
+std::chrono::microseconds TimeOf(std::string_view text)
+{
+    const std::size_t point = text.find('.');
+    const auto time = TimeOfSeconds(text);
+    if (!time || point == std::string_view::npos || text.size() - point - 1 != Decimals)
+    {
+        RejectLine();
+    }
+    return *time;
 }
 
 } // namespace
 
-std::string RecordLine(const std::string& stamp, const Message& message)
+std::string RecordLine(const std::string& stamp, const Message& message, const LineStyle& style,
+                       const KnownGroups& groups)
 {
-    const std::string hex = message.frame.empty() ? "" : " " + Knx::ToHex(message.frame);
-    return stamp + " rx" + hex + "  # " + Describe(message);
+    const bool isNarrow = style.width > 0;
+    std::string bytes;
+    if (!isNarrow)
+    {
+        bytes = std::string(" ") + NameOf(message.direction);
+        bytes += message.frame.empty() ? "" : " " + Knx::ToHex(message.frame);
+        bytes += "  # ";
+    }
+    const std::string text = Describe(message, isNarrow ? Knx::Detail::Unusual : Knx::Detail::All, groups);
+    if (!isNarrow && !style.color)
+    {
+        return stamp + bytes + text;
+    }
+    LineParts parts{{stamp + (isNarrow ? " " : bytes), Dim}, {text, style.color ? ColorOf(message) : ""}};
+    if (isNarrow)
+    {
+        Fit(parts, style.width);
+    }
+    return style.color ? Painted(parts) : parts[0].first + parts[1].first;
 }
 
-std::vector<Message> ReadRecord(std::istream& record)
+bool LooksLikeRecord(std::string_view line)
 {
-    std::vector<Message> messages;
-    std::string line;
-    for (std::size_t number = 1; std::getline(record, line); ++number)
+    if (LocalDate::Begins(line))
     {
-        try
-        {
-            const auto previous = messages.empty() ? std::chrono::microseconds{} : messages.back().time;
-            if (!IsWithoutMessage(line))
-            {
-                messages.push_back(ParseLine(line, previous));
-            }
-        }
-        catch (const Failure& failure)
-        {
-            throw Failure(failure.ExitStatus(), "line " + std::to_string(number) + ": " + failure.what());
-        }
+        const std::string_view behind = line.substr(LocalDate::Size);
+        return behind.substr(0, 3) == " rx" || behind.substr(0, 3) == " tx";
     }
-    return messages;
+    return !line.empty() && line.front() == '(';
+}
+
+Message RecordParser::Parse(std::string_view line)
+{
+    Message message;
+    std::size_t end = LocalDate::Size;
+    if (const auto time = date.Time(line))
+    {
+        message.time = *time;
+    }
+    else
+    {
+        end = line.find(')');
+        const bool isDelta = line.substr(0, 2) == "(+";
+        if (line.empty() || line.front() != '(' || end == std::string_view::npos)
+        {
+            RejectLine();
+        }
+        const std::size_t begin = isDelta ? 2 : 1;
+        message.time = TimeOf(line.substr(begin, end - begin)) + (isDelta ? previous : std::chrono::microseconds{});
+        ++end;
+    }
+    if (message.time >= TooLate)
+    {
+        throw Failure(Status::NotUnderstood, "is later than any time");
+    }
+    previous = message.time;
+    const std::string_view direction = line.substr(std::min(end, line.size()), 3);
+    if (direction != " rx" && direction != " tx")
+    {
+        RejectLine();
+    }
+    message.direction = direction == " tx" ? Direction::ToLink : Direction::FromLink;
+    message.frame = FrameFromText(line, end + direction.size());
+    return message;
 }
 
 } // namespace OrvelClient

@@ -1,21 +1,41 @@
 #pragma once
 
+#include "KnownGroups.h"
 #include "Message.h"
+#include "TimeStamp.h"
 
-#include <iosfwd>
 #include <string>
-#include <vector>
+#include <string_view>
 
 namespace OrvelClient
 {
 
 // The record of messages that people read: a line for each.
 
-/// A line of a record: "(1763719200.123456) rx 29 00 bc e0 11 01 0a 03 01 00 81  # L_Data.ind ..."
-std::string RecordLine(const std::string& stamp, const Message& message);
+/// How a line looks.
+struct LineStyle
+{
+    bool color = false;
+    std::size_t width = 0; ///< columns that it has to fit, which costs the bytes and what is usual; 0: any number
+};
 
-/// Reads a record back; times are as they are in it, deltas added up. Lines that are empty or begin with '#' are skipped.
-/// Throws Failure (NotUnderstood) that names the line.
-std::vector<Message> ReadRecord(std::istream& record);
+/// A line of a record: "(1763719200.123456) rx 29 00 bc e0 11 01 0a 03 01 00 81  # L_Data.ind ..."
+std::string RecordLine(const std::string& stamp, const Message& message, const LineStyle& style = {},
+                       const KnownGroups& groups = KnownGroups());
+
+/// Whether the line is meant as one of a record, right or wrong.
+bool LooksLikeRecord(std::string_view line);
+
+/// Reads lines of a record back. Times are as they are in it; where they count from the line before, they are added up.
+class RecordParser
+{
+public:
+    /// Throws Failure (NotUnderstood).
+    Message Parse(std::string_view line);
+
+private:
+    std::chrono::microseconds previous{};
+    LocalDate date;
+};
 
 } // namespace OrvelClient

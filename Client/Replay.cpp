@@ -1,22 +1,17 @@
 #include "Replay.h"
 
-#include "Capture.h"
 #include "CommandLine.h"
 #include "CommonOptions.h"
 #include "Failure.h"
 #include "FrameSender.h"
 #include "Output.h"
-#include "Record.h"
+#include "Recording.h"
 
 #include "Knx/CemiMessage.h"
 #include "Orvel/Protocol.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <sstream>
+#include <vector>
 
 namespace OrvelClient
 {
@@ -25,42 +20,6 @@ namespace
 {
 
 using Knx::MessageCode;
-
-std::string ReadAll(const std::string& file)
-{
-    std::FILE* const stream = file == "-" ? stdin : std::fopen(file.c_str(), "re");
-    std::string content;
-    std::array<char, 65536> buffer{};
-    for (std::size_t size = 1; stream != nullptr && size > 0;)
-    {
-        size = std::fread(buffer.data(), 1, buffer.size(), stream);
-        content.append(buffer.data(), size);
-    }
-    const bool isRead = stream != nullptr && std::ferror(stream) == 0;
-    const int error = errno;
-    if (stream != nullptr)
-    {
-        static_cast<void>(std::fclose(stream)); // nothing was written
-    }
-    if (!isRead)
-    {
-        throw Failure(Status::Failed, "cannot read " + file + ": " + strerror(error));
-    }
-    return content;
-}
-
-std::vector<Message> ReadMessages(const std::string& file)
-{
-    std::istringstream content(ReadAll(file));
-    try
-    {
-        return IsCapture(content.str()) ? ReadCapture(content) : ReadRecord(content);
-    }
-    catch (const Failure& failure)
-    {
-        throw Failure(failure.ExitStatus(), (file == "-" ? "standard input" : file) + ": " + failure.what());
-    }
-}
 
 Bytes Request(MessageCode code, const Bytes& frame, std::size_t control1)
 {
@@ -71,6 +30,12 @@ Bytes Request(MessageCode code, const Bytes& frame, std::size_t control1)
     return request;
 }
 
+bool IsConfirmation(const Bytes& frame)
+{
+    const auto code = frame.empty() ? MessageCode{} : static_cast<MessageCode>(frame.front());
+    return code == MessageCode::LDataCon || code == MessageCode::LRawCon;
+}
+
 // The messages to send, with their times from the first message on.
 struct Sending
 {
@@ -78,17 +43,32 @@ struct Sending
     Bytes request;
 };
 
-std::vector<Sending> Sendings(const std::vector<Message>& messages)
+struct Plan
 {
     std::vector<Sending> sendings;
-    for (const Message& message : messages)
+    std::size_t messages = 0; // in the recording
+};
+
+// A recording that has requests has them a second time as confirmations.
+Plan ReadPlan(Recording& recording)
+{
+    Plan plan;
+    bool hasRequests = false;
+    std::chrono::microseconds start{};
+    for (Message message; recording.Next(message); ++plan.messages)
     {
+        start = plan.messages == 0 ? message.time : start;
+        hasRequests = hasRequests || message.direction == Direction::ToLink;
+        if (hasRequests && IsConfirmation(message.frame))
+        {
+            continue;
+        }
         if (auto request = RequestFor(message.frame))
         {
-            sendings.push_back({message.time - messages.front().time, std::move(*request)});
+            plan.sendings.push_back({message.time - start, std::move(*request)});
         }
     }
-    return sendings;
+    return plan;
 }
 
 } // namespace
@@ -120,20 +100,13 @@ std::optional<Bytes> RequestFor(const Bytes& frame)
         }
         request = Request(MessageCode::LRawReq, frame, *control1);
         break;
-    case MessageCode::LDataReq:
-    case MessageCode::LRawReq:
-    case MessageCode::LPollDataReq:
-    case MessageCode::TDataConnectedReq:
-    case MessageCode::TDataIndividualReq:
-    case MessageCode::MPropReadReq:
-    case MessageCode::MPropWriteReq:
-    case MessageCode::MFuncPropCommandReq:
-    case MessageCode::MFuncPropStateReadReq:
-    case MessageCode::MResetReq:
+    default:
+        if (!IsRequestCode(frame.front()))
+        {
+            return std::nullopt;
+        }
         request = frame;
         break;
-    default:
-        return std::nullopt;
     }
     return request.size() <= ORVEL_CEMI_MAX_FRAME_TO_LL ? std::optional(request) : std::nullopt;
 }
@@ -153,10 +126,13 @@ namespace
 Status Replay(const ReplayOptions& options)
 {
     using namespace std::chrono;
-    const auto messages = ReadMessages(options.file);
-    const auto sendings = Sendings(messages);
-
     const StopSignals stop;
+    Source source(options.file, stop);
+    Recording recording(source);
+    const Plan plan = ReadPlan(recording);
+    const auto& sendings = plan.sendings;
+    recording.TellRemark();
+
     FrameSender sender(options.bus, stop, options.wait);
     const auto start = steady_clock::now();
     std::size_t sent = 0;
@@ -178,8 +154,8 @@ Status Replay(const ReplayOptions& options)
         }
         ++sent;
     }
-    Notice(Output(), "sent " + std::to_string(sent) + " of " + std::to_string(messages.size()) + " messages" +
-                         (sent < messages.size() ? "; the others are no frames for the bus" : ""));
+    Notice(Output(), "sent " + std::to_string(sent) + " of " + std::to_string(plan.messages) + " messages" +
+                         (sent < plan.messages ? "; the others are no frames for the bus" : ""));
     return Status::Done;
 }
 
@@ -222,16 +198,17 @@ ReplayOptions::ReplayOptions(const CommandLine& line)
 
 Command ReplayCommand()
 {
-    return {"replay",
-            "FILE",
-            "send the frames of a log or a capture of the monitor",
-            "[OPTION...] FILE",
-            "Sends the frames of a log or a capture of the monitor, with its timing; '-' is standard input.",
-            WithBusOptions(
-                {{"speed", "Send so many times as fast; max is as fast as the queue takes the frames, default is: 1"},
-                 WaitOption(DefaultWait)}),
-            1,
-            Prepare<ReplayOptions, Replay>};
+    return {
+        "replay",
+        "FILE",
+        "send the frames of a recording",
+        "[OPTION...] FILE",
+        "Sends the frames of a recording, with its timing; '-' is standard input. It reads whatever 'decode' reads.",
+        WithBusOptions(
+            {{"speed", "Send so many times as fast; max is as fast as the queue takes the frames, default is: 1"},
+             WaitOption(DefaultWait)}),
+        1,
+        Prepare<ReplayOptions, Replay>};
 }
 
 } // namespace OrvelClient

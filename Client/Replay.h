@@ -21,7 +21,7 @@ struct ReplayOptions
     BusOptions bus;
 };
 
-/// Sends the frames of a log or a capture of the monitor. Sends nothing unless it understands the whole file.
+/// Sends the frames of a recording. Sends nothing unless it understands the whole file, but for an end that was cut off.
 Command ReplayCommand();
 
 /// The request that puts the frame onto the bus again; nothing if there is none, as for the state of the link. An

@@ -2,12 +2,16 @@
 
 #include "CommandLine.h"
 #include "CommonOptions.h"
+#include "Conversation.h"
 #include "Failure.h"
 #include "FrameSender.h"
 #include "Input.h"
 #include "Message.h"
 
+#include "Knx/CemiMessage.h"
+
 #include <cstdint>
+#include <optional>
 
 namespace OrvelClient
 {
@@ -15,7 +19,42 @@ namespace OrvelClient
 namespace
 {
 
-void SendLine(FrameSender& sender, const std::string& line)
+// Sends frames, and waits for their confirmations where these are wanted.
+class Sender
+{
+public:
+    Sender(const StopSignals& stop, const SendOptions& sendOptions)
+        : options(sendOptions)
+        , sender(options.bus, stop, options.wait)
+    {
+        if (options.confirm)
+        {
+            conversation.emplace(options.bus, stop, options.wait);
+        }
+    }
+
+    void Send(const Bytes& frame)
+    {
+        if (!conversation)
+        {
+            sender.Send(frame);
+            return;
+        }
+        FrameSender::CheckLength(frame);
+        if (frame.front() != static_cast<uint8_t>(Knx::MessageCode::LDataReq))
+        {
+            throw Failure(Status::WrongOption, "--confirm is for L_Data.req: nothing confirms another frame");
+        }
+        conversation->SendConfirmed(frame);
+    }
+
+private:
+    const SendOptions& options;
+    FrameSender sender;
+    std::optional<Conversation> conversation;
+};
+
+void SendLine(Sender& sender, const std::string& line)
 {
     // An empty line or a comment is no frame, and nothing wrong.
     if (const Bytes frame = FrameFromText(line); !frame.empty())
@@ -27,7 +66,7 @@ void SendLine(FrameSender& sender, const std::string& line)
 Status Send(const SendOptions& options)
 {
     const StopSignals stop;
-    FrameSender sender(options.bus, stop, options.wait);
+    Sender sender(stop, options);
     if (!options.digits.empty())
     {
         std::string digits;
@@ -64,6 +103,7 @@ constexpr std::chrono::milliseconds DefaultWait{0};
 
 SendOptions::SendOptions(const CommandLine& line)
     : digits(line.Arguments())
+    , confirm(line.Has("confirm"))
     , wait(TakeWait(line, DefaultWait))
     , bus(TakeBus(line))
 {
@@ -76,7 +116,9 @@ Command SendCommand()
             "send a frame to the bus, or each line of standard input",
             "[OPTION...] [HEX...]",
             "Sends the frame to the bus. Without HEX, each line of standard input is a frame.",
-            WithBusOptions({WaitOption(DefaultWait)}),
+            WithBusOptions(
+                {{"confirm", "Wait until the bus has each frame, and fail where it has not.", Option::Kind::Flag},
+                 WaitOption(DefaultWait)}),
             SIZE_MAX,
             Prepare<SendOptions, Send>};
 }

@@ -16,6 +16,7 @@ struct SendOptions
     explicit SendOptions(const CommandLine& line);
 
     std::vector<std::string> digits; ///< of one frame; none: frames come from standard input
+    bool confirm;                    ///< each frame has to be confirmed before the next one
     std::chrono::milliseconds wait;
     BusOptions bus;
 };

@@ -3,12 +3,19 @@
 #include "Failure.h"
 
 #include <poll.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <ctime>
 
 namespace OrvelClient
 {
+
+void StopSignals::Ask() const
+{
+    kill(getpid(), SIGTERM); // of the process: every thread that waits for the descriptor sees it
+}
 
 bool StopSignals::AwaitUntil(std::chrono::steady_clock::time_point time) const
 {

@@ -12,6 +12,9 @@ namespace OrvelClient
 class StopSignals : public System::StopSignals
 {
 public:
+    /// Asks the program to stop, as the signals do.
+    void Ask() const;
+
     /// Waits until `time`, or until one has come; true when one has.
     bool AwaitUntil(std::chrono::steady_clock::time_point time) const;
 

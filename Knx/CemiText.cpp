@@ -4,6 +4,7 @@
 #include "Knx/GroupAddress.h"
 
 #include <array>
+#include <string_view>
 #include <utility>
 
 namespace Knx
@@ -41,23 +42,17 @@ bool IsGroupValue(const Service& service)
     return service.name == "A_GroupValue_Write" || service.name == "A_GroupValue_Response";
 }
 
-std::string Joined(const std::vector<std::string>& parts, const char* separator)
-{
-    std::string text;
-    for (const std::string& part : parts)
-    {
-        text += (text.empty() ? "" : separator) + part;
-    }
-    return text;
-}
-
 // Collects the words of a line.
 class Line
 {
 public:
-    explicit Line(const CemiMessage& message)
+    Line(const CemiMessage& message, Detail detail)
         : cemi(message)
+        , isComplete(detail == Detail::All)
+        , hasValue(detail != Detail::WithoutValue)
     {
+        constexpr std::size_t usual = 160; // bytes
+        text.reserve(usual);
         if (cemi.code)
         {
             const std::string name = NameOfMessageCode(*cemi.code);
@@ -68,21 +63,32 @@ public:
         AddInfo();
         AddTransport();
         AddProperty();
-        if (!cemi.payload.empty())
+        if (hasValue && !cemi.payload.empty())
         {
-            Add("data=" + ToHex(cemi.payload, ""));
+            Add("data=");
+            text += ToHex(cemi.payload, "");
         }
     }
 
-    std::string Text() const
+    std::string Take()
     {
-        return Joined(words, " ");
+        return std::move(text);
     }
 
 private:
-    void Add(std::string word)
+    void Add(std::string_view word)
     {
-        words.push_back(std::move(word));
+        if (!text.empty())
+        {
+            text += ' ';
+        }
+        text += word;
+    }
+
+    void AddNumber(std::string_view name, unsigned number)
+    {
+        Add(name);
+        text += std::to_string(number);
     }
 
     void AddAddresses()
@@ -100,13 +106,15 @@ private:
 
     void AddControl()
     {
-        if (cemi.control1)
+        constexpr unsigned low = 3; // priority
+        constexpr unsigned usualHops = 6;
+        if (cemi.control1 && (isComplete || cemi.Priority() != low))
         {
             Add(NameOfPriority(cemi.Priority()));
         }
-        if (cemi.control2)
+        if (cemi.control2 && (isComplete || cemi.Hops() != usualHops))
         {
-            Add("hops=" + std::to_string(cemi.Hops()));
+            AddNumber("hops=", cemi.Hops());
         }
         if (cemi.control1)
         {
@@ -114,11 +122,11 @@ private:
         }
         if (cemi.control2 && cemi.Format() != 0)
         {
-            Add("format=" + std::to_string(cemi.Format()));
+            AddNumber("format=", cemi.Format());
         }
         if (cemi.slots)
         {
-            Add("slots=" + std::to_string(*cemi.slots));
+            AddNumber("slots=", *cemi.slots);
         }
     }
 
@@ -151,7 +159,13 @@ private:
     {
         for (const auto& info : cemi.info)
         {
-            Add("info=" + NameOfInfo(info.type) + (info.data ? ":" + ToHex(*info.data, "") : ""));
+            Add("info=");
+            text += NameOfInfo(info.type);
+            if (info.data)
+            {
+                text += ':';
+                text += ToHex(*info.data, "");
+            }
         }
     }
 
@@ -159,21 +173,23 @@ private:
     {
         if (cemi.tpci)
         {
-            if (const std::string name = TransportName(cemi); !name.empty())
+            const std::string name = TransportName(cemi);
+            if (!name.empty() && (isComplete || name != "T_Data_Group"))
             {
                 Add(name);
             }
             if (cemi.IsNumbered())
             {
-                Add("seq=" + std::to_string(cemi.Sequence()));
+                AddNumber("seq=", cemi.Sequence());
             }
         }
         if (cemi.apci)
         {
             Add(ServiceName(cemi));
-            if (const auto value = SmallValue(cemi))
+            if (const auto value = SmallValue(cemi); hasValue && value)
             {
-                Add("value=" + HexNumber(*value, 2));
+                Add("value=");
+                text += HexNumber(*value, 2);
             }
         }
     }
@@ -182,30 +198,33 @@ private:
     {
         if (cemi.objectType)
         {
-            Add("object=" + std::to_string(*cemi.objectType));
+            AddNumber("object=", *cemi.objectType);
         }
         if (cemi.objectInstance)
         {
-            Add("instance=" + std::to_string(*cemi.objectInstance));
+            AddNumber("instance=", *cemi.objectInstance);
         }
         if (cemi.property)
         {
-            Add("property=" + std::to_string(*cemi.property));
+            AddNumber("property=", *cemi.property);
         }
         if (cemi.count)
         {
-            Add("count=" + std::to_string(*cemi.count));
-            Add("index=" + std::to_string(*cemi.index));
+            AddNumber("count=", *cemi.count);
+            AddNumber("index=", *cemi.index);
         }
         if (cemi.error)
         {
-            Add("error=" + HexNumber(*cemi.error, 2));
+            Add("error=");
+            text += HexNumber(*cemi.error, 2);
             Add("(" + NameOfPropertyError(*cemi.error) + ")");
         }
     }
 
     const CemiMessage& cemi;
-    std::vector<std::string> words;
+    bool isComplete;
+    bool hasValue;
+    std::string text;
 };
 
 } // namespace
@@ -255,17 +274,31 @@ std::optional<uint8_t> SmallValue(const CemiMessage& cemi)
 
 std::string ProblemsText(const CemiMessage& cemi)
 {
-    return Joined(cemi.problems, "; ");
+    std::string text;
+    for (const std::string& problem : cemi.problems)
+    {
+        text += (text.empty() ? "" : "; ") + problem;
+    }
+    return text;
 }
 
-std::string Describe(const CemiMessage& cemi)
+std::string Words(const CemiMessage& cemi, Detail detail)
 {
-    std::string text = Line(cemi).Text();
+    return Line(cemi, detail).Take();
+}
+
+std::string WithProblems(std::string text, const CemiMessage& cemi)
+{
     if (!cemi.problems.empty())
     {
         text += (text.empty() ? "! " : " ! ") + ProblemsText(cemi);
     }
     return text;
+}
+
+std::string Describe(const CemiMessage& cemi)
+{
+    return WithProblems(Words(cemi), cemi);
 }
 
 } // namespace Knx

@@ -12,6 +12,20 @@ namespace Knx
 /// behind an exclamation mark.
 std::string Describe(const CemiMessage& cemi);
 
+/// How much a line says.
+enum class Detail
+{
+    All,
+    Unusual,     ///< not what nearly every telegram has: low priority, six hops, a group as its destination
+    WithoutValue ///< the same without the value or the data
+};
+
+/// The same without what is wrong.
+std::string Words(const CemiMessage& cemi, Detail detail = Detail::All);
+
+/// The text, and behind an exclamation mark what is wrong with the message.
+std::string WithProblems(std::string text, const CemiMessage& cemi);
+
 /// "ends before the length; ..."; empty when nothing is wrong.
 std::string ProblemsText(const CemiMessage& cemi);
 

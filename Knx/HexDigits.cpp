@@ -30,13 +30,16 @@ std::string Quoted(char character)
 unsigned ValueAt(std::string_view text, std::size_t position)
 {
     const char character = text[position];
-    const std::size_t value =
-        Digits.find(character >= 'A' && character <= 'F' ? static_cast<char>(character - 'A' + 'a') : character);
-    if (value == std::string_view::npos)
+    if (character >= '0' && character <= '9')
     {
-        throw NotHex(Quoted(character) + " at position " + std::to_string(position + 1) + " is no hexadecimal digit");
+        return static_cast<unsigned>(character - '0');
     }
-    return static_cast<unsigned>(value);
+    const auto lower = static_cast<char>(character | 0x20);
+    if (lower >= 'a' && lower <= 'f')
+    {
+        return static_cast<unsigned>(lower - 'a' + 10);
+    }
+    throw NotHex(Quoted(character) + " at position " + std::to_string(position + 1) + " is no hexadecimal digit");
 }
 
 } // namespace
@@ -44,6 +47,7 @@ unsigned ValueAt(std::string_view text, std::size_t position)
 std::string ToHex(const Bytes& bytes, std::string_view separator)
 {
     std::string text;
+    text.reserve(bytes.size() * (2 + separator.size()));
     for (const uint8_t byte : bytes)
     {
         if (!text.empty())
@@ -63,10 +67,14 @@ std::string HexNumber(uint16_t number, int digits)
     return text.data();
 }
 
-Bytes FromHex(std::string_view text)
+Bytes FromHex(std::string_view text, std::size_t position)
 {
     Bytes bytes;
-    for (std::size_t position = 0; position < text.size();)
+    if (position < text.size())
+    {
+        bytes.reserve((text.size() - position) / 2);
+    }
+    while (position < text.size())
     {
         if (IsBetweenBytes(text[position]))
         {

@@ -24,7 +24,7 @@ public:
     using std::invalid_argument::invalid_argument;
 };
 
-/// Two digits a byte; blanks and colons may stand between bytes. Throws NotHex.
-Bytes FromHex(std::string_view text);
+/// Two digits a byte; blanks and colons may stand between bytes. What is before `position` is not looked at. Throws NotHex.
+Bytes FromHex(std::string_view text, std::size_t position = 0);
 
 } // namespace Knx

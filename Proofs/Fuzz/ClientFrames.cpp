@@ -6,14 +6,15 @@
 #include "Json.h"
 #include "Record.h"
 #include "Replay.h"
+#include "TelegramLog.h"
 #include "TimeStamp.h"
 
 #include "Orvel/Protocol.h"
 
 #include "Expect.h"
+#include "ReadRecording.h"
 
 #include <algorithm>
-#include <sstream>
 
 using namespace OrvelClient;
 
@@ -44,10 +45,14 @@ void CheckTexts(const Message& message)
 
 void CheckRecordings(const Message& message)
 {
-    std::istringstream log(RecordLine(TimeStamper(TimeStamp::Absolute).Stamp(message.time), message) + "\n");
-    ExpectSame("the message from the log", ReadRecord(log), message);
-    std::istringstream capture(CaptureHeader() + CapturePacket(message));
-    ExpectSame("the message from the capture", ReadCapture(capture), message);
+    ExpectSame("the message from the log",
+               Fuzz::ReadRecording(RecordLine(TimeStamper(TimeStamp::Absolute).Stamp(message.time), message) + "\n"),
+               message);
+    ExpectSame("the message from the object", Fuzz::ReadRecording(DescribeAsJson(message) + "\n"), message);
+    ExpectSame("the message from the capture", Fuzz::ReadRecording(CaptureHeader() + CapturePacket(message)), message);
+    ExpectSame("the message from the telegram log",
+               Fuzz::ReadRecording(TelegramLogHeader(Time) + TelegramLogEntry(message) + TelegramLogEnd(Time)),
+               message);
 }
 
 void CheckRequest(const Bytes& frame)

@@ -1,18 +1,22 @@
 // The command line of orvelctl. The input is the arguments behind the program's name, each with a zero byte at its end.
 
+#include "Answer.h"
 #include "Button.h"
 #include "Check.h"
 #include "CommandLine.h"
 #include "Commands.h"
+#include "Decode.h"
 #include "GatewaySocket.h"
 #include "Generate.h"
 #include "Led.h"
 #include "Monitor.h"
 #include "Names.h"
 #include "Queue.h"
+#include "Read.h"
 #include "Replay.h"
 #include "Send.h"
 #include "Status.h"
+#include "Write.h"
 
 #include "Expect.h"
 #include "Input.h"
@@ -36,6 +40,22 @@ void ExpectBus(const BusOptions& bus)
     Fuzz::Expect("one way", !(bus.named && bus.direct));
 }
 
+void Check(const WriteOptions& write)
+{
+    ExpectWait(write.wait);
+}
+
+void Check(const ReadOptions& read)
+{
+    ExpectWait(read.wait);
+    Fuzz::Expect("a time to wait for the answer", read.timeout > 0ms && read.timeout <= 1h);
+}
+
+void Check(const AnswerOptions& answer)
+{
+    ExpectWait(answer.wait);
+}
+
 void Check(const SendOptions& send)
 {
     ExpectBus(send.bus);
@@ -45,8 +65,15 @@ void Check(const SendOptions& send)
 void Check(const MonitorOptions& monitor)
 {
     ExpectBus(monitor.bus);
-    Fuzz::Expect("a format for the file",
-                 monitor.captureFile.empty() || monitor.format == MonitorOptions::Format::Capture);
+    Fuzz::Expect("a file that can be full",
+                 !monitor.rotation ||
+                     (monitor.file != "-" && monitor.rotation->size >= 1024 && monitor.rotation->count > 0));
+    Fuzz::Expect("an interval", monitor.interval >= 100ms && monitor.interval <= 24h);
+}
+
+void Check(const DecodeOptions& decode)
+{
+    Fuzz::Expect("time stamps for lines only", decode.timeStamp == TimeStamp::Absolute || decode.form == Form::Text);
 }
 
 void Check(const ReplayOptions& replay)
@@ -115,8 +142,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     try
     {
         Fuzz::Expect("something to do", static_cast<bool>(ActionFor(argc, argv.data())));
+        CheckIf<WriteOptions>(WriteCommand(), argc - 1, argv.data() + 1);
+        CheckIf<ReadOptions>(ReadCommand(), argc - 1, argv.data() + 1);
+        CheckIf<AnswerOptions>(AnswerCommand(), argc - 1, argv.data() + 1);
         CheckIf<SendOptions>(SendCommand(), argc - 1, argv.data() + 1);
         CheckIf<MonitorOptions>(MonitorCommand(), argc - 1, argv.data() + 1);
+        CheckIf<DecodeOptions>(DecodeCommand(), argc - 1, argv.data() + 1);
         CheckIf<ReplayOptions>(ReplayCommand(), argc - 1, argv.data() + 1);
         CheckIf<GenerateOptions>(GenerateCommand(), argc - 1, argv.data() + 1);
         CheckIf<NamesOptions>(NamesCommand(), argc - 1, argv.data() + 1);

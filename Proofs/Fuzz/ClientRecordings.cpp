@@ -1,37 +1,47 @@
-// Fuzzes what 'orvelctl replay' reads. The input is the file, a log or a capture.
+// Fuzzes what 'orvelctl decode' and 'orvelctl replay' read. The input is the file, in any of its forms.
 
-#include "Capture.h"
 #include "Failure.h"
+#include "Json.h"
 #include "Record.h"
 #include "Replay.h"
 #include "TimeStamp.h"
 
 #include "Expect.h"
+#include "ReadRecording.h"
 
 #include <algorithm>
-#include <sstream>
+#include <vector>
 
 using namespace OrvelClient;
 
 namespace
 {
 
-void CheckLog(const std::vector<Message>& messages)
+// What was read is the same in each form that it can be written in.
+void CheckForm(const std::vector<Message>& messages, const std::string& written)
 {
-    std::ostringstream log;
-    TimeStamper stamper(TimeStamp::Absolute);
-    for (const Message& message : messages)
-    {
-        log << RecordLine(stamper.Stamp(message.time), message) << "\n";
-    }
-    std::istringstream written(log.str());
-    const std::vector<Message> again = ReadRecord(written);
+    const std::vector<Message> again = Fuzz::ReadRecording(written);
     Fuzz::ExpectEqual("the number of messages", again.size(), messages.size());
     for (std::size_t index = 0; index < messages.size(); ++index)
     {
         Fuzz::Expect("the same time", again[index].time == messages[index].time);
         Fuzz::Expect("the same frame", again[index].frame == messages[index].frame);
     }
+}
+
+void CheckForms(const std::vector<Message>& messages)
+{
+    std::string log;
+    TimeStamper stamper(TimeStamp::Absolute);
+    for (const Message& message : messages)
+    {
+        log += RecordLine(stamper.Stamp(message.time), message) + "\n";
+        if (message.frame.size() <= 1024) // the library that writes objects takes long
+        {
+            CheckForm({message}, DescribeAsJson(message) + "\n");
+        }
+    }
+    CheckForm(messages, log);
 }
 
 void CheckPauses(const std::vector<Message>& messages)
@@ -50,11 +60,10 @@ void CheckPauses(const std::vector<Message>& messages)
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
 {
     const std::string content(data, data + size);
-    std::istringstream file(content);
     try
     {
-        const std::vector<Message> messages = IsCapture(content) ? ReadCapture(file) : ReadRecord(file);
-        CheckLog(messages);
+        const std::vector<Message> messages = Fuzz::ReadRecording(content);
+        CheckForms(messages);
         CheckPauses(messages);
     }
     catch (const Failure& failure)

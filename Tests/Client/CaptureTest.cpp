@@ -1,18 +1,21 @@
 #include "Capture.h"
 
+#include "PcapNg.h"
+#include "Recorded.h"
+#include "Recording.h"
 #include "Rejection.h"
-
-#include <algorithm>
-#include <sstream>
 
 using Knx::Bytes;
 using Knx::FromHex;
 using Knx::ToHex;
 using OrvelClient::CaptureHeader;
 using OrvelClient::CapturePacket;
+using OrvelClient::CaptureReader;
+using OrvelClient::Direction;
 using OrvelClient::IsCapture;
+using OrvelClient::IsPcapNg;
 using OrvelClient::Message;
-using OrvelClient::ReadCapture;
+using OrvelClient::PcapNgReader;
 using OrvelClient::Status;
 
 namespace
@@ -41,8 +44,7 @@ std::string Hex(const std::string& text)
 
 std::vector<Message> Read(const std::string& capture)
 {
-    std::istringstream stream(capture);
-    return ReadCapture(stream);
+    return ReadWith<CaptureReader>(capture).messages;
 }
 
 TEST(Capture, BeginsWithAHeaderForPacketsThatNameTheirDissector)
@@ -108,30 +110,49 @@ TEST(Capture, ReadsTheOtherByteOrderAndNanoseconds)
 
 TEST(Capture, IsRecognisedByItsFirstBytes)
 {
-    for (const char* const magic : {"d4c3b2a1", "a1b2c3d4", "4d3cb2a1", "a1b23c4d", "0a0d0d0a"})
+    for (const char* const magic : {"d4c3b2a1", "a1b2c3d4", "4d3cb2a1", "a1b23c4d"})
     {
         EXPECT_TRUE(IsCapture(Text(magic) + "...")) << magic;
+        EXPECT_FALSE(IsPcapNg(Text(magic) + "...")) << magic;
     }
+    EXPECT_TRUE(IsPcapNg(Text("0a0d0d0a") + "..."));
     for (const char* const other : {"(176", "", "\xd4\xc3\xb2"})
     {
         EXPECT_FALSE(IsCapture(other)) << other;
     }
 }
 
-TEST(Capture, SaysWhichPacketIsNotComplete)
+TEST(Capture, IsUsedUpToAPacketThatIsCutOff)
 {
     const std::string packet = CapturePacket(MessageOf({0x29, 0x00, 0xBC}));
     const std::string good = CaptureHeader() + packet;
+    EXPECT_EQ(ReadWith<CaptureReader>(good).remark, "");
     for (std::size_t size = 1; size < packet.size(); ++size)
     {
-        EXPECT_REJECTED(Read(good + packet.substr(0, size)), Status::NotUnderstood, "packet 2 is not complete") << size;
+        const Recorded recorded = ReadWith<CaptureReader>(good + packet.substr(0, size));
+        EXPECT_EQ(recorded.messages.size(), 1) << size;
+        EXPECT_EQ(recorded.remark, "packet 2 is cut off; used is what comes before it") << size;
     }
+}
+
+TEST(Capture, SaysWhichPacketIsNotComplete)
+{
+    const std::string good = CaptureHeader() + CapturePacket(MessageOf({0x29, 0x00, 0xBC}));
     std::string cut = good;
     cut[CaptureHeader().size() + 12] = 0x10; // there was more than there is
     EXPECT_REJECTED(Read(cut), Status::NotUnderstood, "packet 1 is not complete");
     std::string huge = good;
     huge[CaptureHeader().size() + 11] = 0x7F;
     EXPECT_REJECTED(Read(huge), Status::NotUnderstood, "packet 1 is not complete");
+}
+
+TEST(Capture, TellsTheDirectionByTheMessageCode)
+{
+    const auto messages =
+        Read(CaptureHeader() + CapturePacket(MessageOf({0x11, 0x00})) + CapturePacket(MessageOf({0x2E, 0x00})));
+    ASSERT_EQ(messages.size(), 2);
+    EXPECT_EQ(messages[0].direction, Direction::ToLink);
+    EXPECT_EQ(messages[1].direction, Direction::FromLink);
 }
 
 TEST(Capture, SaysWhichPacketIsForAnotherDissectorOrHasNoEndOfItsTags)
@@ -154,8 +175,119 @@ TEST(Capture, OfAnotherKindIsNamed)
     std::string ethernet = CaptureHeader();
     ethernet[20] = 1;
     EXPECT_REJECTED(Read(ethernet), Status::NotUnderstood, "is a capture of link type 1, not 252");
-    EXPECT_REJECTED(Read(Text("0a0d0d0a") + std::string(40, '\0')), Status::NotUnderstood,
-                    "is a capture in the format pcapng; 'editcap -F pcap' converts it");
+}
+
+// A block of the format pcapng around its body, little-endian.
+std::string Block(const std::string& type, const std::string& body)
+{
+    const auto size = static_cast<uint8_t>(12 + FromHex(body).size());
+    const std::string sizeText = ToHex({size, 0, 0, 0});
+    return Text(type + sizeText + body + sizeText);
+}
+
+const std::string Section = Block("0a0d0d0a", "4d3c2b1a 0100 0000 ffffffffffffffff");
+const std::string Interface = Block("01000000", "fc00 0000 ffff0000");
+const std::string Packet = // 1763719200123456 us; 13 bytes
+    Block("06000000", "00000000 17440600 402a68e0 0d000000 0d000000 000c0004 63656d69 00000000 29 000000");
+
+std::vector<Message> ReadBlocks(const std::string& capture)
+{
+    return ReadWith<PcapNgReader>(capture).messages;
+}
+
+TEST(CaptureInBlocks, HasPacketsOfAnInterface)
+{
+    const auto messages = ReadBlocks(Section + Interface + Packet + Packet);
+    ASSERT_EQ(messages.size(), 2);
+    EXPECT_EQ(messages[0].frame, Bytes{0x29});
+    EXPECT_EQ(messages[0].time, Time);
+}
+
+TEST(CaptureInBlocks, OtherBlocksAndEarlierSectionsDoNotMatter)
+{
+    const std::string other = Block("05000000", std::string(40, '0'));
+    const std::string ethernet = Block("01000000", "0100 0000 ffff0000");
+    EXPECT_EQ(ReadBlocks(Section + ethernet + other + Section + other + Interface + Packet + other).size(), 1);
+}
+
+TEST(CaptureInBlocks, TheOtherByteOrderIsReadToo)
+{
+    const auto messages = ReadBlocks(Text("0a0d0d0a 0000001c 1a2b3c4d 0001 0000 ffffffffffffffff 0000001c"
+                                          "00000001 00000014 00fc 0000 0000ffff 00000014"
+                                          "00000006 00000030 00000000 00064417 e0682a40 0000000d 0000000d"
+                                          "000c0004 63656d69 00000000 29 000000 00000030"));
+    ASSERT_EQ(messages.size(), 1);
+    EXPECT_EQ(messages[0].time, Time);
+    EXPECT_EQ(messages[0].frame, Bytes{0x29});
+}
+
+TEST(CaptureInBlocks, AnInterfaceSaysInWhichUnitsTimesAreAndFromWhenOn)
+{
+    // 10^-9 s, and 1000000000 s more
+    const std::string nanoseconds =
+        Block("01000000", "fc00 0000 ffff0000 0900 0100 09 000000 0e00 0800 00ca9a3b 00000000 0000 0000");
+    const auto ofNanoseconds = ReadBlocks(
+        Section + nanoseconds +
+        Block("06000000", "00000000 00000000 dc050000 0d000000 0d000000 000c0004 63656d69 00000000 29 000000"));
+    ASSERT_EQ(ofNanoseconds.size(), 1);
+    EXPECT_EQ(ofNanoseconds[0].time, std::chrono::seconds(1000000000) + std::chrono::microseconds(1));
+    // 2^-2 s
+    const std::string quarters = Block("01000000", "fc00 0000 ffff0000 0900 0100 82 000000");
+    const auto ofQuarters = ReadBlocks(
+        Section + quarters +
+        Block("06000000", "00000000 00000000 07000000 0d000000 0d000000 000c0004 63656d69 00000000 29 000000"));
+    ASSERT_EQ(ofQuarters.size(), 1);
+    EXPECT_EQ(ofQuarters[0].time, std::chrono::milliseconds(1750));
+}
+
+TEST(CaptureInBlocks, ASimplePacketHasNoTime)
+{
+    const auto messages =
+        ReadBlocks(Section + Interface + Block("03000000", "0d000000 000c0004 63656d69 00000000 29 000000"));
+    ASSERT_EQ(messages.size(), 1);
+    EXPECT_EQ(messages[0].frame, Bytes{0x29});
+    EXPECT_EQ(messages[0].time.count(), 0);
+}
+
+TEST(CaptureInBlocks, IsUsedUpToABlockThatIsCutOff)
+{
+    const std::string good = Section + Interface + Packet;
+    for (std::size_t size = 1; size < Packet.size(); ++size)
+    {
+        const Recorded recorded = ReadWith<PcapNgReader>(good + Packet.substr(0, size));
+        EXPECT_EQ(recorded.messages.size(), 1) << size;
+        EXPECT_EQ(recorded.remark, "block 4 is cut off; used is what comes before it") << size;
+    }
+}
+
+TEST(CaptureInBlocks, SaysWhichBlockIsNotUnderstood)
+{
+    const std::string ethernet = Block("01000000", "0100 0000 ffff0000");
+    const std::vector<std::pair<std::string, std::string>> wrong{
+        {Text("0a0d0d0a") + std::string(40, '\0'), "block 1 is of no byte order"},
+        {Section + Packet, "block 2 is of an interface that is not described"},
+        {Section + ethernet + Packet, "block 3 is a capture of link type 1, not 252"},
+        {Section + Text("01000000 0b000000 00000000"), "block 2 has a size of 11"},
+        {Section + Text("01000000 08000000 00000000"), "block 2 has a size of 8"},
+        {Section + Text("01000000 04001000 00000000"), "block 2 is too large"},
+        {Section + Block("01000000", "fc00 0000"), "block 2 is too short"},
+        {Section + Block("01000000", "fc00 0000 ffff0000 0900 0100 0d 000000"),
+         "block 2 has times in units that are too small"},
+        {Section + Interface + Block("06000000", "00000000 00000000 00000000 ff000000 ff000000"),
+         "block 3 is not complete"},
+        {Section + Interface + Block("06000000", "00000000 00000000 00000000 00000000 01000000"),
+         "block 3 is not complete"},
+        {Section + Interface + Block("06000000", "00000000 00000000 00000000 00000000"), "block 3 is too short"},
+        {Section + Interface + Block("06000000", "00000000 ffffffff ffffffff 00000000 00000000"),
+         "block 3 is later than any time"},
+        {Section + Interface + Block("06000000", "00000000 00000000 00000000 04000000 04000000 000c00ff"),
+         "block 3 has no end of its tags"},
+        {Section + Interface + Block("03000000", "ff000000"), "block 3 is not complete"},
+    };
+    for (const auto& [capture, line] : wrong)
+    {
+        EXPECT_REJECTED(ReadBlocks(capture), Status::NotUnderstood, line);
+    }
 }
 
 } // namespace

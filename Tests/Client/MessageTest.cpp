@@ -92,4 +92,18 @@ TEST(Message, AsTextIsNotUnderstoodWhereItIsNoHex)
                     "'x' at position 2 is no hexadecimal digit");
 }
 
+TEST(Message, GoesToTheLinkWhenItIsARequest)
+{
+    for (const uint8_t code : Bytes{0x10, 0x11, 0x13, 0x41, 0x4A, 0xF1, 0xF6, 0xF8, 0xF9, 0xFC})
+    {
+        EXPECT_EQ(OrvelClient::UsualDirection({code}), OrvelClient::Direction::ToLink) << int{code};
+    }
+    for (const uint8_t code :
+         Bytes{0x25, 0x29, 0x2B, 0x2D, 0x2E, 0x2F, 0x89, 0x94, 0xB9, 0xF0, 0xF5, 0xF7, 0xFA, 0xFB, 0x77})
+    {
+        EXPECT_EQ(OrvelClient::UsualDirection({code}), OrvelClient::Direction::FromLink) << int{code};
+    }
+    EXPECT_EQ(OrvelClient::UsualDirection({}), OrvelClient::Direction::FromLink);
+}
+
 } // namespace

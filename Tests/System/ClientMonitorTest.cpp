@@ -226,7 +226,7 @@ TEST_F(ClientMonitor, SaysAtATerminalOnlyThatItTakesTheMessagesAway)
     const std::string notice =
         "orvelctl: what is read here from /cemiFromLL does not reach other readers; Ctrl-C ends\r\n";
     fromLink.PutFrame("f0");
-    EXPECT_THAT(OnTerminal("$ORVELCTL monitor -n 1"), StartsWith(notice + "("));
+    EXPECT_THAT(OnTerminal("NO_COLOR=1 $ORVELCTL monitor -n 1"), StartsWith(notice + "("));
     fromLink.PutFrame("f0");
     EXPECT_THAT(OnTerminal("$ORVELCTL monitor -n 1 | cat"), StartsWith("("));
 }
@@ -250,6 +250,116 @@ TEST(ClientMonitorAlone, SaysAtATerminalThatTheDaemonHasGoneAndIsBack)
     terminal.join();
     EXPECT_THAT(text, ContainsRegex("orvelctl: /cemiFromLL was removed; waiting for the daemon\r\n"
                                     "orvelctl: /cemiFromLL is there again\r\n"));
+}
+
+TEST_F(ClientMonitor, ShowsAndCountsOnlyWhatTheFilterChooses)
+{
+    for (const char* const frame : {"29 00 bc e0 11 01 0a 03 01 00 81", "f0", "29 00 bc e0 11 01 0b 03 01 00 81",
+                                    "29 00 bc e0 11 01 0a 04 01 00 80", "f0"})
+    {
+        fromLink.PutFrame(frame);
+    }
+    EXPECT_THAT(RunClient({"monitor", "-n", "2", "--group", "1/2/*"}).lines,
+                ElementsAre(HasSubstr("1.1.1 -> 1/2/3"), HasSubstr("1.1.1 -> 1/2/4")));
+    EXPECT_EQ(fromLink.Waiting(), 1);
+}
+
+TEST_F(ClientMonitor, LinesFitTheTerminalUnlessTheyAreToBeWhole)
+{
+    const std::string size = "stty cols 40; export NO_COLOR=1; ";
+    const auto lastLine = [](const std::string& text)
+    { return text.substr(text.find('('), text.size() - text.find('(') - 2); };
+    fromLink.PutFrame(SwitchOn);
+    EXPECT_EQ(lastLine(OnTerminal(size + "$ORVELCTL monitor -n 1 -t relative")),
+              "(0.000000) L_Data.ind 1.1.1 -> 1/2/3 A_>");
+    fromLink.PutFrame(SwitchOn);
+    EXPECT_THAT(OnTerminal(size + "$ORVELCTL monitor -n 1 -t relative --wide"),
+                HasSubstr("rx " + SwitchOn + "  # L_Data.ind"));
+    fromLink.PutFrame(SwitchOn);
+    EXPECT_THAT(OnTerminal(size + "$ORVELCTL monitor -n 1 -t relative | cat"),
+                HasSubstr("rx " + SwitchOn + "  # L_Data.ind"));
+}
+
+TEST_F(ClientMonitor, HasColoursOnATerminalOrWhereTheyAreWanted)
+{
+    const std::string red = "\x1b[31m";
+    const std::vector<std::pair<std::string, bool>> commands{
+        {"TERM=xterm $ORVELCTL monitor -n 1", true},
+        {"TERM=xterm NO_COLOR=1 $ORVELCTL monitor -n 1", false},
+        {"TERM=dumb $ORVELCTL monitor -n 1", false},
+        {"TERM=xterm $ORVELCTL monitor -n 1 --color never", false},
+        {"TERM=xterm $ORVELCTL monitor -n 1 | cat", false},
+        {"TERM=xterm NO_COLOR=1 $ORVELCTL monitor -n 1 --color always | cat", true},
+    };
+    for (const auto& [command, hasColors] : commands)
+    {
+        fromLink.PutFrame("b9 ff ff");
+        EXPECT_EQ(OnTerminal("unset NO_COLOR; " + command).find(red) != std::string::npos, hasColors) << command;
+    }
+}
+
+TEST_F(ClientMonitor, ASlowOutputLosesNothing)
+{
+    const TemporaryDirectory directory;
+    const std::string go = directory.File("go");
+    ClientProgram client =
+        ClientProgram::InShell("$ORVELCTL monitor -n 500 | { until [ -e " + go + " ]; do sleep 0.01; done; wc -l; }");
+    const std::string longest = "29 00" + std::string(2 * 250, '5');
+    for (int i = 0; i < 500; ++i) // in all, five times what a pipe takes
+    {
+        ASSERT_TRUE(Await([&] { return fromLink.Waiting() < 14; })) << i;
+        fromLink.PutFrame(longest);
+    }
+    EXPECT_TRUE(Await([&] { return fromLink.Waiting() == 0; }));
+    std::ofstream(go) << "\n";
+    EXPECT_THAT(client.End().lines, ElementsAre("500"));
+}
+
+TEST_F(ClientMonitor, WritesFilesOfALimitedSize)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.File("log");
+    for (const auto& [option, linesOfAFile] : {std::pair<const char*, std::size_t>("--write", 2), {"--pcap", 3}})
+    {
+        for (int i = 0; i < 9; ++i)
+        {
+            fromLink.PutFrame("10" + std::string(2 * (option == std::string("--write") ? 80 : 250), '5'));
+        }
+        const Outcome outcome = RunClient({"monitor", option, file, "--rotate", "1k,3", "-n", "9"});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.lines.size(), 0);
+        std::size_t messages = 0;
+        for (const char* const ending : {"", ".1", ".2", ".3"})
+        {
+            EXPECT_LE(std::filesystem::file_size(file + ending), 1024) << ending;
+            const std::size_t lines = RunClient({"decode", file + ending}).lines.size();
+            EXPECT_LE(lines, linesOfAFile) << ending;
+            messages += lines;
+        }
+        EXPECT_GE(messages, 3 * linesOfAFile) << option;
+        EXPECT_FALSE(std::filesystem::exists(file + ".4"));
+    }
+}
+
+TEST_F(ClientMonitor, TellsFromTimeToTimeWhatWasOnTheBus)
+{
+    fromLink.PutFrame(SwitchOn);
+    ClientProgram monitor({"monitor", "--stats", "0.1"});
+    EXPECT_TRUE(monitor->AwaitLine(" 1 telegrams, "));
+    EXPECT_TRUE(monitor->AwaitLine("  groups    1/2/3 1"));
+    EXPECT_TRUE(monitor->AwaitLine(" 0 telegrams, 0.0/s, bus load 0.0 %"));
+    fromLink.PutFrame(SwitchOn);
+    EXPECT_TRUE(monitor->AwaitLine(" 1 telegrams, "));
+    EXPECT_EQ(monitor->Stop(), 0);
+}
+
+TEST_F(ClientMonitor, StampsTheDateOfTheDaemonsLines)
+{
+    fromLink.PutFrame("f0");
+    EXPECT_THAT(
+        RunClient({"monitor", "-n", "1", "--time", "date"}).lines,
+        ElementsAre(MatchesRegex("[0-9]{2}\\.[0-9]{2}\\.[0-9]{4} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3} rx f0  # "
+                                 "M_Reset.ind")));
 }
 
 } // namespace

@@ -92,10 +92,22 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"send", "--socket", std::string(108, 'x'), "29"}, "--socket takes a path of 1 to 107 bytes"},
         {{"monitor", "x"}, "'x' is not understood"},
         {{"monitor", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
-        {{"monitor", "--time", "local"}, "--time is absolute, relative or delta, not 'local'"},
+        {{"monitor", "--time", "local"}, "--time is absolute, relative, delta or date, not 'local'"},
         {{"monitor", "--json", "--count"}, "--count and --json cannot go together"},
         {{"monitor", "--json", "--time", "delta"}, "--time and --json cannot go together"},
         {{"monitor", "--json", "--pcap", "-"}, "--json and --pcap cannot go together"},
+        {{"monitor", "--stats", "0"}, "--stats takes 0.1 to 86400, not '0'"},
+        {{"monitor", "--stats", "1", "--json"}, "--stats and --json cannot go together"},
+        {{"monitor", "--pcap", "a", "--write", "b"},
+         "--pcap and --write cannot go together: --pcap names the file itself"},
+        {{"monitor", "--rotate", "1M"}, "--rotate needs a file: --write or --pcap"},
+        {{"monitor", "--color", "red"}, "--color is auto, always or never, not 'red'"},
+        {{"monitor", "--group", "1/2/-"},
+         "--group: '1/2/-' is no group address or pattern such as 1/2/3, 1/2/* or 1/2/0-9"},
+        {{"monitor", "--not"}, "--not needs --group, --source, --service or --kind"},
+        {{"decode", "a", "b"}, "'b' is not understood"},
+        {{"decode", "--to", "xml"}, "--to is text, json, pcap or ets, not 'xml'"},
+        {{"decode", "--to", "json", "--time", "delta"}, "--time and --to json cannot go together"},
         {{"replay"}, "replay needs a file"},
         {{"replay", "a", "b"}, "'b' is not understood"},
         {{"replay", "a", "--speed", "fast"}, "--speed takes 0.001 to 1000, or max, not 'fast'"},
@@ -105,13 +117,17 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"replay", "a", "--speed", "nan"}, "--speed takes 0.001 to 1000, or max, not 'nan'"},
         {{"replay", "a", "--wait", "-1"}, "--wait takes 0 to 86400000, not '-1'"},
         {{"generate", "x"}, "'x' is not understood"},
-        {{"generate", "--rate", "0"}, "--rate takes 0.001 to 100000, not '0'"},
-        {{"generate", "--rate", "100001"}, "--rate takes 0.001 to 100000, not '100001'"},
-        {{"generate", "--rate", "nan"}, "--rate takes 0.001 to 100000, not 'nan'"},
-        {{"generate", "--seed", "-1"}, "--seed takes 0 to 4294967295, not '-1'"},
-        {{"generate", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
+        {{"generate"},
+         "generate needs --group, such as 31/7/*: telegrams to random addresses would switch real lamps and drive real "
+         "blinds"},
+        {{"generate", "--group", "1/2/300"}, "--group: '1/2/300' is no group address: 300 should be 0 to 255"},
+        {{"generate", "--group", "31/7/*", "--rate", "0"}, "--rate takes 0.001 to 100000, not '0'"},
+        {{"generate", "--group", "31/7/*", "--rate", "100001"}, "--rate takes 0.001 to 100000, not '100001'"},
+        {{"generate", "--group", "31/7/*", "--rate", "nan"}, "--rate takes 0.001 to 100000, not 'nan'"},
+        {{"generate", "--group", "31/7/*", "--seed", "-1"}, "--seed takes 0 to 4294967295, not '-1'"},
+        {{"generate", "--group", "31/7/*", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
         {{"button", "x"}, "'x' is not understood"},
-        {{"button", "--time", "local"}, "--time is absolute, relative or delta, not 'local'"},
+        {{"button", "--time", "local"}, "--time is absolute, relative, delta or date, not 'local'"},
         {{"button", "--queue", "b"}, "--queue takes a name that begins with / and has no other, not 'b'"},
         {{"button", "--queue", "/a/b"}, "--queue takes a name that begins with / and has no other, not '/a/b'"},
         {{"button", "--queue", "/a", "--socket", "/b"}, "--queue and --socket cannot go together"},
@@ -120,6 +136,7 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"led", "a", "on", "b"}, "'b' is not understood"},
         {{"led", ""}, "an LED has a name"},
         {{"led", "a", "101"}, "an LED is on, off or 0 to 100, not '101'"},
+        {{"led", "a", "-5"}, "an LED is on, off or 0 to 100, not '-5'"},
         {{"led", "a", "ON"}, "an LED is on, off or 0 to 100, not 'ON'"},
         {{"led", "a", ""}, "an LED is on, off or 0 to 100, not ''"},
         {{"check", "x"}, "'x' is not understood"},
@@ -131,6 +148,25 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         const Outcome outcome = RunClient(arguments);
         EXPECT_EQ(outcome.status, 2) << line;
         EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: " + line));
+    }
+}
+
+TEST(ClientOptions, OfARotationAreASizeAndANumberOfFiles)
+{
+    for (const char* const wrong : {"", "x", "k", "1x", "1023", "2000G", "10M,", "10M,0", "10M,x", "10M,10001", "-1k",
+                                    "1k,1,1", "99999999999999999999", "18446744073709551615G"})
+    {
+        const Outcome outcome = RunClient({"monitor", "--write", "/no/such/file", "--rotate", wrong});
+        EXPECT_EQ(outcome.status, 2) << wrong;
+        EXPECT_THAT(outcome.lines,
+                    ElementsAre("orvelctl: --rotate takes a size from 1k on, and how many full files to keep, "
+                                "such as 10M or 10M,5, not '" +
+                                std::string(wrong) + "'"));
+    }
+    for (const char* const right : {"1024", "1k", "10M,5", "1G,10000"})
+    {
+        EXPECT_EQ(RunClient({"monitor", "--write", "/no/such/file", "--rotate", right}).status, 5)
+            << right; // no daemon
     }
 }
 

@@ -92,10 +92,11 @@ TEST_F(ClientReplay, SendsNothingUnlessAllIsUnderstood)
     const std::string header("\xd4\xc3\xb2\xa1\2\0\4\0\0\0\0\0\0\0\0\0\0\0\0\0\xfc\0\0\0", 24);
     const std::vector<std::pair<std::string, std::string>> wrong{
         {"(0.000000) rx f1\n(0.000000) rx f\n", "line 2: byte 1 has one digit only"},
-        {"f1\n", "line 1: is no line of a log, which begins as (1763719200.123456) rx"},
-        {header + "x", "packet 1 is not complete"},
+        {"f1\nDear all,\n", "line 2: is no line of a recording: no log, JSON or hexadecimal digits"},
+        {header + std::string(16, '\x7f'), "packet 1 is not complete"},
         {header.substr(0, 20), "ends within the header of the capture"},
-        {"\n\r\r\n" + std::string(40, '\0'), "is a capture in the format pcapng; 'editcap -F pcap' converts it"},
+        {"\n\r\r\n" + std::string(40, '\0'), "block 1 is of no byte order"},
+        {"<html/>", "is XML, but no CommunicationLog"},
     };
     for (const auto& [content, line] : wrong)
     {
@@ -106,8 +107,44 @@ TEST_F(ClientReplay, SendsNothingUnlessAllIsUnderstood)
         EXPECT_EQ(toLink.Take(), "nothing");
     }
     EXPECT_THAT(
-        RunClient({"replay", "-"}, "f1").lines,
-        ElementsAre("orvelctl: standard input: line 1: is no line of a log, which begins as (1763719200.123456) rx"));
+        RunClient({"replay", "-"}, "x1").lines,
+        ElementsAre("orvelctl: standard input: line 1: is no line of a recording: no log, JSON or hexadecimal digits"));
+}
+
+TEST_F(ClientReplay, ReadsWhatDecodeReads)
+{
+    EXPECT_EQ(RunClient({"replay", File("f1\n")}).status, 0);
+    EXPECT_EQ(toLink.Take(), "01 f1");
+    EXPECT_EQ(RunClient({"replay", File("{\"hex\":\"f1\"}\n")}).status, 0);
+    EXPECT_EQ(toLink.Take(), "01 f1");
+    EXPECT_EQ(RunClient({"replay", File("<CommunicationLog><Telegram Timestamp='2026-11-21T14:05:09Z' "
+                                        "FrameFormat='CommonEmi' RawData='F1'/></CommunicationLog>")})
+                  .status,
+              0);
+    EXPECT_EQ(toLink.Take(), "01 f1");
+    EXPECT_EQ(toLink.Take(), "nothing");
+}
+
+TEST_F(ClientReplay, SendsWhatTheDaemonHasSentOnce)
+{
+    const std::string begin = "22.11.2026 14:05:09.042 [14] DEBUG Nemt <> - ";
+    const std::string log = begin + "Received on topic 256: 2e 0 bc e0 11 1 a 3 1 0 81\n" + begin +
+                            "Sent on topic 256: 11 0 bc e0 0 0 a 3 1 0 80\n" + begin +
+                            "Received on topic 256: 2e 0 bc e0 11 1 a 3 1 0 80\n";
+    EXPECT_EQ(RunClient({"replay", File(log)}).status, 0);
+    EXPECT_EQ(toLink.Take(), "0b 11 00 bc e0 11 01 0a 03 01 00 81"); // nothing says that the log has its request
+    EXPECT_EQ(toLink.Take(), "0b 11 00 bc e0 00 00 0a 03 01 00 80");
+    EXPECT_EQ(toLink.Take(), "nothing");
+}
+
+TEST_F(ClientReplay, SendsWhatComesBeforeAnEndThatIsCutOffAndSaysSo)
+{
+    const std::string file = File("(0.000000) rx f1\n(0.00");
+    const Outcome outcome = RunClient({"replay", file});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: " + file + ": line 2 is cut off; used is what comes before it"));
+    EXPECT_EQ(toLink.Take(), "01 f1");
+    EXPECT_EQ(toLink.Take(), "nothing");
 }
 
 TEST_F(ClientReplay, AFileThatCannotBeReadIsAFailure)
@@ -170,7 +207,7 @@ TEST_F(ClientGenerateOnBoard, TelegramsReachTheBus)
 {
     Daemon daemon;
     ASSERT_TRUE(AwaitRunning(daemon));
-    EXPECT_EQ(RunClient({"generate", "-n", "50", "--rate", "500"}).status, 0);
+    EXPECT_EQ(RunClient({"generate", "--group", "31/7/*", "-n", "50", "--rate", "500"}).status, 0);
     for (int i = 0; i < 50; ++i)
     {
         EXPECT_TRUE(AwaitEvent(Event::TelegramToKnx)) << i;
@@ -184,11 +221,14 @@ TEST_F(ClientGenerateOnBoard, TelegramsReachTheBus)
 
 TEST_F(ClientGenerate, SendsWhatItWouldPrint)
 {
-    const auto printed = RunClient({"generate", "--print", "--seed", "5", "-n", "5", "--rate", "1000"}).lines;
+    const auto printed =
+        RunClient({"generate", "--group", "31/7/*", "--print", "--seed", "5", "-n", "5", "--rate", "1000"}).lines;
     ASSERT_EQ(printed.size(), 5);
-    EXPECT_EQ(RunClient({"generate", "--seed", "5", "-n", "5", "--rate", "1000"}).status, 0);
+    EXPECT_EQ(RunClient({"generate", "--group", "31/7/*", "--seed", "5", "-n", "5", "--rate", "1000"}).status, 0);
     EXPECT_EQ(
-        ClientProgram::InShell("$ORVELCTL generate --print --seed 5 -n 5 --rate 1000 | $ORVELCTL send").End().status,
+        ClientProgram::InShell("$ORVELCTL generate --group '31/7/*' --print --seed 5 -n 5 --rate 1000 | $ORVELCTL send")
+            .End()
+            .status,
         0);
     for (int times = 0; times < 2; ++times)
     {
@@ -201,20 +241,24 @@ TEST_F(ClientGenerate, SendsWhatItWouldPrint)
 
 TEST_F(ClientGenerate, KeepsToTheRate)
 {
-    EXPECT_GE(TimeOf([&] { EXPECT_EQ(RunClient({"generate", "-n", "5", "--rate", "20"}).status, 0); }), 200ms);
+    EXPECT_GE(TimeOf(
+                  [&] {
+                      EXPECT_EQ(RunClient({"generate", "--group", "31/7/*", "-n", "5", "--rate", "20"}).status, 0);
+                  }),
+              200ms);
     EXPECT_EQ(toLink.Waiting(), 5);
 }
 
 TEST_F(ClientGenerate, GoesOnUntilItIsStopped)
 {
-    ClientProgram client({"generate", "--print", "--rate", "1000"});
+    ClientProgram client({"generate", "--group", "31/7/*", "--print", "--rate", "1000"});
     EXPECT_TRUE(Await([&] { return client->Lines().size() > 20; }));
     EXPECT_EQ(client->Stop(), 0);
 }
 
 TEST_F(ClientGenerate, AStopBeforeAllWereSentIsNoSuccess)
 {
-    ClientProgram client({"generate", "--rate", "0.001", "-n", "2"});
+    ClientProgram client({"generate", "--group", "31/7/*", "--rate", "0.001", "-n", "2"});
     EXPECT_TRUE(Await([&] { return toLink.Waiting() == 1; }));
     client->Interrupt();
     const Outcome outcome = client.End();
@@ -224,14 +268,15 @@ TEST_F(ClientGenerate, AStopBeforeAllWereSentIsNoSuccess)
 
 TEST_F(ClientGenerate, WithoutRoomItEnds)
 {
-    const Outcome outcome = RunClient({"generate", "--rate", "10000", "--wait", "10"});
+    const Outcome outcome = RunClient({"generate", "--group", "31/7/*", "--rate", "10000", "--wait", "10"});
     EXPECT_EQ(outcome.status, 7);
     EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: /cemiToLL is full, for 10 ms"));
 }
 
 TEST_F(ClientGenerate, SaysItsSeedAtATerminal)
 {
-    EXPECT_THAT(OnTerminal("$ORVELCTL generate -n 1"), MatchesRegex("orvelctl: seed [0-9]+; Ctrl-C ends\r\n"));
+    EXPECT_THAT(OnTerminal("$ORVELCTL generate --group '31/7/*' -n 1"),
+                MatchesRegex("orvelctl: seed [0-9]+; Ctrl-C ends\r\n"));
 }
 
 } // namespace

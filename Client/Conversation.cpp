@@ -1,0 +1,137 @@
+#include "Conversation.h"
+
+#include "Failure.h"
+
+#include "Knx/CemiMessage.h"
+#include "Orvel/Protocol.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+
+namespace OrvelClient
+{
+
+namespace
+{
+
+using namespace std::chrono;
+
+constexpr milliseconds ConfirmationTime{3000}; // many times what three repetitions on a busy line take
+
+// Between two looks at whether the other side is still there: a queue does not tell.
+constexpr milliseconds Glance{250};
+
+bool IsLinkLost(const Message& message)
+{
+    const auto state = LinkState(message.frame);
+    return state && *state == ORVEL_LINK_STATE_LOST;
+}
+
+} // namespace
+
+bool Confirms(const Bytes& message, const Bytes& request)
+{
+    const Knx::CemiMessage answer = Knx::Decode(message);
+    const Knx::CemiMessage asked = Knx::Decode(request);
+    return answer.Is(Knx::MessageCode::LDataCon) && answer.control2 && asked.control2 &&
+           answer.IsGroupAddressed() == asked.IsGroupAddressed() && answer.destination == asked.destination &&
+           answer.tpci == asked.tpci && answer.apci == asked.apci && answer.payload == asked.payload;
+}
+
+Conversation::Conversation(const BusOptions& bus, const StopSignals& stopSignals, milliseconds wait)
+    : stop(stopSignals)
+    , sender(bus, stopSignals, wait)
+{
+    if (!sender.OpenedBus().HasBothWays())
+    {
+        BusOptions direct = bus;
+        direct.direct = true;
+        listener.emplace(direct, Bus::For::Messages, stop);
+    }
+}
+
+Bus& Conversation::Listened()
+{
+    return listener ? *listener : sender.OpenedBus();
+}
+
+void Conversation::Send(const Bytes& request)
+{
+    // A connection to the gateway gives up what waits there when something is sent.
+    while (const auto received = Listened().Receive())
+    {
+        heard.push_back(FromQueue(*received, Now()));
+    }
+    sender.Send(request);
+}
+
+void Conversation::SendConfirmed(const Bytes& request)
+{
+    // The confirmation of an earlier request looks the same.
+    while (listener && listener->Receive())
+    {
+    }
+    heard.clear();
+    sender.Send(request);
+    const auto limit = steady_clock::now() + ConfirmationTime;
+    while (const auto message = Receive(limit))
+    {
+        if (Confirms(message->frame, request))
+        {
+            if (Knx::Decode(message->frame).ErrorBit())
+            {
+                throw Failure(Status::NotConfirmed, "not sent: nobody on the bus has acknowledged it");
+            }
+            return;
+        }
+        if (IsLinkLost(*message))
+        {
+            throw Failure(Status::NotConfirmed, "not sent: the link is lost");
+        }
+        heard.push_back(*message);
+    }
+    throw Failure(Status::NotConfirmed,
+                  "not confirmed for " + std::to_string(ConfirmationTime.count()) + " ms: the link may be down");
+}
+
+std::optional<Message> Conversation::Next(steady_clock::time_point time)
+{
+    if (heard.empty())
+    {
+        return Receive(time);
+    }
+    Message message = heard.front();
+    heard.pop_front();
+    return message;
+}
+
+std::optional<Message> Conversation::Receive(steady_clock::time_point time)
+{
+    for (;;)
+    {
+        Bus& bus = Listened();
+        if (const auto received = bus.Receive())
+        {
+            return FromQueue(*received, Now());
+        }
+        if (bus.IsRemoved())
+        {
+            throw Failure(Status::NotThere, bus.Loss());
+        }
+        const auto left = ceil<milliseconds>(time - steady_clock::now());
+        if (left <= milliseconds::zero())
+        {
+            return std::nullopt;
+        }
+        std::array<pollfd, 2> set{{{bus.Descriptor(), POLLIN, 0}, {stop.Descriptor(), POLLIN, 0}}};
+        poll(set.data(), set.size(), static_cast<int>(std::min(left, Glance).count()));
+        if (set[1].revents != 0)
+        {
+            throw Failure(Status::Interrupted, "stopped while waiting for " + bus.Name());
+        }
+    }
+}
+
+} // namespace OrvelClient

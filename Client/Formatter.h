@@ -1,0 +1,59 @@
+#pragma once
+
+#include "KnownGroups.h"
+#include "Message.h"
+#include "Output.h"
+#include "TimeStamp.h"
+
+#include <chrono>
+#include <string>
+
+namespace OrvelClient
+{
+
+/// The forms in which messages are written.
+enum class Form
+{
+    Text,
+    Json,
+    Capture,
+    TelegramLog
+};
+
+/// How lines look.
+struct Look
+{
+    bool color = false;
+    const Output* terminal = nullptr; ///< whose width they fit; null: any width
+};
+
+/// Writes messages in one of the forms.
+class Formatter
+{
+public:
+    /// `knownGroups` have to live as long.
+    Formatter(Form wantedForm, TimeStamp countsFrom, const KnownGroups& knownGroups, const Look& linesLook = {})
+        : form(wantedForm)
+        , stamper(countsFrom)
+        , groups(knownGroups)
+        , look(linesLook)
+    {
+    }
+
+    /// What a file begins with; the first of its messages is of that time.
+    std::string Begin(std::chrono::microseconds time) const;
+
+    /// The message; empty where the form has no place for it.
+    std::string Entry(const Message& message);
+
+    /// What a file ends with; the last of its messages was of that time.
+    std::string End(std::chrono::microseconds time) const;
+
+private:
+    Form form;
+    TimeStamper stamper;
+    const KnownGroups& groups;
+    Look look;
+};
+
+} // namespace OrvelClient

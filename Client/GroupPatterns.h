@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Command.h"
+
+#include "Knx/GroupAddress.h"
+#include "Knx/GroupAddresses.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace OrvelClient
+{
+
+class CommandLine;
+
+/// The groups of --group: addresses, patterns of them, and names.
+class GroupPatterns
+{
+public:
+    /// None.
+    GroupPatterns() = default;
+
+    /// Throws Failure (WrongOption) for what is meant as addresses and is none.
+    explicit GroupPatterns(const CommandLine& line);
+
+    /// Before the others: takes the names for what they mean. Throws Failure (NotUnderstood).
+    void Resolve(const Knx::GroupAddresses& groups);
+
+    /// Whether nothing was given.
+    bool IsEmpty() const
+    {
+        return patterns.empty() && names.empty();
+    }
+
+    bool Contain(uint16_t address) const;
+
+    /// All of them, those of the first pattern first.
+    std::vector<uint16_t> Addresses() const;
+
+private:
+    std::vector<Knx::GroupAddressPattern> patterns;
+    std::vector<std::string> names;
+};
+
+} // namespace OrvelClient

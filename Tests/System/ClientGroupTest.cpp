@@ -1,0 +1,258 @@
+// orvelctl write, read and answer, and send --confirm.
+
+#include "ClientProgram.h"
+#include "OnBoard.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <fstream>
+
+using Simulator::Event;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+namespace
+{
+
+// A house of two groups, for the tests of names.
+class House
+{
+public:
+    House()
+    {
+        std::ofstream(File()) << R"(<?xml version="1.0" encoding="utf-8"?>
+<GroupAddress-Export xmlns="http://knx.org/xml/ga-export/01">
+  <GroupRange Name="Lights" RangeStart="2048" RangeEnd="4095">
+    <GroupRange Name="Living room" RangeStart="2560" RangeEnd="2815">
+      <GroupAddress Name="Ceiling" Address="1/2/3" DPTs="DPST-1-1"/>
+      <GroupAddress Name="Temperature" Address="1/2/4" DPTs="DPST-9-1"/>
+      <GroupAddress Name="No type" Address="1/2/5"/>
+    </GroupRange>
+  </GroupRange>
+</GroupAddress-Export>
+)";
+    }
+
+    std::string File() const
+    {
+        return directory.File("house.xml");
+    }
+
+private:
+    TemporaryDirectory directory;
+};
+
+const std::string On = "11 00 bc e0 00 00 0a 03 01 00 81";
+const std::string OnConfirmed = "2e 00 bc e0 11 01 0a 03 01 00 81";
+const std::string OnNotSent = "2e 00 bd e0 11 01 0a 03 01 00 81";
+const std::string Read = "11 00 bc e0 00 00 0a 04 01 00 00";
+const std::string ReadConfirmed = "2e 00 bc e0 11 01 0a 04 01 00 00";
+
+class ClientGroup : public testing::Test
+{
+protected:
+    // Waits for what the client sends, and then answers.
+    void Answer(const std::string& request, const std::vector<std::string>& answers)
+    {
+        std::string sent;
+        EXPECT_TRUE(Await([&] { return (sent = toLink.Take()) != "nothing"; }));
+        EXPECT_EQ(sent, Knx::ToHex({static_cast<uint8_t>(Knx::FromHex(request).size())}) + " " + request);
+        for (const std::string& answer : answers)
+        {
+            fromLink.PutFrame(answer);
+        }
+    }
+
+    MadeQueue toLink{"/cemiToLL", 10};
+    MadeQueue fromLink{"/cemiFromLL", 10};
+    House house;
+};
+
+class ClientGroupOnBoard : public OnBoard
+{
+};
+
+TEST_F(ClientGroup, WriteShowsTheFrameWithPrint)
+{
+    const std::vector<std::pair<std::vector<std::string>, std::string>> writes{
+        {{"1/2/3", "on", "--dpt", "1.001"}, "11 00 bc e0 00 00 0a 03 01 00 81"},
+        {{"1/2/3", "Off", "--dpt", "DPST-1-1"}, "11 00 bc e0 00 00 0a 03 01 00 80"},
+        {{"1/515", "1", "--dpt", "1.001"}, "11 00 bc e0 00 00 0a 03 01 00 81"},
+        {{"1/2/4", "21", "--dpt", "9.001"}, "11 00 bc e0 00 00 0a 04 03 00 80 0c 1a"},
+        {{"1/2/4", "-5", "--dpt", "9.001"}, "11 00 bc e0 00 00 0a 04 03 00 80 86 0c"},
+        {{"--dpt", "6.010", "1/2/4", "-5"}, "11 00 bc e0 00 00 0a 04 02 00 80 fb"},
+        {{"1/2/5", "red=255", "green=0", "blue=1", "--dpt", "232.600"}, "11 00 bc e0 00 00 0a 05 04 00 80 ff 00 01"},
+        {{"1/2/4", "21 °C", "--names", house.File()}, "11 00 bc e0 00 00 0a 04 03 00 80 0c 1a"},
+        {{"Living room/Ceiling", "on", "--names", house.File()}, "11 00 bc e0 00 00 0a 03 01 00 81"},
+    };
+    for (const auto& [arguments, frame] : writes)
+    {
+        std::vector<std::string> command{"write", "--print"};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        const Outcome outcome = RunClient(command);
+        EXPECT_EQ(outcome.status, 0) << frame;
+        EXPECT_THAT(outcome.lines, ElementsAre(frame));
+    }
+    EXPECT_EQ(toLink.Take(), "nothing");
+}
+
+TEST_F(ClientGroup, WriteSaysWhatIsAllowedAndSendsNothing)
+{
+    const std::vector<std::tuple<std::vector<std::string>, int, std::string>> wrong{
+        {{"write", "1/2/4", "-300", "--dpt", "9.001"}, 3, "9.001: -273 to 670433.28 °C"},
+        {{"write", "1/2/4", "21"}, 3, "the type of 1/2/4 is not known: --dpt names it, such as --dpt 9.001"},
+        {{"write", "1/2/5", "21", "--names", house.File()},
+         3,
+         "the type of 1/2/5 is not known: --dpt names it, such as --dpt 9.001"},
+        {{"write", "1/2/300", "on", "--dpt", "1.001"}, 3, "'1/2/300' is no group address: 300 should be 0 to 255"},
+        {{"write"}, 2, "needs a group, such as 1/2/3 or the name of one"},
+        {{"write", "1/2/3"}, 2, "needs a value behind the group"},
+        {{"read"}, 2, "needs a group, such as 1/2/3 or the name of one"},
+        {{"read", "1/2/3", "on"}, 2, "'on' is not understood"},
+        {{"read", "1/2/3", "--timeout", "0"}, 2, "--timeout takes 1 to 3600000, not '0'"},
+        {{"answer", "1/2/3"}, 2, "needs a value behind the group"},
+    };
+    for (const auto& [arguments, status, line] : wrong)
+    {
+        const Outcome outcome = RunClient(arguments);
+        EXPECT_EQ(outcome.status, status) << line;
+        ASSERT_EQ(outcome.lines.size(), 1) << line;
+        EXPECT_THAT(outcome.lines[0], HasSubstr(line));
+    }
+    EXPECT_EQ(toLink.Take(), "nothing");
+}
+
+TEST_F(ClientGroup, WriteEndsWithTheConfirmation)
+{
+    fromLink.PutFrame(OnNotSent); // of an earlier request
+    ClientProgram client({"write", "1/2/3", "on", "--dpt", "1.001"});
+    Answer(On, {"29 00 bc e0 11 02 0a 03 01 00 81", OnConfirmed});
+    const Outcome outcome = client.End();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.lines.size(), 0);
+}
+
+TEST_F(ClientGroup, WriteSaysWhyItIsNotConfirmed)
+{
+    const std::vector<std::pair<std::vector<std::string>, std::string>> answers{
+        {{OnNotSent}, "orvelctl: not sent: nobody on the bus has acknowledged it"},
+        {{"b9 ff ff"}, "orvelctl: not sent: the link is lost"},
+        {{"2e 00 bc e0 11 01 0a 04 01 00 81"}, "orvelctl: not confirmed for 3000 ms: the link may be down"},
+    };
+    for (const auto& [frames, line] : answers)
+    {
+        ClientProgram client({"write", "1/2/3", "on", "--dpt", "1.001"});
+        Answer(On, frames);
+        const Outcome outcome = client.End();
+        EXPECT_EQ(outcome.status, 9) << line;
+        EXPECT_THAT(outcome.lines, ElementsAre(line));
+    }
+}
+
+TEST_F(ClientGroup, SendCanWaitForTheConfirmationToo)
+{
+    ClientProgram client({"send", "--confirm", On});
+    Answer(On, {OnConfirmed});
+    EXPECT_EQ(client.End().status, 0);
+    ClientProgram failing({"send", "--confirm", On});
+    Answer(On, {OnNotSent});
+    EXPECT_EQ(failing.End().status, 9);
+    const Outcome outcome = RunClient({"send", "--confirm", "f1"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: --confirm is for L_Data.req: nothing confirms another frame"));
+    EXPECT_EQ(toLink.Take(), "nothing");
+}
+
+TEST_F(ClientGroup, ReadShowsTheAnswer)
+{
+    ClientProgram client({"read", "Temperature", "--names", house.File()});
+    Answer(Read, {ReadConfirmed, "29 00 bc e0 11 02 0a 03 01 00 41", "29 00 bc e0 11 02 0a 04 03 00 80 0c 1b",
+                  "29 00 bc e0 11 02 0a 04 03 00 40 0c 1a"});
+    const Outcome outcome = client.End();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.lines, ElementsAre("21 °C"));
+}
+
+TEST_F(ClientGroup, ReadShowsDigitsWhereTheTypeIsNotKnown)
+{
+    ClientProgram client({"read", "1/2/4"});
+    Answer(Read, {ReadConfirmed, "29 00 bc e0 11 02 0a 04 03 00 40 0c 1a"});
+    EXPECT_THAT(client.End().lines, ElementsAre("0c1a"));
+}
+
+TEST_F(ClientGroup, ReadWithoutAnAnswerHasAStatusOfItsOwn)
+{
+    ClientProgram client({"read", "1/2/4", "--timeout", "20"});
+    Answer(Read, {ReadConfirmed});
+    Outcome outcome = client.End();
+    EXPECT_EQ(outcome.status, 10);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: nobody has answered for 20 ms"));
+    ClientProgram another({"read", "1/2/4", "--dpt", "1.001"});
+    Answer(Read, {ReadConfirmed, "29 00 bc e0 11 02 0a 04 03 00 40 0c 1a"});
+    outcome = another.End();
+    EXPECT_EQ(outcome.status, 3);
+    ASSERT_EQ(outcome.lines.size(), 1);
+    EXPECT_THAT(outcome.lines[0], HasSubstr("the answer 0c1a is none: 1.001"));
+}
+
+TEST_F(ClientGroup, AnswerAnswersWhoeverAsks)
+{
+    ClientProgram client({"answer", "1/2/4", "21", "--dpt", "9.001"});
+    for (const char* const other :
+         {"29 00 bc e0 11 02 0a 03 01 00 00", "29 00 bc 60 11 02 0a 04 01 00 00", "2e 00 bc e0 11 02 0a 04 01 00 00",
+          "29 00 bc e0 11 02 0a 04 01 00 81", "29 00 bc e0 11 02 0a 04 01 44 00"})
+    {
+        fromLink.PutFrame(other);
+    }
+    fromLink.PutFrame("29 00 bc e0 11 02 0a 04 01 00 00");
+    EXPECT_TRUE(client->AwaitLine("1.1.2 -> 1/2/4 low hops=6 T_Data_Group A_GroupValue_Read"));
+    Answer("11 00 bc e0 00 00 0a 04 03 00 40 0c 1a", {});
+    EXPECT_EQ(toLink.Take(), "nothing");
+    EXPECT_EQ(client->Stop(), 0);
+}
+
+TEST_F(ClientGroup, AnswerEndsAfterANumberOfAnswers)
+{
+    fromLink.PutFrame("29 00 bc e0 11 02 0a 04 01 00 00");
+    EXPECT_EQ(RunClient({"answer", "1/2/4", "21", "--dpt", "9.001", "-n", "1"}).status, 0);
+    EXPECT_EQ(toLink.Waiting(), 1);
+}
+
+TEST_F(ClientGroupOnBoard, WriteReachesTheBusAndReadIsAnsweredByADevice)
+{
+    Daemon daemon;
+    ASSERT_TRUE(AwaitRunning(daemon));
+    EXPECT_EQ(RunClient({"write", "1/2/3", "on", "--dpt", "1.001"}).status, 0);
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex(On)}));
+    ClientProgram client({"read", "1/2/4", "--dpt", "9.001", "--timeout", "60000"});
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex(Read)}));
+    TheCoProcessor().InjectTelegram(Knx::FromHex("29 00 bc e0 11 02 0a 04 03 00 40 0c 1a"));
+    const Outcome outcome = client.End();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.lines, ElementsAre("21 °C"));
+    EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(ClientGroupOnBoard, AnswerGoesOnWhenTheDaemonWasStartedAnew)
+{
+    Daemon daemon;
+    ASSERT_TRUE(AwaitRunning(daemon));
+    ClientProgram client({"answer", "1/2/4", "21", "--dpt", "9.001"});
+    const auto ask = [&]
+    {
+        TheCoProcessor().InjectTelegram(Knx::FromHex("29 00 bc e0 11 02 0a 04 01 00 00"));
+        EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 04 03 00 40 0c 1a")}));
+    };
+    ask();
+    EXPECT_EQ(daemon.Stop(), 0);
+    board->StartPinsAnew();
+    Daemon another;
+    ASSERT_TRUE(AwaitRunning(another));
+    ask();
+    EXPECT_EQ(client->Stop(), 0);
+    EXPECT_EQ(another.Stop(), 0);
+}
+
+} // namespace
