@@ -11,10 +11,15 @@ function(orvel_precompile_test_headers target)
   target_precompile_headers(${target} PRIVATE "$<$<COMPILE_LANGUAGE:CXX>:<gmock/gmock.h$<ANGLE-R>>")
 endfunction()
 
-# Runs all tests of a program in one process, in any order, three times: elsewhere each test has a process of its own, where
-# it cannot notice what another one leaves behind. The output names the seed: --gtest_shuffle --gtest_random_seed=SEED
-# repeats the order.
-function(orvel_add_tests_as_one_process target)
-  add_test(NAME ${target}PassAsOneProcessInAnyOrder COMMAND ${target} --gtest_shuffle --gtest_repeat=3 --gtest_brief=1)
-  set_tests_properties(${target}PassAsOneProcessInAnyOrder PROPERTIES TIMEOUT 600)
+# orvel_add_tests(TARGET [PREFIX]): runs each test of a program in a process of its own, and all of them in one process, in any
+# order, three times: only there can a test notice what another one leaves behind. The output names the seed:
+# --gtest_shuffle --gtest_random_seed=SEED repeats the order. With a sanitizer a process takes ten times as long to start, so
+# there all tests run in the one process only.
+function(orvel_add_tests target)
+  if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+    gtest_discover_tests(${target} TEST_PREFIX "${ARGN}" DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+  endif()
+  set(name ${target}PassAsOneProcessInAnyOrder)
+  add_test(NAME ${name} COMMAND ${target} --gtest_shuffle --gtest_repeat=3 --gtest_brief=1)
+  set_tests_properties(${name} PROPERTIES TIMEOUT 600 COST 100) # they take longest, so they begin first
 endfunction()

@@ -15,7 +15,7 @@ die() { printf '%s: %s\n' "$program_name" "$*" >&2; exit 1; }
   build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplus-dev libcxxopts-dev nlohmann-json3-dev libpugixml-dev libasio-dev libfuse3-dev libncurses-dev"
   test_packages="libgtest-dev libgmock-dev python3 tmux zsh busybox-static libxml2-utils"
   kernel_packages="qemu-system-x86 busybox-static gcc make xz-utils binutils"
-  check_packages="clang clang-format clang-tidy shellcheck gcovr binutils"
+  check_packages="clang clang-format clang-tidy libclang-dev llvm-dev shellcheck gcovr binutils"
   benchmark_packages="libbenchmark-dev strace gnuplot-nox binutils"
   fuzz_packages="clang libclang-rt-dev"
   package_packages="build-essential debhelper dpkg-dev lintian"
