@@ -1,20 +1,13 @@
 #include "Description.h"
 
+#include "ReceivedMessage.h"
+
 #include <gtest/gtest.h>
 
-using Knx::FromHex;
 using OrvelClient::Message;
 
 namespace
 {
-
-Message MessageOf(const std::string& hex)
-{
-    Message message;
-    message.time = std::chrono::microseconds(1763719200123456);
-    message.frame = FromHex(hex);
-    return message;
-}
 
 std::string Described(const std::string& hex)
 {

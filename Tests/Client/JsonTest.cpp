@@ -1,9 +1,9 @@
 #include "Json.h"
 
+#include "ReceivedMessage.h"
 #include "Rejection.h"
 
 using Knx::Bytes;
-using Knx::FromHex;
 using OrvelClient::Direction;
 using OrvelClient::Message;
 using OrvelClient::MessageFromJson;
@@ -11,14 +11,6 @@ using OrvelClient::Status;
 
 namespace
 {
-
-Message MessageOf(const std::string& hex)
-{
-    Message message;
-    message.time = std::chrono::microseconds(1763719200123456);
-    message.frame = FromHex(hex);
-    return message;
-}
 
 TEST(Json, HasEveryField)
 {

@@ -3,6 +3,8 @@
 
 #include "Firmware.h"
 
+#include "FrameEquality.h"
+
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -13,16 +15,6 @@ using namespace Simulator;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-namespace Simulator::Wire
-{
-
-static bool operator==(const Frame& one, const Frame& other)
-{
-    return one.kind == other.kind && one.topic == other.topic && one.payload == other.payload;
-}
-
-} // namespace Simulator::Wire
 
 namespace
 {

@@ -1,5 +1,7 @@
 #include "Frame.h"
 
+#include "FrameEquality.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,16 +16,6 @@ using Simulator::Wire::Kind;
 using Simulator::Wire::MaxPayload;
 
 using Bytes = std::vector<uint8_t>;
-
-namespace Simulator::Wire
-{
-
-static bool operator==(const Frame& left, const Frame& right)
-{
-    return left.kind == right.kind && left.topic == right.topic && left.payload == right.payload;
-}
-
-} // namespace Simulator::Wire
 
 namespace
 {
