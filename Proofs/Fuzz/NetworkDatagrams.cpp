@@ -66,12 +66,12 @@ public:
         router.Advance(now);
     }
 
-    void Confirm(bool sent)
+    void Confirm(bool isConfirmed)
     {
         if (unconfirmed > 0)
         {
             --unconfirmed;
-            router.OnConfirmation(sent);
+            router.OnConfirmation(isConfirmed);
             router.Advance(now);
         }
     }
