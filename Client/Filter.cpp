@@ -83,13 +83,13 @@ std::vector<std::string> Kinds(const CommandLine& line)
     std::vector<std::string> kinds;
     for (const std::string& text : line.TextsOr({}, "kind"))
     {
-        const std::string kind = Lower(text);
-        if (kind.empty() ||
-            std::none_of(known.begin(), known.end(), [&kind](const std::string& name) { return IsKind(name, kind); }))
+        const std::string wanted = Lower(text);
+        if (wanted.empty() || std::none_of(known.begin(), known.end(),
+                                           [&wanted](const std::string& name) { return IsKind(name, wanted); }))
         {
             Reject("--kind is ind, con, req, link, or a name such as L_Data.ind, not '" + text + "'");
         }
-        kinds.push_back(kind);
+        kinds.push_back(wanted);
     }
     return kinds;
 }

@@ -26,7 +26,7 @@ Bytes GroupRequest(GroupService service, uint16_t group, const Knx::GroupValue& 
     {
         telegram.control1 = extended;
     }
-    const Bytes frame = Encode(telegram);
+    Bytes frame = Encode(telegram);
     FrameSender::CheckLength(frame);
     return frame;
 }

@@ -193,7 +193,7 @@ void PcapNgReader::AddInterface(std::string_view body)
             const uint64_t low = Number(body, position + (bigEndian ? 4 : 0));
             description.offset = static_cast<int64_t>((high << 32U) | low);
         }
-        position += (size + 3) / 4 * 4;
+        position += (std::size_t{size} + 3) / 4 * 4;
     }
     interfaces.push_back(description);
 }

@@ -22,7 +22,7 @@ class RotatingOutput
 public:
     /// Each file begins with `begin`. With a rotation, a file that is there already is kept as FILE.1, otherwise it is
     /// overwritten. "-" is standard output. Throws Failure, as all operations do.
-    RotatingOutput(std::string file, std::optional<Rotation> rotation, std::string begin);
+    RotatingOutput(std::string file, std::optional<Rotation> wanted, std::string begin);
 
     /// Text that stays together in one file.
     void Add(const std::string& text);

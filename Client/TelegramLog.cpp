@@ -51,7 +51,7 @@ std::string TelegramLogEntry(const Message& message)
     std::transform(digits.begin(), digits.end(), digits.begin(),
                    [](char digit) { return digit >= 'a' ? static_cast<char>(digit - 'a' + 'A') : digit; });
     return "  <Telegram Timestamp=\"" + UtcText(message.time) + "\" Service=\"" + KindOf(message) +
-           "\" FrameFormat=\"CommonEmi\" RawData=\"" + digits + "\"/>\n";
+           R"(" FrameFormat="CommonEmi" RawData=")" + digits + "\"/>\n";
 }
 
 std::string TelegramLogEnd(std::chrono::microseconds time)

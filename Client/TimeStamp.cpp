@@ -196,7 +196,7 @@ std::optional<microseconds> TimeOfUtc(std::string_view text)
     text.remove_prefix(pattern.size());
     if (!text.empty() && text.front() == '.')
     {
-        const auto end = std::find_if_not(text.begin() + 1, text.end(), IsDigit);
+        const auto* const end = std::find_if_not(text.begin() + 1, text.end(), IsDigit);
         const auto size = static_cast<std::size_t>(end - text.begin());
         time += Fraction(text.substr(1, size - 1));
         text.remove_prefix(size);

@@ -36,12 +36,12 @@ std::string Csv(const std::string& before, const std::string& separator, const s
     std::string text;
     for (unsigned address = 1; address <= Count; ++address)
     {
-        text += before + "\"" + Name(address) + "\"" + separator + "\"" +
-                Knx::GroupAddress(static_cast<uint16_t>(address)) + "\"";
+        text.append(before).append("\"").append(Name(address)).append("\"").append(separator);
+        text.append("\"").append(Knx::GroupAddress(static_cast<uint16_t>(address))).append("\"");
         for (const std::string& column :
              {std::string(), std::string(), description, std::string("DPST-1-1"), std::string("Auto")})
         {
-            text += separator + "\"" + column + "\"";
+            text.append(separator).append("\"").append(column).append("\"");
         }
         text += "\r\n";
     }
@@ -73,7 +73,7 @@ void ReadCsvWithOneColumn(benchmark::State& state)
 
 void ReadCsvWithThreeColumns(benchmark::State& state)
 {
-    Read(state, Csv("\"\";\"\";", ";", "T\xFCr")); // Windows-1252
+    Read(state, Csv(R"("";"";)", ";", "T\xFCr")); // Windows-1252
 }
 
 void FindByAddress(benchmark::State& state)
