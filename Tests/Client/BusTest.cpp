@@ -77,7 +77,7 @@ protected:
         return bus;
     }
 
-    const StopSignals stop;
+    const StopSignals stop{};
     std::optional<ScriptedGateway::Program> program;
     const std::string none = "/no/gateway";
 };

@@ -284,9 +284,9 @@ TEST(CaptureInBlocks, SaysWhichBlockIsNotUnderstood)
          "block 3 has no end of its tags"},
         {Section + Interface + Block("03000000", "ff000000"), "block 3 is not complete"},
     };
-    for (const auto& [capture, line] : wrong)
+    for (const auto& each : wrong)
     {
-        EXPECT_REJECTED(ReadBlocks(capture), Status::NotUnderstood, line);
+        EXPECT_REJECTED(ReadBlocks(each.first), Status::NotUnderstood, each.second);
     }
 }
 

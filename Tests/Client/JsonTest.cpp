@@ -99,9 +99,9 @@ TEST(Json, SaysWhatIsNotUnderstood)
         {R"({"hex":"11","time":-1})", "has a time that is none"},
         {R"({"hex":"11","time":1e9})", "has a time that is none"},
     };
-    for (const auto& [line, reason] : wrong)
+    for (const auto& each : wrong)
     {
-        EXPECT_REJECTED(MessageFromJson(line), Status::NotUnderstood, reason) << line;
+        EXPECT_REJECTED(MessageFromJson(each.first), Status::NotUnderstood, each.second) << each.first;
     }
 }
 

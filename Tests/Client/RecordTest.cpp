@@ -119,7 +119,7 @@ TEST(Record, ALineHasTheColourOfWhatItSays)
         message.frame = Knx::FromHex(hex);
         const std::string line = RecordLine("T", message, {true, 0});
         EXPECT_EQ(line.rfind("\x1b[2mT rx ", 0), 0) << line;
-        const std::string text = line.substr(line.find("#"));
+        const std::string text = line.substr(line.find('#'));
         const std::size_t begin = text.find('\x1b', text.find('\x1b') + 1); // behind the end of what is dim
         return begin == std::string::npos ? "none" : text.substr(begin + 2, text.find('m', begin) - begin - 2);
     };

@@ -6,7 +6,6 @@
 using Knx::Bytes;
 using Knx::FromHex;
 using OrvelClient::Direction;
-using OrvelClient::Message;
 using OrvelClient::Status;
 using OrvelClient::TextRecordingReader;
 

@@ -85,7 +85,11 @@ private:
             Pass(std::chrono::milliseconds(Below(1500)));
             break;
         case 7:
-            participants[Anybody()].isSleeping ^= Below(4) == 0;
+            if (Below(4) == 0)
+            {
+                bool& isSleeping = participants[Anybody()].isSleeping;
+                isSleeping = !isSleeping;
+            }
             break;
         case 8:
             ChangeLink();

@@ -93,7 +93,7 @@ protected:
         {
             return "nothing";
         }
-        const std::string text = Knx::ToHex({message->Data(), message->Data() + message->Size()});
+        std::string text = Knx::ToHex({message->Data(), message->Data() + message->Size()});
         hub.Taken(id);
         return text;
     }
