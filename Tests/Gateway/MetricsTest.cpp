@@ -100,7 +100,7 @@ TEST(Metrics, HaveTheNetworkOnlyIfThereIsOne)
 {
     Figures figures;
     EXPECT_THAT(ToOpenMetrics(figures), Not(HasSubstr("network_")));
-    figures.network.emplace();
+    figures.network = Figures::Network{};
     auto& count = figures.network->count;
     figures.network->joined = true;
     count.fromNetwork = 1;
@@ -116,16 +116,16 @@ TEST(Metrics, HaveTheNetworkOnlyIfThereIsOne)
     count.port.ignored = 11;
     const std::string text = ToOpenMetrics(figures);
     for (const char* const line :
-         {"network_joined 1", "network_telegrams_total{direction=\"from_network\",outcome=\"confirmed\"} 1",
-          "network_telegrams_total{direction=\"from_network\",outcome=\"refused\"} 2",
-          "network_telegrams_total{direction=\"from_network\",outcome=\"stopped\"} 3",
-          "network_telegrams_total{direction=\"from_network\",outcome=\"lost\"} 4",
-          "network_telegrams_total{direction=\"to_network\",outcome=\"sent\"} 5",
-          "network_telegrams_total{direction=\"to_network\",outcome=\"stopped\"} 6",
-          "network_telegrams_total{direction=\"to_network\",outcome=\"lost\"} 7",
+         {"network_joined 1", R"(network_telegrams_total{direction="from_network",outcome="confirmed"} 1)",
+          R"(network_telegrams_total{direction="from_network",outcome="refused"} 2)",
+          R"(network_telegrams_total{direction="from_network",outcome="stopped"} 3)",
+          R"(network_telegrams_total{direction="from_network",outcome="lost"} 4)",
+          R"(network_telegrams_total{direction="to_network",outcome="sent"} 5)",
+          R"(network_telegrams_total{direction="to_network",outcome="stopped"} 6)",
+          R"(network_telegrams_total{direction="to_network",outcome="lost"} 7)",
           "network_routers_lost_telegrams_total 8", "network_routers_busy_total 9",
-          "network_unused_datagrams_total{kind=\"malformed\"} 10",
-          "network_unused_datagrams_total{kind=\"other_service\"} 11"})
+          R"(network_unused_datagrams_total{kind="malformed"} 10)",
+          R"(network_unused_datagrams_total{kind="other_service"} 11)"})
     {
         EXPECT_THAT(text, HasSubstr(std::string("\norvel_gateway_") + line + "\n"));
     }

@@ -47,16 +47,16 @@ TEST(Characters, ThatControlATerminalAreShownAsNumbersAndNotTaken)
 TEST(Characters, ThatAreNoneInUtf8AreShownAsNumbersAndNotTaken)
 {
     const std::pair<Bytes, const char*> wrong[] = {
-        {{0x80}, "\\x80"},                                             // begins in the middle
-        {{0xC3, 'a'}, "\\xc3a"},                                       // ends too early
-        {{0xE2, 0x82}, "\\xe2\\x82"},                                  // cut off
-        {{0xC1, 0x81}, "\\xc1\\x81"},                                  // longer than needed
-        {{0xE0, 0x9F, 0xBF}, "\\xe0\\x9f\\xbf"},                       // the same
-        {{0xF0, 0x8F, 0xBF, 0xBF}, "\\xf0\\x8f\\xbf\\xbf"},            // the same
-        {{0xED, 0xA0, 0x80}, "\\xed\\xa0\\x80"},                       // half a character of UTF-16
-        {{0xF4, 0x90, 0x80, 0x80}, "\\xf4\\x90\\x80\\x80"},            // behind the last one
-        {{0xF9, 0x90, 0x80, 0x80}, "\\xf9\\x90\\x80\\x80"},            // an old form of five bytes, cut off
-        {{0xF8, 0x88, 0x80, 0x80, 0x80}, "\\xf8\\x88\\x80\\x80\\x80"}, // an old form of five bytes
+        {{0x80}, R"(\x80)"},                                         // begins in the middle
+        {{0xC3, 'a'}, R"(\xc3a)"},                                   // ends too early
+        {{0xE2, 0x82}, R"(\xe2\x82)"},                               // cut off
+        {{0xC1, 0x81}, R"(\xc1\x81)"},                               // longer than needed
+        {{0xE0, 0x9F, 0xBF}, R"(\xe0\x9f\xbf)"},                     // the same
+        {{0xF0, 0x8F, 0xBF, 0xBF}, R"(\xf0\x8f\xbf\xbf)"},           // the same
+        {{0xED, 0xA0, 0x80}, R"(\xed\xa0\x80)"},                     // half a character of UTF-16
+        {{0xF4, 0x90, 0x80, 0x80}, R"(\xf4\x90\x80\x80)"},           // behind the last one
+        {{0xF9, 0x90, 0x80, 0x80}, R"(\xf9\x90\x80\x80)"},           // an old form of five bytes, cut off
+        {{0xF8, 0x88, 0x80, 0x80, 0x80}, R"(\xf8\x88\x80\x80\x80)"}, // an old form of five bytes
     };
     for (const auto& [bytes, shown] : wrong)
     {

@@ -223,7 +223,8 @@ TEST(XmlExport, IsInUtf8Only)
     }
     EXPECT_EQ(ProblemOf(Group("Name='&#xD800;' Address='1'")),
               "line 3, column 21: 'Name' has a reference to no character");
-    EXPECT_EQ(ProblemOf("\xFF\xFE<\0a\0"), "line 1, column 1: this is UTF-16 or UTF-32; save it as UTF-8");
+    EXPECT_EQ(ProblemOf(std::string("\xFF\xFE<\0a\0", 6)),
+              "line 1, column 1: this is UTF-16 or UTF-32; save it as UTF-8");
     EXPECT_EQ(ProblemOf("\xFE\xFF"), "line 1, column 1: this is UTF-16 or UTF-32; save it as UTF-8");
 }
 
