@@ -53,8 +53,9 @@ TEST_F(ClientDecode, WritesEachFormAndReadsItBack)
     for (const char* const format : {"json", "pcap", "ets", "text"})
     {
         const std::string next = directory.File(format);
-        const Outcome outcome =
-            ClientProgram::InShell(std::string("$ORVELCTL decode --to ") + format + " " + file + " >" + next).End();
+        std::string command("$ORVELCTL decode --to ");
+        command.append(format).append(" ").append(file).append(" >").append(next);
+        const Outcome outcome = ClientProgram::InShell(command).End();
         EXPECT_EQ(outcome.status, 0) << format;
         EXPECT_EQ(outcome.lines.size(), 0) << format;
         file = next;
@@ -207,10 +208,10 @@ TEST_F(ClientDecode, ChoosesWhatTsharkChooses)
     };
     for (const auto& [ours, theirs] : filters)
     {
-        const Outcome outcome =
-            ClientProgram::InShell("$ORVELCTL decode " + ours + " " + file + " | wc -l; tshark -r " + file + " -Y '" +
-                                   theirs + "' 2>/dev/null | wc -l")
-                .End();
+        std::string command("$ORVELCTL decode ");
+        command.append(ours).append(" ").append(file).append(" | wc -l; tshark -r ").append(file);
+        command.append(" -Y '").append(theirs).append("' 2>/dev/null | wc -l");
+        const Outcome outcome = ClientProgram::InShell(command).End();
         ASSERT_EQ(outcome.lines.size(), 2);
         EXPECT_EQ(outcome.lines[0], outcome.lines[1]) << ours;
         EXPECT_THAT(outcome.lines[0], Not(AnyOf("0", "2000"))) << ours;

@@ -10,7 +10,6 @@
 
 using Simulator::Event;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 
 namespace

@@ -304,7 +304,7 @@ TEST_F(ClientMonitor, ASlowOutputLosesNothing)
     const std::string go = directory.File("go");
     ClientProgram client =
         ClientProgram::InShell("$ORVELCTL monitor -n 500 | { until [ -e " + go + " ]; do sleep 0.01; done; wc -l; }");
-    const std::string longest = "29 00" + std::string(2 * 250, '5');
+    const std::string longest = "29 00" + std::string(500, '5');
     for (int i = 0; i < 500; ++i) // in all, five times what a pipe takes
     {
         ASSERT_TRUE(Await([&] { return fromLink.Waiting() < 14; })) << i;
@@ -323,7 +323,7 @@ TEST_F(ClientMonitor, WritesFilesOfALimitedSize)
     {
         for (int i = 0; i < 9; ++i)
         {
-            fromLink.PutFrame("10" + std::string(2 * (option == std::string("--write") ? 80 : 250), '5'));
+            fromLink.PutFrame("10" + std::string(option == std::string("--write") ? 160 : 500, '5'));
         }
         const Outcome outcome = RunClient({"monitor", option, file, "--rotate", "1k,3", "-n", "9"});
         EXPECT_EQ(outcome.status, 0);

@@ -6,7 +6,6 @@
 
 #include <fstream>
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::SizeIs;

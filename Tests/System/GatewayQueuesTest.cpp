@@ -15,7 +15,6 @@
 #include <list>
 #include <optional>
 
-using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
