@@ -91,9 +91,11 @@ int main(int argc, char** argv)
     setvbuf(stdout, NULL, _IOLBF, 0);
     for (;; sleep(1)) /* between two connections, for gateway and daemon can start anew */
     {
-        uint8_t message[ORVEL_CEMI_MESSAGE_SIZE];
         if (isConnected(argc > 1 ? argv[1] : ORVEL_GATEWAY_SOCKET))
+        {
+            uint8_t message[ORVEL_CEMI_MESSAGE_SIZE];
             for (ssize_t size; (size = recv(gateway, message, sizeof(message), 0)) > 0;)
                 onMessage(message, (size_t)size);
+        }
     }
 }

@@ -274,7 +274,7 @@ const Message* Hub::NextToLink()
 void Hub::TakenByLink(Time now)
 {
     const Id id = turn;
-    Participant& sender = *participants[id];
+    const Participant& sender = *participants[id];
     const Message& message = sender.FrontRequest();
     if (message.HasCode(Request))
     {
@@ -389,7 +389,7 @@ void Hub::RefuseAll()
 
 void Hub::RefuseFront(Id id, uint64_t& why)
 {
-    Participant& participant = *participants[id];
+    const Participant& participant = *participants[id];
     Refuse(participant.FrontRequest(), participant.isLeaving ? Nobody : id, true, why);
     PopRequest(id);
 }

@@ -26,6 +26,7 @@ void Run(const Options& options)
     const auto logger = log4cplus::Logger::getInstance("Gateway");
     Loop loop;
     const ListeningSocket listening(options.socket);
+    // cppcheck-suppress unreadVariable ; it serves while the loop runs
     Server server(loop, options, listening);
     LOG4CPLUS_INFO(logger, "Serving programs on " << listening.Place());
     const char* const reason = loop.Run() == SIGINT ? "SIGINT" : "SIGTERM";

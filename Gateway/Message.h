@@ -17,6 +17,7 @@ public:
     static constexpr std::size_t MaxSize = ORVEL_CEMI_MESSAGE_SIZE;
 
     /// Has no value before it is assigned one: memory for many of them stays untouched until they come.
+    // cppcheck-suppress uninitMemberVar
     Message() = default;
 
     /// What is longer than any message is cut off: check the length before.

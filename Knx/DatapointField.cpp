@@ -133,7 +133,7 @@ std::string_view TextOf(const Field& field, uint64_t number)
 std::optional<uint64_t> BitOf(const Field& field, std::string_view text)
 {
     constexpr std::array<std::array<std::string_view, 3>, 2> words{{{"0", "off", "false"}, {"1", "on", "true"}}};
-    for (const uint64_t bit : {0U, 1U})
+    for (const std::size_t bit : {0U, 1U})
     {
         const bool isWord = std::any_of(words[bit].begin(), words[bit].end(),
                                         [text](std::string_view word) { return IsSameWord(word, text); });
@@ -176,7 +176,7 @@ int64_t Signed(const Field& field, uint64_t bits)
 {
     if (field.kind == FieldKind::Signed && field.bits < 64 && (bits >> (field.bits - 1U)) != 0)
     {
-        return static_cast<int64_t>(bits) - (int64_t{1} << field.bits);
+        return static_cast<int64_t>(bits | ~uint64_t{0} << field.bits);
     }
     return static_cast<int64_t>(bits);
 }

@@ -23,8 +23,8 @@ class Conversation : HubUser
 public:
     explicit Conversation(uint32_t seed)
         : engine(seed)
+        , network(hub.ConnectNetwork())
     {
-        network = hub.ConnectNetwork();
         participants[network];
     }
 

@@ -205,9 +205,9 @@ class Peer
 {
 public:
     Peer()
+        : master(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK))
     {
         std::array<char, 64> name{};
-        master = System::Descriptor(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
         if (!master.IsOpen() || grantpt(master.Number()) == -1 || unlockpt(master.Number()) == -1 ||
             ptsname_r(master.Number(), name.data(), name.size()) != 0)
         {

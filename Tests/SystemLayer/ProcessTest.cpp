@@ -103,7 +103,7 @@ TEST(Process, RunsNoLongerThanTheProgramThatStartedIt)
     {
         const Process process(Shell("exec sleep 600"));
         const pid_t id = process.Id();
-        static_cast<void>(write(pipe.writing.Number(), &id, sizeof(id)));
+        static_cast<void>(write(pipe.writing.Number(), &id, sizeof(id)) == -1);
         pause();
     }
     pid_t id = -1;
