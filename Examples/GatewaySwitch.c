@@ -89,13 +89,9 @@ static void onMessage(const uint8_t* message, size_t size) /* the first byte is 
 int main(int argc, char** argv)
 {
     setvbuf(stdout, NULL, _IOLBF, 0);
-    for (;; sleep(1)) /* between two connections, for gateway and daemon can start anew */
-    {
+    /* Between two connections, because gateway and daemon can start anew. */
+    for (uint8_t message[ORVEL_CEMI_MESSAGE_SIZE];; sleep(1))
         if (isConnected(argc > 1 ? argv[1] : ORVEL_GATEWAY_SOCKET))
-        {
-            uint8_t message[ORVEL_CEMI_MESSAGE_SIZE];
             for (ssize_t size; (size = recv(gateway, message, sizeof(message), 0)) > 0;)
                 onMessage(message, (size_t)size);
-        }
-    }
 }
