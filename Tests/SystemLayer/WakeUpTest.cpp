@@ -43,22 +43,41 @@ TEST(WakeUp, TakesAllSignalsBackAtOnceAndSaysWhetherThereWereAny)
     EXPECT_TRUE(IsReadable(wakeUp));
 }
 
+// While it lives, this process may open nothing. The sanitizers need descriptors for their checks: nothing else happens then.
+class NothingMayBeOpened
+{
+public:
+    NothingMayBeOpened()
+    {
+        getrlimit(RLIMIT_NOFILE, &before);
+        const rlimit none{0, before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &none);
+    }
+
+    ~NothingMayBeOpened()
+    {
+        setrlimit(RLIMIT_NOFILE, &before);
+    }
+
+    NothingMayBeOpened(const NothingMayBeOpened&) = delete;
+    NothingMayBeOpened& operator=(const NothingMayBeOpened&) = delete;
+
+private:
+    rlimit before{};
+};
+
 TEST(WakeUp, SaysThatTheSystemHasNoDescriptorToGive)
 {
-    rlimit before{};
-    getrlimit(RLIMIT_NOFILE, &before);
-    const rlimit none{0, before.rlim_max};
     std::string message;
-    setrlimit(RLIMIT_NOFILE, &none); // nothing else in between: the sanitizers need descriptors for their checks
     try
     {
+        const NothingMayBeOpened limit;
         const WakeUp wakeUp;
     }
     catch (const std::runtime_error& error)
     {
         message = error.what();
     }
-    setrlimit(RLIMIT_NOFILE, &before);
     EXPECT_EQ(message, "cannot make an event descriptor: Too many open files");
 }
 
