@@ -18,8 +18,8 @@ const std::string House = EXAMPLES "/House/group-addresses.xml";
 // In a file system where /etc is empty but for what the commands make there.
 Outcome WithEmptyEtc(const std::string& commands)
 {
-    return ClientProgram::InShell("unshare --mount sh -ec 'mount -t tmpfs none /etc; mkdir /etc/orvel; " + commands +
-                                  "'")
+    return ClientProgram::InShell("unshare --mount sh -ec 'busybox mount -t tmpfs none /etc; mkdir /etc/orvel; " +
+                                  commands + "'")
         .End();
 }
 
