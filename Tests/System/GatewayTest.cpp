@@ -27,6 +27,17 @@ std::string Numbered(const std::string& start, int number)
     return start + " " + Knx::ToHex({static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number & 0xFF)});
 }
 
+// The next message but those of the link, which can be lost and come back on a busy machine.
+std::string NextButton(const GatewayUser& user)
+{
+    std::string message = user.Receive();
+    while (message == Lost || message == Usable)
+    {
+        message = user.Receive();
+    }
+    return message;
+}
+
 TEST_F(Gateway, CarriesTelegramsEachWayAndLetsProgramsHearEachOther)
 {
     Daemon daemon;
@@ -60,11 +71,11 @@ TEST_F(Gateway, TellsEverybodyOfTheButton)
     EXPECT_EQ(one.Receive(), Usable);
     EXPECT_EQ(two.Receive(), Usable);
     TheCoProcessor().SetButton(true);
-    EXPECT_EQ(one.Receive(), "02 ba 00");
-    EXPECT_EQ(two.Receive(), "02 ba 00");
+    EXPECT_EQ(NextButton(one), "02 ba 00");
+    EXPECT_EQ(NextButton(two), "02 ba 00");
     TheCoProcessor().SetButton(false);
-    EXPECT_EQ(one.Receive(), "02 ba 01");
-    EXPECT_EQ(two.Receive(), "02 ba 01");
+    EXPECT_EQ(NextButton(one), "02 ba 01");
+    EXPECT_EQ(NextButton(two), "02 ba 01");
     EXPECT_EQ(gateway->Stop(), 0);
     EXPECT_EQ(daemon.Stop(), 0);
 }
@@ -81,7 +92,7 @@ TEST_F(Gateway, KeepsAPressSinceBootForTheFirstProgram)
     EXPECT_EQ(user.Receive(), Usable);
     for (int time = 0; time < 3; ++time)
     {
-        EXPECT_EQ(user.Receive(), "02 ba 00");
+        EXPECT_EQ(NextButton(user), "02 ba 00");
     }
     EXPECT_EQ(gateway->Stop(), 0);
     EXPECT_EQ(daemon.Stop(), 0);
