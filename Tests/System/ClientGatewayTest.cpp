@@ -85,9 +85,9 @@ TEST_F(ClientGateway, TheMonitorGoesOnWithTheNextGateway)
     auto program = gateway->Greet();
     EXPECT_TRUE(monitor->AwaitLine("link usable"));
     const std::string path = gateway->Path();
-    program.End();
-    gateway->Die();
+    gateway->Die(); // first: the monitor is not to come to this gateway again
     std::filesystem::remove(path);
+    program.End();
     {
         const ScriptedGateway next(path);
         const auto again = next.Greet("b9 ff ff");
