@@ -1,12 +1,12 @@
 #include "Answer.h"
 
-#include "CommandLine.h"
 #include "CommonOptions.h"
 #include "Conversation.h"
 #include "GroupRequest.h"
 #include "Output.h"
 #include "Record.h"
 
+#include <cstdio>
 #include <optional>
 
 namespace OrvelClient
@@ -14,8 +14,6 @@ namespace OrvelClient
 
 namespace
 {
-
-constexpr std::chrono::milliseconds DefaultWait{1000};
 
 // Between two looks at whether the daemon or the gateway is there again.
 constexpr std::chrono::milliseconds Glance{250};
@@ -53,13 +51,18 @@ Status Answer(const AnswerOptions& options)
             const auto message = conversation->Next(std::chrono::steady_clock::now() + std::chrono::hours(1));
             if (message && Asks(*message, group.address))
             {
-                output.Write(RecordLine(stamper.Stamp(message->time), *message) + "\n");
-                conversation->Send(response);
+                conversation->Send(response); // first: a slow output is no reason to answer late
                 ++count;
+                output.Write(RecordLine(stamper.Stamp(message->time), *message) + "\n");
             }
         }
         catch (const Failure& failure)
         {
+            if (failure.ExitStatus() == Status::NoRoom && conversation)
+            {
+                std::fprintf(stderr, "orvelctl: not answered: %s\n", failure.what());
+                continue;
+            }
             if (failure.ExitStatus() != Status::NotThere && failure.ExitStatus() != Status::Interrupted)
             {
                 throw;
@@ -77,14 +80,14 @@ Status Answer(const AnswerOptions& options)
 
 } // namespace
 
-AnswerOptions::AnswerOptions(const CommandLine& line)
-    : group(line)
-    , value(TakeValue(line))
-    , print(line.Has("print"))
-    , number(TakeNumber(line))
-    , wait(TakeWait(line, DefaultWait))
-    , bus(TakeBus(line))
+void AnswerOptions::AddTo(Arguments::Parser& parser)
 {
+    group.AddTo(parser);
+    AddValue(parser, value);
+    AddNumber(parser, number, "answers");
+    AddPrint(parser, print);
+    AddWait(parser, wait);
+    AddBus(parser, bus);
 }
 
 Command AnswerCommand()
@@ -96,9 +99,7 @@ Command AnswerCommand()
             "Answers those who ask for the value of a group, until it is stopped, and shows their telegrams.\n"
             "\n"
             "  orvelctl answer 1/2/4 21.5 --dpt 9.001",
-            WithBusOptions(WithGroupOptions({NumberOption("answers"), PrintOption(), WaitOption(DefaultWait)})),
-            SIZE_MAX,
-            Prepare<AnswerOptions, Answer>};
+            Define<AnswerOptions, Answer>};
 }
 
 } // namespace OrvelClient

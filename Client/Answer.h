@@ -11,14 +11,13 @@ namespace OrvelClient
 
 struct AnswerOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit AnswerOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
     GroupOptions group;
     std::string value;
-    bool print;      ///< the frame is shown instead of sent
-    uint64_t number; ///< of answers after which it ends; 0: goes on
-    std::chrono::milliseconds wait;
+    bool print = false;  ///< the frame is shown instead of sent
+    uint64_t number = 0; ///< of answers after which it ends; 0: goes on
+    std::chrono::milliseconds wait{1000};
     BusOptions bus;
 };
 

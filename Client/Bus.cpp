@@ -1,6 +1,5 @@
 #include "Bus.h"
 
-#include "Failure.h"
 #include "GatewaySocket.h"
 #include "Queue.h"
 
@@ -25,7 +24,7 @@ void AwaitGreeting(const GatewaySocket& gateway, const StopSignals& stop)
     std::array<pollfd, 2> set{{{gateway.Descriptor(), POLLIN, 0}, {stop.Descriptor(), POLLIN, 0}}};
     if (poll(set.data(), set.size(), static_cast<int>(Greeting.count())) <= 0)
     {
-        throw Failure(Status::Failed, "the gateway does not answer");
+        throw NotServed(Status::Failed, "the gateway does not answer");
     }
     if (set[1].revents != 0)
     {
@@ -33,7 +32,7 @@ void AwaitGreeting(const GatewaySocket& gateway, const StopSignals& stop)
     }
     if (!gateway.HasMessage())
     {
-        throw Failure(Status::NoRoom, "the gateway has no room for one more program, or has just ended");
+        throw NotServed(Status::NoRoom, "the gateway has no room for one more program, or has just ended");
     }
 }
 
@@ -108,7 +107,12 @@ std::string Bus::Remark() const
 
 std::string Bus::Loss() const
 {
-    return throughGateway ? "the gateway has ended; waiting for it" : name + " was removed; waiting for the daemon";
+    return throughGateway ? "the gateway has ended" : name + " was removed";
+}
+
+std::string Bus::Wait() const
+{
+    return throughGateway ? "waiting for it" : "waiting for the daemon";
 }
 
 } // namespace OrvelClient

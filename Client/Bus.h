@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Channel.h"
+#include "Failure.h"
 #include "StopSignals.h"
 
 #include <memory>
@@ -8,6 +9,13 @@
 
 namespace OrvelClient
 {
+
+/// A gateway has the socket and does not serve this program now: it is being started or ends, or has no room.
+class NotServed : public Failure
+{
+public:
+    using Failure::Failure;
+};
 
 /// Which way to the bus the person wants.
 struct BusOptions
@@ -33,7 +41,7 @@ public:
     /// Chooses the way, and opens it. Throws Failure.
     Bus(BusOptions wanted, For use, const StopSignals& stopSignals);
 
-    /// Opens it again, the same way. Throws Failure; one of status NotThere while the other side does not run.
+    /// Opens it again, the same way. Throws Failure; one of status NotThere while the other side does not run, or NotServed.
     void Open();
 
     void Close()
@@ -88,6 +96,9 @@ public:
 
     /// That the other side has gone.
     std::string Loss() const;
+
+    /// That this goes on when the other side is there again.
+    std::string Wait() const;
 
 private:
     std::string QueueName() const;

@@ -1,11 +1,10 @@
 #include "BusReader.h"
 
-#include "Failure.h"
-
 #include <poll.h>
 
 #include <array>
 #include <chrono>
+#include <utility>
 
 namespace OrvelClient
 {
@@ -18,20 +17,21 @@ constexpr std::chrono::milliseconds Glance{250};
 
 } // namespace
 
-BusReader::BusReader(Bus& openedBus, const StopSignals& stopSignals, const Output& watchedOutput)
+BusReader::BusReader(Bus& openedBus, const StopSignals& stopSignals, const Output& watchedOutput, Tell tellPerson)
     : bus(openedBus)
     , stop(stopSignals)
     , output(watchedOutput)
+    , tell(std::move(tellPerson))
 {
-    Notice(output, bus.Remark());
+    tell(bus.Remark());
 }
 
 std::optional<Bytes> BusReader::Next()
 {
     for (;;)
     {
-        std::array<pollfd, 3> set{
-            {{bus.Descriptor(), POLLIN, 0}, {stop.Descriptor(), POLLIN, 0}, {output.Descriptor(), 0, 0}}};
+        const int watched = needsReader ? output.Descriptor() : -1; // poll looks at none below 0
+        std::array<pollfd, 3> set{{{bus.Descriptor(), POLLIN, 0}, {stop.Descriptor(), POLLIN, 0}, {watched, 0, 0}}};
         const int result = poll(set.data(), set.size(), static_cast<int>(Glance.count()));
         if (set[1].revents != 0 || set[2].revents != 0)
         {
@@ -53,7 +53,7 @@ void BusReader::Look()
     if (bus.IsOpen() && bus.IsRemoved())
     {
         bus.Close();
-        Notice(output, bus.Loss());
+        tell(bus.Loss() + "; " + bus.Wait());
     }
     if (bus.IsOpen())
     {
@@ -62,11 +62,16 @@ void BusReader::Look()
     try
     {
         bus.Open();
-        Notice(output, bus.Name() + " is there again");
+        tell(bus.Name() + " is there again");
+    }
+    catch (const NotServed&)
+    {
+        // The service manager's socket is there before the next gateway. As long as it takes.
     }
     catch (const Failure& failure)
     {
-        if (failure.ExitStatus() != Status::NotThere)
+        // A signal is still there for the next wait.
+        if (failure.ExitStatus() != Status::NotThere && failure.ExitStatus() != Status::Interrupted)
         {
             throw;
         }

@@ -3,6 +3,9 @@
 #include "Bus.h"
 #include "Output.h"
 
+#include <functional>
+#include <string>
+
 namespace OrvelClient
 {
 
@@ -10,7 +13,17 @@ namespace OrvelClient
 class BusReader
 {
 public:
-    BusReader(Bus& openedBus, const StopSignals& stopSignals, const Output& watchedOutput);
+    /// Told in one line what a person should know of the bus.
+    using Tell = std::function<void(const std::string& line)>;
+
+    /// `tellPerson` is called here and in Next.
+    BusReader(Bus& openedBus, const StopSignals& stopSignals, const Output& watchedOutput, Tell tellPerson);
+
+    /// Goes on even if nobody reads the output any more: what is read goes elsewhere.
+    void GoOnWithoutReader()
+    {
+        needsReader = false;
+    }
 
     /// Waits for the next message; nothing when the program is to stop, or nobody reads the output any more. Goes on when the
     /// daemon or the gateway was started anew. Throws Failure.
@@ -22,6 +35,8 @@ private:
     Bus& bus;
     const StopSignals& stop;
     const Output& output;
+    const Tell tell;
+    bool needsReader = true;
 };
 
 } // namespace OrvelClient

@@ -1,7 +1,6 @@
 #include "Button.h"
 
 #include "BusReader.h"
-#include "CommandLine.h"
 #include "CommonOptions.h"
 #include "Message.h"
 #include "Queue.h"
@@ -32,7 +31,7 @@ Status Button(const ButtonOptions& options)
     const StopSignals stop;
     Output output;
     Bus bus(options.bus, Bus::For::Button, stop);
-    BusReader reader(bus, stop, output);
+    BusReader reader(bus, stop, output, [&output](const std::string& text) { Notice(output, text); });
     TimeStamper stamper(options.timeStamp);
     for (uint64_t count = 0; options.number == 0 || count < options.number; ++count)
     {
@@ -42,49 +41,45 @@ Status Button(const ButtonOptions& options)
             stop.RequireAll(count, options.number);
             return Status::Done;
         }
-        output.Write(stamper.Stamp(Now()) + " " + Word(*message) + "\n");
+        output.Write(std::string(stamper.Stamp(Now())) + " " + Word(*message) + "\n");
     }
     return Status::Done;
 }
 
-BusOptions TakeButtonBus(const CommandLine& line)
-{
-    BusOptions options = TakeBus(line);
-    options.buttonQueue = line.TextOr(ORVEL_PROG_BUTTON_QUEUE, "queue");
-    if (!Queue::IsName(options.buttonQueue))
-    {
-        Reject("--queue takes a name that begins with / and has no other, not '" + options.buttonQueue + "'");
-    }
-    if (line.Has("queue") && options.named)
-    {
-        Reject("--queue and --socket cannot go together");
-    }
-    options.direct = options.direct || line.Has("queue"); // the gateway has the button from one queue, maybe another
-    return options;
-}
-
 } // namespace
 
-ButtonOptions::ButtonOptions(const CommandLine& line)
-    : bus(TakeButtonBus(line))
-    , timeStamp(TakeTimeStamp(line))
-    , number(TakeNumber(line))
+void ButtonOptions::AddTo(Arguments::Parser& parser)
 {
+    bus.buttonQueue = ORVEL_PROG_BUTTON_QUEUE;
+    parser.Option(
+        "--queue",
+        [this](const std::string& name)
+        {
+            if (!Queue::IsName(name))
+            {
+                throw Arguments::Wrong("takes a name that begins with / and has no other, not '" + name + "'");
+            }
+            bus.buttonQueue = name;
+            bus.direct = true; // the gateway has the button from one queue, maybe another
+        },
+        "This queue of the button, not the gateway, default is: " ORVEL_PROG_BUTTON_QUEUE);
+    AddTime(parser, timeStamp);
+    AddNumber(parser, number, "messages");
+    AddBus(parser, bus);
+    parser.Exclude({"--queue", "--socket"});
 }
 
 Command ButtonCommand()
 {
-    return {
-        "button",
-        "",
-        "show when the programming button is pressed and released",
-        "[OPTION...]",
-        "Shows when the programming button is pressed and released.",
-        WithBusOptions({{"queue", "This queue of the button, not the gateway, default is: " ORVEL_PROG_BUTTON_QUEUE},
-                        TimeOption(),
-                        NumberOption("messages")}),
-        0,
-        Prepare<ButtonOptions, Button>};
+    return {"button",
+            "",
+            "show when the programming button is pressed and released",
+            "[OPTION...]",
+            "Shows when the programming button is pressed and released.\n"
+            "\n"
+            "  orvelctl button\n"
+            "  orvelctl button -n 1 --time date",
+            Define<ButtonOptions, Button>};
 }
 
 } // namespace OrvelClient

@@ -11,12 +11,11 @@ namespace OrvelClient
 
 struct ButtonOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit ButtonOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
     BusOptions bus;
-    TimeStamp timeStamp;
-    uint64_t number; ///< of messages after which it ends; 0: goes on
+    TimeStamp timeStamp = TimeStamp::Absolute;
+    uint64_t number = 0; ///< of messages after which it ends; 0: goes on
 };
 
 /// Shows when the programming button is pressed and released, until it is stopped.

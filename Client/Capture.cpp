@@ -3,121 +3,180 @@
 #include "Failure.h"
 #include "Packet.h"
 
+#include <pcap/pcap.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+
 namespace OrvelClient
 {
 
 namespace
 {
 
-constexpr uint32_t Microseconds = 0xA1B2C3D4; // the magic number, which also tells the resolution
-constexpr uint32_t Nanoseconds = 0xA1B23C4D;
-constexpr std::size_t FileHeaderSize = 24;
-constexpr std::size_t PacketHeaderSize = 16;
+constexpr uint32_t Microseconds = 0xA1B2C3D4; // the magic number, which also tells byte order and resolution
+constexpr uint32_t MaxPacket = 65535;         // bytes
 
-// What is written here is little-endian.
-void Append32(std::string& text, uint32_t number)
+[[noreturn]] void Reject(const std::string& why)
 {
-    for (unsigned shift = 0; shift < 32; shift += 8)
+    throw Failure(Status::NotUnderstood, why);
+}
+
+// The library takes interfaces of one kind only, among others.
+[[noreturn]] void RejectWithAdvice(const std::string& why)
+{
+    Reject(why +
+           "; what may help: tshark -r FILE -Y exported_pdu -w - | editcap -F pcap -T wireshark-upper-pdu - OTHER");
+}
+
+std::chrono::microseconds TimeOf(const timeval& time)
+{
+    constexpr int64_t latest = 1000000000000; // s, as in the other forms
+    constexpr int64_t second = 1000000;       // us
+    int64_t seconds = time.tv_sec;
+    seconds += seconds < 0 ? int64_t{1} << 32U : 0; // pcap's 32 bits have no sign; libpcap 1.10.3 gives them one
+    if (seconds < 0 || seconds >= latest || time.tv_usec < 0 || time.tv_usec >= second)
     {
-        text += static_cast<char>((number >> shift) & 0xFFU);
+        Reject("has an impossible time");
     }
-}
-
-void Append16(std::string& text, uint32_t number)
-{
-    text += static_cast<char>(number & 0xFFU);
-    text += static_cast<char>((number >> 8U) & 0xFFU);
-}
-
-bool IsMagic(uint32_t number)
-{
-    return number == Microseconds || number == Nanoseconds;
+    return std::chrono::seconds(seconds) + std::chrono::microseconds(time.tv_usec);
 }
 
 } // namespace
 
+// These two are written here, because rotation and pipes take strings, and the library only writes to a FILE.
+
 std::string CaptureHeader()
 {
-    std::string header;
-    Append32(header, Microseconds);
-    Append16(header, 2); // the version of the format: 2.4
-    Append16(header, 4);
-    Append32(header, 0); // UTC
-    Append32(header, 0); // accuracy, always 0
-    Append32(header, MaxPacket);
-    Append32(header, UpperPdu);
-    return header;
+    const pcap_file_header header{Microseconds, PCAP_VERSION_MAJOR,     PCAP_VERSION_MINOR, 0, 0,
+                                  MaxPacket,    DLT_WIRESHARK_UPPER_PDU};
+    return {reinterpret_cast<const char*>(&header), sizeof(header)};
 }
 
 std::string CapturePacket(const Message& message)
 {
     const std::string content = PacketOf(message);
+    const auto size = static_cast<uint32_t>(content.size());
     const auto second = std::chrono::floor<std::chrono::seconds>(message.time);
-    std::string packet;
-    Append32(packet, static_cast<uint32_t>(second.count()));
-    Append32(packet, static_cast<uint32_t>(std::chrono::microseconds(message.time - second).count()));
-    Append32(packet, static_cast<uint32_t>(content.size())); // what is here, and what there was
-    Append32(packet, static_cast<uint32_t>(content.size()));
-    return packet + content;
+    if (size > MaxPacket || second.count() < 0 || second.count() > std::numeric_limits<uint32_t>::max())
+    {
+        Reject(size > MaxPacket
+                   ? "a capture has no room for a frame of " + std::to_string(message.frame.size()) + " bytes"
+                   : "a capture has no room for times before 1970 or after 2106");
+    }
+    const std::array<uint32_t, 4> header{static_cast<uint32_t>(second.count()),
+                                         static_cast<uint32_t>((message.time - second).count()),
+                                         size, // what is here, and what there was
+                                         size};
+    return std::string(reinterpret_cast<const char*>(header.data()), sizeof(header)) + content;
 }
 
 bool IsCapture(std::string_view begin)
 {
-    const std::string_view magic = begin.substr(0, 4);
-    return magic.size() == 4 && (IsMagic(NumberIn(magic, true)) || IsMagic(NumberIn(magic, false)));
+    constexpr std::array<std::string_view, 5> begins{"\xD4\xC3\xB2\xA1", "\xA1\xB2\xC3\xD4", "\x4D\x3C\xB2\xA1",
+                                                     "\xA1\xB2\x3C\x4D", "\n\r\r\n"};
+    return std::find(begins.begin(), begins.end(), begin.substr(0, CaptureBegin)) != begins.end();
 }
 
 CaptureReader::CaptureReader(Source& file)
     : source(file)
+    , capture(Open())
 {
-    const std::string_view header = source.Ahead(FileHeaderSize).substr(0, FileHeaderSize);
-    if (header.size() < FileHeaderSize)
+    const int type = pcap_datalink(capture.get());
+    if (type != DLT_WIRESHARK_UPPER_PDU)
     {
-        throw Failure(Status::NotUnderstood, "ends within the header of the capture");
+        RejectWithAdvice(std::string("is a capture of ") + pcap_datalink_val_to_description_or_dlt(type) +
+                         ", not of link type " + std::to_string(DLT_WIRESHARK_UPPER_PDU));
     }
-    bigEndian = IsMagic(NumberIn(header.substr(0, 4), true));
-    inNanoseconds = NumberIn(header.substr(0, 4), bigEndian) == Nanoseconds;
-    CheckLinkType(NumberIn(header.substr(20, 4), bigEndian) & 0x0FFFFFFFU);
-    source.Skip(FileHeaderSize);
+}
+
+// Source tells the forms of recordings apart, and ends waiting when the program is to stop. So the library gets it as a FILE.
+CaptureReader::Library CaptureReader::Open()
+{
+    std::FILE* const file = fopencookie(this, "r", {Read, nullptr, nullptr, nullptr});
+    if (file == nullptr)
+    {
+        throw Failure(Status::Failed, "cannot read " + source.Name());
+    }
+    std::array<char, PCAP_ERRBUF_SIZE> error{};
+    Library opened(pcap_fopen_offline(file, error.data()), pcap_close); // which also closes the file
+    if (opened != nullptr)
+    {
+        return opened;
+    }
+    const bool hasEnded = std::feof(file) != 0;
+    std::fclose(file);
+    if (failure)
+    {
+        std::rethrow_exception(failure);
+    }
+    if (hasEnded)
+    {
+        Reject("ends within the header of the capture");
+    }
+    RejectWithAdvice(std::string("cannot be read: ") + error.data());
+}
+
+// Gives what there is, and waits only where that is nothing.
+ssize_t CaptureReader::Read(void* reader, char* buffer, std::size_t size)
+{
+    auto& self = *static_cast<CaptureReader*>(reader);
+    try
+    {
+        const std::string_view ahead = self.source.Ahead(1).substr(0, size);
+        std::memcpy(buffer, ahead.data(), ahead.size());
+        self.source.Skip(ahead.size());
+        return static_cast<ssize_t>(ahead.size());
+    }
+    catch (...)
+    {
+        self.failure = std::current_exception();
+        return -1;
+    }
 }
 
 bool CaptureReader::Next(Message& message)
 {
-    const std::string_view header = source.Ahead(PacketHeaderSize);
-    if (header.empty())
+    pcap_pkthdr* header = nullptr;
+    const u_char* packet = nullptr;
+    const int result = pcap_next_ex(capture.get(), &header, &packet);
+    if (failure)
+    {
+        std::rethrow_exception(failure);
+    }
+    if (result == PCAP_ERROR_BREAK)
     {
         return false;
     }
-    const std::string name = "packet " + std::to_string(++number);
-    if (header.size() < PacketHeaderSize)
+    ++number;
+    const auto name = [this] { return "packet " + std::to_string(number); };
+    if (result != 1 && std::feof(pcap_file(capture.get())) != 0)
     {
-        return EndWith(name + " is cut off; used is what comes before it");
+        return EndWith(name() + " is cut off; used is what comes before it");
     }
-    const auto field = [&](std::size_t position) { return NumberIn(header.substr(position, 4), bigEndian); };
-    const uint32_t seconds = field(0);
-    const uint32_t fraction = field(4);
-    const uint32_t size = field(8);
-    if (size > MaxPacket || size < field(12))
+    if (result != 1)
     {
-        throw Failure(Status::NotUnderstood, name + " is not complete");
+        RejectWithAdvice(name() + " cannot be read: " + pcap_geterr(capture.get()));
     }
-    const std::string_view packet = source.Ahead(PacketHeaderSize + size);
-    if (packet.size() < PacketHeaderSize + size)
+    if (header->caplen < header->len || header->caplen > MaxPacket)
     {
-        return EndWith(name + " is cut off; used is what comes before it");
+        Reject(name() + " is not complete");
     }
-    message = {};
-    message.time = std::chrono::seconds(seconds) + std::chrono::microseconds(fraction / (inNanoseconds ? 1000 : 1));
     try
     {
-        message.frame = FrameIn(packet.substr(PacketHeaderSize, size));
+        message.time = TimeOf(header->ts);
+        const std::string_view frame = FrameIn({reinterpret_cast<const char*>(packet), header->caplen});
+        message.frame.assign(frame.begin(), frame.end()); // in the memory that it has
     }
-    catch (const Failure& failure)
+    catch (const Failure& wrong)
     {
-        throw Failure(failure.ExitStatus(), name + " " + failure.what());
+        Reject(name() + " " + wrong.what());
     }
     message.direction = UsualDirection(message.frame);
-    source.Skip(PacketHeaderSize + size);
+    message.sizeByte.reset();
     return true;
 }
 

@@ -4,7 +4,6 @@
 #include "CheckProgram.h"
 #include "CheckQueues.h"
 #include "CheckRunning.h"
-#include "CommandLine.h"
 #include "Output.h"
 
 #include "Orvel/Protocol.h"
@@ -21,7 +20,10 @@ Status Check(const CheckOptions& options)
 {
     // The checks come in the order in which the daemon needs things.
     Findings findings = CheckProgram(options.driver);
-    for (const Findings& more : {CheckDevices(options.resetGpio), CheckQueues(options.buttonQueues), CheckRunning()})
+    const auto& queues = options.buttonQueues;
+    for (const Findings& more :
+         {CheckDevices(options.resetGpio),
+          CheckQueues(queues.empty() ? std::vector<std::string>{ORVEL_PROG_BUTTON_QUEUE} : queues), CheckRunning()})
     {
         findings.insert(findings.end(), more.begin(), more.end());
     }
@@ -37,27 +39,27 @@ Status Check(const CheckOptions& options)
 
 } // namespace
 
-CheckOptions::CheckOptions(const CommandLine& line)
-    : driver(line.TextOr("", "driver"))
-    , resetGpio(line.NumberOr<int>(3, "reset_gpio", 0, INT32_MAX))
-    , buttonQueues(line.TextsOr({ORVEL_PROG_BUTTON_QUEUE}, "prog_button_message_queue"))
+void CheckOptions::AddTo(Arguments::Parser& parser)
 {
+    parser.Option("--driver", driver,
+                  "The daemon to look at, default is the one installed or built beside this program.");
+    parser.Number<int>("--reset_gpio", resetGpio, 0, INT32_MAX, "As the daemon's option, default is: 3");
+    parser.List(
+        "--prog_button_message_queue", [this](const std::string& name) { buttonQueues.push_back(name); },
+        "As the daemon's option, repeat for multiple, default is: " ORVEL_PROG_BUTTON_QUEUE);
 }
 
 Command CheckCommand()
 {
-    return {
-        "check",
-        "",
-        "say whether the daemon would start on this machine",
-        "[OPTION...]",
-        "Says whether the daemon would start on this machine for this user, and what to do about it.",
-        {{"driver", "The daemon to look at, default is the one installed or built beside this program."},
-         {"reset_gpio", "As the daemon's option, default is: 3"},
-         {"prog_button_message_queue",
-          "As the daemon's option, repeat for multiple, default is: " ORVEL_PROG_BUTTON_QUEUE, Option::Kind::Values}},
-        0,
-        Prepare<CheckOptions, Check>};
+    return {"check",
+            "",
+            "say whether the daemon would start on this machine",
+            "[OPTION...]",
+            "Says whether the daemon would start on this machine for this user, and what to do about it.\n"
+            "\n"
+            "  orvelctl check\n"
+            "  orvelctl check --reset_gpio 17",
+            Define<CheckOptions, Check>};
 }
 
 } // namespace OrvelClient

@@ -10,12 +10,11 @@ namespace OrvelClient
 
 struct CheckOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit CheckOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
     std::string driver; ///< the daemon; empty: the one that lies beside this program
-    int resetGpio;
-    std::vector<std::string> buttonQueues;
+    int resetGpio = 3;
+    std::vector<std::string> buttonQueues; ///< none: the usual one
 };
 
 /// Shows, in one line each, whether this machine has what the daemon needs if this user starts it, and what to do about

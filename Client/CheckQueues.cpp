@@ -56,7 +56,7 @@ std::string OwnerOf(const std::string& queue)
     {
         return "another user";
     }
-    // cppcheck-suppress getpwuidCalled ; the client has one thread
+    // cppcheck-suppress getpwuidCalled ; `check` has one thread
     const passwd* const owner = getpwuid(status.st_uid);
     return owner != nullptr ? owner->pw_name : "user " + std::to_string(status.st_uid);
 }

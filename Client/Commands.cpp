@@ -3,7 +3,6 @@
 #include "Answer.h"
 #include "Button.h"
 #include "Check.h"
-#include "CommandLine.h"
 #include "Decode.h"
 #include "Generate.h"
 #include "Led.h"
@@ -14,10 +13,12 @@
 #include "Replay.h"
 #include "Send.h"
 #include "Status.h"
+#include "Top.h"
 #include "Version.h"
 #include "Write.h"
 
 #include <algorithm>
+#include <array>
 
 namespace OrvelClient
 {
@@ -25,13 +26,12 @@ namespace OrvelClient
 namespace
 {
 
-Action Print(const std::string& text)
+// In the order in which the help lists them.
+std::array<Command, 14> Commands()
 {
-    return [text]
-    {
-        Output().Write(text);
-        return Status::Done;
-    };
+    return {WriteCommand(),  ReadCommand(),   AnswerCommand(), SendCommand(),     MonitorCommand(),
+            TopCommand(),    DecodeCommand(), ReplayCommand(), GenerateCommand(), NamesCommand(),
+            ButtonCommand(), LedCommand(),    StatusCommand(), CheckCommand()};
 }
 
 std::string Row(const Command& command)
@@ -42,56 +42,52 @@ std::string Row(const Command& command)
     return row + command.summary + "\n";
 }
 
-} // namespace
-
-std::vector<Command> Commands()
+std::string Description()
 {
-    return {WriteCommand(),  ReadCommand(),   AnswerCommand(),   SendCommand(),  MonitorCommand(),
-            DecodeCommand(), ReplayCommand(), GenerateCommand(), NamesCommand(), ButtonCommand(),
-            LedCommand(),    StatusCommand(), CheckCommand()};
-}
-
-std::string GeneralHelp()
-{
-    std::string rows;
+    std::string text = "Talks to the orvel daemon as an application does: sends, shows and checks.\n\n";
     for (const Command& command : Commands())
     {
-        rows += Row(command);
+        text += Row(command);
     }
-    return "Talks to the orvel daemon as an application does: sends, shows and checks.\n"
-           "\n"
-           "Usage:\n"
-           "  orvelctl COMMAND [OPTION...] [ARGUMENT...]\n"
-           "\n" +
-           rows +
-           "\n"
-           "'orvelctl COMMAND --help' lists the options of a command.\n"
-           "\n"
-           "  -h, --help     Print this help message and exit.\n"
-           "  -v, --version  Print version and revision and exit.\n";
+    return text + "\n'orvelctl COMMAND --help' lists the options of a command.\n";
 }
+
+} // namespace
 
 Action ActionFor(int argc, const char* const* argv)
 {
-    const std::string first = argc > 1 ? argv[1] : "";
-    if (first == "-h" || first == "--help")
+    Arguments::Parser program("orvelctl", "COMMAND [OPTION...] [ARGUMENT...]", Description());
+    program.Version(OrvelVersion::VersionText("orvelctl"));
+    Action action;
+    for (const Command& command : Commands())
     {
-        return Print(GeneralHelp());
+        program.Command(command.name, command.usage, command.description,
+                        [&action, define = command.define](Arguments::Parser& parser) { action = define(parser); });
     }
-    if (first == "-v" || first == "--version")
+    program.Check(
+        [&action]
+        {
+            if (!action)
+            {
+                throw Arguments::Wrong("needs a command; --help lists them");
+            }
+        });
+    try
     {
-        return Print(OrvelVersion::VersionText("orvelctl"));
+        if (const auto text = program.Parse(argc, argv))
+        {
+            return [text]
+            {
+                Output().Write(*text);
+                return Status::Done;
+            };
+        }
+        return action;
     }
-    const std::vector<Command> commands = Commands();
-    const auto command =
-        std::find_if(commands.begin(), commands.end(), [&first](const Command& entry) { return entry.name == first; });
-    if (command == commands.end())
+    catch (const Arguments::Wrong& wrong)
     {
-        Reject(first.empty() ? "needs a command; --help lists them"
-                             : "'" + first + "' is no command; --help lists them");
+        throw Failure(Status::WrongOption, wrong.what());
     }
-    const CommandLine line(*command, argc - 1, argv + 1);
-    return line.Help().empty() ? command->prepare(line) : Print(line.Help());
 }
 
 } // namespace OrvelClient

@@ -1,6 +1,5 @@
 #include "CommonOptions.h"
 
-#include "CommandLine.h"
 #include "GatewaySocket.h"
 
 #include "Orvel/Gateway.h"
@@ -18,51 +17,23 @@ constexpr uint64_t MaxNumber = 1000000000000000; // more than anybody will wait 
 
 } // namespace
 
-Option TimeOption()
+void AddTime(Arguments::Parser& parser, TimeStamp& timeStamp)
 {
-    return {"t,time",
-            "Time stamps: absolute (seconds since 1970), relative (to the first message), delta (to the one before) or "
-            "date (as in the daemon's lines), default is: absolute"};
+    parser.Choice<TimeStamp>("-t,--time", timeStamp,
+                             {{"absolute", TimeStamp::Absolute},
+                              {"relative", TimeStamp::Relative},
+                              {"delta", TimeStamp::Delta},
+                              {"date", TimeStamp::Date}},
+                             "Time stamps: absolute (seconds since 1970), relative (to the first message), delta (to "
+                             "the one before) or date "
+                             "(as in the daemon's lines), default is: absolute");
 }
 
-TimeStamp TakeTimeStamp(const CommandLine& line)
+void LookOptions::AddTo(Arguments::Parser& parser)
 {
-    const std::string name = line.TextOr("absolute", "time");
-    if (name == "absolute")
-    {
-        return TimeStamp::Absolute;
-    }
-    if (name == "relative")
-    {
-        return TimeStamp::Relative;
-    }
-    if (name == "delta")
-    {
-        return TimeStamp::Delta;
-    }
-    if (name != "date")
-    {
-        Reject("--time is absolute, relative, delta or date, not '" + name + "'");
-    }
-    return TimeStamp::Date;
-}
-
-std::vector<Option> WithLookOptions(std::vector<Option> options)
-{
-    options.push_back({"color", "Colours: auto (on a terminal), always or never, default is: auto"});
-    options.push_back({"wide", "Show whole lines also where the terminal is too narrow for them.", Option::Kind::Flag});
-    return options;
-}
-
-LookOptions TakeLook(const CommandLine& line)
-{
-    using Color = LookOptions::Color;
-    const std::string color = line.TextOr("auto", "color");
-    if (color != "auto" && color != "always" && color != "never")
-    {
-        Reject("--color is auto, always or never, not '" + color + "'");
-    }
-    return {color == "auto" ? Color::Auto : color == "always" ? Color::Always : Color::Never, line.Has("wide")};
+    parser.Choice<Color>("--color", color, {{"auto", Color::Auto}, {"always", Color::Always}, {"never", Color::Never}},
+                         "Colours: auto (on a terminal), always or never, default is: auto");
+    parser.Flag("--wide", wide, "Show whole lines also where the terminal is too narrow for them.");
 }
 
 Look LookOn(const Output& output, const LookOptions& options)
@@ -81,64 +52,53 @@ Look LookOn(const Output& output, const LookOptions& options)
     return look;
 }
 
-Option NumberOption(const std::string& what)
+void AddNumber(Arguments::Parser& parser, uint64_t& number, const std::string& what)
 {
-    return {"n,number", "End after so many " + what + "."};
+    parser.Number<uint64_t>("-n,--number", number, 1, MaxNumber, "End after so many " + what + ".");
 }
 
-uint64_t TakeNumber(const CommandLine& line)
+void AddPrint(Arguments::Parser& parser, bool& print)
 {
-    return line.NumberOr<uint64_t>(0, "number", 1, MaxNumber);
+    parser.Flag("--print", print, "Show the frame, as 'send' reads it, instead of sending it.");
 }
 
-Option PrintOption()
+void AddSocket(Arguments::Parser& parser, BusOptions& bus)
 {
-    return {"print", "Show the frame, as 'send' reads it, instead of sending it.", Option::Kind::Flag};
+    bus.socket = ORVEL_GATEWAY_SOCKET;
+    parser.Option(
+        "--socket",
+        [&bus](const std::string& path)
+        {
+            if (path.empty() || path.size() > GatewaySocket::MaxPath)
+            {
+                throw Arguments::Wrong("takes a path of 1 to " + std::to_string(GatewaySocket::MaxPath) + " bytes");
+            }
+            bus.socket = path;
+            bus.named = true;
+        },
+        "The socket of the gateway, default is: " ORVEL_GATEWAY_SOCKET);
 }
 
-Option SocketOption()
+void AddBus(Arguments::Parser& parser, BusOptions& bus)
 {
-    return {"socket", "The socket of the gateway, default is: " ORVEL_GATEWAY_SOCKET};
+    AddSocket(parser, bus);
+    parser.Flag("--direct", bus.direct, "Use the daemon's queue, even where a gateway runs.");
+    parser.Exclude({"--socket", "--direct"});
 }
 
-BusOptions TakeSocket(const CommandLine& line)
+void AddWait(Arguments::Parser& parser, std::chrono::milliseconds& wait)
 {
-    BusOptions options;
-    options.socket = line.TextOr(ORVEL_GATEWAY_SOCKET, "socket");
-    options.named = line.Has("socket");
-    if (options.socket.empty() || options.socket.size() > GatewaySocket::MaxPath)
-    {
-        Reject("--socket takes a path of 1 to " + std::to_string(GatewaySocket::MaxPath) + " bytes");
-    }
-    return options;
+    AddMilliseconds(parser, "--wait", wait, 0, MaxWait, "Wait so many milliseconds for room");
 }
 
-std::vector<Option> WithBusOptions(std::vector<Option> options)
+void AddMilliseconds(Arguments::Parser& parser, const std::string& name, std::chrono::milliseconds& time, int64_t least,
+                     int64_t most, const std::string& text)
 {
-    options.push_back(SocketOption());
-    options.push_back({"direct", "Use the daemon's queue, even where a gateway runs.", Option::Kind::Flag});
-    return options;
-}
-
-BusOptions TakeBus(const CommandLine& line)
-{
-    BusOptions options = TakeSocket(line);
-    options.direct = line.Has("direct");
-    if (options.named && options.direct)
-    {
-        Reject("--socket and --direct cannot go together");
-    }
-    return options;
-}
-
-Option WaitOption(std::chrono::milliseconds otherwise)
-{
-    return {"wait", "Wait so many milliseconds for room, default is: " + std::to_string(otherwise.count())};
-}
-
-std::chrono::milliseconds TakeWait(const CommandLine& line, std::chrono::milliseconds otherwise)
-{
-    return std::chrono::milliseconds(line.NumberOr<int64_t>(otherwise.count(), "wait", 0, MaxWait));
+    parser.Option(
+        name,
+        [&time, least, most](const std::string& value)
+        { time = std::chrono::milliseconds(Arguments::NumberIn(value, least, most)); },
+        text + ", default is: " + std::to_string(time.count()));
 }
 
 } // namespace OrvelClient

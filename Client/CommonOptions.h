@@ -7,15 +7,14 @@
 
 #include <chrono>
 #include <cstdint>
-#include <vector>
+#include <string>
 
 namespace OrvelClient
 {
 
-// Options that several commands have, and their values. What takes a value throws Failure (WrongOption).
+// Options that several commands have. A variable has the default of its option.
 
-Option TimeOption();
-TimeStamp TakeTimeStamp(const CommandLine& line);
+void AddTime(Arguments::Parser& parser, TimeStamp& timeStamp);
 
 /// How lines look, as the person wants it.
 struct LookOptions
@@ -27,31 +26,30 @@ struct LookOptions
         Never
     };
 
+    void AddTo(Arguments::Parser& parser);
+
     Color color = Color::Auto;
     bool wide = false;
 };
-
-/// Behind the options that a command has itself.
-std::vector<Option> WithLookOptions(std::vector<Option> options);
-LookOptions TakeLook(const CommandLine& line);
 
 /// How they look on this output.
 Look LookOn(const Output& output, const LookOptions& options);
 
 /// `what` it counts: "messages".
-Option NumberOption(const std::string& what);
-uint64_t TakeNumber(const CommandLine& line); ///< 0: not given
+void AddNumber(Arguments::Parser& parser, uint64_t& number, const std::string& what);
 
-/// Of commands that send; their line then has "print".
-Option PrintOption();
-Option SocketOption();
-BusOptions TakeSocket(const CommandLine& line);
+/// Of commands that send.
+void AddPrint(Arguments::Parser& parser, bool& print);
 
-/// `options` and those that choose the way to the bus.
-std::vector<Option> WithBusOptions(std::vector<Option> options);
-BusOptions TakeBus(const CommandLine& line);
+void AddSocket(Arguments::Parser& parser, BusOptions& bus);
 
-Option WaitOption(std::chrono::milliseconds otherwise);
-std::chrono::milliseconds TakeWait(const CommandLine& line, std::chrono::milliseconds otherwise);
+/// Those that choose the way to the bus.
+void AddBus(Arguments::Parser& parser, BusOptions& bus);
+
+void AddWait(Arguments::Parser& parser, std::chrono::milliseconds& wait);
+
+/// A number of milliseconds; `text` is without the default.
+void AddMilliseconds(Arguments::Parser& parser, const std::string& name, std::chrono::milliseconds& time, int64_t least,
+                     int64_t most, const std::string& text);
 
 } // namespace OrvelClient

@@ -20,6 +20,9 @@ using namespace std::chrono;
 
 constexpr milliseconds ConfirmationTime{3000}; // many times what three repetitions on a busy line take
 
+// The gateway answers each request in its own time, which somebody may have made longer; only one that hangs does not.
+constexpr milliseconds GatewayTime{60000};
+
 // Between two looks at whether the other side is still there: a queue does not tell.
 constexpr milliseconds Glance{250};
 
@@ -67,7 +70,7 @@ void Conversation::Send(const Bytes& request)
     sender.Send(request);
 }
 
-void Conversation::SendConfirmed(const Bytes& request)
+void Conversation::SendConfirmed(const Bytes& request, const std::function<bool(const Message&)>& proves)
 {
     // The confirmation of an earlier request looks the same.
     while (listener && listener->Receive())
@@ -75,14 +78,18 @@ void Conversation::SendConfirmed(const Bytes& request)
     }
     heard.clear();
     sender.Send(request);
-    const auto limit = steady_clock::now() + ConfirmationTime;
+    const bool isThroughGateway = !listener;
+    const milliseconds patience = isThroughGateway ? GatewayTime : ConfirmationTime;
+    const auto limit = steady_clock::now() + patience;
     while (const auto message = Receive(limit))
     {
         if (Confirms(message->frame, request))
         {
             if (Knx::Decode(message->frame).ErrorBit())
             {
-                throw Failure(Status::NotConfirmed, "not sent: nobody on the bus has acknowledged it");
+                throw Failure(Status::NotConfirmed,
+                              std::string("not sent: the bus has not taken it") +
+                                  (isThroughGateway ? ", or nobody has confirmed it in time" : ""));
             }
             return;
         }
@@ -91,9 +98,14 @@ void Conversation::SendConfirmed(const Bytes& request)
             throw Failure(Status::NotConfirmed, "not sent: the link is lost");
         }
         heard.push_back(*message);
+        if (proves && proves(*message))
+        {
+            return;
+        }
     }
     throw Failure(Status::NotConfirmed,
-                  "not confirmed for " + std::to_string(ConfirmationTime.count()) + " ms: the link may be down");
+                  "not confirmed for " + std::to_string(patience.count()) +
+                      " ms: " + (isThroughGateway ? "the gateway does not answer" : "the link may be down"));
 }
 
 std::optional<Message> Conversation::Next(steady_clock::time_point time)

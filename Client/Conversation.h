@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <deque>
+#include <functional>
 #include <optional>
 
 namespace OrvelClient
@@ -21,9 +22,9 @@ public:
     /// Sends the request. Throws Failure.
     void Send(const Bytes& request);
 
-    /// Sends the L_Data.req and waits until it is confirmed. Throws Failure; NotConfirmed when it was not sent, or nobody says so
-    /// in time.
-    void SendConfirmed(const Bytes& request);
+    /// Sends the L_Data.req and waits until it is confirmed, or a message `proves` that it was sent. Throws Failure; NotConfirmed
+    /// when it was not sent, or nobody says so in time.
+    void SendConfirmed(const Bytes& request, const std::function<bool(const Message&)>& proves = {});
 
     /// The next message until `time`, nothing when none comes until then. Throws Failure; Interrupted when the program is to stop.
     std::optional<Message> Next(std::chrono::steady_clock::time_point time);

@@ -1,6 +1,5 @@
 #include "Decode.h"
 
-#include "CommandLine.h"
 #include "Failure.h"
 #include "Output.h"
 #include "Recording.h"
@@ -30,7 +29,7 @@ public:
         }
         time = message.time;
         Begin();
-        const std::string entry = formatter.Entry(message);
+        const std::string_view entry = formatter.Entry(message);
         output.Add(entry);
         leftOut += entry.empty() ? 1 : 0;
     }
@@ -66,13 +65,13 @@ private:
 
 Status Decode(const DecodeOptions& options)
 {
-    const StopSignals stop;
     Output output;
     if (options.form == Form::Capture && output.IsTerminal())
     {
         throw Failure(Status::WrongOption, "a capture is nothing for a terminal: let a file or a program take it");
     }
-    const KnownGroups groups(ReadNames(options.names).groups);
+    const KnownGroups groups(ReadNames(options.names).groups); // signals still end the program
+    const StopSignals stop;
     Filter filter = options.filter;
     filter.Resolve(groups.Addresses());
     Source source(options.file, stop);
@@ -97,42 +96,26 @@ Status Decode(const DecodeOptions& options)
     return Status::Done;
 }
 
-Form TakeForm(const CommandLine& line)
-{
-    const std::string name = line.TextOr("text", "to");
-    if (name == "text")
-    {
-        return Form::Text;
-    }
-    if (name == "json")
-    {
-        return Form::Json;
-    }
-    if (name == "pcap")
-    {
-        return Form::Capture;
-    }
-    if (name != "ets")
-    {
-        Reject("--to is text, json, pcap or ets, not '" + name + "'");
-    }
-    return Form::TelegramLog;
-}
-
 } // namespace
 
-DecodeOptions::DecodeOptions(const CommandLine& line)
-    : file(line.Arguments().empty() ? "-" : line.Arguments().front())
-    , form(TakeForm(line))
-    , timeStamp(TakeTimeStamp(line))
-    , look(TakeLook(line))
-    , filter(line)
-    , names(TakeNamesFile(line))
+void DecodeOptions::AddTo(Arguments::Parser& parser)
 {
-    if (line.Has("time") && form != Form::Text)
-    {
-        Reject("--time and --to " + line.TextOr("", "to") + " cannot go together");
-    }
+    parser.Option("FILE", file);
+    parser.Choice<Form>(
+        "--to", form, {{"text", Form::Text}, {"json", Form::Json}, {"pcap", Form::Capture}, {"ets", Form::TelegramLog}},
+        "Write it as text, json, pcap or ets (the telegram log of the engineering tool), default is: text");
+    AddTime(parser, timeStamp);
+    names.AddTo(parser);
+    look.AddTo(parser);
+    filter.AddTo(parser);
+    parser.Check(
+        [this, &parser]
+        {
+            if (parser.Has("--time") && form != Form::Text)
+            {
+                throw Arguments::Wrong("--time is for --to text only");
+            }
+        });
 }
 
 Command DecodeCommand()
@@ -143,13 +126,11 @@ Command DecodeCommand()
         "show what was recorded, or convert it",
         "[OPTION...] [FILE]",
         "Shows what was recorded: a log or a capture of the monitor, hexadecimal digits, the daemon's own log, or a "
-        "telegram log of the engineering tool. Without FILE, or with '-', it reads standard input.",
-        WithFilterOptions(WithLookOptions(
-            {{"to", "Write it as text, json, pcap or ets (the telegram log of the engineering tool), default is: text"},
-             TimeOption(),
-             NamesOption()})),
-        1,
-        Prepare<DecodeOptions, Decode>};
+        "telegram log of the engineering tool. Without FILE, or with '-', it reads standard input.\n"
+        "\n"
+        "  orvelctl decode --names house.xml log\n"
+        "  orvelctl decode --to pcap journal.txt | tshark -r -",
+        Define<DecodeOptions, Decode>};
 }
 
 } // namespace OrvelClient

@@ -13,12 +13,11 @@ namespace OrvelClient
 
 struct DecodeOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit DecodeOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
-    std::string file; ///< "-" is standard input
-    Form form;
-    TimeStamp timeStamp;
+    std::string file = "-"; ///< "-" is standard input
+    Form form = Form::Text;
+    TimeStamp timeStamp = TimeStamp::Absolute;
     LookOptions look;
     Filter filter;
     NamesFile names;

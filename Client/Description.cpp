@@ -5,8 +5,6 @@
 
 #include "Orvel/Protocol.h"
 
-#include <utility>
-
 namespace OrvelClient
 {
 
@@ -82,8 +80,8 @@ std::string KindOf(const Message& message)
     {
         return "no frame";
     }
-    const std::string name = NameOfMessageCode(message.frame.front());
-    return name.empty() ? "message code " + HexNumber(message.frame.front(), 2) : name;
+    const std::string_view name = NameOfMessageCode(message.frame.front());
+    return name.empty() ? "message code " + HexNumber(message.frame.front(), 2) : std::string(name);
 }
 
 std::string WrongValueText(const Meaning& meaning)
@@ -93,27 +91,39 @@ std::string WrongValueText(const Meaning& meaning)
 
 std::string Describe(const Message& message, Detail detail, const KnownGroups& groups)
 {
+    TextBuffer text;
+    AddDescription(text, message, detail, groups);
+    return std::string(text.Text());
+}
+
+void AddDescription(TextBuffer& text, const Message& message, Detail detail, const KnownGroups& groups)
+{
+    const std::size_t begin = text.Size();
     CemiMessage cemi = TakenApart(message);
     if (!IsOfTheBus(message.frame))
     {
-        return WithProblems(NoticeText(message.frame), cemi);
+        text.Add(NoticeText(message.frame));
+        AddProblems(text, begin, cemi);
+        return;
     }
     const Meaning meaning = MeaningOf(cemi, groups);
     const bool isShort = detail != Detail::All && meaning.value;
-    std::string text = Words(cemi, isShort ? Detail::WithoutValue : detail);
+    AddWords(text, cemi, isShort ? Detail::WithoutValue : detail);
     if (meaning.value)
     {
-        text += (isShort ? " " : " = ") + meaning.text;
+        text.Add(isShort ? " " : " = ");
+        text.Add(meaning.text);
     }
     if (!meaning.name.empty())
     {
-        text += "  " + meaning.name;
+        text.Add("  ");
+        text.Add(meaning.name);
     }
     if (meaning.isWrong)
     {
         cemi.problems.push_back(WrongValueText(meaning));
     }
-    return WithProblems(std::move(text), cemi);
+    AddProblems(text, begin, cemi);
 }
 
 } // namespace OrvelClient

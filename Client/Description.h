@@ -5,6 +5,7 @@
 
 #include "Knx/CemiMessage.h"
 #include "Knx/CemiText.h"
+#include "Knx/TextBuffer.h"
 
 #include <string>
 
@@ -16,6 +17,7 @@ namespace OrvelClient
 /// Of a known group it also says the name, and the value in words: "... value=0x01 = On  Living room/Ceiling".
 std::string Describe(const Message& message, Knx::Detail detail = Knx::Detail::All,
                      const KnownGroups& groups = KnownGroups());
+void AddDescription(Knx::TextBuffer& text, const Message& message, Knx::Detail detail, const KnownGroups& groups);
 
 /// What kind of message it is: "L_Data.ind", "link usable", "dropped".
 std::string KindOf(const Message& message);

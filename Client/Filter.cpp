@@ -1,12 +1,12 @@
 #include "Filter.h"
 
-#include "CommandLine.h"
 #include "Description.h"
 
 #include "Knx/CemiNames.h"
 #include "Knx/CemiText.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace OrvelClient
 {
@@ -38,28 +38,21 @@ bool IsService(const std::string& name, const std::string& text)
     return !name.empty() && (lower == text || lower == "a_" + text || lower == "a_groupvalue_" + text);
 }
 
-std::vector<std::string> Services(const CommandLine& line)
+// The services that are meant.
+std::vector<std::string> ServicesIn(const std::string& text)
 {
     std::vector<std::string> services;
-    for (const std::string& text : line.TextsOr({}, "service"))
+    for (uint16_t apci = 0; apci < ApciCount; ++apci)
     {
-        bool isThere = false;
-        for (uint16_t apci = 0; apci < ApciCount; ++apci)
+        if (std::string name(Knx::ServiceOf(apci).name); IsService(name, Lower(text)))
         {
-            const std::string name = Knx::ServiceOf(apci).name;
-            if (IsService(name, Lower(text)))
-            {
-                isThere = true;
-                services.push_back(name);
-            }
-        }
-        if (!isThere)
-        {
-            Reject("--service is read, response, write, or a name such as A_Restart, not '" + text + "'");
+            services.push_back(std::move(name));
         }
     }
-    std::sort(services.begin(), services.end());
-    services.erase(std::unique(services.begin(), services.end()), services.end());
+    if (services.empty())
+    {
+        throw Arguments::Wrong("takes read, response, write, or a name such as A_Restart, not '" + text + "'");
+    }
     return services;
 }
 
@@ -70,7 +63,8 @@ bool IsKind(const std::string& kind, const std::string& text)
     return lower == text || EndsWith(lower, "." + text) || lower.rfind(text + " ", 0) == 0;
 }
 
-std::vector<std::string> Kinds(const CommandLine& line)
+// As kinds are compared.
+std::string KindIn(const std::string& text)
 {
     std::vector<std::string> known{"link usable",     "link lost", "button pressed",
                                    "button released", "dropped",   "no frame"};
@@ -80,35 +74,13 @@ std::vector<std::string> Kinds(const CommandLine& line)
         message.frame = {static_cast<uint8_t>(code)};
         known.push_back(KindOf(message));
     }
-    std::vector<std::string> kinds;
-    for (const std::string& text : line.TextsOr({}, "kind"))
+    std::string wanted = Lower(text);
+    if (wanted.empty() ||
+        std::none_of(known.begin(), known.end(), [&wanted](const std::string& name) { return IsKind(name, wanted); }))
     {
-        const std::string wanted = Lower(text);
-        if (wanted.empty() || std::none_of(known.begin(), known.end(),
-                                           [&wanted](const std::string& name) { return IsKind(name, wanted); }))
-        {
-            Reject("--kind is ind, con, req, link, or a name such as L_Data.ind, not '" + text + "'");
-        }
-        kinds.push_back(wanted);
+        throw Arguments::Wrong("takes ind, con, req, link, or a name such as L_Data.ind, not '" + text + "'");
     }
-    return kinds;
-}
-
-std::vector<Knx::IndividualAddressPattern> Sources(const CommandLine& line)
-{
-    std::vector<Knx::IndividualAddressPattern> patterns;
-    for (const std::string& text : line.TextsOr({}, "source"))
-    {
-        try
-        {
-            patterns.emplace_back(text);
-        }
-        catch (const Knx::NotAnIndividualAddress& problem)
-        {
-            Reject(std::string("--source: ") + problem.what());
-        }
-    }
-    return patterns;
+    return wanted;
 }
 
 bool Contain(const std::vector<Knx::IndividualAddressPattern>& patterns, uint16_t address)
@@ -119,22 +91,38 @@ bool Contain(const std::vector<Knx::IndividualAddressPattern>& patterns, uint16_
 
 } // namespace
 
-Filter::Filter(const CommandLine& line)
-    : groups(line)
-    , sources(Sources(line))
-    , services(Services(line))
-    , kinds(Kinds(line))
-    , inverted(line.Has("not"))
+void Filter::AddTo(Arguments::Parser& parser)
 {
-    if (inverted && groups.IsEmpty() && sources.empty() && services.empty() && kinds.empty())
-    {
-        Reject("--not needs --group, --source, --service or --kind");
-    }
+    groups.AddTo(parser, "Only telegrams to these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name.");
+    parser.List(
+        "--source", [this](const std::string& text) { sources.emplace_back(text); },
+        "Only telegrams from these devices: 1.1.5, 1.1.*, 1.1.0-9.");
+    parser.List(
+        "--service",
+        [this](const std::string& text)
+        {
+            const auto meant = ServicesIn(text);
+            services.insert(meant.begin(), meant.end());
+        },
+        "Only telegrams of these services: read, response, write, A_Restart.");
+    parser.List(
+        "--kind", [this](const std::string& text) { kinds.push_back(KindIn(text)); },
+        "Only messages of these kinds: ind, con, req, link, L_Data.ind.");
+    parser.Flag("--not", inverted, "The other messages, which these options do not choose.");
+    parser.Check(
+        [this]
+        {
+            if (inverted && groups.IsEmpty() && sources.empty() && services.empty() && kinds.empty())
+            {
+                throw Arguments::Wrong("--not needs --group, --source, --service or --kind");
+            }
+        });
 }
 
 bool Filter::Passes(const Message& message) const
 {
-    return Matches(message) != inverted;
+    // Whoever looks at a part only must not believe that it is whole.
+    return LostMessages(message.frame) || Matches(message) != inverted;
 }
 
 bool Filter::Matches(const Message& message) const
@@ -160,20 +148,7 @@ bool Filter::Matches(const Message& message) const
     {
         return false;
     }
-    return services.empty() || (cemi.apci && std::find(services.begin(), services.end(),
-                                                       Knx::ServiceOf(*cemi.apci).name) != services.end());
-}
-
-std::vector<Option> WithFilterOptions(std::vector<Option> options)
-{
-    options.push_back(
-        {"group", "Only telegrams to these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name.", Option::Kind::Values});
-    options.push_back({"source", "Only telegrams from these devices: 1.1.5, 1.1.*, 1.1.0-9.", Option::Kind::Values});
-    options.push_back(
-        {"service", "Only telegrams of these services: read, response, write, A_Restart.", Option::Kind::Values});
-    options.push_back({"kind", "Only messages of these kinds: ind, con, req, link, L_Data.ind.", Option::Kind::Values});
-    options.push_back({"not", "The other messages, which these options do not choose.", Option::Kind::Flag});
-    return options;
+    return services.empty() || (cemi.apci && services.count(Knx::ServiceOf(*cemi.apci).name) != 0);
 }
 
 } // namespace OrvelClient

@@ -21,21 +21,31 @@ std::string Formatter::Begin(std::chrono::microseconds time) const
     }
 }
 
-std::string Formatter::Entry(const Message& message)
+std::string_view Formatter::Entry(const Message& message)
 {
+    entry.Clear();
     switch (form)
     {
     case Form::Json:
-        return DescribeAsJson(message, groups) + "\n";
+        entry.Add(DescribeAsJson(message, groups));
+        entry.Add('\n');
+        break;
     case Form::Capture:
-        return CapturePacket(message);
+        entry.Add(CapturePacket(message));
+        break;
     case Form::TelegramLog:
-        return message.frame.empty() || !IsOfTheBus(message.frame) ? "" : TelegramLogEntry(message);
+        if (!message.frame.empty() && IsOfTheBus(message.frame))
+        {
+            entry.Add(TelegramLogEntry(message));
+        }
+        break;
     default:
-        return RecordLine(stamper.Stamp(message.time), message,
-                          {look.color, look.terminal == nullptr ? 0 : look.terminal->Columns()}, groups) +
-               "\n";
+        AddRecordLine(entry, stamper.Stamp(message.time), message,
+                      {look.color, look.terminal == nullptr ? 0 : look.terminal->Columns()}, groups);
+        entry.Add('\n');
+        break;
     }
+    return entry.Text();
 }
 
 std::string Formatter::End(std::chrono::microseconds time) const

@@ -5,8 +5,11 @@
 #include "Output.h"
 #include "TimeStamp.h"
 
+#include "Knx/TextBuffer.h"
+
 #include <chrono>
 #include <string>
+#include <string_view>
 
 namespace OrvelClient
 {
@@ -43,8 +46,8 @@ public:
     /// What a file begins with; the first of its messages is of that time.
     std::string Begin(std::chrono::microseconds time) const;
 
-    /// The message; empty where the form has no place for it.
-    std::string Entry(const Message& message);
+    /// The message; empty where the form has no place for it. Valid until the next one.
+    std::string_view Entry(const Message& message);
 
     /// What a file ends with; the last of its messages was of that time.
     std::string End(std::chrono::microseconds time) const;
@@ -54,6 +57,7 @@ private:
     TimeStamper stamper;
     const KnownGroups& groups;
     Look look;
+    Knx::TextBuffer entry;
 };
 
 } // namespace OrvelClient

@@ -79,9 +79,13 @@ void FrameSender::Send(const Bytes& frame)
 
 void FrameSender::OpenWhereRemoved()
 {
-    if (!bus || bus->IsRemoved())
+    if (!bus)
     {
         bus.emplace(options, Bus::For::Requests, stop);
+    }
+    if (bus->IsRemoved())
+    {
+        bus->Open();
     }
 }
 

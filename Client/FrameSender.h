@@ -19,8 +19,8 @@ public:
     /// Throws Failure (WrongLength) unless the frame can be sent.
     static void CheckLength(const Bytes& frame);
 
-    /// Opens the bus before the first frame, and again when the daemon or the gateway was started anew, also meanwhile. Throws
-    /// Failure.
+    /// Opens the bus before the first frame, and again the same way when the daemon or the gateway was started anew, also
+    /// meanwhile. Throws Failure.
     void Send(const Bytes& frame);
 
     /// Where the frames go. Throws Failure when it cannot be opened.

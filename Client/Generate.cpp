@@ -1,6 +1,5 @@
 #include "Generate.h"
 
-#include "CommandLine.h"
 #include "CommonOptions.h"
 #include "Failure.h"
 #include "FrameSender.h"
@@ -70,42 +69,22 @@ Status Generate(const GenerateOptions& options)
     return Status::Done;
 }
 
-constexpr std::chrono::milliseconds DefaultWait{1000};
-
-GroupPatterns Groups(const CommandLine& line)
-{
-    if (!line.Has("group"))
-    {
-        Reject(
-            "generate needs --group, such as 31/7/*: telegrams to random addresses would switch real lamps and drive "
-            "real blinds");
-    }
-    return GroupPatterns(line);
-}
-
-double Rate(const CommandLine& line)
-{
-    return line.NumberOr<double>(10, "rate", 0.001, 100000); // telegrams a second
-}
-
-std::optional<uint32_t> Seed(const CommandLine& line)
-{
-    return line.Has("seed") ? std::optional(line.NumberOr<uint32_t>(0, "seed", 0, UINT32_MAX)) : std::nullopt;
-}
-
 } // namespace
 
-GenerateOptions::GenerateOptions(const CommandLine& line)
-    : groups(Groups(line))
-    , type(line.TextOr("", "dpt"))
-    , names(TakeNamesFile(line))
-    , rate(Rate(line))
-    , number(TakeNumber(line))
-    , seed(Seed(line))
-    , print(line.Has("print"))
-    , wait(TakeWait(line, DefaultWait))
-    , bus(TakeBus(line))
+void GenerateOptions::AddTo(Arguments::Parser& parser)
 {
+    groups.AddTo(parser, "To these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name. There is no default, because telegrams to "
+                         "random addresses would switch real lamps and drive real blinds.");
+    parser.Require("--group");
+    parser.Option("--dpt", type, "Values of this datapoint type; without it those of the group's, or random bytes.");
+    names.AddTo(parser);
+    parser.Number<double>("--rate", rate, 0.001, 100000, "Send so many telegrams a second, default is: 10");
+    AddNumber(parser, number, "telegrams");
+    parser.Number<uint32_t>("--seed", seed, 0, UINT32_MAX,
+                            "The same seed gives the same telegrams; without it they differ each time.");
+    parser.Flag("--print", print, "Show the telegrams, as 'send' reads them, instead of sending them.");
+    AddWait(parser, wait);
+    AddBus(parser, bus);
 }
 
 Command GenerateCommand()
@@ -114,18 +93,11 @@ Command GenerateCommand()
             "",
             "send random telegrams to groups, for load",
             "[OPTION...]",
-            "Sends random telegrams to the groups that it is given.",
-            WithBusOptions(
-                {{"group", "To these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name.", Option::Kind::Values},
-                 {"dpt", "Values of this datapoint type; without it those of the group's, or random bytes."},
-                 NamesOption(),
-                 {"rate", "Send so many telegrams a second, default is: 10"},
-                 NumberOption("telegrams"),
-                 {"seed", "The same seed gives the same telegrams; without it they differ each time."},
-                 {"print", "Show the telegrams, as 'send' reads them, instead of sending them.", Option::Kind::Flag},
-                 WaitOption(DefaultWait)}),
-            0,
-            Prepare<GenerateOptions, Generate>};
+            "Sends random telegrams to the groups that it is given.\n"
+            "\n"
+            "  orvelctl generate --group 1/2/0-9 --rate 20 -n 100\n"
+            "  orvelctl generate --group 1/2/4 --dpt 9.001 --print",
+            Define<GenerateOptions, Generate>};
 }
 
 } // namespace OrvelClient

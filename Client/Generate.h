@@ -15,17 +15,16 @@ namespace OrvelClient
 
 struct GenerateOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit GenerateOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
     GroupPatterns groups;
     std::string type; ///< of their values; empty: that of the group, and random bytes where it has none
     NamesFile names;
-    double rate;                  ///< telegrams a second
-    uint64_t number;              ///< of telegrams; 0: goes on
+    double rate = 10;             ///< telegrams a second
+    uint64_t number = 0;          ///< of telegrams; 0: goes on
     std::optional<uint32_t> seed; ///< none: another one each time
-    bool print;                   ///< the telegrams are shown instead of sent
-    std::chrono::milliseconds wait;
+    bool print = false;           ///< the telegrams are shown instead of sent
+    std::chrono::milliseconds wait{1000};
     BusOptions bus;
 };
 

@@ -1,7 +1,5 @@
 #include "GroupOptions.h"
 
-#include "CommandLine.h"
-
 #include "Knx/GroupAddress.h"
 
 namespace OrvelClient
@@ -19,52 +17,37 @@ const Knx::DatapointType& TypeFrom(const std::string& text)
     }
 }
 
-std::string TakeValue(const CommandLine& line)
+void AddValue(Arguments::Parser& parser, std::string& value)
 {
-    if (line.Arguments().size() < 2)
-    {
-        Reject("needs a value behind the group");
-    }
-    std::string value;
-    for (std::size_t index = 1; index < line.Arguments().size(); ++index)
-    {
-        value += (index == 1 ? "" : " ") + line.Arguments()[index];
-    }
-    return value;
+    parser.Each("VALUE", [&value](const std::string& part) { value += (value.empty() ? "" : " ") + part; });
+    parser.Require("VALUE");
 }
 
-GroupOptions::GroupOptions(const CommandLine& line)
-    : type(line.TextOr("", "dpt"))
-    , names(TakeNamesFile(line))
+void GroupOptions::AddTo(Arguments::Parser& parser)
 {
-    if (line.Arguments().empty())
-    {
-        Reject("needs a group, such as 1/2/3 or the name of one");
-    }
-    group = line.Arguments().front();
-}
-
-std::vector<Option> WithGroupOptions(std::vector<Option> options)
-{
-    options.push_back(
-        {"dpt", "The datapoint type of the value, such as 9.001; without it that of the group's export."});
-    options.push_back(NamesOption());
-    return options;
+    parser.Option("GROUP", group);
+    parser.Require("GROUP");
+    parser.Option("--dpt", type,
+                  "The datapoint type of the value, such as 9.001; without it that of the group's export.");
+    names.AddTo(parser);
 }
 
 ChosenGroup::ChosenGroup(const GroupOptions& options)
 {
     const KnownGroups known(ReadNames(options.names).groups);
-    address = GroupFrom(options.group, known.Addresses());
+    address = AddressFrom(options.group, known.Addresses());
     type = options.type.empty() ? known.Type(address) : &TypeFrom(options.type);
+    const Knx::NamedGroup* const group = known.Addresses().At(address);
+    exportedType = group == nullptr ? "" : group->type;
 }
 
 Knx::GroupValue ChosenGroup::ValueFrom(const std::string& text) const
 {
     if (type == nullptr)
     {
-        throw Failure(Status::NotUnderstood, "the type of " + Knx::GroupAddress(address) +
-                                                 " is not known: --dpt names it, such as --dpt 9.001");
+        throw Failure(Status::NotUnderstood, "the type " + (exportedType.empty() ? "" : exportedType + " ") + "of " +
+                                                 Knx::GroupAddress(address) +
+                                                 " is not known: --dpt names one, such as --dpt 9.001");
     }
     try
     {

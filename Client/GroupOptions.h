@@ -10,27 +10,22 @@
 namespace OrvelClient
 {
 
-class CommandLine;
-
 /// The group that a command is about, as the person has written it.
 struct GroupOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit GroupOptions(const CommandLine& line);
+    /// The group is the first argument.
+    void AddTo(Arguments::Parser& parser);
 
     std::string group; ///< an address or a name
     std::string type;  ///< empty: that of the group
     NamesFile names;
 };
 
-/// The options of the group's type and name, behind those that a command has itself.
-std::vector<Option> WithGroupOptions(std::vector<Option> options);
-
 /// Throws Failure (NotUnderstood) when there is no such type.
 const Knx::DatapointType& TypeFrom(const std::string& text);
 
-/// The value behind the group, from all arguments that follow it. Throws Failure (WrongOption) without one.
-std::string TakeValue(const CommandLine& line);
+/// The value behind the group: all arguments that follow it.
+void AddValue(Arguments::Parser& parser, std::string& value);
 
 /// The group as it turns out.
 struct ChosenGroup
@@ -43,6 +38,7 @@ struct ChosenGroup
 
     uint16_t address;
     const Knx::DatapointType* type; ///< null: nobody knows
+    std::string exportedType;       ///< empty: none; otherwise it may be one that nobody knows
 };
 
 } // namespace OrvelClient

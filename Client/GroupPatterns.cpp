@@ -1,6 +1,5 @@
 #include "GroupPatterns.h"
 
-#include "CommandLine.h"
 #include "GroupNames.h"
 
 #include <algorithm>
@@ -8,31 +7,65 @@
 namespace OrvelClient
 {
 
-GroupPatterns::GroupPatterns(const CommandLine& line)
+namespace
 {
-    for (const std::string& text : line.TextsOr({}, "group"))
+
+bool HasName(const std::string& text)
+{
+    return text.find_first_not_of("0123456789/*-,") != std::string::npos;
+}
+
+// What stands between the commas.
+std::vector<std::string> Parts(const std::string& text)
+{
+    std::vector<std::string> parts;
+    std::size_t begin = 0;
+    for (std::size_t comma = text.find(','); comma != std::string::npos; comma = text.find(',', begin))
     {
-        if (text.find_first_not_of("0123456789/*-") != std::string::npos)
-        {
-            names.push_back(text);
-            continue;
-        }
-        try
-        {
-            patterns.emplace_back(text);
-        }
-        catch (const Knx::NotAGroupAddress& problem)
-        {
-            Reject(std::string("--group: ") + problem.what());
-        }
+        parts.push_back(text.substr(begin, comma - begin));
+        begin = comma + 1;
     }
+    parts.push_back(text.substr(begin));
+    return parts;
+}
+
+} // namespace
+
+void GroupPatterns::AddTo(Arguments::Parser& parser, const std::string& text)
+{
+    parser.Each(
+        "--group",
+        [this](const std::string& group)
+        {
+            if (HasName(group))
+            {
+                names.push_back(group);
+                return;
+            }
+            for (const std::string& part : Parts(group))
+            {
+                patterns.emplace_back(part);
+            }
+        },
+        text);
 }
 
 void GroupPatterns::Resolve(const Knx::GroupAddresses& groups)
 {
-    for (const std::string& name : names)
+    for (const std::string& text : names)
     {
-        patterns.emplace_back(Knx::GroupAddress(GroupFrom(name, groups)));
+        const bool isName = !groups.Find(text).empty(); // also one with a comma
+        for (const std::string& part : isName ? std::vector<std::string>{text} : Parts(text))
+        {
+            try
+            {
+                patterns.emplace_back(HasName(part) ? Knx::GroupAddress(AddressFrom(part, groups)) : part);
+            }
+            catch (const Knx::NotAGroupAddress& problem)
+            {
+                throw Failure(Status::WrongOption, std::string("--group: ") + problem.what());
+            }
+        }
     }
     names.clear();
 }

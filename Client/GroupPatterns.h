@@ -12,19 +12,14 @@
 namespace OrvelClient
 {
 
-class CommandLine;
-
 /// The groups of --group: addresses, patterns of them, and names.
 class GroupPatterns
 {
 public:
-    /// None.
-    GroupPatterns() = default;
+    /// --group, with its text for the help.
+    void AddTo(Arguments::Parser& parser, const std::string& text);
 
-    /// Throws Failure (WrongOption) for what is meant as addresses and is none.
-    explicit GroupPatterns(const CommandLine& line);
-
-    /// Before the others: takes the names for what they mean. Throws Failure (NotUnderstood).
+    /// Before the others: takes the names for what they mean. Throws Failure (NotUnderstood, WrongOption).
     void Resolve(const Knx::GroupAddresses& groups);
 
     /// Whether nothing was given.

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "Knx/Datapoint.h"
-#include "Knx/HexDigits.h"
+#include "Knx/GroupService.h"
 
 #include <cstdint>
 
@@ -9,16 +8,8 @@ namespace OrvelClient
 {
 
 using Knx::Bytes;
-
-/// What a telegram does with the value of a group: four bits of the APCI.
-enum class GroupService : uint16_t
-{
-    Read = 0x000,
-    Response = 0x040,
-    Write = 0x080
-};
-
-constexpr uint16_t ServiceMask = 0x3C0;
+using Knx::GroupService;
+using Knx::ServiceMask;
 
 /// The request that puts such a telegram onto the bus; of a read `value` is empty. Throws Failure (WrongLength) when the value
 /// has no room in it.

@@ -155,7 +155,7 @@ class Members : public nlohmann::json_sax<nlohmann::json>
 {
 public:
     std::string time;
-    std::string direction;
+    std::optional<Direction> direction;
     std::optional<std::string> hex;
 
     bool key(string_t& name) override
@@ -171,7 +171,15 @@ public:
         }
         if (depth == 1 && member == "direction")
         {
-            direction = text;
+            direction = text == NameOf(Direction::ToLink) ? Direction::ToLink : Direction::FromLink;
+            if (text != NameOf(*direction))
+            {
+                throw Failure(Status::NotUnderstood, "has a direction that is neither rx nor tx");
+            }
+        }
+        if (depth == 1 && member == "time")
+        {
+            throw Failure(Status::NotUnderstood, "has a time that is none");
         }
         return true;
     }
@@ -260,9 +268,7 @@ Message MessageFromJson(std::string_view line)
         message.time = *time;
     }
     message.frame = FrameFromText(*members.hex);
-    message.direction = members.direction.empty()                        ? UsualDirection(message.frame)
-                        : members.direction == NameOf(Direction::ToLink) ? Direction::ToLink
-                                                                         : Direction::FromLink;
+    message.direction = members.direction.value_or(UsualDirection(message.frame));
     return message;
 }
 

@@ -1,6 +1,5 @@
 #include "Led.h"
 
-#include "CommandLine.h"
 #include "Failure.h"
 #include "Output.h"
 
@@ -54,6 +53,17 @@ std::string Line(const std::string& led)
     return led + " " + Content(Path(led, "brightness")) + " " + Content(Path(led, "max_brightness")) + "\n";
 }
 
+std::string HighestBrightness(const std::string& led)
+{
+    const std::string file = Path(led, "max_brightness");
+    std::string brightness = Content(file);
+    if (brightness.empty())
+    {
+        throw Failure(Status::Failed, "cannot read " + file);
+    }
+    return brightness;
+}
+
 void Set(const std::string& led, const std::string& brightness)
 {
     const std::string file = Path(led, "brightness");
@@ -82,8 +92,7 @@ Status Led(const LedOptions& options)
     }
     if (options.full || options.brightness)
     {
-        Set(options.name,
-            options.full ? Content(Path(options.name, "max_brightness")) : std::to_string(*options.brightness));
+        Set(options.name, options.full ? HighestBrightness(options.name) : std::to_string(*options.brightness));
         return Status::Done;
     }
     Output output;
@@ -94,39 +103,25 @@ Status Led(const LedOptions& options)
     return Status::Done;
 }
 
-std::optional<int> Brightness(const std::string& text)
-{
-    constexpr int most = 100;
-    if (text == "off")
-    {
-        return 0;
-    }
-    const auto brightness = ParseNumber<int>(text);
-    if (!brightness || *brightness < 0 || *brightness > most)
-    {
-        Reject("an LED is on, off or 0 to 100, not '" + text + "'");
-    }
-    return brightness;
-}
-
 } // namespace
 
-LedOptions::LedOptions(const CommandLine& line)
+void LedOptions::AddTo(Arguments::Parser& parser)
 {
-    const auto& arguments = line.Arguments();
-    if (!arguments.empty())
-    {
-        name = arguments[0];
-        if (name.empty())
-        {
-            Reject("an LED has a name");
-        }
-    }
-    if (arguments.size() > 1)
-    {
-        full = arguments[1] == "on";
-        brightness = full ? std::nullopt : Brightness(arguments[1]);
-    }
+    parser.Option("NAME",
+                  [this](const std::string& text)
+                  {
+                      if (text.empty())
+                      {
+                          throw Arguments::Wrong("takes the name of an LED");
+                      }
+                      name = text;
+                  });
+    parser.Option("STATE",
+                  [this](const std::string& text)
+                  {
+                      full = text == "on";
+                      brightness = full || text == "off" ? 0 : Arguments::NumberIn(text, 0, 100, ", on or off");
+                  });
 }
 
 Command LedCommand()
@@ -135,10 +130,11 @@ Command LedCommand()
             "NAME STATE",
             "list the LEDs, show one, or set it: on, off, 0 to 100",
             "[OPTION...] [NAME [on|off|0..100]]",
-            "Lists the LEDs with their brightness and their highest brightness, or sets one.",
-            {},
-            2,
-            Prepare<LedOptions, Led>};
+            "Lists the LEDs with their brightness and their highest brightness, or sets one.\n"
+            "\n"
+            "  orvelctl led\n"
+            "  orvelctl led prg2 on",
+            Define<LedOptions, Led>};
 }
 
 } // namespace OrvelClient

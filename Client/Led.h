@@ -10,8 +10,7 @@ namespace OrvelClient
 
 struct LedOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit LedOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
     std::string name;              ///< empty: all are listed
     std::optional<int> brightness; ///< none: it is shown

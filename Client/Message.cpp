@@ -111,7 +111,8 @@ std::optional<uint16_t> LostMessages(const Bytes& frame)
 
 bool IsOfTheBus(const Bytes& frame)
 {
-    return !LinkState(frame) && !ButtonState(frame) && !LostMessages(frame);
+    constexpr std::size_t longest = 3; // of those
+    return frame.size() > longest || (!LinkState(frame) && !ButtonState(frame) && !LostMessages(frame));
 }
 
 } // namespace OrvelClient

@@ -27,22 +27,33 @@ void MessageBuffer::Put(Message message)
 {
     {
         const std::lock_guard lock(mutex);
-        if (messages.size() >= capacity)
+        lastTime = message.time;
+        if (entries.size() >= capacity)
         {
             ++dropped;
             return;
         }
-        PutDropped(message.time);
-        messages.push_back(std::move(message));
+        PutDropped();
+        entries.push_back({std::move(message), ""});
     }
     changed.notify_one();
 }
 
-void MessageBuffer::PutDropped(std::chrono::microseconds time)
+void MessageBuffer::PutNotice(std::string notice)
+{
+    {
+        const std::lock_guard lock(mutex);
+        PutDropped();
+        entries.push_back({{}, std::move(notice)});
+    }
+    changed.notify_one();
+}
+
+void MessageBuffer::PutDropped()
 {
     if (dropped > 0)
     {
-        messages.push_back(DroppedMessage(dropped, time));
+        entries.push_back({DroppedMessage(dropped, lastTime), ""});
         dropped = 0;
     }
 }
@@ -51,22 +62,22 @@ void MessageBuffer::End(std::exception_ptr reason)
 {
     {
         const std::lock_guard lock(mutex);
-        PutDropped(messages.empty() ? std::chrono::microseconds{} : messages.back().time);
+        PutDropped();
         ended = true;
         failure = std::move(reason);
     }
     changed.notify_one();
 }
 
-std::optional<Message> MessageBuffer::Take(std::chrono::steady_clock::time_point time)
+std::optional<MessageBuffer::Entry> MessageBuffer::Take(std::chrono::steady_clock::time_point time)
 {
     std::unique_lock lock(mutex);
-    changed.wait_until(lock, time, [this] { return ended || !messages.empty(); });
-    if (!messages.empty())
+    changed.wait_until(lock, time, [this] { return ended || !entries.empty(); });
+    if (!entries.empty())
     {
-        Message message = std::move(messages.front());
-        messages.pop_front();
-        return message;
+        Entry entry = std::move(entries.front());
+        entries.pop_front();
+        return entry;
     }
     if (failure)
     {
@@ -78,13 +89,13 @@ std::optional<Message> MessageBuffer::Take(std::chrono::steady_clock::time_point
 bool MessageBuffer::HasEnded() const
 {
     const std::lock_guard lock(mutex);
-    return ended && messages.empty();
+    return ended && entries.empty();
 }
 
 bool MessageBuffer::IsEmpty() const
 {
     const std::lock_guard lock(mutex);
-    return messages.empty();
+    return entries.empty();
 }
 
 } // namespace OrvelClient

@@ -1,7 +1,6 @@
 #include "Monitor.h"
 
 #include "BusReader.h"
-#include "CommandLine.h"
 #include "Description.h"
 #include "Failure.h"
 #include "MessageBuffer.h"
@@ -61,8 +60,10 @@ class Reading
 {
 public:
     /// Ends after so many messages that pass the filter; 0: goes on.
-    Reading(BusReader& busReader, const StopSignals& stopSignals, const Filter& chosen, uint64_t messages)
-        : reader(busReader)
+    Reading(MessageBuffer& filledBuffer, BusReader& busReader, const StopSignals& stopSignals, const Filter& chosen,
+            uint64_t messages)
+        : buffer(filledBuffer)
+        , reader(busReader)
         , stop(stopSignals)
         , filter(chosen)
         , number(messages)
@@ -81,11 +82,6 @@ public:
 
     Reading(const Reading&) = delete;
     Reading& operator=(const Reading&) = delete;
-
-    MessageBuffer& Buffer()
-    {
-        return buffer;
-    }
 
     /// How many messages came; once the buffer has ended.
     uint64_t Count() const
@@ -121,12 +117,12 @@ private:
         buffer.End(failure);
     }
 
+    MessageBuffer& buffer;
     BusReader& reader;
     const StopSignals& stop;
     const Filter& filter;
     uint64_t number;
     uint64_t count = 0;
-    MessageBuffer buffer{BufferSize};
     std::thread thread; // last: it uses the others
 };
 
@@ -207,8 +203,8 @@ private:
 
 Status Monitor(const MonitorOptions& options)
 {
+    const KnownGroups groups(ReadNames(options.names).groups); // signals still end the program
     const StopSignals stop;
-    const KnownGroups groups(ReadNames(options.names).groups);
     Filter filter = options.filter;
     filter.Resolve(groups.Addresses());
     Bus bus(options.bus, Bus::For::Messages, stop); // before the output: without a bus an older capture stays as it is
@@ -220,15 +216,24 @@ Status Monitor(const MonitorOptions& options)
     const Formatter formatter(Screen::FormOf(options.format), options.timeStamp, groups);
     RotatingOutput output(options.file, options.rotation, formatter.Begin({}));
     output.Flush();
-    BusReader reader(bus, stop, terminal);
+    MessageBuffer buffer(BufferSize);
+    BusReader reader(bus, stop, terminal, [&buffer](const std::string& notice) { buffer.PutNotice(notice); });
+    if (options.file != "-")
+    {
+        reader.GoOnWithoutReader();
+    }
     Screen screen(options, output, groups, options.file == "-" ? LookOn(terminal, options.look) : Look());
-    Reading reading(reader, stop, filter, options.number);
-    MessageBuffer& buffer = reading.Buffer();
+    Reading reading(buffer, reader, stop, filter, options.number);
     while (!buffer.HasEnded())
     {
-        if (const auto message = buffer.Take(screen.Due()))
+        if (const auto entry = buffer.Take(screen.Due()); entry && entry->notice.empty())
         {
-            screen.Show(*message);
+            screen.Show(entry->message);
+        }
+        else if (entry)
+        {
+            output.Flush();
+            Notice(terminal, entry->notice);
         }
         if (std::chrono::steady_clock::now() >= screen.Due())
         {
@@ -245,52 +250,12 @@ Status Monitor(const MonitorOptions& options)
     return Status::Done;
 }
 
-// Each of these options chooses a format; none chooses the log.
-Format ChosenFormat(const CommandLine& line)
-{
-    constexpr std::array<std::pair<const char*, Format>, 5> formats{{{"time", Format::Log},
-                                                                     {"count", Format::Count},
-                                                                     {"stats", Format::Statistics},
-                                                                     {"json", Format::Json},
-                                                                     {"pcap", Format::Capture}}};
-    const char* chosen = nullptr;
-    Format format = Format::Log;
-    for (const auto& [option, itsFormat] : formats)
-    {
-        if (!line.Has(option))
-        {
-            continue;
-        }
-        if (chosen != nullptr)
-        {
-            Reject(std::string("--") + chosen + " and --" + option + " cannot go together");
-        }
-        chosen = option;
-        format = itsFormat;
-    }
-    return format;
-}
-
-std::string TakeFile(const CommandLine& line)
-{
-    if (line.Has("pcap") && line.Has("write"))
-    {
-        Reject("--pcap and --write cannot go together: --pcap names the file itself");
-    }
-    return line.TextOr(line.TextOr("-", "write"), "pcap");
-}
-
 // "10M", "500k,3"
-std::optional<Rotation> TakeRotation(const CommandLine& line)
+Rotation RotationIn(const std::string& text)
 {
     constexpr uint64_t least = 1024; // bytes; more than most messages take
     constexpr uint64_t most = uint64_t{1} << 40U;
     constexpr unsigned mostFiles = 10000;
-    if (!line.Has("rotate"))
-    {
-        return std::nullopt;
-    }
-    const std::string text = line.TextOr("", "rotate");
     const std::size_t comma = std::min(text.find(','), text.size());
     std::string sizeText = text.substr(0, comma);
     uint64_t unit = 1;
@@ -300,42 +265,67 @@ std::optional<Rotation> TakeRotation(const CommandLine& line)
         unit = uint64_t{1} << (10 * (letter + 1));
         sizeText.pop_back();
     }
+    using Arguments::ParseNumber;
     const auto size = ParseNumber<uint64_t>(sizeText);
     const auto count = comma == text.size() ? std::optional(1U) : ParseNumber<unsigned>(text.substr(comma + 1));
     if (!size || *size > most / unit || *size * unit < least || !count || *count < 1 || *count > mostFiles)
     {
-        Reject("--rotate takes a size from 1k on, and how many full files to keep, such as 10M or 10M,5, not '" + text +
-               "'");
+        throw Arguments::Wrong("takes a size from 1k on, and how many full files to keep, such as 10M or 10M,5, not '" +
+                               text + "'");
     }
-    return Rotation{*size * unit, *count};
+    return {*size * unit, *count};
 }
 
-std::chrono::milliseconds TakeInterval(const CommandLine& line)
+std::chrono::milliseconds IntervalIn(const std::string& text)
 {
-    constexpr double day = 86400; // s
-    constexpr double thousand = 1000;
-    return std::chrono::milliseconds(
-        static_cast<int64_t>(line.NumberOr<double>(1, "stats", 0.1, day) * thousand)); // as a whole number of them
+    const std::chrono::duration<double> seconds(Arguments::NumberIn<double>(text, 0.1, 86400));
+    return std::chrono::duration_cast<std::chrono::milliseconds>(seconds);
 }
 
 } // namespace
 
-MonitorOptions::MonitorOptions(const CommandLine& line)
-    : format(ChosenFormat(line))
-    , timeStamp(TakeTimeStamp(line))
-    , file(TakeFile(line))
-    , rotation(TakeRotation(line))
-    , interval(TakeInterval(line))
-    , number(TakeNumber(line))
-    , look(TakeLook(line))
-    , filter(line)
-    , names(TakeNamesFile(line))
-    , bus(TakeBus(line))
+void MonitorOptions::AddTo(Arguments::Parser& parser)
 {
-    if (rotation && file == "-")
-    {
-        Reject("--rotate needs a file: --write or --pcap");
-    }
+    AddTime(parser, timeStamp);
+    names.AddTo(parser);
+    AddNumber(parser, number, "messages");
+    parser.Flag(
+        "--count", [this] { format = Format::Count; }, "Show only how many messages of each kind came, at the end.");
+    parser.Option(
+        "--stats",
+        [this](const std::string& text)
+        {
+            format = Format::Statistics;
+            interval = IntervalIn(text);
+        },
+        "Show every so many seconds how many telegrams came, the bus load, and from whom to whom.");
+    parser.Flag(
+        "--json", [this] { format = Format::Json; }, "Show each message as one JSON object.");
+    parser.Option(
+        "--pcap",
+        [this](const std::string& name)
+        {
+            format = Format::Capture;
+            file = name;
+        },
+        "Write a capture for Wireshark and tshark to this file; '-' is standard output.");
+    parser.Option("--write", file, "Write to this file instead of showing it.");
+    parser.Option(
+        "--rotate", [this](const std::string& text) { rotation = RotationIn(text); },
+        "Begin a new file when this one has so many bytes, and keep so many full ones: 10M,5");
+    look.AddTo(parser);
+    filter.AddTo(parser);
+    AddBus(parser, bus);
+    parser.Exclude({"--time", "--count", "--stats", "--json", "--pcap"}); // each chooses the format
+    parser.Exclude({"--pcap", "--write"});
+    parser.Check(
+        [this]
+        {
+            if (rotation && file == "-")
+            {
+                throw Arguments::Wrong("--rotate needs a file: --write or --pcap");
+            }
+        });
 }
 
 Command MonitorCommand()
@@ -344,19 +334,13 @@ Command MonitorCommand()
             "",
             "show what comes from the bus, and the state of the link",
             "[OPTION...]",
-            "Shows each message from the bus, and the state of the link.",
-            WithBusOptions(WithFilterOptions(WithLookOptions(
-                {TimeOption(),
-                 NamesOption(),
-                 NumberOption("messages"),
-                 {"count", "Show only how many messages of each kind came, at the end.", Option::Kind::Flag},
-                 {"stats", "Show every so many seconds how many telegrams came, the bus load, and from whom to whom."},
-                 {"json", "Show each message as one JSON object.", Option::Kind::Flag},
-                 {"pcap", "Write a capture for Wireshark and tshark to this file; '-' is standard output."},
-                 {"write", "Write to this file instead of showing it."},
-                 {"rotate", "Begin a new file when this one has so many bytes, and keep so many full ones: 10M,5"}}))),
-            0,
-            Prepare<MonitorOptions, Monitor>};
+            "Shows each message from the bus, and the state of the link.\n"
+            "\n"
+            "  orvelctl monitor --group '1/2/*' --service read,response\n"
+            "  orvelctl monitor --stats 10\n"
+            "  orvelctl monitor --write bus.log --rotate 10M,5\n"
+            "  orvelctl monitor --pcap - | tshark -r -",
+            Define<MonitorOptions, Monitor>};
 }
 
 } // namespace OrvelClient

@@ -27,15 +27,14 @@ struct MonitorOptions
         Capture
     };
 
-    /// Throws Failure (WrongOption).
-    explicit MonitorOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
-    Format format;
-    TimeStamp timeStamp;
-    std::string file; ///< "-" is standard output
+    Format format = Format::Log;
+    TimeStamp timeStamp = TimeStamp::Absolute;
+    std::string file = "-"; ///< "-" is standard output
     std::optional<Rotation> rotation;
-    std::chrono::milliseconds interval; ///< of statistics
-    uint64_t number;                    ///< of messages after which it ends; 0: goes on
+    std::chrono::milliseconds interval{1000}; ///< of statistics
+    uint64_t number = 0;                      ///< of messages after which it ends; 0: goes on
     LookOptions look;
     Filter filter;
     NamesFile names;

@@ -1,6 +1,5 @@
 #include "Names.h"
 
-#include "CommandLine.h"
 #include "Output.h"
 
 #include <nlohmann/json.hpp>
@@ -120,8 +119,8 @@ std::vector<const NamedGroup*> Matching(const GroupAddresses& groups, const std:
     {
         try
         {
-            matches = [addresses = Knx::GroupAddressPattern(pattern)](const NamedGroup& group)
-            { return addresses.Contains(group.address); };
+            matches = [addresses = Knx::GroupAddressPattern(pattern), &pattern](const NamedGroup& group)
+            { return addresses.Contains(group.address) || HasInIt(group.name, pattern); };
         }
         catch (const Knx::NotAGroupAddress& problem)
         {
@@ -166,16 +165,13 @@ std::vector<std::string> Completions(const GroupAddresses& groups, const std::st
     return !names.empty() ? names : !levels.empty() ? levels : addresses;
 }
 
-NamesOptions::NamesOptions(const CommandLine& line)
-    : file(TakeNamesFile(line))
-    , pattern(line.Arguments().empty() ? "" : line.Arguments().front())
-    , json(line.Has("json"))
-    , complete(line.Has("complete"))
+void NamesOptions::AddTo(Arguments::Parser& parser)
 {
-    if (json && complete)
-    {
-        Reject("--complete and --json cannot go together");
-    }
+    parser.Option("PATTERN", pattern);
+    file.AddTo(parser);
+    parser.Flag("--json", json, "Show each group as one JSON object, a line each.");
+    parser.Flag("--complete", complete, "Show what a shell completes the pattern to, a line each.");
+    parser.Exclude({"--json", "--complete"});
 }
 
 Command NamesCommand()
@@ -185,13 +181,12 @@ Command NamesCommand()
         "[PATTERN]",
         "list the names of group addresses",
         "[OPTION...] [PATTERN]",
-        "Lists group addresses with their types and names: all, those of a pattern such as 1/2/*, or those that have\n"
-        "the pattern in their names. The names come from the engineering tool's export of group addresses.",
-        {NamesOption(),
-         {"json", "Show each group as one JSON object, a line each.", Option::Kind::Flag},
-         {"complete", "Show what a shell completes the pattern to, a line each.", Option::Kind::Flag}},
-        1,
-        Prepare<NamesOptions, Names>};
+        "Lists group addresses with their types and names: all, those of a pattern such as 1/2/*, and those that have "
+        "the pattern in their names. The names come from the engineering tool's export of group addresses.\n"
+        "\n"
+        "  orvelctl names\n"
+        "  orvelctl names --names house.xml 'living room'",
+        Define<NamesOptions, Names>};
 }
 
 } // namespace OrvelClient

@@ -11,13 +11,12 @@ namespace OrvelClient
 
 struct NamesOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit NamesOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
     NamesFile file;
     std::string pattern; ///< empty: all
-    bool json;
-    bool complete; ///< for a shell
+    bool json = false;
+    bool complete = false; ///< for a shell
 };
 
 /// Those whose address is in the pattern if it is one of addresses, otherwise those whose name has it in it, whatever its case

@@ -11,6 +11,13 @@
 namespace OrvelClient
 {
 
+namespace
+{
+
+constexpr std::size_t Block = 65536; // bytes that are written at once where there are many
+
+} // namespace
+
 Output::Output()
     : name("standard output")
     , stream(stdout)
@@ -29,31 +36,42 @@ Output::Output(const std::string& file)
 
 Output::~Output()
 {
+    static_cast<void>(WriteWaiting()); // nothing waits, unless the command has failed
     if (stream != stdout)
     {
-        static_cast<void>(std::fclose(stream)); // everything has been flushed
+        static_cast<void>(std::fclose(stream));
     }
 }
 
-void Output::Write(const std::string& text)
+void Output::Write(std::string_view text)
 {
     Add(text);
     Flush();
 }
 
-void Output::Add(const std::string& text)
+void Output::Add(std::string_view text)
 {
-    Check(std::fwrite(text.data(), 1, text.size(), stream) == text.size());
+    waiting.Add(text);
+    if (waiting.Size() >= Block)
+    {
+        Flush();
+    }
+}
+
+// Whether it can be written; errno says why not. Nothing is tried twice.
+bool Output::WriteWaiting()
+{
+    const std::size_t size = waiting.Size();
+    const bool isGiven =
+        size == 0 || std::fwrite(waiting.Text().data(), 1, size, stream) == size; // of nothing, not even null
+    const bool isWritten = isGiven && std::fflush(stream) == 0;
+    waiting.Clear();
+    return isWritten;
 }
 
 void Output::Flush()
 {
-    Check(std::fflush(stream) == 0);
-}
-
-void Output::Check(bool isWritten) const
-{
-    if (isWritten)
+    if (WriteWaiting())
     {
         return;
     }

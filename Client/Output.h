@@ -1,7 +1,10 @@
 #pragma once
 
+#include "Knx/TextBuffer.h"
+
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 namespace OrvelClient
 {
@@ -24,10 +27,10 @@ public:
     // These throw Failure; one of status Done when nobody reads it any more.
 
     /// Writes at once: whoever reads it sees each message when it happens.
-    void Write(const std::string& text);
+    void Write(std::string_view text);
 
     /// Writes later: with what is added after it, or with Flush.
-    void Add(const std::string& text);
+    void Add(std::string_view text);
 
     void Flush();
 
@@ -40,10 +43,11 @@ public:
     std::size_t Columns() const;
 
 private:
-    void Check(bool isWritten) const;
+    bool WriteWaiting();
 
     std::string name;
     std::FILE* stream;
+    Knx::TextBuffer waiting;
 };
 
 /// Tells the person at the terminal something that is not for a pipe or a file.

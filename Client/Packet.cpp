@@ -25,18 +25,13 @@ void AppendTag(std::string& text, uint16_t tag, std::string value)
     text += value;
 }
 
-} // namespace
-
-uint32_t NumberIn(std::string_view bytes, bool bigEndian)
+std::size_t NumberIn(std::string_view packet, std::size_t position)
 {
-    uint32_t number = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-    {
-        const char byte = bytes[bigEndian ? i : bytes.size() - 1 - i];
-        number = (number << 8U) | static_cast<unsigned char>(byte);
-    }
-    return number;
+    return static_cast<std::size_t>(static_cast<uint8_t>(packet[position]) << 8U |
+                                    static_cast<uint8_t>(packet[position + 1]));
 }
+
+} // namespace
 
 std::string PacketOf(const Message& message)
 {
@@ -54,12 +49,12 @@ std::string PacketOf(const Message& message)
     return packet.append(message.frame.begin(), message.frame.end());
 }
 
-Bytes FrameIn(std::string_view packet)
+std::string_view FrameIn(std::string_view packet)
 {
     while (packet.size() >= 4)
     {
-        const uint32_t tag = NumberIn(packet.substr(0, 2), true);
-        const uint32_t size = NumberIn(packet.substr(2, 2), true);
+        const std::size_t tag = NumberIn(packet, 0);
+        const std::size_t size = NumberIn(packet, 2);
         packet.remove_prefix(4);
         if (size > packet.size())
         {
@@ -69,7 +64,7 @@ Bytes FrameIn(std::string_view packet)
         packet.remove_prefix(size);
         if (tag == EndTag)
         {
-            return {packet.begin(), packet.end()};
+            return packet;
         }
         const std::string_view dissector = value.substr(0, value.find('\0'));
         if (tag == DissectorTag && dissector != "cemi" && dissector != "data")
@@ -78,15 +73,6 @@ Bytes FrameIn(std::string_view packet)
         }
     }
     throw Failure(Status::NotUnderstood, "has no end of its tags");
-}
-
-void CheckLinkType(uint32_t linkType)
-{
-    if (linkType != UpperPdu)
-    {
-        throw Failure(Status::NotUnderstood,
-                      "is a capture of link type " + std::to_string(linkType) + ", not " + std::to_string(UpperPdu));
-    }
 }
 
 } // namespace OrvelClient

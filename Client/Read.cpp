@@ -1,6 +1,5 @@
 #include "Read.h"
 
-#include "CommandLine.h"
 #include "CommonOptions.h"
 #include "Conversation.h"
 #include "GroupRequest.h"
@@ -12,8 +11,7 @@ namespace OrvelClient
 namespace
 {
 
-constexpr std::chrono::milliseconds DefaultWait{1000};
-constexpr std::chrono::milliseconds DefaultTimeout{3000};
+constexpr int64_t MaxTimeout = 3600000; // ms: an hour
 
 // What a device answers to the read; nothing when the message is anything else.
 std::optional<Knx::GroupValue> AnswerIn(const Message& message, uint16_t group)
@@ -52,7 +50,8 @@ Status Read(const ReadOptions& options)
     }
     const StopSignals stop;
     Conversation conversation(options.bus, stop, options.wait);
-    conversation.SendConfirmed(request);
+    conversation.SendConfirmed(request, [&group](const Message& message)
+                               { return AnswerIn(message, group.address).has_value(); });
     const auto limit = std::chrono::steady_clock::now() + options.timeout;
     while (const auto message = conversation.Next(limit))
     {
@@ -65,21 +64,15 @@ Status Read(const ReadOptions& options)
     throw Failure(Status::NoAnswer, "nobody has answered for " + std::to_string(options.timeout.count()) + " ms");
 }
 
-std::chrono::milliseconds TakeTimeout(const CommandLine& line)
-{
-    constexpr int64_t hour = 3600000; // ms
-    return std::chrono::milliseconds(line.NumberOr<int64_t>(DefaultTimeout.count(), "timeout", 1, hour));
-}
-
 } // namespace
 
-ReadOptions::ReadOptions(const CommandLine& line)
-    : group(line)
-    , print(line.Has("print"))
-    , timeout(TakeTimeout(line))
-    , wait(TakeWait(line, DefaultWait))
-    , bus(TakeBus(line))
+void ReadOptions::AddTo(Arguments::Parser& parser)
 {
+    group.AddTo(parser);
+    AddMilliseconds(parser, "--timeout", timeout, 1, MaxTimeout, "Wait so many milliseconds for the answer");
+    AddPrint(parser, print);
+    AddWait(parser, wait);
+    AddBus(parser, bus);
 }
 
 Command ReadCommand()
@@ -92,12 +85,7 @@ Command ReadCommand()
             "\n"
             "  orvelctl read 1/2/4 --dpt 9.001\n"
             "  orvelctl read \"Living room/Temperature\" --timeout 500",
-            WithBusOptions(WithGroupOptions({{"timeout", "Wait so many milliseconds for the answer, default is: " +
-                                                             std::to_string(DefaultTimeout.count())},
-                                             PrintOption(),
-                                             WaitOption(DefaultWait)})),
-            1,
-            Prepare<ReadOptions, Read>};
+            Define<ReadOptions, Read>};
 }
 
 } // namespace OrvelClient

@@ -9,13 +9,12 @@ namespace OrvelClient
 
 struct ReadOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit ReadOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
     GroupOptions group;
-    bool print;                        ///< the frame is shown instead of sent
-    std::chrono::milliseconds timeout; ///< for the answer
-    std::chrono::milliseconds wait;
+    bool print = false;                      ///< the frame is shown instead of sent
+    std::chrono::milliseconds timeout{3000}; ///< for the answer
+    std::chrono::milliseconds wait{1000};
     BusOptions bus;
 };
 

@@ -98,39 +98,66 @@ std::string Painted(const LineParts& parts)
 // "123.456789"
 std::chrono::microseconds TimeOf(std::string_view text)
 {
-    const std::size_t point = text.find('.');
     const auto time = TimeOfSeconds(text);
-    if (!time || point == std::string_view::npos || text.size() - point - 1 != Decimals)
+    if (!time || text.size() <= Decimals || text[text.size() - Decimals - 1] != '.')
     {
         RejectLine();
     }
     return *time;
 }
 
+// What comes before the words.
+void AddBegin(Knx::TextBuffer& text, std::string_view stamp, const Message& message)
+{
+    text.Add(stamp);
+    text.Add(' ');
+    text.Add(NameOf(message.direction));
+    if (!message.frame.empty())
+    {
+        text.Add(' ');
+        text.AddHex(message.frame);
+    }
+    text.Add("  # ");
+}
+
 } // namespace
 
-std::string RecordLine(const std::string& stamp, const Message& message, const LineStyle& style,
+std::string RecordLine(std::string_view stamp, const Message& message, const LineStyle& style,
                        const KnownGroups& groups)
 {
+    Knx::TextBuffer text;
+    AddRecordLine(text, stamp, message, style, groups);
+    return std::string(text.Text());
+}
+
+void AddRecordLine(Knx::TextBuffer& text, std::string_view stamp, const Message& message, const LineStyle& style,
+                   const KnownGroups& groups)
+{
     const bool isNarrow = style.width > 0;
-    std::string bytes;
-    if (!isNarrow)
-    {
-        bytes = std::string(" ") + NameOf(message.direction);
-        bytes += message.frame.empty() ? "" : " " + Knx::ToHex(message.frame);
-        bytes += "  # ";
-    }
-    const std::string text = Describe(message, isNarrow ? Knx::Detail::Unusual : Knx::Detail::All, groups);
     if (!isNarrow && !style.color)
     {
-        return stamp + bytes + text;
+        AddBegin(text, stamp, message);
+        AddDescription(text, message, Knx::Detail::All, groups);
+        return;
     }
-    LineParts parts{{stamp + (isNarrow ? " " : bytes), Dim}, {text, style.color ? ColorOf(message) : ""}};
+    Knx::TextBuffer begin;
+    if (isNarrow)
+    {
+        begin.Add(stamp);
+        begin.Add(' ');
+    }
+    else
+    {
+        AddBegin(begin, stamp, message);
+    }
+    LineParts parts{{std::string(begin.Text()), Dim},
+                    {Describe(message, isNarrow ? Knx::Detail::Unusual : Knx::Detail::All, groups),
+                     style.color ? ColorOf(message) : ""}};
     if (isNarrow)
     {
         Fit(parts, style.width);
     }
-    return style.color ? Painted(parts) : parts[0].first + parts[1].first;
+    text.Add(style.color ? Painted(parts) : parts[0].first + parts[1].first);
 }
 
 bool LooksLikeRecord(std::string_view line)
@@ -143,25 +170,28 @@ bool LooksLikeRecord(std::string_view line)
     return !line.empty() && line.front() == '(';
 }
 
-Message RecordParser::Parse(std::string_view line)
+void RecordParser::Parse(std::string_view line, Message& message)
 {
-    Message message;
     std::size_t end = LocalDate::Size;
-    if (const auto time = date.Time(line))
+    if (line.substr(0, 1) == "(")
+    {
+        end = line.find(')');
+        if (end == std::string_view::npos)
+        {
+            RejectLine();
+        }
+        const bool isDelta = line[1] == '+';
+        const std::size_t begin = isDelta ? 2 : 1;
+        message.time = TimeOf(line.substr(begin, end - begin)) + (isDelta ? previous : std::chrono::microseconds{});
+        ++end;
+    }
+    else if (const auto time = date.Time(line))
     {
         message.time = *time;
     }
     else
     {
-        end = line.find(')');
-        const bool isDelta = line.substr(0, 2) == "(+";
-        if (line.empty() || line.front() != '(' || end == std::string_view::npos)
-        {
-            RejectLine();
-        }
-        const std::size_t begin = isDelta ? 2 : 1;
-        message.time = TimeOf(line.substr(begin, end - begin)) + (isDelta ? previous : std::chrono::microseconds{});
-        ++end;
+        RejectLine();
     }
     if (message.time >= TooLate)
     {
@@ -174,8 +204,8 @@ Message RecordParser::Parse(std::string_view line)
         RejectLine();
     }
     message.direction = direction == " tx" ? Direction::ToLink : Direction::FromLink;
+    message.sizeByte.reset();
     message.frame = FrameFromText(line, end + direction.size());
-    return message;
 }
 
 } // namespace OrvelClient

@@ -4,6 +4,8 @@
 #include "Message.h"
 #include "TimeStamp.h"
 
+#include "Knx/TextBuffer.h"
+
 #include <string>
 #include <string_view>
 
@@ -20,8 +22,10 @@ struct LineStyle
 };
 
 /// A line of a record: "(1763719200.123456) rx 29 00 bc e0 11 01 0a 03 01 00 81  # L_Data.ind ..."
-std::string RecordLine(const std::string& stamp, const Message& message, const LineStyle& style = {},
+std::string RecordLine(std::string_view stamp, const Message& message, const LineStyle& style = {},
                        const KnownGroups& groups = KnownGroups());
+void AddRecordLine(Knx::TextBuffer& text, std::string_view stamp, const Message& message, const LineStyle& style,
+                   const KnownGroups& groups);
 
 /// Whether the line is meant as one of a record, right or wrong.
 bool LooksLikeRecord(std::string_view line);
@@ -31,7 +35,7 @@ class RecordParser
 {
 public:
     /// Throws Failure (NotUnderstood).
-    Message Parse(std::string_view line);
+    void Parse(std::string_view line, Message& message);
 
 private:
     std::chrono::microseconds previous{};

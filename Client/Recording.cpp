@@ -2,7 +2,6 @@
 
 #include "Capture.h"
 #include "Failure.h"
-#include "PcapNg.h"
 #include "TelegramLog.h"
 #include "TextRecording.h"
 
@@ -16,13 +15,9 @@ namespace
 
 std::unique_ptr<MessageReader> ReaderFor(Source& source)
 {
-    if (IsCapture(source.Ahead(4)))
+    if (IsCapture(source.Ahead(CaptureBegin)))
     {
         return std::make_unique<CaptureReader>(source);
-    }
-    if (IsPcapNg(source.Ahead(PcapNgBegin)))
-    {
-        return std::make_unique<PcapNgReader>(source);
     }
     if (IsXml(source.Ahead(4)))
     {

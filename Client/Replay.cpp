@@ -1,6 +1,5 @@
 #include "Replay.h"
 
-#include "CommandLine.h"
 #include "CommonOptions.h"
 #include "Failure.h"
 #include "FrameSender.h"
@@ -159,41 +158,19 @@ Status Replay(const ReplayOptions& options)
     return Status::Done;
 }
 
-constexpr std::chrono::milliseconds DefaultWait{1000};
-
-std::string File(const CommandLine& line)
-{
-    if (line.Arguments().empty())
-    {
-        Reject("replay needs a file");
-    }
-    return line.Arguments().front();
-}
-
-double Speed(const std::string& text)
-{
-    constexpr double least = 0.001;
-    constexpr double most = 1000;
-    if (text == "max")
-    {
-        return 0;
-    }
-    const auto speed = ParseNumber<double>(text);
-    if (!speed || !(*speed >= least && *speed <= most))
-    {
-        Reject("--speed takes 0.001 to 1000, or max, not '" + text + "'");
-    }
-    return *speed;
-}
-
 } // namespace
 
-ReplayOptions::ReplayOptions(const CommandLine& line)
-    : file(File(line))
-    , speed(Speed(line.TextOr("1", "speed")))
-    , wait(TakeWait(line, DefaultWait))
-    , bus(TakeBus(line))
+void ReplayOptions::AddTo(Arguments::Parser& parser)
 {
+    parser.Option("FILE", file);
+    parser.Require("FILE");
+    parser.Option(
+        "--speed",
+        [this](const std::string& text)
+        { speed = text == "max" ? 0 : Arguments::NumberIn<double>(text, 0.001, 1000, ", or max"); },
+        "Send so many times as fast; max is as fast as the queue takes the frames, default is: 1");
+    AddWait(parser, wait);
+    AddBus(parser, bus);
 }
 
 Command ReplayCommand()
@@ -203,12 +180,11 @@ Command ReplayCommand()
         "FILE",
         "send the frames of a recording",
         "[OPTION...] FILE",
-        "Sends the frames of a recording, with its timing; '-' is standard input. It reads whatever 'decode' reads.",
-        WithBusOptions(
-            {{"speed", "Send so many times as fast; max is as fast as the queue takes the frames, default is: 1"},
-             WaitOption(DefaultWait)}),
-        1,
-        Prepare<ReplayOptions, Replay>};
+        "Sends the frames of a recording, with its timing; '-' is standard input. It reads whatever 'decode' reads.\n"
+        "\n"
+        "  orvelctl replay log\n"
+        "  orvelctl replay --speed 10 log",
+        Define<ReplayOptions, Replay>};
 }
 
 } // namespace OrvelClient

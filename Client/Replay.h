@@ -12,12 +12,11 @@ namespace OrvelClient
 
 struct ReplayOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit ReplayOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
     std::string file; ///< "-" is standard input
-    double speed;     ///< 2 is twice as fast; 0: as fast as the queue takes them
-    std::chrono::milliseconds wait;
+    double speed = 1; ///< 2 is twice as fast; 0: as fast as the queue takes them
+    std::chrono::milliseconds wait{1000};
     BusOptions bus;
 };
 

@@ -2,6 +2,8 @@
 
 #include "Failure.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -22,6 +24,7 @@ void RotatingOutput::Begin()
     output.reset(); // closed before it gets its other name
     if (rotation)
     {
+        CheckFile();
         Shift();
     }
     output.emplace(name);
@@ -29,7 +32,7 @@ void RotatingOutput::Begin()
     size = head.size();
 }
 
-void RotatingOutput::Add(const std::string& text)
+void RotatingOutput::Add(std::string_view text)
 {
     if (rotation && size > head.size() && size + text.size() > rotation->size)
     {
@@ -43,6 +46,18 @@ void RotatingOutput::Add(const std::string& text)
 void RotatingOutput::Flush()
 {
     output->Flush();
+}
+
+// A device, a pipe or a link would get another name, and those who use it would find something else in its place.
+void RotatingOutput::CheckFile() const
+{
+    struct stat status
+    {
+    };
+    if (lstat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
+    {
+        throw Failure(Status::WrongOption, "a rotation needs a regular file, and " + name + " is none");
+    }
 }
 
 // From the oldest on: each takes the place of the one before.

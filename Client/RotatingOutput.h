@@ -25,7 +25,7 @@ public:
     RotatingOutput(std::string file, std::optional<Rotation> wanted, std::string begin);
 
     /// Text that stays together in one file.
-    void Add(const std::string& text);
+    void Add(std::string_view text);
 
     void Flush();
 
@@ -36,6 +36,7 @@ public:
 
 private:
     void Begin();
+    void CheckFile() const;
     void Shift() const;
     std::string Numbered(unsigned number) const;
 

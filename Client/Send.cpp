@@ -1,6 +1,5 @@
 #include "Send.h"
 
-#include "CommandLine.h"
 #include "CommonOptions.h"
 #include "Conversation.h"
 #include "Failure.h"
@@ -97,16 +96,14 @@ Status Send(const SendOptions& options)
     return Status::Done;
 }
 
-constexpr std::chrono::milliseconds DefaultWait{0};
-
 } // namespace
 
-SendOptions::SendOptions(const CommandLine& line)
-    : digits(line.Arguments())
-    , confirm(line.Has("confirm"))
-    , wait(TakeWait(line, DefaultWait))
-    , bus(TakeBus(line))
+void SendOptions::AddTo(Arguments::Parser& parser)
 {
+    parser.Each("HEX", [this](const std::string& part) { digits.push_back(part); });
+    parser.Flag("--confirm", confirm, "Wait until the bus has each frame, and fail where it has not.");
+    AddWait(parser, wait);
+    AddBus(parser, bus);
 }
 
 Command SendCommand()
@@ -115,12 +112,11 @@ Command SendCommand()
             "HEX",
             "send a frame to the bus, or each line of standard input",
             "[OPTION...] [HEX...]",
-            "Sends the frame to the bus. Without HEX, each line of standard input is a frame.",
-            WithBusOptions(
-                {{"confirm", "Wait until the bus has each frame, and fail where it has not.", Option::Kind::Flag},
-                 WaitOption(DefaultWait)}),
-            SIZE_MAX,
-            Prepare<SendOptions, Send>};
+            "Sends the frame to the bus. Without HEX, each line of standard input is a frame.\n"
+            "\n"
+            "  orvelctl send --confirm 11 00 bc e0 00 00 0a 03 01 00 81\n"
+            "  orvelctl send --wait 1000 <frames",
+            Define<SendOptions, Send>};
 }
 
 } // namespace OrvelClient

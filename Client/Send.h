@@ -12,12 +12,11 @@ namespace OrvelClient
 
 struct SendOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit SendOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
     std::vector<std::string> digits; ///< of one frame; none: frames come from standard input
-    bool confirm;                    ///< each frame has to be confirmed before the next one
-    std::chrono::milliseconds wait;
+    bool confirm = false;            ///< each frame has to be confirmed before the next one
+    std::chrono::milliseconds wait{0};
     BusOptions bus;
 };
 

@@ -75,15 +75,15 @@ void Statistics::Add(const Message& message)
     ++sources[Knx::IndividualAddress(*cemi.source)];
 }
 
-std::string Statistics::Report(const std::string& stamp, std::chrono::nanoseconds passed)
+std::string Statistics::Report(std::string_view stamp, std::chrono::nanoseconds passed)
 {
     const double seconds = std::max(std::chrono::duration<double>(passed).count(), 1e-3);
     const double load = std::chrono::duration<double>(onLine).count() / seconds;
     std::array<char, 120> head{};
     std::snprintf(head.data(), head.size(), " %llu telegrams, %.1f/s, bus load %.1f %%\n",
                   static_cast<unsigned long long>(telegrams), static_cast<double>(telegrams) / seconds, load * 100);
-    std::string report = stamp + head.data() + Row("kinds", kinds) + Row("services", services) + Row("groups", groups) +
-                         Row("sources", sources);
+    std::string report = std::string(stamp) + head.data() + Row("kinds", kinds) + Row("services", services) +
+                         Row("groups", groups) + Row("sources", sources);
     *this = Statistics();
     return report;
 }

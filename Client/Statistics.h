@@ -17,7 +17,7 @@ public:
     void Add(const Message& message);
 
     /// Several lines about what was added since the last report, which was `passed` ago; `stamp` says when this one is.
-    std::string Report(const std::string& stamp, std::chrono::nanoseconds passed);
+    std::string Report(std::string_view stamp, std::chrono::nanoseconds passed);
 
 private:
     using Counts = std::map<std::string, uint64_t>;

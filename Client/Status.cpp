@@ -1,6 +1,5 @@
 #include "Status.h"
 
-#include "CommandLine.h"
 #include "CommonOptions.h"
 #include "DaemonSettings.h"
 #include "Message.h"
@@ -92,7 +91,7 @@ void ReadCounters(StatusReport::Counters& counters)
         return;
     }
     counters.age = std::chrono::seconds(std::max<time_t>(time(nullptr) - state.st_mtime, 0));
-    counters.metrics = ReadMetrics(file);
+    counters.metrics = System::ReadOpenMetrics(file, "orvel_gateway_");
 }
 
 Status ShowStatus(const StatusOptions& options)
@@ -136,11 +135,12 @@ Status ShowStatus(const StatusOptions& options)
 
 } // namespace
 
-StatusOptions::StatusOptions(const CommandLine& line)
-    : bus(TakeSocket(line))
-    , metricsFile(line.TextOr(DefaultMetricsFile, "metrics"))
-    , json(line.Has("json"))
+void StatusOptions::AddTo(Arguments::Parser& parser)
 {
+    AddSocket(parser, bus);
+    metricsFile = DefaultMetricsFile;
+    parser.Option("--metrics", metricsFile, "The file with the gateway's counters, default is: " + metricsFile);
+    parser.Flag("--json", json, "Show all as one JSON object.");
 }
 
 Command StatusCommand()
@@ -149,12 +149,11 @@ Command StatusCommand()
             "",
             "say how things are: daemon, gateway, link, queues, LEDs",
             "[OPTION...]",
-            "Says how things are with the daemon and what it makes for applications, without taking a message.",
-            {SocketOption(),
-             {"metrics", std::string("The file with the gateway's counters, default is: ") + DefaultMetricsFile},
-             {"json", "Show all as one JSON object.", Option::Kind::Flag}},
-            0,
-            Prepare<StatusOptions, ShowStatus>};
+            "Says how things are with the daemon and what it makes for applications, without taking a message.\n"
+            "\n"
+            "  orvelctl status\n"
+            "  orvelctl status --json",
+            Define<StatusOptions, ShowStatus>};
 }
 
 } // namespace OrvelClient

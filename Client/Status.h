@@ -10,12 +10,11 @@ namespace OrvelClient
 
 struct StatusOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit StatusOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
     BusOptions bus;
     std::string metricsFile;
-    bool json;
+    bool json = false;
 };
 
 /// Shows how things are with the daemon and what it makes for applications, without taking a message from anybody. Its status

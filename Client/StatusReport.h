@@ -1,8 +1,9 @@
 #pragma once
 
 #include "Finding.h"
-#include "Metrics.h"
 #include "RunningDaemons.h"
+
+#include "System/OpenMetrics.h"
 
 #include <chrono>
 #include <cstdint>
@@ -41,7 +42,7 @@ struct StatusReport
     {
         std::string file;
         std::optional<std::chrono::seconds> age; ///< of the file; nothing: it is not there
-        Metrics metrics;
+        System::Samples metrics;
     };
 
     RunningDaemons daemons;

@@ -110,14 +110,16 @@ bool TelegramLogReader::NextTag(std::string& tag)
             }
             continue;
         }
-        // A bracket may stand between quotes.
+        bool isQuoted = false; // a bracket may stand between quotes
         do
         {
+            const auto counted = static_cast<std::ptrdiff_t>(tag.size());
             if (!SkipTo(">", &tag))
             {
                 return false;
             }
-        } while (std::count(tag.begin(), tag.end(), '"') % 2 != 0);
+            isQuoted = isQuoted != (std::count(tag.begin() + counted, tag.end(), '"') % 2 != 0);
+        } while (isQuoted);
         if (begin.substr(0, 1) != "?" && begin.substr(0, 1) != "!")
         {
             return true;

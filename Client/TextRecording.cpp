@@ -24,6 +24,12 @@ std::string Line(std::size_t number)
     return "line " + std::to_string(number);
 }
 
+// Among lines of the daemon, and of whoever else writes to the same journal, a bracket alone makes no record.
+bool HasDirection(std::string_view line)
+{
+    return line.find(" rx ") != std::string_view::npos || line.find(" tx ") != std::string_view::npos;
+}
+
 } // namespace
 
 bool TextRecordingReader::Next(Message& message)
@@ -63,6 +69,11 @@ bool TextRecordingReader::Take(std::string_view line, Message& message)
     {
         line.remove_prefix(ByteOrderMark.size());
     }
+    if (LooksLikeRecord(line) && (!isDriverLog || HasDirection(line))) // the most usual first
+    {
+        record.Parse(line, message);
+        return true;
+    }
     const std::size_t first = line.find_first_not_of(" \t\r");
     if (first == std::string_view::npos || line[first] == '#')
     {
@@ -71,11 +82,6 @@ bool TextRecordingReader::Take(std::string_view line, Message& message)
     if (isDriverLog)
     {
         return TakeDriverLine(line, message);
-    }
-    if (LooksLikeRecord(line))
-    {
-        message = record.Parse(line);
-        return true;
     }
     if (line[first] == '{')
     {
@@ -137,11 +143,11 @@ bool TextRecordingReader::IsCutOff(std::string_view line, const Message& message
     {
         return false;
     }
-    if (isDriverLog)
+    if (isDriverLog && line.size() > 1 && line[line.size() - 2] == ' ')
     {
         return true; // "8" may be the begin of "81"
     }
-    const bool hasEnd = line.find_first_of("#}") != std::string_view::npos;
+    const bool hasEnd = !isDriverLog && line.find_first_of("#}") != std::string_view::npos;
     return !hasEnd && IsOfTheBus(message.frame) && !Knx::Decode(message.frame).problems.empty();
 }
 

@@ -23,7 +23,7 @@ bool IsDigit(char character)
 
 bool AreDigits(std::string_view text)
 {
-    return !text.empty() && std::all_of(text.begin(), text.end(), IsDigit);
+    return !text.empty() && std::all_of(text.begin(), text.end(), [](char character) { return IsDigit(character); });
 }
 
 int Number(std::string_view digits)
@@ -47,9 +47,21 @@ bool Matches(std::string_view text, std::string_view pattern)
 // Of digits behind the point, any number of them.
 microseconds Fraction(std::string_view digits)
 {
-    std::string six(digits.substr(0, Decimals));
-    six.resize(Decimals, '0');
-    return microseconds(Number(six));
+    int number = 0;
+    for (std::size_t i = 0; i < Decimals; ++i)
+    {
+        number = number * 10 + (i < digits.size() ? digits[i] - '0' : 0);
+    }
+    return microseconds(number);
+}
+
+void AddSeconds(Knx::TextBuffer& text, microseconds time)
+{
+    constexpr uint64_t second = 1000000;
+    const auto count = static_cast<uint64_t>(time.count());
+    text.AddNumber(count / second);
+    text.Add('.');
+    text.AddDigits(count % second, Decimals);
 }
 
 // The first writing of "22.11.2026 14:05" is what the calendar makes of it; there is no 31.02.
@@ -65,7 +77,7 @@ bool LocalDate::Begins(std::string_view text)
     return Matches(text, "00.00.0000 00:00:00.000");
 }
 
-std::string LocalDate::Text(microseconds time)
+void LocalDate::Add(Knx::TextBuffer& text, microseconds time)
 {
     const auto ofMinute = floor<minutes>(time);
     if (ofMinute != minuteTime || minute.empty())
@@ -73,23 +85,24 @@ std::string LocalDate::Text(microseconds time)
         const auto seconds = static_cast<time_t>(duration_cast<std::chrono::seconds>(ofMinute).count());
         tm local{};
         localtime_r(&seconds, &local);
-        std::array<char, 40> text{};
-        std::snprintf(text.data(), text.size(), "%02d.%02d.%04d %02d:%02d", local.tm_mday, local.tm_mon + 1,
+        std::array<char, 40> made{};
+        std::snprintf(made.data(), made.size(), "%02d.%02d.%04d %02d:%02d", local.tm_mday, local.tm_mon + 1,
                       local.tm_year + 1900, local.tm_hour, local.tm_min);
-        minute = text.data();
+        minute = made.data();
         minuteTime = ofMinute;
     }
-    const auto left = floor<milliseconds>(time - ofMinute);
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), ":%02d.%03d", static_cast<int>(left.count() / 1000),
-                  static_cast<int>(left.count() % 1000));
-    return minute + text.data();
+    const auto left = static_cast<uint64_t>(floor<milliseconds>(time - ofMinute).count());
+    text.Add(minute);
+    text.Add(':');
+    text.AddDigits(left / 1000, 2);
+    text.Add('.');
+    text.AddDigits(left % 1000, 3);
 }
 
 std::optional<microseconds> LocalDate::Time(std::string_view text)
 {
     constexpr std::size_t minuteSize = 16;
-    if (!Begins(text))
+    if (!Begins(text) || text.substr(17, 2) > "60") // a leap second has 60
     {
         return std::nullopt;
     }
@@ -103,8 +116,11 @@ std::optional<microseconds> LocalDate::Time(std::string_view text)
         local.tm_min = Number(text.substr(14, 2));
         local.tm_isdst = -1;
         const tm asked = local;
+        tm calendar = local;
+        timegm(&calendar);
+        // Of the hour that summer time leaves out, as a device in another zone has it, mktime makes another hour.
         const time_t seconds = mktime(&local);
-        if (seconds < 0 || !IsSame(local, asked.tm_mday, asked.tm_mon + 1, asked.tm_hour))
+        if (seconds < 0 || !IsSame(calendar, asked.tm_mday, asked.tm_mon + 1, asked.tm_hour))
         {
             return std::nullopt;
         }
@@ -114,50 +130,59 @@ std::optional<microseconds> LocalDate::Time(std::string_view text)
     return minuteTime + seconds(Number(text.substr(17, 2))) + milliseconds(Number(text.substr(20, 3)));
 }
 
-std::string TimeStamper::Stamp(microseconds time)
+std::string_view TimeStamper::Stamp(microseconds time)
 {
+    stamp.Clear();
     if (kind == TimeStamp::Date)
     {
-        return date.Text(time);
+        date.Add(stamp, time);
+        return stamp.Text();
     }
-    if (kind == TimeStamp::Absolute)
+    if (kind != TimeStamp::Absolute)
     {
-        return "(" + SecondsText(time) + ")";
+        // The clock on the wall can be set back; a time stamp never runs backwards.
+        const auto passed = std::max(time - origin.value_or(time), microseconds::zero());
+        if (kind == TimeStamp::Delta || !origin)
+        {
+            origin = time;
+        }
+        time = passed;
     }
-    // The clock on the wall can be set back; a time stamp never runs backwards.
-    const auto passed = std::max(time - origin.value_or(time), microseconds::zero());
-    if (kind == TimeStamp::Delta || !origin)
-    {
-        origin = time;
-    }
-    return (kind == TimeStamp::Delta ? "(+" : "(") + SecondsText(passed) + ")";
+    stamp.Add(kind == TimeStamp::Delta ? "(+" : "(");
+    AddSeconds(stamp, time);
+    stamp.Add(')');
+    return stamp.Text();
 }
 
 std::string SecondsText(microseconds time)
 {
-    constexpr microseconds::rep second = 1000000;
-    std::string text = std::to_string(time.count() / second);
-    text += '.';
-    const std::string fraction = std::to_string(time.count() % second);
-    text.append(Decimals - std::min(Decimals, fraction.size()), '0');
-    return text + fraction;
+    Knx::TextBuffer text;
+    AddSeconds(text, time);
+    return std::string(text.Text());
 }
 
 std::optional<microseconds> TimeOfSeconds(std::string_view text)
 {
-    const std::size_t point = std::min(text.find('.'), text.size());
-    const std::string_view whole = text.substr(0, point);
-    const std::string_view fraction = text.substr(std::min(point + 1, text.size()));
-    if (!AreDigits(whole) || whole.size() > MaxDigits || (point < text.size() && !AreDigits(fraction)))
+    seconds::rep whole = 0;
+    std::size_t size = 0;
+    while (size < std::min(text.size(), MaxDigits) && IsDigit(text[size]))
+    {
+        whole = whole * 10 + (text[size++] - '0');
+    }
+    if (size == 0)
     {
         return std::nullopt;
     }
-    seconds::rep count = 0;
-    for (const char digit : whole)
+    text.remove_prefix(size);
+    if (text.empty())
     {
-        count = count * 10 + (digit - '0');
+        return seconds(whole);
     }
-    return seconds(count) + Fraction(fraction);
+    if (text.front() != '.' || !AreDigits(text.substr(1)))
+    {
+        return std::nullopt;
+    }
+    return seconds(whole) + Fraction(text.substr(1));
 }
 
 std::string UtcText(microseconds time)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Knx/TextBuffer.h"
+
 #include <chrono>
 #include <optional>
 #include <string>
@@ -26,7 +28,7 @@ public:
     /// Whether the text begins as a date does.
     static bool Begins(std::string_view text);
 
-    std::string Text(std::chrono::microseconds time);
+    void Add(Knx::TextBuffer& text, std::chrono::microseconds time);
 
     /// Of a text that begins with a date; nothing when it is none of a day that there is.
     std::optional<std::chrono::microseconds> Time(std::string_view text);
@@ -47,12 +49,14 @@ public:
     {
     }
 
-    std::string Stamp(std::chrono::microseconds time);
+    /// Valid until the next one.
+    std::string_view Stamp(std::chrono::microseconds time);
 
 private:
     TimeStamp kind;
     std::optional<std::chrono::microseconds> origin;
     LocalDate date;
+    Knx::TextBuffer stamp;
 };
 
 /// "1763719200.123456"

@@ -1,6 +1,5 @@
 #include "Write.h"
 
-#include "CommandLine.h"
 #include "CommonOptions.h"
 #include "Conversation.h"
 #include "GroupRequest.h"
@@ -11,8 +10,6 @@ namespace OrvelClient
 
 namespace
 {
-
-constexpr std::chrono::milliseconds DefaultWait{1000};
 
 Status Write(const WriteOptions& options)
 {
@@ -30,13 +27,13 @@ Status Write(const WriteOptions& options)
 
 } // namespace
 
-WriteOptions::WriteOptions(const CommandLine& line)
-    : group(line)
-    , value(TakeValue(line))
-    , print(line.Has("print"))
-    , wait(TakeWait(line, DefaultWait))
-    , bus(TakeBus(line))
+void WriteOptions::AddTo(Arguments::Parser& parser)
 {
+    group.AddTo(parser);
+    AddValue(parser, value);
+    AddPrint(parser, print);
+    AddWait(parser, wait);
+    AddBus(parser, bus);
 }
 
 Command WriteCommand()
@@ -51,9 +48,7 @@ Command WriteCommand()
             "  orvelctl write 1/2/4 -5.5 --dpt 9.001\n"
             "  orvelctl write \"Living room/Ceiling\" on\n"
             "  orvelctl write 1/2/5 red=255 green=0 blue=0 --dpt 232.600",
-            WithBusOptions(WithGroupOptions({PrintOption(), WaitOption(DefaultWait)})),
-            SIZE_MAX,
-            Prepare<WriteOptions, Write>};
+            Define<WriteOptions, Write>};
 }
 
 } // namespace OrvelClient

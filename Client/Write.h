@@ -10,13 +10,12 @@ namespace OrvelClient
 
 struct WriteOptions
 {
-    /// Throws Failure (WrongOption).
-    explicit WriteOptions(const CommandLine& line);
+    void AddTo(Arguments::Parser& parser);
 
     GroupOptions group;
     std::string value;
-    bool print; ///< the frame is shown instead of sent
-    std::chrono::milliseconds wait;
+    bool print = false; ///< the frame is shown instead of sent
+    std::chrono::milliseconds wait{1000};
     BusOptions bus;
 };
 

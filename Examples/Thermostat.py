@@ -29,7 +29,8 @@ def from_bytes(data):
 class Thermostat:
     def __init__(self, sensor):
         self.sensor = sensor
-        self.temperature = None  # not known yet
+        self.temperature = None  # not known
+        self.problem = None  # of the sensor
         self.set_point, self.heating = 21.0, False
         self.usable = False  # the link
         self.told = {}  # what the bus knows, by group address
@@ -76,9 +77,12 @@ class Thermostat:
 
     def measure(self):
         try:
-            self.temperature = round(int(self.sensor.read_text()) / 1000, 1)
+            self.temperature, problem = round(int(self.sensor.read_text()) / 1000, 1), None
         except (OSError, ValueError) as error:
-            print(error, flush=True)
+            self.temperature, problem = None, str(error)  # nobody is given an old one
+        if problem != self.problem:
+            self.problem = problem
+            print(problem or "the sensor can be read again", flush=True)
         if self.temperature is not None and abs(self.temperature - self.set_point) > 0.3:  # or it would switch too often
             self.heating = self.temperature < self.set_point
 

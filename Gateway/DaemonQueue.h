@@ -35,6 +35,11 @@ public:
     /// What such an error means, in one line.
     std::string Problem(int error) const;
 
+    const std::string& Name() const
+    {
+        return name;
+    }
+
     void Close();
 
     bool IsOpen() const

@@ -21,6 +21,12 @@ namespace
 // Messages that are read before others get their turn; more than a queue holds.
 constexpr int Batch = 32;
 
+// While a daemon is expected: its queue holds 14 telegrams, which the bus carries in 0.3 s.
+constexpr std::chrono::milliseconds LookPeriod{100};
+
+// A service manager has started a daemon again by then, also one that ends again and again.
+constexpr std::chrono::minutes RestartTime{3};
+
 constexpr const char* NoQueues = "waiting for its queues";
 
 DaemonSide::Time Now()
@@ -38,10 +44,33 @@ DaemonSide::DaemonSide(Loop& eventLoop, Hub& servedHub, const std::string& butto
     , fromLink{{ORVEL_CEMI_FROM_LL_QUEUE, DaemonQueue::For::Reading, ORVEL_CEMI_MESSAGE_SIZE}, {}}
     , toLink{{ORVEL_CEMI_TO_LL_QUEUE, DaemonQueue::For::Writing, ORVEL_CEMI_MESSAGE_SIZE}, {}}
     , button{{buttonQueue, DaemonQueue::For::Reading, ORVEL_PROG_BUTTON_MESSAGE_SIZE}, {}}
+    , soon(loop,
+           [this]
+           {
+               Look(Now());
+               tell();
+           })
+    , restartLimit(Now() + RestartTime)
 {
-    if (OpenIfThere(Now()) == EACCES)
+    switch (OpenIfThere())
     {
+    case 0:
+        hub.OnDaemonFound(Now());
+        break;
+    case EACCES:
         throw Failure(Status::NotAllowed, told);
+    default:
+        break;
+    }
+    LookSoon(Now());
+}
+
+void DaemonSide::LookSoon(Time now)
+{
+    const bool isExpected = !fromLink.watch || hasStopped;
+    if (isExpected && now < restartLimit)
+    {
+        soon.Set(now + LookPeriod);
     }
 }
 
@@ -49,8 +78,7 @@ void DaemonSide::Look(Time now)
 {
     if (fromLink.watch && (fromLink.queue.IsRemoved() || toLink.queue.IsRemoved()))
     {
-        Read(now); // the last that it said
-        LOG4CPLUS_WARN(logger, "The daemon has stopped");
+        StopDaemon(now);
         told = NoQueues; // goes without saying
         Leave(now);
     }
@@ -58,7 +86,14 @@ void DaemonSide::Look(Time now)
     {
         try
         {
-            OpenIfThere(now);
+            if (OpenIfThere() == 0)
+            {
+                if (std::exchange(hasFailed, false))
+                {
+                    hub.OnDaemonFound(now);
+                }
+                Read(now);
+            }
         }
         catch (const std::system_error& failure) // the loop has no room for it at the moment
         {
@@ -70,10 +105,11 @@ void DaemonSide::Look(Time now)
     {
         OpenButton();
     }
+    LookSoon(now);
 }
 
 // 0, or why they cannot be opened.
-int DaemonSide::OpenIfThere(Time now)
+int DaemonSide::OpenIfThere()
 {
     for (DaemonQueue* const queue : {&fromLink.queue, &toLink.queue})
     {
@@ -92,11 +128,11 @@ int DaemonSide::OpenIfThere(Time now)
     toLink.watch.emplace(
         loop, toLink.queue.Descriptor(), [] {}, [this] { tell(); });
     told.clear();
+    hasStopped = false;
     LOG4CPLUS_INFO(logger, "Opened the queues of the daemon");
-    OpenButton();
-    hub.OnDaemonFound(now);
-    Read(now);
     fromLink.watch->AwaitReadable();
+    AwaitWriterEnd();
+    OpenButton();
     return 0;
 }
 
@@ -110,8 +146,15 @@ void DaemonSide::OpenButton()
     }
     else
     {
-        button.watch.emplace(loop, button.queue.Descriptor(), [this] { OnButtonReadable(); });
-        AwaitButton();
+        try
+        {
+            button.watch.emplace(loop, button.queue.Descriptor(), [this] { OnButtonReadable(); });
+            AwaitButton();
+        }
+        catch (const std::system_error& failure) // the loop has no room for it at the moment
+        {
+            why = std::string("No programming button: cannot wait for its queue: ") + failure.what();
+        }
     }
     if (why != toldButton)
     {
@@ -120,14 +163,47 @@ void DaemonSide::OpenButton()
     }
 }
 
+void DaemonSide::AwaitWriterEnd()
+{
+    if (const int error = writerEnd.Watch(fromLink.queue.Descriptor()); error != 0)
+    {
+        LOG4CPLUS_WARN(logger, "A daemon that is killed will not be noticed: " << strerror(error));
+        return;
+    }
+    writerEndWatch.emplace(loop, writerEnd.Descriptor(), [this] { OnWriterEnd(); });
+    writerEndWatch->AwaitReadable();
+}
+
+// One that is killed leaves its queues. The next one goes on with them.
+void DaemonSide::StopDaemon(Time now)
+{
+    Read(now); // the last that it said
+    if (!hasStopped)
+    {
+        LOG4CPLUS_WARN(logger, "The daemon has stopped");
+        hasStopped = true;
+        restartLimit = now + RestartTime;
+    }
+    hub.OnDaemonGone(now);
+}
+
 void DaemonSide::Leave(Time now)
 {
+    writerEndWatch.reset();
+    writerEnd.Close();
     for (Source* const source : {&fromLink, &toLink, &button})
     {
         source->watch.reset(); // before the descriptor
         source->queue.Close();
     }
     hub.OnDaemonGone(now);
+}
+
+// The daemon has not gone, and does not tell again that its link is usable.
+void DaemonSide::LeaveFailed(Time now)
+{
+    hasFailed = hub.State() == Hub::Link::Usable;
+    Leave(now);
 }
 
 void DaemonSide::TellOnce(std::string why)
@@ -148,13 +224,14 @@ void DaemonSide::Read(Time now)
         switch (fromLink.queue.Receive(message.data(), size))
         {
         case DaemonQueue::Result::Done:
+            hasStopped = false;
             hub.OnMessage(message.data(), size, now);
             break;
         case DaemonQueue::Result::NotNow:
             return;
         case DaemonQueue::Result::Failed:
             LOG4CPLUS_ERROR(logger, "Cannot read " ORVEL_CEMI_FROM_LL_QUEUE ": " << strerror(errno));
-            Leave(now);
+            LeaveFailed(now);
             return;
         }
     }
@@ -180,7 +257,7 @@ void DaemonSide::Write(Time now)
             return;
         case DaemonQueue::Result::Failed:
             LOG4CPLUS_ERROR(logger, "Cannot write to " ORVEL_CEMI_TO_LL_QUEUE ": " << strerror(errno));
-            Leave(now);
+            LeaveFailed(now);
             return;
         }
     }
@@ -196,18 +273,41 @@ void DaemonSide::OnLinkReadable()
     }
 }
 
+void DaemonSide::OnWriterEnd()
+{
+    if (writerEnd.Take())
+    {
+        StopDaemon(Now());
+        LookSoon(Now());
+    }
+    tell();
+    if (writerEndWatch)
+    {
+        writerEndWatch->AwaitReadable();
+    }
+}
+
 void DaemonSide::OnButtonReadable()
 {
+    if (!hub.TakesButton())
+    {
+        return; // until AwaitButton
+    }
     uint8_t state = 0;
     std::size_t size = 0;
-    for (int count = 0;
-         count < Batch && hub.Programs() > 0 && button.queue.Receive(&state, size) == DaemonQueue::Result::Done;
-         ++count)
+    auto result = DaemonQueue::Result::Done;
+    for (int count = 0; count < Batch && hub.Programs() > 0 && result == DaemonQueue::Result::Done; ++count)
     {
-        if (size == ORVEL_PROG_BUTTON_MESSAGE_SIZE)
+        result = button.queue.Receive(&state, size);
+        if (result == DaemonQueue::Result::Done && size == ORVEL_PROG_BUTTON_MESSAGE_SIZE)
         {
             hub.OnButton(state);
         }
+    }
+    if (result == DaemonQueue::Result::Failed)
+    {
+        LOG4CPLUS_ERROR(logger, "Cannot read " << button.queue.Name() << ": " << strerror(errno));
+        button.watch.reset(); // until Look: waiting would only fail again at once
     }
     tell();
     AwaitButton();
@@ -215,7 +315,7 @@ void DaemonSide::OnButtonReadable()
 
 void DaemonSide::AwaitButton()
 {
-    if (button.watch && hub.Programs() > 0)
+    if (button.watch && hub.TakesButton())
     {
         button.watch->AwaitReadable();
     }

@@ -3,6 +3,7 @@
 #include "DaemonQueue.h"
 #include "Hub.h"
 #include "Loop.h"
+#include "WriterEnd.h"
 
 #include <log4cplus/logger.h>
 
@@ -19,12 +20,12 @@ class DaemonSide
 public:
     using Time = Hub::Time;
 
-    /// Opens the queues if a daemon runs. `onEvent` is called after the hub has been given something. Throws Failure:
-    /// NotAllowed, InUse.
+    /// Opens the queues if they are there, and reads nothing yet. `onEvent` is called after the hub has been given something.
+    /// Throws Failure: NotAllowed, InUse.
     DaemonSide(Loop& eventLoop, Hub& servedHub, const std::string& buttonQueue, std::function<void()> onEvent);
 
-    /// Nobody tells when a daemon comes, goes or is started anew, so this has to look. To be called once in a second. Throws
-    /// Failure (InUse).
+    /// Nobody tells when a daemon comes or is started anew, so this has to look. To be called once in a second; while a restart is
+    /// likely, it also looks by itself. Throws Failure (InUse).
     void Look(Time now);
 
     /// Gives the hub what the link has sent.
@@ -33,7 +34,7 @@ public:
     /// Sends what the hub has for the link.
     void Write(Time now);
 
-    /// To be called when a program has connected: a press since boot waits in its queue for the first one.
+    /// To be called when the hub may have begun to take the button's messages: until then they wait in their queue.
     void AwaitButton();
 
 private:
@@ -44,11 +45,16 @@ private:
         std::optional<Watch> watch;
     };
 
-    int OpenIfThere(Time now);
+    int OpenIfThere();
     void OpenButton();
+    void AwaitWriterEnd();
+    void LookSoon(Time now);
+    void StopDaemon(Time now);
     void Leave(Time now);
+    void LeaveFailed(Time now);
     void TellOnce(std::string why);
     void OnLinkReadable();
+    void OnWriterEnd();
     void OnButtonReadable();
 
     Loop& loop;
@@ -58,8 +64,14 @@ private:
     Source fromLink;
     Source toLink; // its watch waits for room
     Source button;
-    std::string told;       // why there is no daemon; empty while there is one
-    std::string toldButton; // the same about the button's queue
+    WriterEnd writerEnd; // of "/cemiFromLL", where only the daemon writes
+    std::optional<Watch> writerEndWatch;
+    Timer soon;              // for the next look
+    Time restartLimit;       // until then a restart is likely
+    bool hasStopped = false; // the daemon, and nothing has come from the next one yet
+    bool hasFailed = false;  // a queue, while the link was usable
+    std::string told;        // why there is no daemon; empty while there is one
+    std::string toldButton;  // the same about the button's queue
 };
 
 } // namespace OrvelGateway

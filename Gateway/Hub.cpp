@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace OrvelGateway
 {
@@ -46,7 +47,7 @@ bool HasRightSize(const uint8_t* packet, std::size_t size)
 
 Hub::Hub(const Settings& hubSettings)
     : settings(hubSettings)
-    , participants(hubSettings.programs + 1) // the last one is the network
+    , participants(2 * hubSettings.programs + 1) // also for those that leave; the last one is the network
 {
     news.reserve(participants.size());
 }
@@ -55,7 +56,7 @@ std::optional<Hub::Id> Hub::ConnectProgram()
 {
     const auto end = participants.end() - 1;
     const auto place = std::find(participants.begin(), end, nullptr);
-    if (place == end)
+    if (place == end || programs == settings.programs)
     {
         ++counters.programsRefused;
         return std::nullopt;
@@ -84,6 +85,7 @@ void Hub::Disconnect(Id id)
 {
     Participant& participant = *participants[id];
     programs -= participant.isNetwork ? 0U : 1U;
+    staying -= participant.stays ? 1U : 0U;
     inFlight.Leave(id);
     news.erase(std::remove(news.begin(), news.end(), id), news.end());
     participant.isLeaving = true;
@@ -91,6 +93,12 @@ void Hub::Disconnect(Id id)
     {
         participants[id].reset();
     }
+}
+
+void Hub::Stay(Id id)
+{
+    staying += participants[id]->stays ? 0U : 1U;
+    participants[id]->stays = true;
 }
 
 bool Hub::CanSend(Id id) const
@@ -133,6 +141,7 @@ void Hub::Taken(Id id)
     {
         ++participant.counters.delivered;
         ++counters.delivered;
+        TellState(id); // there may have been no room when it changed
     }
     if (!couldSend)
     {
@@ -159,6 +168,7 @@ void Hub::OnDaemonFound(Time now)
 
 void Hub::OnDaemonGone(Time now)
 {
+    isDaemonSilent = true;
     SetLink(Link::Lost, now);
 }
 
@@ -175,7 +185,7 @@ void Hub::OnMessage(const uint8_t* bytes, std::size_t size, Time now)
         return;
     }
     ++counters.fromLink;
-    if (link == Link::Settling)
+    if (link != Link::Usable && isDaemonSilent)
     {
         SetLink(Link::Usable, now); // its message about that has gone to another reader
     }
@@ -194,6 +204,7 @@ void Hub::OnMessage(const uint8_t* bytes, std::size_t size, Time now)
 void Hub::OnLinkState(const Message& message, Time now)
 {
     const auto state = static_cast<uint16_t>(static_cast<unsigned>(message.Frame()[1]) << 8U | message.Frame()[2]);
+    isDaemonSilent = false;
     if (state == ORVEL_LINK_STATE_USABLE && link != Link::Usable)
     {
         SetLink(Link::Usable, now);
@@ -347,11 +358,12 @@ void Hub::SetLink(Link state, Time now)
     settledAt = now + SettleTime;
     confirmedAt = now; // what waited for the link to be usable is given its time from now on
     takenAt = now;
+    const bool hasChanged = link != Link::Settling && std::exchange(announced, link) != link;
     for (Id id = 0; id < participants.size(); ++id)
     {
         if (participants[id])
         {
-            TellState(id);
+            TellState(id, hasChanged);
         }
     }
     if (link == Link::Lost)
@@ -360,15 +372,16 @@ void Hub::SetLink(Link state, Time now)
     }
 }
 
-// Nothing while it is not known, and nothing that the participant knows.
-void Hub::TellState(Id id)
+// Each change counts as one message, so that whoever has no room knows how many it has lost. The present state is told later to
+// whoever does not know it: because it has lost that message, or has come while the state was not known.
+void Hub::TellState(Id id, bool hasChanged)
 {
     const uint16_t state = link == Link::Usable ? ORVEL_LINK_STATE_USABLE : ORVEL_LINK_STATE_LOST;
-    uint16_t& told = participants[id]->toldState;
-    if (link != Link::Settling && told != state)
+    Participant& participant = *participants[id];
+    const bool isOwed = participant.toldState != state && participant.Messages().HasRoom();
+    if (link != Link::Settling && (hasChanged || isOwed) && Give(id, LinkStateMessage(state)))
     {
-        told = state;
-        Give(id, LinkStateMessage(state));
+        participant.toldState = state;
     }
 }
 
@@ -425,20 +438,22 @@ void Hub::ToAllBut(Id sender, const Message& message)
     }
 }
 
-void Hub::Give(Id id, const Message& message)
+// False if it is lost.
+bool Hub::Give(Id id, const Message& message)
 {
     Participant& participant = *participants[id];
     if (participant.isLeaving)
     {
-        return;
+        return false;
     }
     if (!participant.Messages().Put(message))
     {
         ++participant.counters.lost;
         ++counters.lost;
-        return; // whoever has lost a message has had news
+        return false; // whoever has lost a message has had news
     }
     News(id);
+    return true;
 }
 
 void Hub::News(Id id)

@@ -27,8 +27,8 @@ namespace OrvelGateway
 /// - Due, to know when OnTime is to be called although nothing comes.
 ///
 /// All memory is taken when a participant connects: 310 KB of addresses for each, of which those pages are used that its
-/// backlog has needed; one that reads what it gets uses about 16 KB. With 64 programs it is 20 MB at the very most. Nothing
-/// else here uses the heap.
+/// backlog has needed; one that reads what it gets uses about 16 KB. With 64 programs it is 20 MB at the very most, and as much
+/// again if as many have left and their requests wait. Nothing else here uses the heap.
 class Hub
 {
 public:
@@ -46,7 +46,7 @@ public:
     enum class Link
     {
         Lost,     ///< also while no daemon runs
-        Settling, ///< a daemon's queues are there, and it has not told yet that the link is usable: requests wait
+        Settling, ///< a daemon's queues were found, and nothing has come from them yet: requests wait
         Usable
     };
 
@@ -57,8 +57,8 @@ public:
 
     // Participants.
 
-    /// Nothing if there are as many as may be. The first message that waits for a program is the state of the link, as soon as
-    /// that is known.
+    /// Nothing if there are as many as may be, or if as many have left and their requests still wait. The first message that
+    /// waits for a program is the state of the link, as soon as that is known.
     std::optional<Id> ConnectProgram();
 
     /// Once, besides the programs. The network gets the same messages as a program: each L_Data.ind is for it to send on,
@@ -68,6 +68,9 @@ public:
 
     /// The requests that wait are still sent.
     void Disconnect(Id id);
+
+    /// It is not here for a question only. What waits in the button's queue, such as a press since boot, is for programs that stay.
+    void Stay(Id id);
 
     /// Whether the next packet of this participant should be read. False while too many of its requests wait, or while it
     /// leaves its confirmations unread. When it becomes true again, the participant has news.
@@ -88,11 +91,19 @@ public:
 
     // The daemon.
 
+    /// There are queues that are older than the gateway. Their daemon may have told somebody else that the link is usable. With
+    /// newer ones there is nothing to say: what comes from them tells that a daemon runs.
     void OnDaemonFound(Time now);
     void OnDaemonGone(Time now);
 
     /// A message from "/cemiFromLL". Any bytes will do.
     void OnMessage(const uint8_t* bytes, std::size_t size, Time now);
+
+    /// Whether the button's queue should be read: a program stays to hear of it, and has been told the state of the link.
+    bool TakesButton() const
+    {
+        return link != Link::Settling && staying > 0;
+    }
 
     /// A message from the button's queue.
     void OnButton(uint8_t state);
@@ -120,6 +131,12 @@ public:
         return programs;
     }
 
+    /// All numbers of programs are below this one.
+    std::size_t Places() const
+    {
+        return participants.size() - 1;
+    }
+
     const Counters& Count() const
     {
         return counters;
@@ -133,7 +150,7 @@ private:
 
     void Connect(Id id);
     void SetLink(Link state, Time now);
-    void TellState(Id id);
+    void TellState(Id id, bool hasChanged = false);
     Time LimitOfFront(const Participant& participant) const;
     void RefuseAll();
     void RefuseFront(Id id, uint64_t& why);
@@ -142,19 +159,22 @@ private:
     void OnConfirmation(const Message& message, Time now);
     void CountOnLine(const Message& telegram);
     void ToAllBut(Id sender, const Message& message);
-    void Give(Id id, const Message& message);
+    bool Give(Id id, const Message& message);
     void News(Id id);
     void PopRequest(Id id);
 
     const Settings settings;
     Link link = Link::Lost;
-    Time settledAt;   // when settling ends
-    Time confirmedAt; // by the link for the last time, or when its state changed
-    Time takenAt;     // the same for what it takes
+    Link announced = Link::Lost; // the last state that the participants were told; settling is none
+    bool isDaemonSilent = true;  // has told nothing about its link yet
+    Time settledAt;              // when settling ends
+    Time confirmedAt;            // by the link for the last time, or when its state changed
+    Time takenAt;                // the same for what it takes
     Counters counters;
     std::vector<std::unique_ptr<Participant>> participants; // by id, the network last; null where there is none
     std::vector<Id> news;                                   // has room for all from the beginning
     std::size_t programs = 0;
+    std::size_t staying = 0; // programs
     std::size_t waiting = 0; // requests of all, not counting those in flight
     InFlight inFlight;
     Id turn = 0; // whose request goes next, if it has one

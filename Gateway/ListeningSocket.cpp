@@ -13,10 +13,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string_view>
+#include <thread>
+#include <utility>
 
 namespace OrvelGateway
 {
@@ -70,7 +73,10 @@ std::optional<System::Descriptor> PassedSocket()
         throw Failure(Status::Failed, "what was passed to listen on is not one socket with ListenSequentialPacket=");
     }
     fcntl(FirstPassed, F_SETFD, FD_CLOEXEC);
-    fcntl(FirstPassed, F_SETFL, O_NONBLOCK);
+    if (fcntl(FirstPassed, F_SETFL, O_NONBLOCK) == -1)
+    {
+        Fail("cannot use the socket that was passed"); // to accept would wait for a program
+    }
     for (const char* const name : {"LISTEN_PID", "LISTEN_FDS", "LISTEN_FDNAMES"})
     {
         unsetenv(name); // not for children
@@ -107,7 +113,8 @@ const sockaddr* Generic(const sockaddr_un& address)
     return reinterpret_cast<const sockaddr*>(&address);
 }
 
-// Two gateways that start at once would both find nobody behind a dead socket. While this lives, no other gateway looks.
+// Two gateways that start at once would both find nobody behind a dead socket. While this lives, no other gateway looks. But
+// whoever may list the directory can hold its lock: nobody waits for long.
 class TurnInDirectory
 {
 public:
@@ -120,17 +127,31 @@ public:
         {
             Fail("cannot make the socket " + path);
         }
-        flock(descriptor.Number(), LOCK_EX);
+        const auto limit = std::chrono::steady_clock::now() + Longest;
+        while (flock(descriptor.Number(), LOCK_EX | LOCK_NB) == -1 && std::chrono::steady_clock::now() < limit)
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10)); // waiting for it could have no limit
+        }
     }
 
 private:
+    static constexpr std::chrono::seconds Longest{1}; // another gateway needs some milliseconds
+
     System::Descriptor descriptor;
 };
 
-bool IsServed(const sockaddr_un& address)
+bool IsServed(const std::string& path, const sockaddr_un& address)
 {
     const System::Descriptor probe = NewSocket();
-    return connect(probe.Number(), Generic(address), sizeof address) == 0 || errno != ECONNREFUSED;
+    if (connect(probe.Number(), Generic(address), sizeof address) == 0)
+    {
+        return true;
+    }
+    if (errno == EACCES)
+    {
+        Fail("cannot tell whether another program serves " + path);
+    }
+    return errno != ECONNREFUSED;
 }
 
 void RemoveIfDead(const std::string& path, const sockaddr_un& address)
@@ -146,7 +167,7 @@ void RemoveIfDead(const std::string& path, const sockaddr_un& address)
     {
         throw Failure(Status::Failed, path + " is there already, and is no socket");
     }
-    if (IsServed(address))
+    if (IsServed(path, address))
     {
         throw Failure(Status::InUse, "another program serves " + path);
     }
@@ -185,6 +206,14 @@ System::Descriptor MakeSocket(const std::string& path)
     return made;
 }
 
+std::optional<std::pair<dev_t, ino_t>> FileAt(const std::string& path)
+{
+    struct stat found
+    {
+    };
+    return lstat(path.c_str(), &found) == 0 ? std::optional(std::pair(found.st_dev, found.st_ino)) : std::nullopt;
+}
+
 } // namespace
 
 ListeningSocket::ListeningSocket(const std::string& path)
@@ -197,14 +226,15 @@ ListeningSocket::ListeningSocket(const std::string& path)
     }
     descriptor = MakeSocket(path);
     place = path;
-    made = path;
+    made = FileAt(path);
 }
 
 ListeningSocket::~ListeningSocket()
 {
-    if (!made.empty())
+    // Another gateway may have its own there by now, if somebody removed this one.
+    if (made && FileAt(place) == made)
     {
-        unlink(made.c_str());
+        unlink(place.c_str());
     }
 }
 

@@ -2,7 +2,11 @@
 
 #include "System/Descriptor.h"
 
+#include <sys/types.h>
+
+#include <optional>
 #include <string>
+#include <utility>
 
 namespace OrvelGateway
 {
@@ -37,7 +41,7 @@ public:
 private:
     System::Descriptor descriptor;
     std::string place;
-    std::string made; // the path to remove at the end; empty if there is none
+    std::optional<std::pair<dev_t, ino_t>> made; // what to remove at the end
 };
 
 } // namespace OrvelGateway

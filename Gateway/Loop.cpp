@@ -14,10 +14,27 @@
 namespace OrvelGateway
 {
 
+namespace
+{
+
+bool IsIgnored(int signal)
+{
+    struct sigaction action
+    {
+    };
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+} // namespace
+
 struct Loop::Implementation
 {
     Implementation()
     {
+        if (!IsIgnored(SIGHUP))
+        {
+            signals.add(SIGHUP);
+        }
         signals.async_wait(
             [this](const asio::error_code& error, int signal)
             {

@@ -7,8 +7,8 @@
 namespace OrvelGateway
 {
 
-/// Waits for everything at once, in one thread, and calls what was asked for. From its making on, SIGINT and SIGTERM only end
-/// Run, also if they come before it. The event library is hidden in here.
+/// Waits for everything at once, in one thread, and calls what was asked for. From its making on, SIGINT, SIGTERM and SIGHUP
+/// only end Run, also if they come before it; SIGHUP stays ignored if it was, as by nohup. The event library is hidden in here.
 class Loop
 {
 public:
@@ -18,7 +18,7 @@ public:
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
 
-    /// Until SIGINT or SIGTERM comes; gives its number.
+    /// Until such a signal comes; gives its number.
     int Run();
 
     struct Implementation;

@@ -31,10 +31,15 @@ public:
         return ring.Count();
     }
 
+    bool HasRoom() const
+    {
+        return ring.Count() < Messages;
+    }
+
     /// False if it is lost.
     bool Put(const Message& message)
     {
-        if (ring.Count() >= Messages)
+        if (!HasRoom())
         {
             lost = static_cast<uint16_t>(std::min(lost + 1, UINT16_MAX));
             return false;

@@ -6,7 +6,6 @@
 #include "Loop.h"
 #include "Options.h"
 #include "Server.h"
-#include "Version.h"
 
 #include <log4cplus/loggingmacros.h>
 
@@ -19,6 +18,11 @@ using namespace OrvelGateway;
 namespace
 {
 
+const char* NameOf(int stopSignal)
+{
+    return stopSignal == SIGINT ? "SIGINT" : stopSignal == SIGTERM ? "SIGTERM" : "SIGHUP";
+}
+
 void Run(const Options& options)
 {
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); // a log that nobody reads any more does not end the gateway
@@ -29,7 +33,8 @@ void Run(const Options& options)
     // cppcheck-suppress unreadVariable ; it serves while the loop runs
     Server server(loop, options, listening);
     LOG4CPLUS_INFO(logger, "Serving programs on " << listening.Place());
-    const char* const reason = loop.Run() == SIGINT ? "SIGINT" : "SIGTERM";
+    const char* const reason =
+        NameOf(loop.Run()); // first: the line would be begun, and the lines meanwhile written into it
     LOG4CPLUS_INFO(logger, "Stopped by " << reason);
 }
 
@@ -40,18 +45,11 @@ int main(int argc, char** argv)
     try
     {
         const Options options = ParseOptions(argc, argv);
-        switch (options.mode)
+        if (options.print.empty())
         {
-        case Options::Mode::Help:
-            std::printf("%s\n", options.help.c_str());
-            break;
-        case Options::Mode::Version:
-            std::fputs(OrvelVersion::VersionText("orvel-gateway").c_str(), stdout);
-            break;
-        case Options::Mode::Run:
             Run(options);
-            break;
         }
+        std::fputs(options.print.c_str(), stdout);
         return static_cast<int>(Status::Done);
     }
     catch (const Failure& failure)

@@ -4,6 +4,7 @@
 #include "System/ThrowErrno.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -86,6 +87,7 @@ void AddPrograms(Text& text, const Figures& figures)
     text.Gauge("programs", "Programs that are connected.", figures.programs.size());
     text.Counter("refused_connections", "Connections beyond those that may be.", figures.count.programsRefused);
     text.Counter("invalid_packets", "Packets of programs that were no message.", figures.count.invalid);
+    text.Counter("delivered_messages", "Messages that programs and the network have taken.", figures.count.delivered);
     text.Counter("lost_messages", "Messages for which the buffer of a program had no room.", figures.count.lost);
     text.Family("program_lost_messages", "counter", "The same for each program that is connected.");
     for (const auto& program : figures.programs)
@@ -130,6 +132,9 @@ std::string ToOpenMetrics(const Figures& figures)
     text.Sample(count.refused, R"(outcome="refused")");
     text.Sample(count.refusedAtOnce, R"(outcome="refused_without_link")");
     text.Sample(count.timedOut, R"(outcome="timed_out")");
+    text.Counter("dropped_frames", "Other frames that came without a link.", count.dropped);
+    text.Counter("unexpected_confirmations", "Confirmations that no request waited for.", count.unexpected);
+    text.Counter("button_messages", "Messages of the programming button.", count.buttons);
     AddPrograms(text, figures);
     text.Gauge("link_up", "1 while the link to the bus is usable.", figures.linkUp ? 1 : 0);
     text.Counter("link_losses", "Times that the link was lost.", count.linkLosses);
@@ -145,17 +150,21 @@ std::string ToOpenMetrics(const Figures& figures)
 void WriteWhole(const std::string& file, const std::string& text)
 {
     const std::string unfinished = file + ".new";
-    System::Descriptor output(open(unfinished.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644));
+    System::Descriptor output(
+        open(unfinished.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0644));
     if (!output.IsOpen())
     {
         System::ThrowErrno("cannot write " + unfinished);
     }
-    if (write(output.Number(), text.data(), text.size()) != static_cast<ssize_t>(text.size()))
+    const ssize_t written = write(output.Number(), text.data(), text.size());
+    if (written != static_cast<ssize_t>(text.size()))
     {
-        const int error = errno;
+        const int error = written == -1 ? errno : ENOSPC; // for the rest
         unlink(unfinished.c_str());
         System::ThrowErrno("cannot write " + unfinished, error);
     }
+    // A monitoring system is another user, and the mask of a service may shut others out. A refusal leaves the file as it is.
+    static_cast<void>(fchmod(output.Number(), 0644));
     output.Close();
     if (rename(unfinished.c_str(), file.c_str()) == -1)
     {

@@ -30,7 +30,8 @@ struct Figures
     Counters count;
     std::vector<Program> programs; ///< those that are connected
     bool linkUp = false;
-    double busLoad = 0; ///< per cent
+    double busLoad = 0;   ///< per cent
+    uint64_t changes = 0; ///< of the link, and of who is connected, so far
     std::optional<Network> network;
 };
 

@@ -19,8 +19,13 @@ MetricsWriter::MetricsWriter(std::string metricsFile, Clock::time_point now)
 
 void MetricsWriter::Write(Figures figures, Clock::time_point now)
 {
-    nextWrite = std::max(nextWrite + Period, now);
-    figures.busLoad = busLoad.Take(figures.count.timeOnLine, now);
+    if (now >= nextWrite)
+    {
+        nextWrite = std::max(nextWrite + Period, now);
+        load = busLoad.Take(figures.count.timeOnLine, now);
+    }
+    figures.busLoad = load;
+    written = figures.changes;
     std::string why;
     try
     {

@@ -6,6 +6,7 @@
 #include <log4cplus/logger.h>
 
 #include <chrono>
+#include <cstdint>
 #include <string>
 
 namespace OrvelGateway
@@ -22,20 +23,23 @@ public:
     /// Without a file this does nothing.
     MetricsWriter(std::string metricsFile, Clock::time_point now);
 
-    bool IsDue(Clock::time_point now) const
+    /// Once in each period, and whenever there have been other `changes` (those of the figures) than were written.
+    bool IsDue(Clock::time_point now, uint64_t changes) const
     {
-        return !file.empty() && now >= nextWrite;
+        return !file.empty() && (now >= nextWrite || changes != written);
     }
 
-    /// Fills in the bus load, and writes. A failure is logged once, and again when its reason changes.
+    /// Fills in the bus load of the last whole period, and writes. A failure is logged once, and again when its reason changes.
     void Write(Figures figures, Clock::time_point now);
 
 private:
     const std::string file;
     log4cplus::Logger logger;
     BusLoad busLoad;
+    double load = 0; // per cent, of the last period
     Clock::time_point nextWrite;
-    std::string told; // why the file could not be written the last time
+    uint64_t written = 0; // changes
+    std::string told;     // why the file could not be written the last time
 };
 
 } // namespace OrvelGateway

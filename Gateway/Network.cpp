@@ -119,7 +119,10 @@ void Network::Tell(const RoutingPort::Note& note)
     switch (note.kind)
     {
     case RoutingPort::Note::Lost:
-        LOG4CPLUS_WARN_FMT(logger, "Lost %llu telegrams from the network, %llu so far", number, total);
+        if (Knx::IsWorthTelling(++losses)) // the others are told each time
+        {
+            LOG4CPLUS_WARN_FMT(logger, "Lost %llu telegrams from the network, %llu so far", number, total);
+        }
         break;
     case RoutingPort::Note::OthersLost:
         LOG4CPLUS_WARN_FMT(logger, "Another router lost %llu telegrams, all of them %llu so far", number, total);

@@ -7,6 +7,7 @@
 
 #include <log4cplus/logger.h>
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -74,6 +75,7 @@ private:
     System::Descriptor readable; // an epoll instance, with the socket in it while there is one
     std::optional<Knx::MulticastSocket> socket;
     std::string whyNotJoined; // as it was logged
+    uint64_t losses = 0;      // how often the others were told that telegrams were lost
     NetworkRouter router;
 };
 

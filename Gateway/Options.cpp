@@ -1,14 +1,11 @@
 #include "Options.h"
 
 #include "Failure.h"
+#include "Version.h"
 
-#include <cxxopts.hpp>
+#include "Arguments/Parser.h"
 
-#include <algorithm>
-#include <charconv>
 #include <climits>
-#include <cstring>
-#include <exception>
 
 namespace OrvelGateway
 {
@@ -16,141 +13,43 @@ namespace OrvelGateway
 namespace
 {
 
-constexpr std::size_t MaxArgument = 4096; // bytes; the parser takes stack for each
 constexpr std::size_t MaxPrograms = 1000; // fewer than a process may usually have descriptors
 constexpr double LeastTimeout = 0.1;      // s
 constexpr double MostTimeout = 3600;      // s
 
-// The parser is the one of all programs here: whoever knows the options of one knows how those of the others are written.
-cxxopts::Options Definitions()
+std::string QueueNameIn(const std::string& text)
 {
-    cxxopts::Options definitions("orvel-gateway", "Gives the bus to many programs at once.\n");
-    definitions.custom_help("[OPTION...]");
-    // clang-format off
-    definitions.add_options()
-        ("h,help", "Print this help message and exit.")
-        ("v,version", "Print version and revision and exit.")
-        ("l,log_config_file", "Specify the log configuration file.", cxxopts::value<std::string>())
-        ("socket", "Serve programs at this path unless the service manager passes a socket, "
-            "default is: " ORVEL_GATEWAY_SOCKET, cxxopts::value<std::string>())
-        ("clients", "Serve so many programs at once, default is: 64", cxxopts::value<std::string>())
-        ("confirm-timeout", "Refuse a request that the link does not confirm within so many seconds, default is: 3",
-            cxxopts::value<std::string>())
-        ("knxip", "Join the bus to KNXnet/IP routing: INTERFACE, or INTERFACE/GROUP where the multicast group is not "
-            "224.0.23.12. Whoever reaches this network can use the bus.", cxxopts::value<std::string>())
-        ("from-ip", "Let only these groups pass from the network to the bus: 1/2/0-255,3/1/7,4/*",
-            cxxopts::value<std::string>())
-        ("to-ip", "Let only these groups pass from the bus to the network.", cxxopts::value<std::string>())
-        ("programming", "With --knxip: let telegrams to one device and broadcasts pass too, which program devices.")
-        ("metrics", "Write numbers for a monitoring system to this file every 10 s: OpenMetrics.",
-            cxxopts::value<std::string>())
-        ("button-queue", "The queue of the programming button, default is: " ORVEL_PROG_BUTTON_QUEUE,
-            cxxopts::value<std::string>());
-    // clang-format on
-    return definitions;
+    if (text.size() < 2 || text.size() > NAME_MAX + 1 || text.rfind('/') != 0)
+    {
+        throw Arguments::Wrong("takes a name that begins with / and has no other, not '" + text + "'");
+    }
+    return text;
 }
 
-[[noreturn]] void Reject(const std::string& why)
+std::chrono::milliseconds TimeoutIn(const std::string& text)
 {
-    throw Failure(Status::WrongOption, why);
+    const std::chrono::duration<double> timeout(Arguments::NumberIn(text, LeastTimeout, MostTimeout, " seconds"));
+    return std::chrono::round<std::chrono::milliseconds>(timeout);
 }
 
-using Given = cxxopts::ParseResult;
-
-std::string TextOr(const std::string& otherwise, const Given& given, const char* option)
+void AddNetwork(Arguments::Parser& parser, Network::Settings& settings)
 {
-    return given.count(option) != 0 ? given[option].as<std::string>() : otherwise;
-}
-
-template<typename Number>
-Number NumberOr(Number otherwise, const Given& given, const char* option, Number least, Number most,
-                const std::string& takes)
-{
-    if (given.count(option) == 0)
+    parser.Option(
+        "--knxip", [&settings](const std::string& text) { settings.place = Knx::ParseMulticastPlace(text); },
+        "Join the bus to KNXnet/IP routing: INTERFACE, or INTERFACE/GROUP where the multicast group is not "
+        "224.0.23.12. "
+        "Whoever reaches this network can use the bus.");
+    parser.Option(
+        "--from-ip", [&settings](const std::string& text) { settings.routing.fromNetwork = Knx::GroupRanges(text); },
+        "Let only these groups pass from the network to the bus: 1/2/0-255,3/1/7,4/*");
+    parser.Option(
+        "--to-ip", [&settings](const std::string& text) { settings.routing.toNetwork = Knx::GroupRanges(text); },
+        "Let only these groups pass from the bus to the network.");
+    parser.Flag("--programming", settings.routing.programming,
+                "With --knxip: let telegrams to one device and broadcasts pass too, which program devices.");
+    for (const char* const option : {"--from-ip", "--to-ip", "--programming"})
     {
-        return otherwise;
-    }
-    const auto text = given[option].as<std::string>();
-    const char* const end = text.data() + text.size();
-    Number number{};
-    const auto result = std::from_chars(text.data(), end, number);
-    if (result.ec != std::errc() || result.ptr != end || !(number >= least && number <= most))
-    {
-        Reject(std::string("--") + option + " takes " + takes + ", not '" + text + "'");
-    }
-    return number;
-}
-
-std::string QueueName(const Given& given, const std::string& otherwise)
-{
-    std::string name = TextOr(otherwise, given, "button-queue");
-    if (name.size() < 2 || name.size() > NAME_MAX + 1 || name.rfind('/') != 0)
-    {
-        Reject("--button-queue takes a name that begins with / and has no other, not '" + name + "'");
-    }
-    return name;
-}
-
-// What `parse` makes of the option's text. The field's own complaints say what is wrong with it.
-template<typename Function>
-auto Parsed(const Given& given, const char* option, Function parse)
-{
-    const auto text = given[option].as<std::string>();
-    try
-    {
-        return parse(text);
-    }
-    catch (const std::exception& failure)
-    {
-        Reject(std::string("--") + option + ": " + failure.what());
-    }
-}
-
-Knx::GroupRanges Groups(const Given& given, const char* option)
-{
-    return given.count(option) == 0 ? Knx::GroupRanges()
-                                    : Parsed(given, option, [](const auto& text) { return Knx::GroupRanges(text); });
-}
-
-std::optional<Network::Settings> NetworkSettings(const Given& given)
-{
-    if (given.count("knxip") == 0)
-    {
-        for (const char* const option : {"from-ip", "to-ip", "programming"})
-        {
-            if (given.count(option) != 0)
-            {
-                Reject(std::string("--") + option + " needs --knxip");
-            }
-        }
-        return std::nullopt;
-    }
-    Network::Settings settings;
-    settings.place = Parsed(given, "knxip", Knx::ParseMulticastPlace);
-    settings.routing.programming = given.count("programming") != 0;
-    settings.routing.fromNetwork = Groups(given, "from-ip");
-    settings.routing.toNetwork = Groups(given, "to-ip");
-    return settings;
-}
-
-Given Parse(cxxopts::Options& definitions, int argc, const char* const* argv)
-{
-    if (std::any_of(argv, argv + argc, [](const char* argument) { return std::strlen(argument) > MaxArgument; }))
-    {
-        Reject("argument of more than " + std::to_string(MaxArgument) + " bytes");
-    }
-    try
-    {
-        Given given = definitions.parse(argc, argv);
-        if (!given.unmatched().empty())
-        {
-            Reject("'" + given.unmatched()[0] + "' is not understood");
-        }
-        return given;
-    }
-    catch (const cxxopts::exceptions::exception& rejected)
-    {
-        Reject(rejected.what());
+        parser.Need(option, "--knxip");
     }
 }
 
@@ -158,30 +57,41 @@ Given Parse(cxxopts::Options& definitions, int argc, const char* const* argv)
 
 Options ParseOptions(int argc, const char* const* argv)
 {
-    cxxopts::Options definitions = Definitions();
-    const Given given = Parse(definitions, argc, argv);
     Options options;
-    if (given.count("help") != 0)
+    Network::Settings network;
+    Arguments::Parser parser("orvel-gateway", "[OPTION...]", "Gives the bus to many programs at once.");
+    parser.Version(OrvelVersion::VersionText("orvel-gateway"));
+    parser.Option("-l,--log_config_file", options.logConfigFile, "Specify the log configuration file.");
+    parser.Option("--socket", options.socket,
+                  "Serve programs at this path unless the service manager passes a socket, "
+                  "default is: " ORVEL_GATEWAY_SOCKET);
+    parser.Number<std::size_t>("--clients", options.hub.programs, 1, MaxPrograms,
+                               "Serve so many programs at once, default is: 64");
+    parser.Option(
+        "--confirm-timeout", [&options](const std::string& text) { options.hub.confirmTimeout = TimeoutIn(text); },
+        "Refuse a request that the link does not confirm within so many seconds, default is: 3");
+    AddNetwork(parser, network);
+    parser.Option("--metrics", options.metrics,
+                  "Write numbers for a monitoring system to this file every 10 s: OpenMetrics.");
+    parser.Option(
+        "--button-queue", [&options](const std::string& text) { options.buttonQueue = QueueNameIn(text); },
+        "The queue of the programming button, default is: " ORVEL_PROG_BUTTON_QUEUE);
+    try
     {
-        options.mode = Options::Mode::Help;
-        options.help = definitions.help();
-        return options;
+        if (const auto text = parser.Parse(argc, argv))
+        {
+            options.print = *text; // and nothing else: the other options were not looked at
+            return options;
+        }
     }
-    if (given.count("version") != 0)
+    catch (const Arguments::Wrong& wrong)
     {
-        options.mode = Options::Mode::Version;
-        return options;
+        throw Failure(Status::WrongOption, wrong.what());
     }
-    options.socket = TextOr(options.socket, given, "socket");
-    options.buttonQueue = QueueName(given, options.buttonQueue);
-    options.logConfigFile = TextOr("", given, "log_config_file");
-    options.metrics = TextOr("", given, "metrics");
-    options.network = NetworkSettings(given);
-    options.hub.programs = NumberOr<std::size_t>(options.hub.programs, given, "clients", 1, MaxPrograms, "1 to 1000");
-    const std::chrono::duration<double> timeout(
-        NumberOr(std::chrono::duration<double>(options.hub.confirmTimeout).count(), given, "confirm-timeout",
-                 LeastTimeout, MostTimeout, "0.1 to 3600 seconds"));
-    options.hub.confirmTimeout = std::chrono::round<std::chrono::milliseconds>(timeout);
+    if (parser.Has("--knxip"))
+    {
+        options.network = network;
+    }
     return options;
 }
 

@@ -70,6 +70,7 @@ public:
     ParticipantCounters counters;
     uint16_t toldState = 0; ///< of the link; 0: none yet
     bool isNetwork = false;
+    bool stays = false; ///< as Hub::Stay says
     bool hasNews = false;
     bool isLeaving = false; ///< has disconnected, and requests of it still wait
 

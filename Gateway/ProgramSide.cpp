@@ -18,29 +18,43 @@ namespace
 {
 
 // Of one program, or of new ones, before others get their turn.
-constexpr int Batch = 16;
+constexpr std::size_t Batch = 16;
 
 // A program that makes trouble has one line of each kind in it, at most.
 constexpr std::chrono::seconds ReportPeriod{1};
 
 } // namespace
 
-ProgramSide::ProgramSide(Loop& eventLoop, Hub& servedHub, std::size_t mostPrograms,
-                         const ListeningSocket& listeningSocket, std::function<void()> onEvent)
+ProgramSide::ProgramSide(Loop& eventLoop, Hub& servedHub, const ListeningSocket& listeningSocket,
+                         std::function<void()> onEvent)
     : loop(eventLoop)
     , hub(servedHub)
     , listening(listeningSocket)
     , tell(std::move(onEvent))
     , logger(log4cplus::Logger::getInstance("Programs"))
     , watch(loop, listening.Descriptor(), [this] { OnConnections(); })
-    , programs(mostPrograms)
+    , programs(hub.Places())
 {
-    watch.AwaitReadable();
+    if (Accept(programs.size()))
+    {
+        watch.AwaitReadable();
+    }
 }
 
 void ProgramSide::OnConnections()
 {
-    for (int count = 0; count < Batch; ++count)
+    const bool goesOn = Accept(Batch);
+    tell();
+    if (goesOn)
+    {
+        watch.AwaitReadable();
+    }
+}
+
+// False if the system cannot: waiting would only fail again at once, so it has to wait until Look.
+bool ProgramSide::Accept(std::size_t most)
+{
+    for (std::size_t count = 0; count < most; ++count)
     {
         System::Descriptor accepted = listening.Accept();
         if (accepted.IsOpen())
@@ -56,12 +70,10 @@ void ProgramSide::OnConnections()
         if (error != EINTR && error != ECONNABORTED)
         {
             LOG4CPLUS_ERROR(logger, "Cannot accept a program: " << strerror(error));
-            tell();
-            return; // until Look: waiting would only fail again at once
+            return false;
         }
     }
-    tell();
-    watch.AwaitReadable();
+    return true;
 }
 
 // Who finds no place is told by the end of the connection.
@@ -80,6 +92,7 @@ void ProgramSide::Admit(System::Descriptor accepted)
             std::move(accepted), loop, [this, id = *id] { OnReadable(id); }, [this, id = *id] { OnWritable(id); });
         program->who = program->socket.Who();
         program->watch.AwaitReadable();
+        ++changes;
         LOG4CPLUS_DEBUG(logger, "Program " << program->who << " has connected; there are " << hub.Programs());
     }
     catch (const std::exception& failure) // there is no memory, or the loop has no room
@@ -99,7 +112,7 @@ void ProgramSide::OnReadable(Hub::Id id)
     std::array<uint8_t, ProgramSocket::MaxPacket> packet;
     std::size_t size = 0;
     auto result = ProgramSocket::Result::Done;
-    for (int count = 0; count < Batch && hub.CanSend(id); ++count)
+    for (std::size_t count = 0; count < Batch && hub.CanSend(id); ++count)
     {
         result = program.socket.Receive(packet.data(), size);
         if (result == ProgramSocket::Result::Ended)
@@ -165,6 +178,10 @@ void ProgramSide::Look(Time now)
     {
         if (programs[id])
         {
+            if (std::exchange(programs[id]->isSeen, true))
+            {
+                hub.Stay(id);
+            }
             Report(*programs[id], hub.Count(id), now);
             Serve(id);
         }
@@ -209,6 +226,7 @@ void ProgramSide::Part(Hub::Id id)
     LOG4CPLUS_DEBUG(logger, "Program " << program.who << " has left");
     programs[id].reset();
     hub.Disconnect(id);
+    ++changes;
 }
 
 } // namespace OrvelGateway

@@ -9,6 +9,7 @@
 #include <log4cplus/logger.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -39,12 +40,12 @@ public:
         Time reportedAt;
         bool isRead = true;  ///< or not, until the hub has room for its requests, or the system can
         bool isFull = false; ///< its socket, until it has read something
+        bool isSeen = false; ///< by Look; by the next one it stays
         bool isDeaf = false; ///< has closed its socket; what it sent before is still read
     };
 
-    /// `onEvent` is called after the hub has been given something.
-    ProgramSide(Loop& eventLoop, Hub& servedHub, std::size_t mostPrograms, const ListeningSocket& listeningSocket,
-                std::function<void()> onEvent);
+    /// Takes in the programs that wait already. `onEvent` is called after the hub has been given something later.
+    ProgramSide(Loop& eventLoop, Hub& servedHub, const ListeningSocket& listeningSocket, std::function<void()> onEvent);
 
     /// Gives a program what the hub has for it; gives back how many messages it took.
     std::size_t Serve(Hub::Id id);
@@ -59,8 +60,15 @@ public:
         return programs;
     }
 
+    /// How often one has come or gone.
+    uint64_t Changes() const
+    {
+        return changes;
+    }
+
 private:
     void OnConnections();
+    bool Accept(std::size_t most);
     void Admit(System::Descriptor accepted);
     void OnReadable(Hub::Id id);
     void OnWritable(Hub::Id id);
@@ -75,6 +83,7 @@ private:
     log4cplus::Logger logger;
     Watch watch; // of the listening socket
     std::vector<std::unique_ptr<Program>> programs;
+    uint64_t changes = 0;
     ParticipantCounters left; // of programs that have left, what has not been reported
     std::string whoLeft;      // the last of them
 };

@@ -34,7 +34,7 @@ Server::Server(Loop& loop, const Options& options, const ListeningSocket& listen
     , tick(loop, [this] { OnTick(); })
     , due(loop, [this] { OnDue(); })
     , daemon(loop, hub, options.buttonQueue, [this] { HandOut(); })
-    , programs(loop, hub, options.hub.programs, listening, [this] { HandOut(); })
+    , programs(loop, hub, listening, [this] { HandOut(); })
     , metrics(options.metrics, Now())
 {
     if (options.network)
@@ -42,6 +42,7 @@ Server::Server(Loop& loop, const Options& options, const ListeningSocket& listen
         network.emplace(loop, hub, *options.network, [this] { HandOut(); });
     }
     tick.Set(Now() + TickPeriod);
+    daemon.Read(Now()); // what waits is for the programs that have waited too
     HandOut();
 }
 
@@ -92,7 +93,7 @@ void Server::OnTick()
     {
         network->Look();
     }
-    if (metrics.IsDue(now))
+    if (metrics.IsDue(now, programs.Changes() + linkChanges))
     {
         metrics.Write(Present(), now);
     }
@@ -129,6 +130,7 @@ void Server::TellLink()
         return;
     }
     told = hub.State();
+    ++linkChanges;
     if (told == Hub::Link::Usable)
     {
         LOG4CPLUS_INFO(logger, "The link is usable");
@@ -144,6 +146,7 @@ Figures Server::Present() const
     Figures figures;
     figures.count = hub.Count();
     figures.linkUp = hub.State() == Hub::Link::Usable;
+    figures.changes = programs.Changes() + linkChanges;
     for (Hub::Id id = 0; id < programs.Programs().size(); ++id)
     {
         if (const auto& program = programs.Programs()[id])

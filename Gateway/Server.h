@@ -11,6 +11,7 @@
 
 #include <log4cplus/logger.h>
 
+#include <cstdint>
 #include <optional>
 
 namespace OrvelGateway
@@ -42,6 +43,7 @@ private:
     Hub::Time dueAt = Hub::Time::max(); // when the timer calls; the maximum while it is not set
     Counters reported;                  // in the log
     Hub::Link told = Hub::Link::Lost;   // in the log
+    uint64_t linkChanges = 0;           // that were told
     DaemonSide daemon;
     ProgramSide programs;
     std::optional<NetworkSide> network;

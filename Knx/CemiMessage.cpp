@@ -86,17 +86,22 @@ public:
 private:
     bool Has(std::size_t size, const char* what)
     {
-        if (size <= Left())
+        const bool isThere = size <= Left();
+        if (!isThere)
         {
-            return true;
+            CutOff(what);
         }
+        return isThere;
+    }
+
+    void CutOff(const char* what)
+    {
         if (!isCut)
         {
             message.problems.push_back(std::string("ends before ") + what);
             message.payload = TakeRest();
         }
         isCut = true;
-        return false;
     }
 
     const Bytes& bytes;
@@ -109,19 +114,19 @@ private:
 class Decoder
 {
 public:
-    explicit Decoder(const Bytes& bytes)
-        : reader(bytes, message)
+    Decoder(const Bytes& bytes, CemiMessage& decoded)
+        : message(decoded)
+        , reader(bytes, decoded)
     {
     }
 
-    CemiMessage Run()
+    void Run()
     {
         message.code = reader.Byte("the message code");
         if (message.code)
         {
             DecodeBody(static_cast<MessageCode>(*message.code));
         }
-        return std::move(message);
     }
 
 private:
@@ -328,7 +333,7 @@ private:
         message.problems.push_back(std::move(problem));
     }
 
-    CemiMessage message;
+    CemiMessage& message;
     Reader reader;
 };
 
@@ -347,7 +352,9 @@ std::optional<std::size_t> PlaceOfControl1(const Bytes& message)
 
 CemiMessage Decode(const Bytes& bytes)
 {
-    return Decoder(bytes).Run();
+    CemiMessage message;
+    Decoder(bytes, message).Run();
+    return message;
 }
 
 } // namespace Knx

@@ -1,8 +1,8 @@
 #include "Knx/CemiNames.h"
 
 #include "Knx/CemiMessage.h"
+#include "Knx/TextBuffer.h"
 
-#include <algorithm>
 #include <array>
 
 namespace Knx
@@ -14,8 +14,35 @@ namespace
 struct Name
 {
     unsigned number;
-    const char* name;
+    std::string_view name;
 };
+
+// Finds names by their number without a search.
+template<std::size_t Numbers>
+class NameTable
+{
+public:
+    template<std::size_t Size>
+    constexpr explicit NameTable(const std::array<Name, Size>& list)
+    {
+        for (const Name& entry : list)
+        {
+            names[entry.number] = entry.name;
+        }
+    }
+
+    // Empty where there is none.
+    constexpr std::string_view At(unsigned number) const
+    {
+        return names.at(number);
+    }
+
+private:
+    std::array<std::string_view, Numbers> names{};
+};
+
+constexpr std::size_t Bytewide = 256;
+constexpr std::size_t ApciCount = 1024;
 
 constexpr unsigned Number(MessageCode code)
 {
@@ -57,25 +84,25 @@ constexpr std::array PropertyErrors{
     Name{0x06, "illegal command"},      Name{0x07, "no such property"}, Name{0x08, "type conflict"},
     Name{0x09, "no such index"},        Name{0x0A, "not writable now"}};
 
-constexpr std::array<const char*, 4> Priorities{"system", "normal", "urgent", "low"};
+constexpr std::array<std::string_view, 4> Priorities{"system", "normal", "urgent", "low"};
 
 // Of the first four bits of the APCI.
-constexpr std::array<const char*, 16> ShortServices{"A_GroupValue_Read",
-                                                    "A_GroupValue_Response",
-                                                    "A_GroupValue_Write",
-                                                    "A_IndividualAddress_Write",
-                                                    "A_IndividualAddress_Read",
-                                                    "A_IndividualAddress_Response",
-                                                    "A_ADC_Read",
-                                                    "A_ADC_Response",
-                                                    "A_Memory_Read",
-                                                    "A_Memory_Response",
-                                                    "A_Memory_Write",
-                                                    "", // those with all ten bits only, and users' own
-                                                    "A_DeviceDescriptor_Read",
-                                                    "A_DeviceDescriptor_Response",
-                                                    "A_Restart",
-                                                    ""};
+constexpr std::array<std::string_view, 16> ShortServices{"A_GroupValue_Read",
+                                                         "A_GroupValue_Response",
+                                                         "A_GroupValue_Write",
+                                                         "A_IndividualAddress_Write",
+                                                         "A_IndividualAddress_Read",
+                                                         "A_IndividualAddress_Response",
+                                                         "A_ADC_Read",
+                                                         "A_ADC_Response",
+                                                         "A_Memory_Read",
+                                                         "A_Memory_Response",
+                                                         "A_Memory_Write",
+                                                         "", // those with all ten bits only, and users' own
+                                                         "A_DeviceDescriptor_Read",
+                                                         "A_DeviceDescriptor_Response",
+                                                         "A_Restart",
+                                                         ""};
 
 constexpr std::array LongServices{Name{0x1C8, "A_SystemNetworkParameter_Read"},
                                   Name{0x1C9, "A_SystemNetworkParameter_Response"},
@@ -150,50 +177,57 @@ constexpr std::array LongServices{Name{0x1C8, "A_SystemNetworkParameter_Read"},
                                   Name{0x3F0, "A_FileStream_InfoReport"},
                                   Name{0x3F1, "A_SecureService"}};
 
-template<typename Table>
-std::string Find(const Table& table, unsigned number)
-{
-    const auto found =
-        std::find_if(table.begin(), table.end(), [number](const Name& entry) { return entry.number == number; });
-    return found == table.end() ? "" : found->name;
-}
+constexpr NameTable<Bytewide> MessageCodeNames(MessageCodes);
+constexpr NameTable<Bytewide> InfoNames(Infos);
+constexpr NameTable<Bytewide> PropertyErrorNames(PropertyErrors);
+constexpr NameTable<ApciCount> LongServiceNames(LongServices);
 
-std::string OrNumber(const std::string& name, uint8_t number)
+std::string OrNumber(std::string_view name, uint8_t number)
 {
-    return name.empty() ? HexNumber(number, 2) : name;
+    return name.empty() ? HexNumber(number, 2) : std::string(name);
 }
 
 } // namespace
 
-std::string NameOfMessageCode(uint8_t code)
+std::string_view NameOfMessageCode(uint8_t code)
 {
-    return Find(MessageCodes, code);
+    return MessageCodeNames.At(code);
 }
 
 std::string NameOfInfo(uint8_t type)
 {
-    return OrNumber(Find(Infos, type), type);
+    return OrNumber(InfoNames.At(type), type);
 }
 
-std::string NameOfPriority(unsigned priority)
+std::string_view NameOfPriority(unsigned priority)
 {
     return Priorities.at(priority);
 }
 
 std::string NameOfPropertyError(uint8_t error)
 {
-    return OrNumber(Find(PropertyErrors, error), error);
+    return OrNumber(PropertyErrorNames.At(error), error);
 }
 
 std::string IndividualAddress(uint16_t address)
 {
-    return std::to_string(address >> 12U) + "." + std::to_string((address >> 8U) & 0x0FU) + "." +
-           std::to_string(address & 0xFFU);
+    TextBuffer text;
+    AddIndividualAddress(text, address);
+    return std::string(text.Text());
+}
+
+void AddIndividualAddress(TextBuffer& text, uint16_t address)
+{
+    text.AddNumber(address >> 12U);
+    text.Add('.');
+    text.AddNumber((address >> 8U) & 0x0FU);
+    text.Add('.');
+    text.AddNumber(address & 0xFFU);
 }
 
 Service ServiceOf(uint16_t apci)
 {
-    if (std::string name = Find(LongServices, apci); !name.empty())
+    if (const std::string_view name = LongServiceNames.At(apci); !name.empty())
     {
         return {name, false, 0};
     }

@@ -2,10 +2,10 @@
 
 #include "Knx/CemiNames.h"
 #include "Knx/GroupAddress.h"
+#include "Knx/TextBuffer.h"
 
 #include <array>
 #include <string_view>
-#include <utility>
 
 namespace Knx
 {
@@ -29,35 +29,69 @@ bool IsTransport(const CemiMessage& cemi)
            cemi.Is(MessageCode::TDataIndividualReq) || cemi.Is(MessageCode::TDataIndividualInd);
 }
 
-std::string ControlName(const CemiMessage& cemi)
+// Empty where the message code says it already, and of a control service that has no name.
+std::string_view KnownTransport(const CemiMessage& cemi)
 {
-    static const std::array<const char*, 4> unnumbered{"T_Connect", "T_Disconnect", "", ""};
-    static const std::array<const char*, 4> numbered{"", "", "T_ACK", "T_NAK"};
-    const std::string name = (cemi.IsNumbered() ? numbered : unnumbered).at(cemi.ControlService());
-    return name.empty() ? "T_Control_" + HexNumber(*cemi.tpci, 2) : name;
+    static constexpr std::array<std::string_view, 4> unnumbered{"T_Connect", "T_Disconnect", "", ""};
+    static constexpr std::array<std::string_view, 4> numbered{"", "", "T_ACK", "T_NAK"};
+    if (cemi.IsControl())
+    {
+        return (cemi.IsNumbered() ? numbered : unnumbered).at(cemi.ControlService());
+    }
+    if (IsTransport(cemi))
+    {
+        return "";
+    }
+    if (cemi.IsNumbered())
+    {
+        return "T_Data_Connected";
+    }
+    if (!cemi.IsGroupAddressed())
+    {
+        return "T_Data_Individual";
+    }
+    if (cemi.Sequence() == 1)
+    {
+        return "T_Data_Tag_Group";
+    }
+    return *cemi.destination == 0 ? "T_Data_Broadcast" : "T_Data_Group";
 }
 
-bool IsGroupValue(const Service& service)
+// Whether it is A_GroupValue_Response or A_GroupValue_Write.
+bool HasGroupValue(uint16_t apci)
 {
-    return service.name == "A_GroupValue_Write" || service.name == "A_GroupValue_Response";
+    const unsigned service = apci >> 6U;
+    return service == 1 || service == 2;
 }
 
-// Collects the words of a line.
+void AddDestination(TextBuffer& text, const CemiMessage& cemi)
+{
+    if (cemi.IsGroupAddressed())
+    {
+        AddGroupAddress(text, *cemi.destination);
+    }
+    else
+    {
+        AddIndividualAddress(text, *cemi.destination);
+    }
+}
+
+// Writes the words of a line.
 class Line
 {
 public:
-    Line(const CemiMessage& message, Detail detail)
-        : cemi(message)
+    Line(TextBuffer& wholeText, const CemiMessage& message, Detail detail)
+        : text(wholeText)
+        , begin(wholeText.Size())
+        , cemi(message)
         , isComplete(detail == Detail::All)
         , hasValue(detail != Detail::WithoutValue)
     {
-        constexpr std::size_t usual = 160; // bytes
-        text.reserve(usual);
-        if (cemi.code)
-        {
-            const std::string name = NameOfMessageCode(*cemi.code);
-            Add(name.empty() ? HexNumber(*cemi.code, 2) : name);
-        }
+    }
+
+    void Write()
+    {
+        AddMessageCode();
         AddAddresses();
         AddControl();
         AddInfo();
@@ -66,41 +100,53 @@ public:
         if (hasValue && !cemi.payload.empty())
         {
             Add("data=");
-            text += ToHex(cemi.payload, "");
+            text.AddHex(cemi.payload, "");
         }
-    }
-
-    std::string Take()
-    {
-        return std::move(text);
     }
 
 private:
+    // What is added to the text itself belongs to the last word.
     void Add(std::string_view word)
     {
-        if (!text.empty())
+        if (text.Size() > begin)
         {
-            text += ' ';
+            text.Add(' ');
         }
-        text += word;
+        text.Add(word);
     }
 
     void AddNumber(std::string_view name, unsigned number)
     {
         Add(name);
-        text += std::to_string(number);
+        text.AddNumber(number);
+    }
+
+    void AddMessageCode()
+    {
+        const bool isUsual = IsIndication(cemi) && cemi.destination;
+        if (!cemi.code || (isUsual && !isComplete))
+        {
+            return;
+        }
+        const std::string_view name = NameOfMessageCode(*cemi.code);
+        Add(name);
+        if (name.empty())
+        {
+            text.AddHexNumber(*cemi.code, 2);
+        }
     }
 
     void AddAddresses()
     {
         if (cemi.source)
         {
-            Add(IndividualAddress(*cemi.source));
+            Add("");
+            AddIndividualAddress(text, *cemi.source);
         }
         if (cemi.destination)
         {
-            Add("->");
-            Add(Destination(cemi));
+            Add("-> ");
+            AddDestination(text, cemi);
         }
     }
 
@@ -160,11 +206,11 @@ private:
         for (const auto& info : cemi.info)
         {
             Add("info=");
-            text += NameOfInfo(info.type);
+            text.Add(NameOfInfo(info.type));
             if (info.data)
             {
-                text += ':';
-                text += ToHex(*info.data, "");
+                text.Add(':');
+                text.AddHex(*info.data, "");
             }
         }
     }
@@ -173,11 +219,7 @@ private:
     {
         if (cemi.tpci)
         {
-            const std::string name = TransportName(cemi);
-            if (!name.empty() && (isComplete || name != "T_Data_Group"))
-            {
-                Add(name);
-            }
+            AddTransportName();
             if (cemi.IsNumbered())
             {
                 AddNumber("seq=", cemi.Sequence());
@@ -185,12 +227,37 @@ private:
         }
         if (cemi.apci)
         {
-            Add(ServiceName(cemi));
+            AddService();
             if (const auto value = SmallValue(cemi); hasValue && value)
             {
                 Add("value=");
-                text += HexNumber(*value, 2);
+                text.AddHexNumber(*value, 2);
             }
+        }
+    }
+
+    void AddTransportName()
+    {
+        const std::string_view name = KnownTransport(cemi);
+        if (name.empty() && cemi.IsControl())
+        {
+            Add(TransportName(cemi));
+        }
+        else if (!name.empty() && (isComplete || name != "T_Data_Group"))
+        {
+            Add(name);
+        }
+    }
+
+    void AddService()
+    {
+        if (const std::string_view name = ServiceOf(*cemi.apci).name; !name.empty())
+        {
+            Add(name);
+        }
+        else
+        {
+            Add(ServiceName(cemi));
         }
     }
 
@@ -216,15 +283,16 @@ private:
         if (cemi.error)
         {
             Add("error=");
-            text += HexNumber(*cemi.error, 2);
+            text.AddHexNumber(*cemi.error, 2);
             Add("(" + NameOfPropertyError(*cemi.error) + ")");
         }
     }
 
+    TextBuffer& text;
+    std::size_t begin; // of the words in the text
     const CemiMessage& cemi;
     bool isComplete;
     bool hasValue;
-    std::string text;
 };
 
 } // namespace
@@ -236,39 +304,20 @@ std::string Destination(const CemiMessage& cemi)
 
 std::string TransportName(const CemiMessage& cemi)
 {
-    if (cemi.IsControl())
-    {
-        return ControlName(cemi);
-    }
-    if (IsTransport(cemi))
-    {
-        return "";
-    }
-    if (cemi.IsNumbered())
-    {
-        return "T_Data_Connected";
-    }
-    if (!cemi.IsGroupAddressed())
-    {
-        return "T_Data_Individual";
-    }
-    if (cemi.Sequence() == 1)
-    {
-        return "T_Data_Tag_Group";
-    }
-    return *cemi.destination == 0 ? "T_Data_Broadcast" : "T_Data_Group";
+    const std::string_view name = KnownTransport(cemi);
+    return name.empty() && cemi.IsControl() ? "T_Control_" + HexNumber(*cemi.tpci, 2) : std::string(name);
 }
 
 std::string ServiceName(const CemiMessage& cemi)
 {
     const Service service = ServiceOf(*cemi.apci);
-    return service.name.empty() ? "APCI_" + HexNumber(*cemi.apci, 3) : service.name;
+    return service.name.empty() ? "APCI_" + HexNumber(*cemi.apci, 3) : std::string(service.name);
 }
 
 std::optional<uint8_t> SmallValue(const CemiMessage& cemi)
 {
     const Service service = ServiceOf(*cemi.apci);
-    const bool isThere = service.isShort && (service.value != 0 || (IsGroupValue(service) && cemi.payload.empty()));
+    const bool isThere = service.isShort && (service.value != 0 || (HasGroupValue(*cemi.apci) && cemi.payload.empty()));
     return isThere ? std::optional(service.value) : std::nullopt;
 }
 
@@ -284,21 +333,31 @@ std::string ProblemsText(const CemiMessage& cemi)
 
 std::string Words(const CemiMessage& cemi, Detail detail)
 {
-    return Line(cemi, detail).Take();
+    TextBuffer text;
+    AddWords(text, cemi, detail);
+    return std::string(text.Text());
 }
 
-std::string WithProblems(std::string text, const CemiMessage& cemi)
+void AddWords(TextBuffer& text, const CemiMessage& cemi, Detail detail)
+{
+    Line(text, cemi, detail).Write();
+}
+
+void AddProblems(TextBuffer& text, std::size_t begin, const CemiMessage& cemi)
 {
     if (!cemi.problems.empty())
     {
-        text += (text.empty() ? "! " : " ! ") + ProblemsText(cemi);
+        text.Add(text.Size() == begin ? "! " : " ! ");
+        text.Add(ProblemsText(cemi));
     }
-    return text;
 }
 
 std::string Describe(const CemiMessage& cemi)
 {
-    return WithProblems(Words(cemi), cemi);
+    TextBuffer text;
+    AddWords(text, cemi);
+    AddProblems(text, 0, cemi);
+    return std::string(text.Text());
 }
 
 } // namespace Knx

@@ -8,6 +8,8 @@
 namespace Knx
 {
 
+class TextBuffer;
+
 /// What the message says, in one line of words: "L_Data.ind 1.1.2 -> 1/2/3 low hops=6 ...". What is wrong with it comes last,
 /// behind an exclamation mark.
 std::string Describe(const CemiMessage& cemi);
@@ -16,15 +18,16 @@ std::string Describe(const CemiMessage& cemi);
 enum class Detail
 {
     All,
-    Unusual,     ///< not what nearly every telegram has: low priority, six hops, a group as its destination
+    Unusual,     ///< not what nearly every telegram has: L_Data.ind, low priority, six hops, a group as its destination
     WithoutValue ///< the same without the value or the data
 };
 
 /// The same without what is wrong.
 std::string Words(const CemiMessage& cemi, Detail detail = Detail::All);
+void AddWords(TextBuffer& text, const CemiMessage& cemi, Detail detail = Detail::All);
 
-/// The text, and behind an exclamation mark what is wrong with the message.
-std::string WithProblems(std::string text, const CemiMessage& cemi);
+/// Adds behind an exclamation mark what is wrong with the message, if anything is. What the text says of it begins at `begin`.
+void AddProblems(TextBuffer& text, std::size_t begin, const CemiMessage& cemi);
 
 /// "ends before the length; ..."; empty when nothing is wrong.
 std::string ProblemsText(const CemiMessage& cemi);

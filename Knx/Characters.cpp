@@ -10,7 +10,9 @@ namespace
 
 bool IsControl(unsigned character)
 {
-    return character < 0x20 || (character >= 0x7F && character < 0xA0);
+    const bool changesOrder =
+        (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
+    return character < 0x20 || (character >= 0x7F && character < 0xA0) || changesOrder;
 }
 
 bool IsIn(Encoding encoding, unsigned character)
@@ -61,6 +63,13 @@ void AppendLatin1(std::string& text, unsigned character)
 }
 
 } // namespace
+
+std::size_t ControlSize(std::string_view text)
+{
+    unsigned character = 0;
+    const std::size_t size = text.empty() ? 0 : FirstCharacter(text, character);
+    return size != 0 && IsControl(character) ? size : 0;
+}
 
 std::string FromCharacters(Encoding encoding, const Bytes& bytes)
 {

@@ -19,8 +19,11 @@ enum class Encoding : uint8_t
     Utf8
 };
 
-/// The characters up to the first zero. Control characters would reach the terminal of whoever reads the text: they, and what
-/// is no character in this encoding, become "\x1b".
+/// How many bytes the control character at the front of a text in UTF-8 has; 0 when there is none. It would steer the terminal
+/// of whoever reads the text, or show the text in another order (U+202A to U+202E, U+2066 to U+2069).
+std::size_t ControlSize(std::string_view text);
+
+/// The characters up to the first zero. Control characters, and what is no character in this encoding, become "\x1b".
 std::string FromCharacters(Encoding encoding, const Bytes& bytes);
 
 /// The same for what a person typed and reads again in an error line.

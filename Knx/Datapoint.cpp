@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace Knx
@@ -226,6 +227,21 @@ FieldTexts Split(const DatapointType& type, const Json& object)
     return texts;
 }
 
+// Of the library's object, each name is there once: the last value with it.
+Json ParseObject(const DatapointType& type, std::string_view text)
+{
+    std::set<std::string> names;
+    const auto look = [&](int depth, Json::parse_event_t event, const Json& parsed)
+    {
+        if (depth == 1 && event == Json::parse_event_t::key && !names.insert(parsed.get<std::string>()).second)
+        {
+            RefuseFields(type, Printable(parsed.get<std::string>()) + " twice");
+        }
+        return true;
+    };
+    return Json::parse(text, look, false);
+}
+
 // What the limits of the single fields cannot say: 24:00:00 is the end of a day, and nothing comes after it; a month or day of 0
 // is none.
 void CheckDateAndTime(const DatapointType& type, const Bytes& bytes)
@@ -245,6 +261,14 @@ void CheckDateAndTime(const DatapointType& type, const Bytes& bytes)
     }
 }
 
+// Whether a field that nobody said has a bit. What is said of a working day is valid, unless somebody says that it is not.
+bool HasPresetBit(const DatapointType& type, const FieldTexts& texts, const DatapointField& field)
+{
+    const bool isAboutWorkingDay = type.main == 19 && field.name == "noWorkingDay";
+    const auto before = static_cast<std::size_t>(&field - type.begin() - 1); // workingDay itself
+    return field.preset == 1 && !(isAboutWorkingDay && texts[before]);
+}
+
 GroupValue EncodeFields(const DatapointType& type, const FieldTexts& texts)
 {
     GroupValue value{Bytes(type.Size()), type.IsSmall()};
@@ -260,7 +284,7 @@ GroupValue EncodeFields(const DatapointType& type, const FieldTexts& texts)
         {
             RefuseFields(type, std::string(field.name) + " is missing");
         }
-        else if (field.preset == 1)
+        else if (HasPresetBit(type, texts, field))
         {
             SetBits(value.bytes, position, field.bits, 1);
         }
@@ -291,7 +315,7 @@ GroupValue Encode(const DatapointType& type, std::string_view text)
     }
     if (const std::size_t first = text.find_first_not_of(Blanks); first != std::string_view::npos && text[first] == '{')
     {
-        return EncodeFields(type, Split(type, Json::parse(text, nullptr, false)));
+        return EncodeFields(type, Split(type, ParseObject(type, text)));
     }
     return EncodeFields(type, Split(type, text));
 }

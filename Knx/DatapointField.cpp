@@ -29,19 +29,25 @@ std::string_view WithoutBlanks(std::string_view text)
     return first == std::string_view::npos ? std::string_view() : text.substr(first, last - first + 1);
 }
 
-bool IsDigitOrBlank(char character)
+bool IsDigit(char character)
 {
-    return (character >= '0' && character <= '9') || character == ' ' || character == '\t';
+    return character >= '0' && character <= '9';
 }
 
-// What ends like a unit may be a part of the number: newton is the end of "NaN".
+bool IsBlank(char character)
+{
+    return character == ' ' || character == '\t';
+}
+
+// What ends like a unit may be a part of the number: newton is the end of "NaN", and "51/s" are 51 for each second or 5 of "1/s".
 std::string_view WithoutUnit(std::string_view text, const Field& field)
 {
     text = WithoutBlanks(text);
     if (!field.unit.empty() && text.size() > field.unit.size())
     {
         const std::string_view number = text.substr(0, text.size() - field.unit.size());
-        const bool hasUnit = text.substr(number.size()) == field.unit && IsDigitOrBlank(number.back());
+        const bool endsBefore = IsBlank(number.back()) || (IsDigit(number.back()) && !IsDigit(field.unit.front()));
+        const bool hasUnit = text.substr(number.size()) == field.unit && endsBefore;
         return hasUnit ? WithoutBlanks(number) : text;
     }
     return text;

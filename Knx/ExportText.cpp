@@ -1,5 +1,6 @@
 #include "Knx/ExportText.h"
 
+#include "Knx/Characters.h"
 #include "Knx/HexDigits.h"
 
 #include <algorithm>
@@ -131,11 +132,6 @@ void RejectOtherMarks(const std::string& content)
     }
 }
 
-bool IsControl(char character)
-{
-    return Byte(character) < 0x20 || character == 0x7F;
-}
-
 void CheckCharacters(std::string_view text)
 {
     const auto* const found =
@@ -232,13 +228,9 @@ std::string Clean(std::string_view text)
     std::string clean(text);
     for (std::size_t index = 0; index < clean.size(); ++index)
     {
-        if (IsControl(clean[index]))
+        if (const std::size_t size = ControlSize(std::string_view(clean).substr(index)); size != 0)
         {
-            clean[index] = ' ';
-        }
-        else if (Byte(clean[index]) == 0xC2 && index + 1 < clean.size() && Byte(clean[index + 1]) < 0xA0)
-        {
-            clean.replace(index, 2, " "); // U+0080 to U+009F
+            clean.replace(index, size, " ");
         }
     }
     return std::string(Trimmed(clean));

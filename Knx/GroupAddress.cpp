@@ -1,5 +1,7 @@
 #include "Knx/GroupAddress.h"
 
+#include "Knx/TextBuffer.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -99,16 +101,28 @@ std::vector<Range> RangesIn(std::string_view text, const std::string& what)
 
 std::string GroupAddress(uint16_t address, GroupAddressStyle style)
 {
-    const std::string main = std::to_string(address >> 11U) + "/";
-    switch (style)
+    TextBuffer text;
+    AddGroupAddress(text, address, style);
+    return std::string(text.Text());
+}
+
+void AddGroupAddress(TextBuffer& text, uint16_t address, GroupAddressStyle style)
+{
+    if (style == GroupAddressStyle::Free)
     {
-    case GroupAddressStyle::Free:
-        return std::to_string(address);
-    case GroupAddressStyle::TwoLevel:
-        return main + std::to_string(address & 0x7FFU);
-    default:
-        return main + std::to_string((address >> 8U) & 0x07U) + "/" + std::to_string(address & 0xFFU);
+        text.AddNumber(address);
+        return;
     }
+    text.AddNumber(address >> 11U);
+    text.Add('/');
+    if (style == GroupAddressStyle::TwoLevel)
+    {
+        text.AddNumber(address & 0x7FFU);
+        return;
+    }
+    text.AddNumber((address >> 8U) & 0x07U);
+    text.Add('/');
+    text.AddNumber(address & 0xFFU);
 }
 
 bool LooksLikeGroupAddress(std::string_view text)

@@ -9,6 +9,8 @@
 namespace Knx
 {
 
+class TextBuffer;
+
 /// How an installation divides the 16 bits of its group addresses; on the bus they are the same.
 enum class GroupAddressStyle
 {
@@ -18,6 +20,7 @@ enum class GroupAddressStyle
 };
 
 std::string GroupAddress(uint16_t address, GroupAddressStyle style = GroupAddressStyle::ThreeLevel);
+void AddGroupAddress(TextBuffer& text, uint16_t address, GroupAddressStyle style = GroupAddressStyle::ThreeLevel);
 
 /// Tells in one line what is wrong with a text that should be a group address, or a pattern of them.
 class NotAGroupAddress : public std::invalid_argument

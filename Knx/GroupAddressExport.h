@@ -2,6 +2,7 @@
 
 #include "Knx/GroupAddresses.h"
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 
@@ -14,6 +15,14 @@ class NotAnExport : public std::runtime_error
 public:
     using std::runtime_error::runtime_error;
 };
+
+// Where programs look for an export, unless the person names one: in the file of the environment's ExportVariable, or in the
+// usual one.
+constexpr const char* ExportVariable = "ORVEL_NAMES";
+constexpr const char* UsualExport = "/etc/orvel/group-addresses.xml";
+
+constexpr std::size_t LongestExport =
+    std::size_t{64} * 1024 * 1024; ///< bytes; all 65,535 groups take a quarter of that
 
 /// What the engineering tool has exported.
 struct GroupAddressExport

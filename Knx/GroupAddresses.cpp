@@ -15,6 +15,17 @@ bool EndsWithLevels(std::string_view name, std::string_view levels)
            name[name.size() - levels.size() - 1] == '/';
 }
 
+std::string Candidates(const std::vector<const NamedGroup*>& groups, GroupAddressStyle style)
+{
+    constexpr std::size_t shown = 5;
+    std::string text;
+    for (std::size_t index = 0; index < groups.size() && index < shown; ++index)
+    {
+        text += (index == 0 ? "" : ", ") + GroupAddress(groups[index]->address, style) + " " + groups[index]->name;
+    }
+    return text + (groups.size() > shown ? " and " + std::to_string(groups.size() - shown) + " more" : "");
+}
+
 } // namespace
 
 GroupAddresses::GroupAddresses(std::vector<NamedGroup> namedGroups, GroupAddressStyle addressStyle)
@@ -53,6 +64,29 @@ std::vector<const NamedGroup*> GroupAddresses::Find(std::string_view name) const
         }
     }
     return exact.empty() ? ending : exact;
+}
+
+uint16_t GroupFrom(const std::string& text, const GroupAddresses& names)
+{
+    if (LooksLikeGroupAddress(text))
+    {
+        return ParseGroupAddress(text);
+    }
+    if (names.All().empty())
+    {
+        throw NotAGroupAddress("'" + text +
+                               "' is no group address such as 1/2/3, 1/515 or 2563, and there are no names");
+    }
+    const std::vector<const NamedGroup*> found = names.Find(text);
+    if (found.empty())
+    {
+        throw NotAGroupAddress("no group has the name '" + text + "'; 'orvelctl names' lists them");
+    }
+    if (found.size() > 1)
+    {
+        throw NotAGroupAddress("'" + text + "' is ambiguous: " + Candidates(found, names.Style()));
+    }
+    return found.front()->address;
 }
 
 } // namespace Knx

@@ -55,4 +55,8 @@ private:
     GroupAddressStyle style = GroupAddressStyle::ThreeLevel;
 };
 
+/// The group that a person means: an address in any style, or a name as Find takes it. Digits and slashes are an address.
+/// Throws NotAGroupAddress, for an ambiguous name with the candidates.
+uint16_t GroupFrom(const std::string& text, const GroupAddresses& names);
+
 } // namespace Knx

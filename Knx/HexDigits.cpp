@@ -1,7 +1,9 @@
 #include "Knx/HexDigits.h"
 
+#include "Knx/TextBuffer.h"
+
+#include <algorithm>
 #include <array>
-#include <cstdio>
 
 namespace Knx
 {
@@ -9,11 +11,32 @@ namespace Knx
 namespace
 {
 
-constexpr std::string_view Digits = "0123456789abcdef";
+// What a character is: the value of a digit, or one of these.
+constexpr uint8_t Gap = 0x10; // between bytes
+constexpr uint8_t Other = 0x11;
 
-bool IsBetweenBytes(char character)
+constexpr std::array<uint8_t, 256> MakeKinds()
 {
-    return character == ' ' || character == ':' || character == '\t' || character == '\r';
+    std::array<uint8_t, 256> kinds{};
+    for (std::size_t character = 0; character < kinds.size(); ++character)
+    {
+        kinds[character] = character >= '0' && character <= '9'   ? static_cast<uint8_t>(character - '0')
+                           : character >= 'a' && character <= 'f' ? static_cast<uint8_t>(character - 'a' + 10)
+                           : character >= 'A' && character <= 'F' ? static_cast<uint8_t>(character - 'A' + 10)
+                                                                  : Other;
+    }
+    for (const char gap : {' ', ':', '\t', '\r'})
+    {
+        kinds[static_cast<unsigned char>(gap)] = Gap;
+    }
+    return kinds;
+}
+
+constexpr std::array<uint8_t, 256> Kinds = MakeKinds();
+
+uint8_t KindAt(std::string_view text, std::size_t position)
+{
+    return position < text.size() ? Kinds[static_cast<unsigned char>(text[position])] : Gap;
 }
 
 // Nobody wants control characters or half a page in an error line.
@@ -22,72 +45,60 @@ std::string Quoted(char character)
     const auto code = static_cast<unsigned char>(character);
     if (code < 0x20 || code >= 0x7F)
     {
-        return std::string("the byte 0x") + Digits[code >> 4U] + Digits[code & 0x0FU];
+        return "the byte " + HexNumber(code, 2);
     }
     return std::string("'") + character + "'";
 }
 
-unsigned ValueAt(std::string_view text, std::size_t position)
+// Of the two characters from `position` on, one is no digit.
+[[noreturn]] void Reject(std::string_view text, std::size_t position, std::size_t bytesBefore)
 {
-    const char character = text[position];
-    if (character >= '0' && character <= '9')
+    const bool isSecond = KindAt(text, position) < Gap;
+    if (isSecond && KindAt(text, position + 1) == Gap)
     {
-        return static_cast<unsigned>(character - '0');
+        throw NotHex("byte " + std::to_string(bytesBefore + 1) + " has one digit only");
     }
-    const auto lower = static_cast<char>(character | 0x20);
-    if (lower >= 'a' && lower <= 'f')
-    {
-        return static_cast<unsigned>(lower - 'a' + 10);
-    }
-    throw NotHex(Quoted(character) + " at position " + std::to_string(position + 1) + " is no hexadecimal digit");
+    const std::size_t wrong = position + (isSecond ? 1 : 0);
+    throw NotHex(Quoted(text[wrong]) + " at position " + std::to_string(wrong + 1) + " is no hexadecimal digit");
 }
 
 } // namespace
 
 std::string ToHex(const Bytes& bytes, std::string_view separator)
 {
-    std::string text;
-    text.reserve(bytes.size() * (2 + separator.size()));
-    for (const uint8_t byte : bytes)
-    {
-        if (!text.empty())
-        {
-            text += separator;
-        }
-        text += Digits[byte >> 4U];
-        text += Digits[byte & 0x0FU];
-    }
-    return text;
+    TextBuffer text;
+    text.AddHex(bytes, separator);
+    return std::string(text.Text());
 }
 
 std::string HexNumber(uint16_t number, int digits)
 {
-    std::array<char, 16> text{};
-    std::snprintf(text.data(), text.size(), "0x%0*x", digits, static_cast<unsigned>(number));
-    return text.data();
+    TextBuffer text;
+    text.AddHexNumber(number, static_cast<unsigned>(digits));
+    return std::string(text.Text());
 }
 
 Bytes FromHex(std::string_view text, std::size_t position)
 {
-    Bytes bytes;
-    if (position < text.size())
-    {
-        bytes.reserve((text.size() - position) / 2);
-    }
+    Bytes bytes((text.size() - std::min(position, text.size())) / 2); // as many as there can be
+    std::size_t size = 0;
     while (position < text.size())
     {
-        if (IsBetweenBytes(text[position]))
+        const uint8_t high = KindAt(text, position);
+        if (high == Gap)
         {
             ++position;
             continue;
         }
-        const unsigned high = ValueAt(text, position++);
-        if (position == text.size() || IsBetweenBytes(text[position]))
+        const uint8_t low = KindAt(text, position + 1);
+        if (high > Gap || low >= Gap)
         {
-            throw NotHex("byte " + std::to_string(bytes.size() + 1) + " has one digit only");
+            Reject(text, position, size);
         }
-        bytes.push_back(static_cast<uint8_t>((high << 4U) | ValueAt(text, position++)));
+        bytes[size++] = static_cast<uint8_t>((high << 4U) | low);
+        position += 2;
     }
+    bytes.resize(size);
     return bytes;
 }
 

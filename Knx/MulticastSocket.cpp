@@ -133,6 +133,10 @@ void MulticastSocket::Open()
     receiver = MakeSocket();
     const in_addr address = AddressOf(sender, interface);
     interfaceIndex = static_cast<int>(if_nametoindex(interface.c_str()));
+    if (interfaceIndex == 0)
+    {
+        Fail("cannot use the network interface " + interface);
+    }
     ip_mreqn membership{};
     membership.imr_multiaddr = group.sin_addr;
     membership.imr_ifindex = interfaceIndex;
@@ -141,7 +145,10 @@ void MulticastSocket::Open()
     Set(sender, IPPROTO_IP, IP_MULTICAST_IF, membership, "send to the network interface");
     Set(sender, IPPROTO_IP, IP_MULTICAST_TTL, TimeToLive, "send to other networks");
     socklen_t size = sizeof(own);
-    getsockname(sender, reinterpret_cast<sockaddr*>(&own), &size);
+    if (getsockname(sender, reinterpret_cast<sockaddr*>(&own), &size) == -1)
+    {
+        Fail("cannot tell its own datagrams on the network interface " + interface);
+    }
 
     Set(receiver, SOL_SOCKET, SO_REUSEADDR, 1, "share the port of KNXnet/IP");
     Set(receiver, SOL_SOCKET, SO_RCVBUF, ReceiveBuffer, "have room for datagrams");

@@ -14,7 +14,8 @@ namespace
 
 constexpr uint8_t LineBroken = 0x01; // in a device state
 
-// The first, the tenth, the hundredth...
+} // namespace
+
 bool IsWorthTelling(uint64_t count)
 {
     while (count % 10 == 0)
@@ -23,8 +24,6 @@ bool IsWorthTelling(uint64_t count)
     }
     return count == 1;
 }
-
-} // namespace
 
 RoutingPort::RoutingPort(Outside outsideWorld, unsigned seed)
     : outside(std::move(outsideWorld))

@@ -13,6 +13,9 @@
 namespace Knx
 {
 
+/// True of the first, the tenth, the hundredth time...: what others cause at will is not to fill the log.
+bool IsWorthTelling(uint64_t count);
+
 /// A router's side towards KNXnet/IP routing. Telegrams from the network wait here until the router's line takes them. When
 /// they pile up, the other routers are asked to pause; when one is lost, they are told.
 ///

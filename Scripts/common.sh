@@ -12,11 +12,11 @@ die() { printf '%s: %s\n' "$program_name" "$*" >&2; exit 1; }
 # Lists of words.
 # shellcheck disable=SC2034 # used by the other scripts
 {
-  build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplus-dev libcxxopts-dev nlohmann-json3-dev libpugixml-dev libasio-dev libfuse3-dev libncurses-dev"
+  build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplus-dev libcxxopts-dev libcli11-dev nlohmann-json3-dev libpugixml-dev libpcap0.8-dev libasio-dev libfuse3-dev libncurses-dev"
   test_packages="libgtest-dev libgmock-dev python3 tmux zsh busybox-static libxml2-utils"
   kernel_packages="qemu-system-x86 busybox-static gcc make xz-utils binutils"
   check_packages="clang clang-format clang-tidy libclang-dev llvm-dev shellcheck gcovr binutils"
-  benchmark_packages="libbenchmark-dev strace gnuplot-nox binutils"
+  benchmark_packages="libbenchmark-dev strace gnuplot-nox binutils iproute2"
   fuzz_packages="clang libclang-rt-dev"
   package_packages="build-essential debhelper dpkg-dev lintian"
 }
@@ -25,6 +25,13 @@ die() { printf '%s: %s\n' "$program_name" "$*" >&2; exit 1; }
 # examples, with the same few paths through the daemon.
 # shellcheck disable=SC2034 # used by the other scripts
 daemon_tests='^(Button|CemiBridge|CemiStart|Led|Link|Log|Start|Stop)\.'
+
+# shared_directory NAME: prints a directory that all trees of this user share. Checks keep there what they need not do twice.
+shared_directory() {
+  directory=${XDG_CACHE_HOME:-${HOME:-$PWD/build}/.cache}/orvel/$1
+  mkdir -p "$directory" || die "cannot make $directory"
+  echo "$directory"
+}
 
 # with_log FUNCTION [ARGUMENT...]: runs it with a file for what its programs say as its first argument. The file goes with it.
 with_log() (

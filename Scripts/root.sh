@@ -2,7 +2,7 @@
 # under build/, made once; remove build/NAME to have it made again.
 if [ "$(id -u)" != 0 ]; then
   command -v sudo >/dev/null || die "mounts and changes its root directory; run it as root"
-  exec sudo ${ORVEL_REVISION:+ORVEL_REVISION="$ORVEL_REVISION"} "$program" "$@"
+  exec sudo ${ORVEL_REVISION:+ORVEL_REVISION="$ORVEL_REVISION"} ${CCACHE_DIR:+CCACHE_DIR="$CCACHE_DIR"} "$program" "$@"
 fi
 
 # prepare_root NAME SUITE ARCHITECTURES PACKAGE...: makes build/NAME/root, unless it is there with these packages. It takes the
@@ -42,7 +42,7 @@ prepare_cross_root() {
   contents="$build_packages $test_packages build-essential debhelper mount qemu-user systemd"
   for foreign in armhf arm64; do
     contents="$contents crossbuild-essential-$foreign"
-    for library in pkgconf liblog4cplus-dev libpugixml-dev libfuse3-dev libncurses-dev libgtest-dev libgmock-dev; do
+    for library in pkgconf liblog4cplus-dev libpugixml-dev libpcap0.8-dev libfuse3-dev libncurses-dev libgtest-dev libgmock-dev; do
       contents="$contents $library:$foreign"
     done
   done
@@ -50,30 +50,45 @@ prepare_cross_root() {
   prepare_root cross bookworm "$(dpkg --print-architecture),armhf,arm64" $contents
 }
 
+# root_cache: prints where the root keeps what it compiled, in the compiler cache of this machine (CCACHE_DIR) if it has one. It
+# is a folder of its own, because the root's ccache may be of another version. Prints nothing for a root without ccache. Only a
+# tree at the same path finds it again: relative paths (CCACHE_BASEDIR) would be those in the daemon's log lines.
+root_cache() {
+  [ -z "${CCACHE_DIR:-}" ] || [ ! -x "$root/usr/bin/ccache" ] || echo "$CCACHE_DIR/$(basename "$home")"
+}
+
 # in_root COMMAND...: runs it in the prepared root, in this source tree, which has the same path there. The mounts are in a
 # namespace of the command's own and vanish with it.
 in_root() {
   # shellcheck disable=SC2016 # expanded by the inner shell
   unshare --mount --propagation private sh -euc '
-    root=$1 tree=$2
-    shift 2
+    root=$1 tree=$2 cache=$3
+    shift 3
     mount --bind "$root" "$root" # a program can give mounts away, or keep them, only where its root is a mount
     for directory in /proc /sys /dev; do
       mount --rbind "$directory" "$root$directory"
     done
     mkdir -p "$root$tree"
     mount --bind "$tree" "$root$tree"
-    exec chroot "$root" env -i -C "$tree" PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 "$@"
-  ' sh "$root" "$PWD" "$@"
+    if [ -n "$cache" ]; then
+      mkdir -p "$cache" "$root$cache"
+      mount --bind "$cache" "$root$cache"
+    fi
+    exec chroot "$root" env -i -C "$tree" PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 \
+      ${cache:+CCACHE_DIR="$cache"} "$@"
+  ' sh "$root" "$PWD" "$(root_cache)" "$@"
 }
 
-# build_in_root PRESET DIRECTORY [CMAKE OPTION...]: like build, into DIRECTORY. Warnings are errors.
+# build_in_root PRESET DIRECTORY [CMAKE OPTION...]: like build, into DIRECTORY. Warnings are errors. With a compiler
+# cache there are no precompiled headers, which it would have to be told to trust.
 build_in_root() {
-  preset=$1 directory=$2
+  preset=$1 directory=$2 launcher="" cached=OFF
   shift 2
+  [ -z "$(root_cache)" ] || launcher=ccache cached=ON
   say "building ($directory)"
   in_root cmake --preset "$preset" -B "$directory" -DORVEL_SIMULATOR=ON -DORVEL_TESTS=ON -DORVEL_WARNINGS_AS_ERRORS=ON \
-    -DORVEL_REVISION="${ORVEL_REVISION:-}" "$@" >"$home/log" 2>&1 || {
+    -DORVEL_REVISION="${ORVEL_REVISION:-}" -DCMAKE_C_COMPILER_LAUNCHER=$launcher -DCMAKE_CXX_COMPILER_LAUNCHER=$launcher \
+    -DCMAKE_DISABLE_PRECOMPILE_HEADERS=$cached "$@" >"$home/log" 2>&1 || {
     tail -n 20 "$home/log" >&2
     die "cannot configure"
   }

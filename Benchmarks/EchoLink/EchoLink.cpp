@@ -53,6 +53,11 @@ void Receive()
         {
             return;
         }
+#ifdef CONFIRM
+        constexpr uint8_t Request = 0x11;
+        constexpr uint8_t Confirmation = 0x2E;
+        message.data[0] = message.data[0] == Request ? Confirmation : message.data[0];
+#endif
         const std::lock_guard lock(mutex);
         for (Nemt::ITopicListener* const listener : listeners)
         {

@@ -1,10 +1,9 @@
 #include "Counts.h"
 
-#include "System/Descriptor.h"
-#include "System/Process.h"
+#include "SharedNumber.h"
 
-#include <sys/mman.h>
-#include <unistd.h>
+#include "BenchKit/ProcessFiles.h"
+#include "System/Process.h"
 
 #include <algorithm>
 #include <csignal>
@@ -26,62 +25,15 @@ void WarmUp(Subject& subject)
     subject.Run(100, FrameSize, 1);
 }
 
-// A number that another process increases.
-class SharedNumber
-{
-public:
-    SharedNumber()
-        : descriptor(memfd_create("count", 0))
-    {
-        void* const page = ftruncate(Descriptor(), sizeof(uint64_t)) == -1
-                               ? MAP_FAILED
-                               : mmap(nullptr, sizeof(uint64_t), PROT_READ, MAP_SHARED, Descriptor(), 0);
-        if (page == MAP_FAILED)
-        {
-            throw std::runtime_error("cannot share memory with the program that is measured");
-        }
-        number = static_cast<const volatile uint64_t*>(page);
-    }
-
-    ~SharedNumber()
-    {
-        munmap(const_cast<uint64_t*>(number), sizeof(uint64_t));
-    }
-
-    SharedNumber(const SharedNumber&) = delete;
-    SharedNumber& operator=(const SharedNumber&) = delete;
-
-    int Descriptor() const
-    {
-        return descriptor.Number();
-    }
-
-    uint64_t Value() const
-    {
-        return *number;
-    }
-
-private:
-    System::Descriptor descriptor;
-    const volatile uint64_t* number;
-};
-
 // Each thread of the process is traced from now on.
 void AwaitTracer(pid_t process)
 {
     const auto isTraced = [](const std::filesystem::path& thread)
     {
-        std::ifstream status(thread / "status");
-        for (std::string line; std::getline(status, line);)
-        {
-            if (line.rfind("TracerPid:", 0) == 0)
-            {
-                return std::stol(line.substr(line.find(':') + 1)) != 0;
-            }
-        }
-        return false;
+        const std::string tracer = ValueIn(thread / "status", "TracerPid");
+        return !tracer.empty() && tracer != "0";
     };
-    const std::filesystem::directory_iterator threads("/proc/" + std::to_string(process) + "/task");
+    const std::filesystem::directory_iterator threads(DirectoryOf(process) / "task");
     for (const auto& thread : threads)
     {
         for (int tries = 0; !isTraced(thread); ++tries)

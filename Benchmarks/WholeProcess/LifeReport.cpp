@@ -143,7 +143,8 @@ void ReportLife(const Processors& processors, std::size_t runs)
               BusyShares(Relay(), processors, busyRuns), 3);
     table.Add("CPU at 50 telegrams a second each way, at WARN, %", BusyShares(Daemon("WARN"), processors, busyRuns), {},
               3);
-    table.Add("binary without symbols, KiB", {StrippedSize(DRIVER)}, {StrippedSize(RELAY)}, 0);
+    table.Add("binary without symbols, KiB", {StrippedSize(Daemon().command.front())},
+              {StrippedSize(Relay().command.front())}, 0);
     table.Print();
     std::printf("\n%zu runs of each program, %zu for the CPU at 50 telegrams.\n", runs, busyRuns);
 }

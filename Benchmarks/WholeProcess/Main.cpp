@@ -10,8 +10,6 @@
 #include "System/Process.h"
 #include "System/ThrowErrno.h"
 
-#include <sched.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -36,32 +34,6 @@ Files are written into DIRECTORY.)";
 
 constexpr int UsageError = 2;
 constexpr std::size_t Turns = 10; // of each load, in each pair
-
-// The first and the last processor that this process may use.
-Processors Choose()
-{
-    cpu_set_t usable;
-    CPU_ZERO(&usable);
-    sched_getaffinity(0, sizeof(usable), &usable);
-    Processors processors{-1, -1};
-    for (int processor = 0; processor < CPU_SETSIZE; ++processor)
-    {
-        if (CPU_ISSET(static_cast<std::size_t>(processor), &usable))
-        {
-            processors.application = processors.application == -1 ? processor : processors.application;
-            processors.subject = processor;
-        }
-    }
-    return processors;
-}
-
-// Raises the priority of this process and of those that it starts, as far as it may, so that other work waits. Without
-// the right, other work just makes the measuring longer and the scatter wider.
-void RaisePriority()
-{
-    constexpr int Highest = -20;
-    setpriority(PRIO_PROCESS, 0, Highest);
-}
 
 void GoTo(const std::string& directory)
 {
@@ -111,7 +83,7 @@ bool Full(const Processors& processors, std::size_t pairs, const std::string& st
 int Run(const std::vector<std::string>& arguments)
 {
     const std::string mode = arguments.empty() ? "" : arguments[0];
-    const Processors processors = Choose();
+    const Processors processors = ChooseProcessors();
     RaisePriority();
     if (mode == "short" && arguments.size() == 2)
     {

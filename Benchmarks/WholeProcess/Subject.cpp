@@ -1,16 +1,14 @@
 #include "Subject.h"
 
-#include <fcntl.h>
-#include <sched.h>
+#include "BenchKit/ProcessFiles.h"
+
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
-#include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <stdexcept>
 
@@ -31,37 +29,7 @@ System::Process StartOn(int processor, const Program& program, int output)
     return System::Process(start);
 }
 
-// The number behind `key` in a file of lines as "key: 12 kB".
-long NumberIn(const std::filesystem::path& file, const std::string& key)
-{
-    std::ifstream stream(file);
-    for (std::string line; std::getline(stream, line);)
-    {
-        if (line.rfind(key + ":", 0) == 0)
-        {
-            return std::stol(line.substr(key.size() + 1));
-        }
-    }
-    throw std::runtime_error("no " + key + " in " + file.string());
-}
-
-std::filesystem::path Directory(pid_t process)
-{
-    return "/proc/" + std::to_string(process);
-}
-
 } // namespace
-
-void KeepOn(int processor)
-{
-    cpu_set_t set;
-    CPU_ZERO(&set);
-    CPU_SET(static_cast<std::size_t>(processor), &set);
-    if (sched_setaffinity(0, sizeof(set), &set) == -1)
-    {
-        throw std::runtime_error("cannot use processor " + std::to_string(processor));
-    }
-}
 
 Subject::Subject(const Program& program, const Processors& processors)
     : application(program.fromLlName, program.toLlName)
@@ -132,41 +100,10 @@ std::chrono::nanoseconds Subject::Stop()
     return ended - asked;
 }
 
-std::chrono::nanoseconds Subject::ProcessorTime() const
-{
-    clockid_t clock = 0;
-    timespec used{};
-    if (clock_getcpuclockid(process.Id(), &clock) != 0 || clock_gettime(clock, &used) == -1)
-    {
-        throw std::runtime_error("cannot read the processor time of process " + std::to_string(process.Id()));
-    }
-    return std::chrono::seconds(used.tv_sec) + std::chrono::nanoseconds(used.tv_nsec);
-}
-
-long Subject::Sleeps() const
-{
-    long sleeps = 0;
-    for (const auto& thread : std::filesystem::directory_iterator(Directory(process.Id()) / "task"))
-    {
-        sleeps += NumberIn(thread.path() / "status", "voluntary_ctxt_switches");
-    }
-    return sleeps;
-}
-
 std::size_t Subject::Threads() const
 {
-    const std::filesystem::directory_iterator threads(Directory(process.Id()) / "task");
+    const std::filesystem::directory_iterator threads(DirectoryOf(process.Id()) / "task");
     return static_cast<std::size_t>(std::distance(threads, std::filesystem::directory_iterator()));
-}
-
-long Subject::ResidentMemory() const
-{
-    return NumberIn(Directory(process.Id()) / "smaps_rollup", "Rss");
-}
-
-long Subject::ProportionalMemory() const
-{
-    return NumberIn(Directory(process.Id()) / "smaps_rollup", "Pss");
 }
 
 void Subject::AwaitSilence() const

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Application.h"
+#include "Processors.h"
+#include "Usage.h"
 
 #include "System/Descriptor.h"
 #include "System/Process.h"
@@ -23,16 +25,6 @@ struct Program
     std::string toLlName;
     std::vector<std::pair<std::string, std::string>> environment;
 };
-
-/// The processors on which the applications and the measured program stay.
-struct Processors
-{
-    int application;
-    int subject;
-};
-
-/// Keeps the calling thread, and the processes that it starts, on one processor. Throws std::runtime_error.
-void KeepOn(int processor);
 
 /// A running program that is measured: the daemon or the relay. Its output is read and counted.
 class Subject
@@ -66,16 +58,29 @@ public:
     std::chrono::nanoseconds Stop();
 
     /// The time that its threads have used so far, in user and in system mode.
-    std::chrono::nanoseconds ProcessorTime() const;
+    std::chrono::nanoseconds ProcessorTime() const
+    {
+        return ProcessorTimeOf(process.Id());
+    }
 
     /// How often its threads went to sleep so far.
-    long Sleeps() const;
+    long Sleeps() const
+    {
+        return SleepsOf(process.Id());
+    }
 
     std::size_t Threads() const;
 
     /// The KiB that it has in memory, and its share of them if several processes use the same.
-    long ResidentMemory() const;
-    long ProportionalMemory() const;
+    long ResidentMemory() const
+    {
+        return ResidentMemoryOf(process.Id());
+    }
+
+    long ProportionalMemory() const
+    {
+        return ProportionalMemoryOf(process.Id());
+    }
 
     /// How many lines it wrote so far.
     std::size_t Lines() const

@@ -14,18 +14,23 @@ const std::set<std::string> Sleeps{"1ms", "10ms", "250ms"};
 
 using Problems = std::vector<std::string>;
 
-std::set<int> Statuses(const Expectation& expectation)
+std::set<int> Statuses(const Report& report, const Expectation& expectation)
 {
-    constexpr int Failed = 255;
     constexpr int NotLoaded = 127;
     constexpr int Interrupted = 128 + 2; // SIGINT before its handler stands
     constexpr int Aborted = 128 + 6;
     if (expectation.Has("any"))
     {
         constexpr int Crashed = 128 + 11;
-        return {0, Failed, NotLoaded, Interrupted, Aborted, expectation.Has("crash") ? Crashed : 0};
+        std::set<int> statuses{0, NotLoaded, Interrupted, Aborted, expectation.Has("crash") ? Crashed : 0};
+        statuses.insert(report.ends.begin(), report.ends.end());
+        return statuses;
     }
-    return {expectation.Has("ends")     ? Failed
+    if (const std::string status = expectation.Of("ends"); !status.empty())
+    {
+        return {std::stoi(status)};
+    }
+    return {expectation.Has("ends")     ? *report.ends.begin()
             : expectation.Has("dies")   ? Aborted
             : expectation.Has("killed") ? Interrupted
                                         : 0};
@@ -54,7 +59,7 @@ std::vector<std::string> LinesOf(const Report& report, const Expectation& expect
 {
     std::vector<std::string> lines = report.lines;
     const auto isLate = [](const std::string& line) { return line.rfind("ERROR Leds Failed to transmit ", 0) == 0; };
-    if (expectation.Has("ends"))
+    if (expectation.Ends())
     {
         lines.erase(std::remove_if(lines.begin(), lines.end(), isLate), lines.end());
     }
@@ -136,8 +141,8 @@ std::vector<std::string> Judge(const Report& report, const Cell& cell, const Exp
         }
     };
     require(!report.hung, "it hangs");
-    require(Statuses(expectation).count(report.status) > 0, "status " + std::to_string(report.status));
-    if (!expectation.Has("on") && !expectation.Has("ends"))
+    require(Statuses(report, expectation).count(report.status) > 0, "status " + std::to_string(report.status));
+    if ((!expectation.Has("on") && !expectation.Ends()) || expectation.Has("lasts"))
     {
         return problems;
     }
@@ -148,8 +153,7 @@ std::vector<std::string> Judge(const Report& report, const Cell& cell, const Exp
         require(isKnown, "it sleeps for " + point.object);
     }
     require(report.threadsAtExit == 0, std::to_string(report.threadsAtExit) + " threads at the end");
-    require(Joined(report.queuesLeft, ",") == expectation.Of("leaves"),
-            "queues left: " + Joined(report.queuesLeft, ","));
+    require(Joined(report.left, ",") == expectation.Of("leaves"), "left: " + Joined(report.left, ","));
     require(!expectation.Has("again") || report.callBehind == cell.point, "the call is not made again");
     require(expectation.Has("unlogged") ||
                 Match(ExpectedLines(expectation, report, Fault(cell.fault)), LinesOf(report, expectation)),

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Expectations.h"
 #include "Scenario.h"
-#include "Table.h"
 
 #include <string>
 #include <vector>

@@ -1,19 +1,16 @@
 #include "Scenario.h"
 
-#include "Await.h"
+#include "BenchKit/Await.h"
+#include "BenchKit/Daemon.h"
+#include "BenchKit/Messages.h"
+#include "BenchKit/Paths.h"
 #include "Board.h"
-#include "Daemon.h"
+#include "Trial.h"
 
-#include "System/Descriptor.h"
 #include "System/MessageQueue.h"
-
-#include <poll.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -26,15 +23,9 @@ using System::MessageQueue;
 namespace
 {
 
-using namespace std::chrono_literals;
-
 constexpr int ResetGpio = 3;
 constexpr int RoundsBeforeLoss = 2;
-constexpr int MaxRounds = 40; // until the call that is to fail has come
-// A message counts as lost if it has not arrived for so long after a failure. The simulated link may take 5 s to notice
-// a lost co-processor, and reconnects then.
-constexpr auto GivingUp = 8s;
-constexpr auto HangLimit = 120s;
+constexpr int MaxRounds = 40;                 // until the call that is to fail has come
 constexpr const char* Usable = "03 b9 00 01"; // the state of the link
 const Point Period{"clock_nanosleep", "250ms"};
 const Point Direction{"openat", "/sys/class/gpio/gpio3/direction"};
@@ -74,12 +65,11 @@ private:
     std::optional<MessageQueue> queue;
 };
 
-class Scenario
+class Scenario : private Trial
 {
 public:
     Scenario(const std::optional<Watch::Plan>& plan, const Expectation& theExpectation)
-        : expectation(theExpectation)
-        , watch(plan)
+        : Trial(plan, theExpectation)
         , board(events, ResetGpio)
     {
     }
@@ -90,19 +80,15 @@ public:
         const System::OwnMessageQueue left("/cemiToLL", MessageQueue::For::Writing, 14, 261);
         left.Send({0x02, 0xEE, 0x01});
         left.Send({0x02, 0xEE, 0x02});
-        Daemon daemon(watch.Command({DRIVER}), {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}});
-        watch.Begin();
-        process = System::Descriptor(static_cast<int>(syscall(SYS_pidfd_open, daemon.Id(), 0)));
+        Daemon daemon(watch.Command({Paths::Driver()}), {{"LD_LIBRARY_PATH", Paths::StandInLibrary()}});
+        Begin(daemon);
         PlayTraffic();
         End(daemon);
-        process.Close();
         Collect(daemon);
         return report;
     }
 
 private:
-    using Clock = Watch::Clock;
-
     void PlayTraffic()
     {
         report.deliveries["state"].sent = {Usable};
@@ -153,12 +139,12 @@ private:
         return Step([&] { return toLink.Send(message); }) && Step([&] { return Has(ToKnx(), frame); });
     }
 
-    bool SendFromLink(Bytes frame)
+    bool SendFromLink(const Bytes& frame)
     {
         board.TheCoProcessor().InjectTelegram(frame);
-        frame.insert(frame.begin(), static_cast<uint8_t>(frame.size()));
-        report.deliveries["from"].sent.push_back(Knx::ToHex(frame));
-        return Step([&] { return Received("from", Knx::ToHex(frame)); });
+        const std::string message = Knx::ToHex(WithSize(frame));
+        report.deliveries["from"].sent.push_back(message);
+        return Step([&] { return Received("from", message); });
     }
 
     bool SetLed(bool on)
@@ -197,66 +183,19 @@ private:
         return noticed && Step([&] { return HasAllStates(); });
     }
 
-    // Waits for what the daemon has to do. False if it is pointless to go on: the daemon has ended or will end, or
-    // something does not come after a failure that may cost more than this.
-    bool Step(const std::function<bool()>& done)
-    {
-        const auto begun = Clock::now();
-        bool arrived = false;
-        const auto decided = [&]
-        {
-            arrived = done();
-            const bool givenUp =
-                MayLose() && watch.Struck() > 0 && Clock::now() > std::max(begun, *watch.StruckAt()) + GivingUp;
-            return arrived || givenUp || HasEnded() || WillEnd();
-        };
-        Await(decided, HangLimit);
-        return !HasEnded() && !WillEnd() && (arrived || !expectation.Of("drops").empty());
-    }
-
-    bool MayLose() const
-    {
-        return expectation.Has("any") || !expectation.Of("drops").empty() || !expectation.Of("loses").empty();
-    }
-
-    bool HasEnded() const
-    {
-        pollfd entry{process.Number(), POLLIN, 0};
-        return poll(&entry, 1, 0) > 0;
-    }
-
-    bool WillEnd() const
-    {
-        return watch.Struck() > 0 && expectation.Has("ends");
-    }
-
-    // Whether the call that must fail has not come yet, and comes while the daemon runs.
-    bool IsAwaited() const
-    {
-        return watch.IsPlanned() && watch.Struck() == 0 && !expectation.Has("any");
-    }
-
     void End(Daemon& daemon)
     {
-        auto begun = watch.StruckAt();
         unsigned sleeps = watch.CallsWhenStruck(Period);
-        if (!WillEnd())
-        {
-            // A wrongly set flag would show in the meantime.
-            const unsigned before = watch.Calls(Period);
-            Await([&] { return HasEnded() || watch.Struck() == 0 || watch.Calls(Period) >= before + 2; }, HangLimit);
-            begun = Clock::now();
-            sleeps = watch.Calls(Period);
-            daemon.Interrupt();
-        }
-        report.hung = !Await([&] { return HasEnded(); }, HangLimit);
-        report.timeToEnd = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - *begun);
+        Trial::End(daemon,
+                   [&]
+                   {
+                       // A wrongly set flag would show in the meantime.
+                       const unsigned before = watch.Calls(Period);
+                       Await([&] { return HasEnded() || watch.Struck() == 0 || watch.Calls(Period) >= before + 2; },
+                             HangLimit);
+                       sleeps = watch.Calls(Period);
+                   });
         report.sleepsToEnd = watch.Calls(Period) - sleeps;
-        if (report.hung)
-        {
-            daemon.Signal(SIGKILL);
-        }
-        report.status = daemon.Wait();
     }
 
     void Collect(const Daemon& daemon)
@@ -285,12 +224,10 @@ private:
         }
         for (const auto& queue : std::filesystem::directory_iterator("/dev/mqueue"))
         {
-            report.queuesLeft.push_back("/" + queue.path().filename().string());
+            report.left.push_back("/" + queue.path().filename().string());
         }
-        report.struck = watch.Struck();
-        report.callBehind = watch.CallBehind();
-        report.threadsAtExit = watch.ThreadsAtExit();
-        report.calls = watch.AllCalls();
+        CollectCalls();
+        report.ends = {255};
     }
 
     // The application reads everything that is there. Returns whether it has this message now.
@@ -356,21 +293,17 @@ private:
         return std::find(all.begin(), all.end(), one) != all.end();
     }
 
-    const Expectation& expectation;
-    Watch watch;
     Simulator::EventLog events;
     Simulator::Board board;
     Application fromLink{"/cemiFromLL", MessageQueue::For::Reading};
     Application toLink{"/cemiToLL", MessageQueue::For::Writing};
     Application button{"/progButton", MessageQueue::For::Reading};
-    System::Descriptor process; // becomes readable when the daemon has ended
     int round = 0;
-    Report report;
 };
 
 } // namespace
 
-Report Run(const std::optional<Watch::Plan>& plan, const Expectation& expectation)
+Report RunDaemon(const std::optional<Watch::Plan>& plan, const Expectation& expectation)
 {
     return Scenario(plan, expectation).Play();
 }

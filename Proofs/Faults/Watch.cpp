@@ -4,12 +4,15 @@
 #include <linux/filter.h>
 #include <linux/futex.h>
 #include <linux/seccomp.h>
+#include <netinet/in.h>
 #include <poll.h>
+#include <sys/epoll.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,6 +24,7 @@
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <string_view>
 
 namespace
 {
@@ -43,6 +47,8 @@ enum class About
     Queue,       // a name without its slash
     Descriptors, // the first of those that poll waits for
     Time,        // of a sleep
+    Socket,      // what its arguments say of the new one
+    Watched,     // the descriptor that an epoll instance is told about
     Mapping      // a file, or memory
 };
 
@@ -52,7 +58,7 @@ struct Kind
     About about;
 };
 
-// The calls that the daemon makes on this architecture; others are known by their numbers.
+// The calls that the programs make on this architecture; others are known by their numbers.
 const std::map<int, Kind>& Kinds()
 {
     static const std::map<int, Kind> Known{
@@ -68,11 +74,18 @@ const std::map<int, Kind>& Kinds()
         CALL(read, Descriptor) CALL(rseq, Thread) CALL(rt_sigaction, Thread) CALL(rt_sigprocmask, Thread) CALL(rt_sigreturn, Thread)
         CALL(sched_yield, Thread) CALL(set_robust_list, Thread) CALL(set_tid_address, Thread) CALL(tgkill, Thread)
         CALL(write, Descriptor)
+        CALL(accept4, Descriptor) CALL(bind, Descriptor) CALL(connect, Descriptor) CALL(epoll_create1, Thread)
+        CALL(epoll_ctl, Watched) CALL(fchmod, Descriptor) CALL(flock, Descriptor) CALL(getsockname, Descriptor)
+        CALL(getsockopt, Descriptor) CALL(inotify_add_watch, Descriptor) CALL(inotify_init1, Thread)
+        CALL(listen, Descriptor) CALL(pipe2, Thread) CALL(recvfrom, Descriptor) CALL(recvmsg, Descriptor)
+        CALL(sendto, Descriptor) CALL(setsockopt, Descriptor) CALL(socket, Socket) CALL(timerfd_create, Thread)
+        CALL(timerfd_settime, Thread) CALL(umask, Thread) {SYS_epoll_pwait, {"epoll_wait", About::Descriptor}},
         // Not every architecture has the older form of these.
         {SYS_ppoll, {"poll", About::Descriptors}},
         {SYS_faccessat, {"access", About::PathAt}},
 #ifdef SYS_poll
-        CALL(access, Path) CALL(arch_prctl, Thread) CALL(poll, Descriptors)
+        CALL(access, Path) CALL(arch_prctl, Thread) CALL(chown, Path) CALL(epoll_wait, Descriptor) CALL(poll, Descriptors)
+        CALL(rename, Path) CALL(unlink, Path)
 #endif
     // clang-format on
 #undef CALL
@@ -105,15 +118,79 @@ std::string ReadText(pid_t process, uint64_t address)
 }
 
 // All files of the system count as the same.
-std::string Object(const std::string& path)
+std::string Object(std::string path)
 {
-    const auto isBelow = [&path](const char* directory) { return path.rfind(directory, 0) == 0; };
-    if (path == "anon_inode:[eventfd]")
+    constexpr std::string_view Removed = " (deleted)";
+    if (const std::size_t mark = path.rfind(Removed); mark != std::string::npos)
     {
-        return "eventfd";
+        path.erase(mark);
+    }
+    const auto isBelow = [&path](const char* directory) { return path.rfind(directory, 0) == 0; };
+    for (const char* const nameless : {"eventfd", "eventpoll", "timerfd"})
+    {
+        if (path == std::string("anon_inode:[") + nameless + "]")
+        {
+            return nameless;
+        }
+    }
+    if (path == "anon_inode:inotify")
+    {
+        return "inotify";
+    }
+    if (isBelow("pipe:"))
+    {
+        return "pipe";
+    }
+    if (isBelow("/proc/") && std::filesystem::path(path).filename() == "comm")
+    {
+        return "/proc/comm"; // of whatever process
+    }
+    if (isBelow("/run/orvel"))
+    {
+        return path;
     }
     const bool isQueue = path.rfind('/') == 0; // the directory of the queues is the root of its own file system
     return isQueue || isBelow("/dev/") || isBelow("/sys/class/") ? path : "/files";
+}
+
+int Option(const System::Descriptor& socket, int option)
+{
+    int value = -1;
+    socklen_t size = sizeof(value);
+    getsockopt(socket.Number(), SOL_SOCKET, option, &value, &size);
+    return value;
+}
+
+std::string NewSocketObject(int domain, int type)
+{
+    constexpr int Kind = 0xF; // without its flags
+    return domain == AF_INET                 ? "network"
+           : (type & Kind) == SOCK_SEQPACKET ? "socket"
+           : (type & Kind) == SOCK_DGRAM     ? "interfaces" // any socket will do to ask about them
+                                             : "/files";        // of the system's services
+}
+
+// What a socket is for.
+std::string SocketObject(pid_t process, int descriptor)
+{
+    const System::Descriptor program(static_cast<int>(syscall(SYS_pidfd_open, process, 0)));
+    const System::Descriptor socket(static_cast<int>(syscall(SYS_pidfd_getfd, program.Number(), descriptor, 0)));
+    std::string object = NewSocketObject(Option(socket, SO_DOMAIN), Option(socket, SO_TYPE));
+    if (object == "network")
+    {
+        sockaddr_in own{};
+        socklen_t size = sizeof(own);
+        getsockname(socket.Number(), reinterpret_cast<sockaddr*>(&own), &size);
+        return IN_MULTICAST(ntohl(own.sin_addr.s_addr)) ? "group" : object;
+    }
+    if (object == "socket")
+    {
+        sockaddr_un peer{};
+        socklen_t size = sizeof(peer);
+        const bool isConnected = getpeername(socket.Number(), reinterpret_cast<sockaddr*>(&peer), &size) == 0;
+        return Option(socket, SO_ACCEPTCONN) == 1 ? "listening" : isConnected ? "program" : object;
+    }
+    return object;
 }
 
 std::string DescriptorObject(pid_t process, uint64_t descriptor)
@@ -123,8 +200,10 @@ std::string DescriptorObject(pid_t process, uint64_t descriptor)
         return "stdout";
     }
     std::error_code ignored;
-    const std::string link = "/proc/" + std::to_string(process) + "/fd/" + std::to_string(static_cast<int>(descriptor));
-    return Object(std::filesystem::read_symlink(link, ignored));
+    const auto number = static_cast<int>(descriptor);
+    const std::string link = "/proc/" + std::to_string(process) + "/fd/" + std::to_string(number);
+    const std::string target = std::filesystem::read_symlink(link, ignored);
+    return target.rfind("socket:", 0) == 0 ? SocketObject(process, number) : Object(target);
 }
 
 std::string ObjectOf(About about, pid_t process, const __u64* arguments, bool mainThread)
@@ -161,6 +240,10 @@ std::string ObjectOf(About about, pid_t process, const __u64* arguments, bool ma
         ReadMemory(process, arguments[2], &time, sizeof(time));
         return std::to_string(time.tv_sec * 1000 + time.tv_nsec / 1'000'000) + "ms";
     }
+    case About::Socket:
+        return NewSocketObject(static_cast<int>(arguments[0]), static_cast<int>(arguments[1]));
+    case About::Watched:
+        return (arguments[1] == EPOLL_CTL_ADD ? "new:" : "") + DescriptorObject(process, arguments[2]);
     case About::Mapping:
         return static_cast<int>(arguments[4]) == -1 ? "memory" : DescriptorObject(process, arguments[4]);
     }
@@ -370,6 +453,13 @@ Point Watch::CallBehind() const
 {
     const std::lock_guard lock(mutex);
     return callBehind;
+}
+
+Point Watch::LastCall() const
+{
+    const std::lock_guard lock(mutex);
+    const auto found = last.find(process);
+    return found == last.end() ? Point() : found->second;
 }
 
 std::size_t Watch::ThreadsAtExit() const

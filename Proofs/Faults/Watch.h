@@ -93,6 +93,9 @@ public:
     /// The call that the same thread made after the first one that failed.
     Point CallBehind() const;
 
+    /// The last call that the program's main thread has made.
+    Point LastCall() const;
+
     /// How many threads, other than the main one and those that only started and waited, existed when the program ended
     /// itself.
     std::size_t ThreadsAtExit() const;
@@ -125,8 +128,8 @@ private:
     System::Descriptor ownEnd;
     System::Descriptor listener;
     std::atomic<bool> running{true};
-    pid_t process = 0;     // the program
-    bool launched = false; // the program itself runs, no longer what launches it
+    std::atomic<pid_t> process{0}; // the program
+    bool launched = false;         // the program itself runs, no longer what launches it
     std::vector<Delayed> delayed;
     std::set<pid_t> known; // threads
 

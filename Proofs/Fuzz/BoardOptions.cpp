@@ -20,11 +20,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     {
         const Options options = Simulator::ParseOptions(static_cast<int>(arguments.size()), argv.data());
         Fuzz::Expect("a pin of the chip", options.resetGpio >= 0 && options.resetGpio <= 31);
+        Fuzz::Expect("one reader of the queues", !options.demo || !options.gateway);
         Fuzz::Expect("a command to execute", options.mode != Options::Mode::Exec || !options.command.empty());
-        Fuzz::ExpectEqual("a text for help", !options.help.empty(), options.mode == Options::Mode::Help);
+        Fuzz::ExpectEqual("a text", !options.text.empty(), options.mode == Options::Mode::Print);
         const auto separator = std::find(arguments.begin(), arguments.end(), "--");
         const bool isShell = options.mode == Options::Mode::Exec && arguments[1] == "shell"; // has a command of its own
-        if (options.mode != Options::Mode::Help && !isShell && separator != arguments.end())
+        if (options.mode != Options::Mode::Print && !isShell && separator != arguments.end())
         {
             Fuzz::ExpectEqual("the command", options.command, std::vector<std::string>(separator + 1, arguments.end()));
         }

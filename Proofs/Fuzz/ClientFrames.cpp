@@ -11,6 +11,7 @@
 
 #include "Orvel/Protocol.h"
 
+#include "BenchKit/ReceivedMessage.h"
 #include "Expect.h"
 #include "ReadRecording.h"
 
@@ -20,8 +21,6 @@ using namespace OrvelClient;
 
 namespace
 {
-
-constexpr std::chrono::microseconds Time{1763719200123456};
 
 bool IsPrintable(const std::string& text)
 {
@@ -50,9 +49,10 @@ void CheckRecordings(const Message& message)
                message);
     ExpectSame("the message from the object", Fuzz::ReadRecording(DescribeAsJson(message) + "\n"), message);
     ExpectSame("the message from the capture", Fuzz::ReadRecording(CaptureHeader() + CapturePacket(message)), message);
-    ExpectSame("the message from the telegram log",
-               Fuzz::ReadRecording(TelegramLogHeader(Time) + TelegramLogEntry(message) + TelegramLogEnd(Time)),
-               message);
+    ExpectSame(
+        "the message from the telegram log",
+        Fuzz::ReadRecording(TelegramLogHeader(ReceivedAt) + TelegramLogEntry(message) + TelegramLogEnd(ReceivedAt)),
+        message);
 }
 
 void CheckRequest(const Bytes& frame)
@@ -83,7 +83,7 @@ void CheckDigits(const std::string& text)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
 {
-    const Message message = FromQueue(Bytes(data, data + size), Time);
+    const Message message = FromQueue(Bytes(data, data + size), ReceivedAt);
     CheckTexts(message);
     CheckRecordings(message);
     CheckRequest(message.frame);

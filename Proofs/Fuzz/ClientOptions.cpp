@@ -3,7 +3,6 @@
 #include "Answer.h"
 #include "Button.h"
 #include "Check.h"
-#include "CommandLine.h"
 #include "Commands.h"
 #include "Decode.h"
 #include "GatewaySocket.h"
@@ -16,6 +15,7 @@
 #include "Replay.h"
 #include "Send.h"
 #include "Status.h"
+#include "Top.h"
 #include "Write.h"
 
 #include "Expect.h"
@@ -71,6 +71,11 @@ void Check(const MonitorOptions& monitor)
     Fuzz::Expect("an interval", monitor.interval >= 100ms && monitor.interval <= 24h);
 }
 
+void Check(const TopOptions& top)
+{
+    ExpectBus(top.bus);
+}
+
 void Check(const DecodeOptions& decode)
 {
     Fuzz::Expect("time stamps for lines only", decode.timeStamp == TimeStamp::Absolute || decode.form == Form::Text);
@@ -114,7 +119,6 @@ void Check(const LedOptions& led)
 void Check(const CheckOptions& check)
 {
     Fuzz::Expect("a pin", check.resetGpio >= 0);
-    Fuzz::Expect("a queue for the button", !check.buttonQueues.empty());
 }
 
 // Looks at the options if it is this command that was given.
@@ -125,9 +129,12 @@ void CheckIf(const Command& command, int argc, const char* const* argv)
     {
         return;
     }
-    if (const CommandLine line(command, argc, argv); line.Help().empty())
+    Options options;
+    Arguments::Parser parser(command.name, command.usage, command.description);
+    options.AddTo(parser);
+    if (!parser.Parse(argc, argv))
     {
-        Check(Options(line));
+        Check(options);
     }
 }
 
@@ -147,6 +154,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
         CheckIf<AnswerOptions>(AnswerCommand(), argc - 1, argv.data() + 1);
         CheckIf<SendOptions>(SendCommand(), argc - 1, argv.data() + 1);
         CheckIf<MonitorOptions>(MonitorCommand(), argc - 1, argv.data() + 1);
+        CheckIf<TopOptions>(TopCommand(), argc - 1, argv.data() + 1);
         CheckIf<DecodeOptions>(DecodeCommand(), argc - 1, argv.data() + 1);
         CheckIf<ReplayOptions>(ReplayCommand(), argc - 1, argv.data() + 1);
         CheckIf<GenerateOptions>(GenerateCommand(), argc - 1, argv.data() + 1);

@@ -62,7 +62,7 @@ public:
             now = *due;
             router.Advance(now);
         }
-        const Router::Counters& count = router.Count();
+        const KnxIpCounters count = router.Count();
         Fuzz::ExpectEqual("an answer for each request", confirmed, requests);
         Fuzz::ExpectEqual("what became of the requests", count.sent + count.refused, requests);
         Fuzz::ExpectEqual("what became of the datagrams",

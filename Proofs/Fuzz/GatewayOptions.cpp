@@ -19,7 +19,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, std::size_t size)
     try
     {
         const Options options = ParseOptions(static_cast<int>(arguments.size()), argv.data());
-        Fuzz::ExpectEqual("help", options.help.empty(), options.mode != Options::Mode::Help);
         Fuzz::Expect("a number of programs", options.hub.programs >= 1 && options.hub.programs <= 1000);
         Fuzz::Expect("a time", options.hub.confirmTimeout >= 100ms && options.hub.confirmTimeout <= 1h);
         Fuzz::Expect("the name of a queue", options.buttonQueue.size() > 1 && options.buttonQueue.rfind('/') == 0);

@@ -1,7 +1,7 @@
 // Tests that only a real kernel can decide.
 
+#include "BenchKit/OnBoard.h"
 #include "Namespaces.h"
-#include "OnBoard.h"
 #include "RealBoard.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TestBoard.h"
+#include "BenchKit/TestBoard.h"
 #include "WiredCoProcessor.h"
 
 #include <string>

@@ -428,7 +428,7 @@ def digest(*texts):
 
 @functools.lru_cache(None)
 def all_tests():
-    files = [path for folder in ("Tests/Unit", "Tests/System", "Tests/Support", "Simulator", "Knx", "System")
+    files = [path for folder in ("Tests/Unit", "Tests/System", "BenchKit", "Simulator", "Knx", "System")
              for path in sorted((ROOT / folder).rglob("*")) if path.is_file()]
     return digest(*(path.read_text() for path in files))
 

@@ -1,7 +1,8 @@
 // service-co-processor PORT: the simulated co-processor at a serial port of a machine with a real kernel, whose reset input
-// follows pin 3. Takes commands on standard input and prints what happens.
+// follows pin 3. Takes commands on standard input and prints what happens, as orvel-board --json does.
 
 #include "Commands.h"
+#include "EventJson.h"
 #include "WiredCoProcessor.h"
 
 #include <cstdio>
@@ -24,7 +25,7 @@ int main(int argc, char** argv)
         EventLog events(
             [](std::chrono::microseconds since, const Event& event)
             {
-                std::printf("%8.3f s  %s\n", std::chrono::duration<double>(since).count(), TextOf(event).c_str());
+                std::printf("%s\n", JsonOf(since, event).c_str());
                 std::fflush(stdout);
             });
         SerialLine line(argv[1]);

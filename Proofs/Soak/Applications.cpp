@@ -1,5 +1,6 @@
 #include "Applications.h"
 
+#include "BenchKit/Messages.h"
 #include "Frames.h"
 #include "Orvel/Protocol.h"
 
@@ -16,9 +17,10 @@ namespace
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto Nap = 1ms;       // of whoever has nothing to do
-constexpr auto Lost = 200ms;    // after this a message that does not arrive no longer keeps another one back
-constexpr long MaxOnTheWay = 5; // messages of a kind; the queues hold more
+constexpr auto MakingLimit = 300s; // until the daemon has made its queues; the machine may be very busy
+constexpr auto Nap = 1ms;          // of whoever has nothing to do
+constexpr auto Lost = 200ms;       // after this a message that does not arrive no longer keeps another one back
+constexpr long MaxOnTheWay = 5;    // messages of a kind; the queues hold more
 
 constexpr uint16_t CemiTopic = 0x100;
 constexpr std::array<const char*, 5> Leds{"prg1", "prg2", "system", "knx", "rs485termination"};
@@ -43,9 +45,9 @@ Applications::Applications(Simulator::Board& theBoard, const Ledger& theLedger, 
     , amounts(theAmounts)
     , progress(theProgress)
     , seed(theSeed)
-    , toLink(std::make_unique<Queue>(ORVEL_CEMI_TO_LL_QUEUE, Queue::For::Writing))
-    , fromLink(std::make_unique<Queue>(ORVEL_CEMI_FROM_LL_QUEUE, Queue::For::Reading))
-    , button(std::make_unique<Queue>(ORVEL_PROG_BUTTON_QUEUE, Queue::For::Reading))
+    , toLink(std::make_unique<Queue>(ORVEL_CEMI_TO_LL_QUEUE, Queue::For::Writing, MakingLimit))
+    , fromLink(std::make_unique<Queue>(ORVEL_CEMI_FROM_LL_QUEUE, Queue::For::Reading, MakingLimit))
+    , button(std::make_unique<Queue>(ORVEL_PROG_BUTTON_QUEUE, Queue::For::Reading, MakingLimit))
 {
     for (const auto work : {&Applications::ReadFromLink, &Applications::ReadButton})
     {
@@ -173,9 +175,7 @@ void Applications::WriteToLink()
             continue;
         }
         const auto number = static_cast<uint32_t>(progress.framesToLink + 1);
-        Bytes message = Frames::ToLink(number);
-        message.insert(message.begin(), static_cast<uint8_t>(message.size()));
-        if (!toLink->Send(message))
+        if (!toLink->Send(WithSize(Frames::ToLink(number))))
         {
             Sleep(); // full
             continue;
@@ -238,7 +238,7 @@ void Applications::ReadFromLink()
 
 void Applications::ReadAllFromLink()
 {
-    for (auto message = fromLink->Receive(); message; message = fromLink->Receive())
+    for (auto message = fromLink->ReceiveNow(); message; message = fromLink->ReceiveNow())
     {
         const Bytes frame(message->begin() + 1, message->end());
         const auto size = static_cast<uint8_t>(frame.size());
@@ -329,7 +329,7 @@ void Applications::ReadButton()
 
 void Applications::ReadAllFromButton()
 {
-    for (auto message = button->Receive(); message; message = button->Receive())
+    for (auto message = button->ReceiveNow(); message; message = button->ReceiveNow())
     {
         record.buttons.push_back(message->at(0));
         ++buttonsRead;

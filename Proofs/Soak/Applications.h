@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Arrivals.h"
+#include "BenchKit/Queue.h"
 #include "Board.h"
 #include "Ledger.h"
-#include "Queue.h"
 #include "Traffic.h"
 
 #include <atomic>

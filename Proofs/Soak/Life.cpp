@@ -1,6 +1,7 @@
 #include "Life.h"
 
-#include "Await.h"
+#include "BenchKit/Await.h"
+#include "BenchKit/ProcessFiles.h"
 #include "FaultPlan.h"
 #include "Orvel/Protocol.h"
 
@@ -72,23 +73,13 @@ void AwaitStill(const std::function<std::size_t()>& count)
 
 Resources Resources::Of(pid_t process)
 {
-    const std::string directory = "/proc/" + std::to_string(process);
-    const std::filesystem::directory_iterator descriptors(directory + "/fd");
-    Resources resources;
-    resources.descriptors = std::distance(begin(descriptors), end(descriptors));
-    std::ifstream status(directory + "/status");
-    for (std::string word; status >> word;)
+    const std::filesystem::directory_iterator descriptors(DirectoryOf(process) / "fd");
+    const auto number = [process](const char* key)
     {
-        if (word == "VmRSS:")
-        {
-            status >> resources.memory;
-        }
-        else if (word == "Threads:")
-        {
-            status >> resources.threads;
-        }
-    }
-    return resources;
+        const std::string value = StatusOf(process, key);
+        return value.empty() ? 0 : std::stol(value); // one that has ended has no memory
+    };
+    return {std::distance(begin(descriptors), end(descriptors)), number("Threads"), number("VmRSS")};
 }
 
 Life::Life(Simulator::Board& theBoard, Arrivals& theArrivals, const Amounts& theAmounts, Progress& theProgress,

@@ -5,7 +5,7 @@
 // Runs several boards at once, each with its own seed that follows from N. The same N gives the same run, except for
 // the time that things take. Without --full it takes a minute.
 
-#include "SandboxedJobs.h"
+#include "BenchKit/SandboxedJobs.h"
 #include "Starts.h"
 #include "Traffic.h"
 

@@ -1,6 +1,6 @@
 #include "Starts.h"
 
-#include "Await.h"
+#include "BenchKit/Await.h"
 #include "Board.h"
 #include "FaultPlan.h"
 #include "LoggedDaemon.h"

@@ -2,16 +2,20 @@
 
 #include "System/Lines.h"
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
 namespace Simulator
 {
 
-/// The lines that come out of a descriptor, without ever waiting for one.
+/// The lines that come out of a descriptor, without ever waiting for one. Of a line that is far longer than any command only
+/// the beginning is kept.
 class CommandInput
 {
 public:
+    static constexpr std::size_t LongestLine = 65'536; // bytes
+
     explicit CommandInput(int inputDescriptor)
         : descriptor(inputDescriptor)
     {
@@ -29,7 +33,7 @@ public:
 
 private:
     int descriptor;
-    System::Lines lines;
+    System::Lines lines{LongestLine};
 };
 
 } // namespace Simulator

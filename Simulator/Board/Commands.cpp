@@ -38,9 +38,9 @@ std::string Commands::Execute(const std::string& line)
     {
         return "";
     }
-    if (name == "telegram")
+    if (name == "telegram" || name == "read")
     {
-        return InjectTelegram(rest);
+        return InjectTelegram(name, rest);
     }
     if (name == "restart" || name == "kill")
     {
@@ -81,28 +81,31 @@ std::string Commands::Execute(const std::string& line)
 
 std::string Commands::Help()
 {
-    return "press           press the programming button\n"
-           "release         let it go\n"
-           "telegram HEX    a cEMI frame from KNX, such as 29 00 bc e0 11 01 0a 03 01 00 81\n"
-           "unplug          pull the serial line\n"
-           "plug            plug it in again\n"
-           "mute            let the co-processor hang until it is reset\n"
-           "restart [S]     end the daemon with SIGINT and start it again, after S seconds\n"
-           "kill [S]        the same with SIGKILL\n"
-           "quit            stop the daemon and the board\n"
-           "help            this list";
+    return "press                        press the programming button\n"
+           "release                      let it go\n"
+           "telegram GROUP VALUE [TYPE]  a telegram from KNX, such as 1/2/3 21.5 9.001\n"
+           "telegram HEX                 a cEMI frame: 29 00 bc e0 11 01 0a 03 01 00 81\n"
+           "read GROUP                   a telegram from KNX that asks for a value\n"
+           "unplug                       pull the serial line\n"
+           "plug                         plug it in again\n"
+           "mute                         let the co-processor hang until it is reset\n"
+           "restart [S]                  end the daemon with SIGINT, start it again after S s\n"
+           "kill [S]                     the same with SIGKILL\n"
+           "quit                         stop the daemon and the board\n"
+           "help                         this list";
 }
 
-std::string Commands::InjectTelegram(const std::string& hex)
+std::string Commands::InjectTelegram(const std::string& command, const std::string& typed)
 {
-    const auto telegram = TelegramFromHex(hex);
-    if (!telegram)
+    try
     {
-        return "'telegram' takes 1 to " + std::to_string(MaxTelegram) +
-               " bytes of two hexadecimal digits each; spaces and colons may stand between them";
+        coProcessor.InjectTelegram(command == "read" ? ReadFrom(typed, groups) : TelegramFrom(typed, groups));
+        return "";
     }
-    coProcessor.InjectTelegram(*telegram);
-    return "";
+    catch (const NotATelegram& problem)
+    {
+        return problem.what();
+    }
 }
 
 std::string Commands::RestartDaemon(const std::string& command, const std::string& pause) const

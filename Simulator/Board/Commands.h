@@ -2,6 +2,8 @@
 
 #include "CoProcessor.h"
 
+#include "Knx/KnownGroups.h"
+
 #include <chrono>
 #include <functional>
 #include <string>
@@ -17,10 +19,11 @@ public:
     /// Ends the daemon with `signal` and starts it again after `pause`. The result is as that of Execute.
     using Restart = std::function<std::string(int signal, std::chrono::seconds pause)>;
 
-    /// Without `restartDaemon` there is no daemon here.
-    explicit Commands(CoProcessor& theCoProcessor, Restart restartDaemon = {})
+    /// Without `restartDaemon` there is no daemon here. Telegrams can be typed with the names and types of `knownGroups`.
+    explicit Commands(CoProcessor& theCoProcessor, Restart restartDaemon = {}, Knx::KnownGroups knownGroups = {})
         : coProcessor(theCoProcessor)
         , restart(std::move(restartDaemon))
+        , groups(std::move(knownGroups))
     {
     }
 
@@ -37,11 +40,12 @@ public:
     static std::string Help();
 
 private:
-    std::string InjectTelegram(const std::string& hex);
+    std::string InjectTelegram(const std::string& command, const std::string& typed);
     std::string RestartDaemon(const std::string& command, const std::string& pause) const;
 
     CoProcessor& coProcessor;
     const Restart restart;
+    const Knx::KnownGroups groups;
     bool quitRequested = false;
 };
 

@@ -64,7 +64,7 @@ public:
         const auto brightness = std::filesystem::path("/sys/class/leds") / NameOfRedKnxLed() / "brightness";
         Say("an application writes 100 to " + brightness.string());
         SetLed(brightness, 100);
-        Await({Event::LedOn, RedKnxLed});
+        Await(Event{Event::LedOn, RedKnxLed});
 
         Say("somebody presses the programming button");
         board.TheCoProcessor().SetButton(true);
@@ -99,12 +99,14 @@ private:
         events.Add({Event::Note, step});
     }
 
-    void Await(const Event& event)
+    // A kind is any event of that kind, an event that one with its data.
+    template<typename KindOrEvent>
+    void Await(const KindOrEvent& wanted)
     {
-        Insist(TextOf(event),
+        Insist(TextOf(wanted),
                [&]
                {
-                   const std::size_t next = events.Await(event, seen, Glance);
+                   const std::size_t next = events.Await(wanted, seen, Glance);
                    seen = next != 0 ? next : seen;
                    return next != 0;
                });

@@ -1,24 +1,27 @@
 // orvel-board: the daemon on a simulated board, for people without the hardware.
 
 #include "Board.h"
-#include "Commands.h"
+#include "DevicePlayer.h"
+#include "EventJson.h"
+#include "Inputs.h"
 #include "KnxIp.h"
 #include "LiveBoard.h"
+#include "Meaning.h"
 #include "Namespaces.h"
 #include "Options.h"
 #include "Rendezvous.h"
 #include "Session.h"
 #include "StartPriority.h"
-#include "Terminal.h"
-#include "TerminalGuard.h"
-#include "Version.h"
 
 #include "System/Process.h"
 #include "System/Signals.h"
+#include "System/Terminal/Terminal.h"
+#include "System/Terminal/TerminalGuard.h"
 #include "System/ThrowErrno.h"
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -28,6 +31,8 @@
 #include <filesystem>
 #include <optional>
 #include <stdexcept>
+#include <utility>
+#include <vector>
 
 using namespace Simulator;
 
@@ -37,10 +42,16 @@ namespace
 constexpr int UsageError = 2;
 constexpr int BoardError = 1;
 
-void Say(const char* who, std::chrono::microseconds since, const std::string& text)
+// One call for each line: the daemon writes to the same terminal or pipe.
+void WriteAsText(std::chrono::microseconds since, const Event& event, const Knx::KnownGroups& groups)
 {
-    // One call for each line: the daemon writes to the same terminal or pipe.
-    std::printf("%s %8.3f s  %s\n", who, std::chrono::duration<double>(since).count(), text.c_str());
+    std::printf("board %8.3f s  %s\n", std::chrono::duration<double>(since).count(), TextOf(event, groups).c_str());
+    std::fflush(stdout);
+}
+
+void WriteAsJson(std::chrono::microseconds since, const Event& event)
+{
+    std::printf("%s\n", JsonOf(since, event).c_str());
     std::fflush(stdout);
 }
 
@@ -80,24 +91,51 @@ System::Process::Start DaemonStart(const Options& options)
     return start;
 }
 
+std::optional<System::Process::Start> GatewayStart(const Options& options)
+{
+    if (!options.gateway)
+    {
+        return std::nullopt;
+    }
+    const auto gateway =
+        MustExist(options.gatewayProgram.empty() ? OwnDirectory() / ORVEL_GATEWAY_FROM_BIN : options.gatewayProgram,
+                  "gateway-program");
+    System::Process::Start start;
+    start.command = {std::filesystem::absolute(gateway).lexically_normal(), "--metrics", GatewayRun::MetricsFile};
+    return start;
+}
+
 // Where the board is shown and the person's commands come from: the terminal, or standard output and input.
 class Front
 {
 public:
     // `guard` is the process that guards the terminal, if the board is shown there.
-    Front(const Options& options, std::optional<pid_t> terminalGuard)
-        : guard(terminalGuard)
+    Front(const Options& options, std::optional<pid_t> terminalGuard, const Knx::KnownGroups& knownGroups)
+        : json(options.json)
+        , guard(terminalGuard)
+        , groups(knownGroups)
     {
         if (guard)
         {
-            EndWithGuard(*guard);
-            screen.emplace(options.name, options.demo);
+            System::EndWithGuard(*guard);
+            screen.emplace(options.name, options.demo, groups);
         }
     }
 
     void OnEvent(std::chrono::microseconds since, const Event& event)
     {
-        screen ? screen->OnEvent(since, event) : Say("board", since, TextOf(event));
+        if (screen)
+        {
+            screen->OnEvent(since, event);
+        }
+        else if (json)
+        {
+            WriteAsJson(since, event);
+        }
+        else
+        {
+            WriteAsText(since, event, groups);
+        }
     }
 
     int DaemonOutput() const
@@ -119,32 +157,61 @@ public:
     {
         if (screen)
         {
-            LeaveTerminalWithout(*guard);
+            System::LeaveTerminalWithout(*guard);
             screen->End();
             std::fputs((status != 0 ? screen->LastLines() : counters).c_str(), stdout);
         }
     }
 
 private:
+    const bool json;
     std::optional<pid_t> guard;
+    const Knx::KnownGroups& groups;
     std::optional<LiveBoard> screen;
 };
 
-int RunBoard(const Options& options, std::optional<pid_t> guard)
+// "Ceiling, Window and 3 more"
+std::string Listed(const std::vector<std::string>& names)
+{
+    constexpr std::size_t shown = 5;
+    std::string text;
+    for (std::size_t index = 0; index < std::min(shown, names.size()); ++index)
+    {
+        text += (index == 0 ? "" : ", ") + names[index];
+    }
+    return text + (names.size() > shown ? " and " + std::to_string(names.size() - shown) + " more" : "");
+}
+
+int RunBoard(const Options& options, DeviceFile devices, const Knx::KnownGroups& groups, std::optional<pid_t> guard)
 {
     System::Process::Start daemonStart = DaemonStart(options);
+    std::optional<System::Process::Start> gatewayStart = GatewayStart(options);
     if (guard)
     {
-        BlockScreenSignals();
+        System::BlockSignals(System::Terminal::Signals);
     }
     const System::StopSignals signals;
     const StartPriority priority;
     const Rendezvous rendezvous(options.name); // before the namespaces, in which this user has another number
     EnterNamespaces();
 
-    Front front(options, guard);
+    Front front(options, guard, groups);
     daemonStart.standardOutput = front.DaemonOutput();
-    EventLog events([&front](std::chrono::microseconds since, const Event& event) { front.OnEvent(since, event); });
+    if (gatewayStart)
+    {
+        gatewayStart->standardOutput = front.DaemonOutput();
+    }
+    HeardTelegrams heard;
+    const bool hasDevices = !devices.devices.empty();
+    EventLog events(
+        [&front, &heard, hasDevices](std::chrono::microseconds since, const Event& event)
+        {
+            front.OnEvent(since, event);
+            if (hasDevices)
+            {
+                heard.OnEvent(event);
+            }
+        });
     daemonStart.beforeExec = [&priority, &events, told = false](pid_t daemon) mutable
     {
         if (const int error = priority.Raise(daemon); error != 0 && !told)
@@ -159,26 +226,37 @@ int RunBoard(const Options& options, std::optional<pid_t> guard)
     {
         knxIp.emplace(*options.knxIp, board.TheCoProcessor(), events);
     }
-    Session session(daemonStart, board, events, rendezvous, signals, front.Person());
+    std::optional<DevicePlayer> player;
+    if (hasDevices)
+    {
+        events.Add({Event::Note, "devices on the bus: " + Listed(devices.names)});
+        player.emplace(std::move(devices.devices), heard,
+                       [&board, &knxIp](const Bytes& telegram)
+                       { knxIp ? knxIp->SendTelegram(telegram) : board.TheCoProcessor().InjectTelegram(telegram); });
+    }
+    Session session({daemonStart, gatewayStart}, board, events, rendezvous, signals, front.Person(), groups);
     if (options.demo)
     {
         session.StartDemonstration();
     }
     const int status = session.Run();
-    front.End(status, knxIp ? knxIp->End() + '\n' : "");
+    front.End(status, knxIp ? TextOf(knxIp->End()) + '\n' : "");
     return status;
 }
 
 int RunBoard(const Options& options)
 {
-    if (options.plain || !Terminal::IsThere())
+    const Knx::GroupAddresses names = ReadNames(options.names);
+    DeviceFile devices = ReadDeviceFile(options.devices, names);
+    const Knx::KnownGroups groups(WithGroupsOf(devices, names));
+    if (options.plain || !System::Terminal::IsThere())
     {
         std::signal(SIGTTIN, SIG_IGN); // in the background of a shell reading fails, and there are no commands
-        return RunBoard(options, std::nullopt);
+        return RunBoard(options, std::move(devices), groups, std::nullopt);
     }
     const pid_t guard = getpid();
-    const auto ended = GuardTerminal();
-    return ended ? *ended : RunBoard(options, guard);
+    const auto ended = System::GuardTerminal("orvel-board: the board was killed");
+    return ended ? *ended : RunBoard(options, std::move(devices), groups, guard);
 }
 
 [[noreturn]] void RunOnBoard(const Options& options)
@@ -222,11 +300,8 @@ int main(int argc, char** argv)
     {
         switch (options.mode)
         {
-        case Options::Mode::Help:
-            std::printf("%s\n%s\n", options.help.c_str(), Commands::Help().c_str());
-            return EXIT_SUCCESS;
-        case Options::Mode::Version:
-            std::printf("%s", OrvelVersion::VersionText("orvel-board").c_str());
+        case Options::Mode::Print:
+            std::fputs(options.text.c_str(), stdout);
             return EXIT_SUCCESS;
         case Options::Mode::Exec:
             RunOnBoard(options);
@@ -235,6 +310,11 @@ int main(int argc, char** argv)
         case Options::Mode::Run:
             return RunBoard(options);
         }
+    }
+    catch (const BrokenFile& wrong)
+    {
+        std::fprintf(stderr, "orvel-board: %s\n", wrong.what());
+        return UsageError;
     }
     catch (const std::exception& failure)
     {

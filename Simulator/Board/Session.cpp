@@ -25,19 +25,24 @@ constexpr std::chrono::milliseconds LookEvery{250}; // as long as the daemon's w
 
 } // namespace
 
-Session::Session(const System::Process::Start& daemonStart, Board& theBoard, EventLog& eventLog,
-                 const Rendezvous& meeting, const System::StopSignals& stopSignals, const Person& thePerson)
-    : start(daemonStart)
+Session::Session(const Programs& programs, Board& theBoard, EventLog& eventLog, const Rendezvous& meeting,
+                 const System::StopSignals& stopSignals, const Person& thePerson, const Knx::KnownGroups& knownGroups)
+    : start(programs.daemon)
     , board(theBoard)
     , events(eventLog)
     , rendezvous(meeting)
     , signals(stopSignals)
     , person(thePerson)
-    , commands(theBoard.TheCoProcessor(),
-               [this](int signal, std::chrono::seconds pause) { return Restart(signal, pause); })
+    , commands(
+          theBoard.TheCoProcessor(), [this](int signal, std::chrono::seconds pause) { return Restart(signal, pause); },
+          knownGroups)
     , input(thePerson.commands)
 {
     StartDaemon();
+    if (programs.gateway)
+    {
+        gateway.emplace(*programs.gateway, events);
+    }
 }
 
 Session::~Session()
@@ -65,6 +70,10 @@ int Session::Run()
     while (Step())
     {
     }
+    if (gateway)
+    {
+        gateway->End();
+    }
     return status;
 }
 
@@ -77,11 +86,12 @@ bool Session::GoesOn() const
 // The result is that of GoesOn.
 bool Session::Step()
 {
-    std::array<pollfd, 5> set{{{daemon ? daemon->Descriptor() : -1, POLLIN, 0},
+    std::array<pollfd, 6> set{{{daemon ? daemon->Descriptor() : -1, POLLIN, 0},
                                {signals.Descriptor(), POLLIN, 0},
                                {demonstrationDone.Descriptor(), POLLIN, 0},
                                {restartWanted.Descriptor(), POLLIN, 0},
-                               {reading ? input.Descriptor() : -1, POLLIN, 0}}};
+                               {reading ? input.Descriptor() : -1, POLLIN, 0},
+                               {gateway ? gateway->Descriptor() : -1, POLLIN, 0}}};
     poll(set.data(), set.size(), PollTimeout());
     const auto isReady = [&set](std::size_t index) { return set.at(index).revents != 0; };
     if (isReady(0))
@@ -110,6 +120,10 @@ bool Session::Step()
     if (isReady(4))
     {
         reading = input.Read([this](const std::string& line) { Execute(line); });
+    }
+    if (isReady(5))
+    {
+        gateway->OnEnd();
     }
     OnTime(Clock::now());
     return GoesOn();
@@ -265,6 +279,10 @@ void Session::OnTime(Clock::time_point now)
     {
         LookForLeds();
     }
+    if (gateway && now >= gateway->LooksAt())
+    {
+        gateway->Look();
+    }
     if (startsAt && now >= *startsAt)
     {
         StartDaemonAgain();
@@ -282,6 +300,10 @@ int Session::PollTimeout() const
     if (ledWatch)
     {
         next = std::min(next, looksAt);
+    }
+    if (gateway)
+    {
+        next = std::min(next, gateway->LooksAt());
     }
     if (startsAt)
     {

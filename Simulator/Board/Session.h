@@ -4,6 +4,7 @@
 #include "CommandInput.h"
 #include "Commands.h"
 #include "EventLog.h"
+#include "GatewayRun.h"
 #include "LedWatch.h"
 #include "Rendezvous.h"
 
@@ -21,7 +22,7 @@
 namespace Simulator
 {
 
-/// Everything that goes on while the daemon runs, also when it is started again.
+/// Everything that goes on while the daemon runs, also when it is started again. The gateway goes on beside it.
 class Session
 {
 public:
@@ -32,8 +33,15 @@ public:
         std::function<void(const std::string&)> answer; ///< tells the answer to a command that has one
     };
 
-    Session(const System::Process::Start& daemonStart, Board& theBoard, EventLog& eventLog, const Rendezvous& meeting,
-            const System::StopSignals& stopSignals, const Person& thePerson);
+    /// What runs on the board.
+    struct Programs
+    {
+        System::Process::Start daemon;
+        std::optional<System::Process::Start> gateway;
+    };
+
+    Session(const Programs& programs, Board& theBoard, EventLog& eventLog, const Rendezvous& meeting,
+            const System::StopSignals& stopSignals, const Person& thePerson, const Knx::KnownGroups& knownGroups);
     ~Session();
 
     Session(const Session&) = delete;
@@ -42,7 +50,7 @@ public:
     /// The commands of a person are taken once it is over.
     void StartDemonstration();
 
-    /// Until the daemon has ended and is not to be started again; returns its exit status.
+    /// Until the daemon has ended and is not to be started again, and then the gateway; returns the daemon's exit status.
     int Run();
 
 private:
@@ -83,7 +91,8 @@ private:
     std::atomic<bool> demonstrationCancelled{false};
     std::thread demonstration;
     std::optional<System::Process> daemon;
-    std::optional<LedWatch> ledWatch; // until there is a finding
+    std::optional<GatewayRun> gateway; // if there is to be one
+    std::optional<LedWatch> ledWatch;  // until there is a finding
     Clock::time_point looksAt;
 };
 

@@ -19,6 +19,25 @@ std::string BeginOf(const Bytes& datagram)
     return Knx::ToHex({datagram.begin(), end}) + (datagram.size() > Shown ? " ..." : "");
 }
 
+std::string ListOf(const KnxIpCounters& counters)
+{
+    std::string text;
+    const char* separator = "";
+    for (const auto& [number, what] : {std::pair(counters.sent, "sent"),
+                                       {counters.received, "received"},
+                                       {counters.refused, "refused"},
+                                       {counters.dropped, "dropped"},
+                                       {counters.lost, "lost by others"},
+                                       {counters.busy, "times others busy"},
+                                       {counters.malformed, "malformed"},
+                                       {counters.ignored, "of other services"}})
+    {
+        text += separator + std::to_string(number) + " " + what;
+        separator = ", ";
+    }
+    return text;
+}
+
 } // namespace
 
 const char* NameOf(int64_t led)
@@ -84,7 +103,7 @@ std::string TextOf(const Event& event)
     case Event::KnxIpJoined:
         return "KNXnet/IP: joined " + event.text;
     case Event::KnxIpCounted:
-        return "KNXnet/IP: " + event.text;
+        return "KNXnet/IP: " + ListOf(event.counters);
     case Event::KnxIpRouterLost:
         return "KNXnet/IP: a router lost " + number + " telegrams; " + total + " were lost so far";
     case Event::KnxIpRouterBusy:
@@ -114,6 +133,16 @@ std::string TextOf(const Event& event)
         return "that was all; the daemon goes on, and 'help' lists what you can do";
     case Event::DemonstrationFailed:
         return "the demonstration failed: " + event.text;
+
+    case Event::GatewayStarted:
+        return "gateway started";
+    case Event::GatewayEnded:
+        return "gateway ended with status " + number;
+    case Event::ProgramConnected:
+        return "program " + event.text + " connected to the gateway";
+    case Event::ProgramLeft:
+        return "program " + event.text + " left the gateway";
+
     case Event::Note:
         break;
     }

@@ -24,7 +24,28 @@ enum Led : uint8_t
 /// "red KNX"; the number is one of those above.
 const char* NameOf(int64_t led);
 
-/// Something that happened on the board. It stays data until a person reads it: nobody but TextOf knows its words.
+/// What a KNX side on KNXnet/IP has counted.
+struct KnxIpCounters
+{
+    uint64_t sent = 0;      ///< telegrams to the network
+    uint64_t received = 0;  ///< telegrams from the network
+    uint64_t refused = 0;   ///< telegrams of the application that were not sent
+    uint64_t dropped = 0;   ///< telegrams from the network for which there was no room
+    uint64_t lost = 0;      ///< telegrams that other routers had to drop, as they say
+    uint64_t busy = 0;      ///< times that another router was busy
+    uint64_t malformed = 0; ///< datagrams that were not understood
+    uint64_t ignored = 0;   ///< datagrams of other services
+
+    bool operator==(const KnxIpCounters& other) const
+    {
+        return sent == other.sent && received == other.received && refused == other.refused &&
+               dropped == other.dropped && lost == other.lost && busy == other.busy && malformed == other.malformed &&
+               ignored == other.ignored;
+    }
+};
+
+/// Something that happened on the board. It stays data until a person reads it: nobody but TextOf knows its words. What a
+/// program reads is made by JsonOf.
 struct Event
 {
     /// Behind each kind stands what it has beside itself.
@@ -52,7 +73,7 @@ struct Event
         UnknownDeviceMessage,  ///< bytes
 
         KnxIpJoined,       ///< text: group address and interface
-        KnxIpCounted,      ///< text: all counters
+        KnxIpCounted,      ///< counters
         KnxIpRouterLost,   ///< number: telegrams; total: so far
         KnxIpRouterBusy,   ///< number: ms that it asks for; total: times so far
         KnxIpNoRoom,       ///< number: telegrams
@@ -68,7 +89,13 @@ struct Event
 
         DemonstrationEnded,
         DemonstrationFailed, ///< text: why
-        Note                 ///< text: told as it is, as each step of a demonstration. The last kind
+
+        GatewayStarted,
+        GatewayEnded,     ///< number: its exit status
+        ProgramConnected, ///< text: process and name, as the gateway names it
+        ProgramLeft,      ///< text: the same
+
+        Note ///< text: told as it is, as each step of a demonstration. The last kind
     };
 
     static constexpr int Kinds = Note + 1;
@@ -96,11 +123,16 @@ struct Event
         , text(std::move(itsText))
     {
     }
+    Event(Kind itsKind, const KnxIpCounters& itsCounters)
+        : kind(itsKind)
+        , counters(itsCounters)
+    {
+    }
 
     bool operator==(const Event& other) const
     {
         return kind == other.kind && bytes == other.bytes && number == other.number && total == other.total &&
-               text == other.text;
+               text == other.text && counters == other.counters;
     }
 
     Kind kind;
@@ -108,6 +140,7 @@ struct Event
     int64_t number = 0;
     int64_t total = 0;
     std::string text;
+    KnxIpCounters counters;
 };
 
 /// What a person reads, in one line: "link up".

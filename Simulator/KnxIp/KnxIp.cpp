@@ -1,5 +1,6 @@
 #include "KnxIp.h"
 
+#include "Knx/Telegram.h"
 #include "System/Deadline.h"
 
 #include <poll.h>
@@ -20,15 +21,8 @@ KnxIp::KnxIp(const Settings& settings, CoProcessor& theCoProcessor, EventLog& ev
     events.Add({Event::KnxIpJoined, std::string(Knx::MulticastSocket::Group) + " on " + settings.interface});
     thread = std::thread(&KnxIp::ThreadFunction, this);
     // Called with the co-processor locked: the request is only put aside here.
-    coProcessor.ConnectBus(
-        [this](const Bytes& request, const CoProcessor::Confirm& confirm)
-        {
-            {
-                const std::lock_guard lock(mutex);
-                requests.emplace_back(request, confirm);
-            }
-            wakeUp.Signal();
-        });
+    coProcessor.ConnectBus([this](const Bytes& request, const CoProcessor::Confirm& confirm)
+                           { Put(request, confirm); });
 }
 
 KnxIp::~KnxIp()
@@ -39,7 +33,7 @@ KnxIp::~KnxIp()
     }
 }
 
-std::string KnxIp::End()
+Event KnxIp::End()
 {
     coProcessor.ConnectBus({});
     {
@@ -48,9 +42,30 @@ std::string KnxIp::End()
     }
     wakeUp.Signal();
     thread.join();
-    const Event counted{Event::KnxIpCounted, Counters()};
+    Event counted{Event::KnxIpCounted, router.Count()};
     events.Add(counted);
-    return TextOf(counted);
+    return counted;
+}
+
+void KnxIp::SendTelegram(const Bytes& indication)
+{
+    Put(Knx::Telegram::ToRequest(indication),
+        [this, indication](bool sent)
+        {
+            if (sent)
+            {
+                coProcessor.InjectTelegram(indication);
+            }
+        });
+}
+
+void KnxIp::Put(const Bytes& request, const Router::Confirm& confirm)
+{
+    {
+        const std::lock_guard lock(mutex);
+        requests.emplace_back(request, confirm);
+    }
+    wakeUp.Signal();
 }
 
 Router::Outside KnxIp::Outside()
@@ -106,26 +121,6 @@ void KnxIp::TakeRequests()
     {
         router.FromApplication(request, confirm, Router::Clock::now());
     }
-}
-
-std::string KnxIp::Counters() const
-{
-    const auto& count = router.Count();
-    std::string text;
-    const char* separator = "";
-    for (const auto& [number, what] : {std::pair(count.sent, "sent"),
-                                       {count.received, "received"},
-                                       {count.refused, "refused"},
-                                       {count.dropped, "dropped"},
-                                       {count.lost, "lost by others"},
-                                       {count.busy, "times others busy"},
-                                       {count.malformed, "malformed"},
-                                       {count.ignored, "of other services"}})
-    {
-        text += separator + std::to_string(number) + " " + what;
-        separator = ", ";
-    }
-    return text;
 }
 
 } // namespace Simulator

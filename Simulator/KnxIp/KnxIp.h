@@ -35,17 +35,20 @@ public:
     KnxIp(const KnxIp&) = delete;
     KnxIp& operator=(const KnxIp&) = delete;
 
-    /// Leaves the network; what still waits is not sent. Returns what was counted, which is an event too. Once.
-    std::string End();
+    /// A telegram of a device on the line, as an indication: the network hears it, and the application.
+    void SendTelegram(const Bytes& indication);
+
+    /// Leaves the network; what still waits is not sent. Returns the event that tells what was counted. Once.
+    Event End();
 
 private:
     using Request = std::pair<Bytes, Router::Confirm>;
 
     Router::Outside Outside();
+    void Put(const Bytes& request, const Router::Confirm& confirm);
     void ThreadFunction();
     int PollTimeout() const;
     void TakeRequests();
-    std::string Counters() const;
 
     CoProcessor& coProcessor;
     EventLog& events;

@@ -61,7 +61,7 @@ std::optional<Router::Clock::time_point> Router::NextDue() const
     return due;
 }
 
-Router::Counters Router::Count() const
+KnxIpCounters Router::Count() const
 {
     const auto& port = network.Count();
     return {sent, received, refused, port.lost, port.othersLost, port.othersBusy, port.malformed, port.ignored};

@@ -49,18 +49,6 @@ public:
         std::function<void(const Event& event)> tell;
     };
 
-    struct Counters
-    {
-        uint64_t sent = 0;      ///< telegrams to the network
-        uint64_t received = 0;  ///< telegrams from the network
-        uint64_t refused = 0;   ///< telegrams of the application that were not sent
-        uint64_t dropped = 0;   ///< telegrams from the network for which there was no room
-        uint64_t lost = 0;      ///< telegrams that other routers had to drop, as they say
-        uint64_t busy = 0;      ///< times that another router was busy
-        uint64_t malformed = 0; ///< datagrams that were not understood
-        uint64_t ignored = 0;   ///< datagrams of other services
-    };
-
     Router(BusSpeed busSpeed, Outside outsideWorld, unsigned seed);
 
     /// A cEMI message of the application; `confirm` is called once, now or in a later Advance.
@@ -75,7 +63,7 @@ public:
     /// Nothing while nothing waits for its time.
     std::optional<Clock::time_point> NextDue() const;
 
-    Counters Count() const;
+    KnxIpCounters Count() const;
 
 private:
     struct Waiting

@@ -2,6 +2,8 @@
 
 #include "TelegramText.h"
 
+#include <algorithm>
+#include <iterator>
 #include <regex>
 #include <utility>
 
@@ -29,8 +31,10 @@ void BoardState::OnEvent(Time time, const Event& event)
         return;
     }
     TakeState(event);
+    TakeGateway(event);
     const bool trouble = event.kind == Event::CoProcessorHangs || event.kind == Event::SerialLinePulled ||
-                         event.kind == Event::LedsDidNotCome;
+                         event.kind == Event::LedsDidNotCome ||
+                         (event.kind == Event::GatewayEnded && event.number != 0);
     Keep(log, {time, trouble ? Line::Trouble : Line::Board, TextOf(event)});
 }
 
@@ -39,7 +43,7 @@ bool BoardState::TakeTelegram(Time time, const Event& event)
     const auto keep = [&](uint64_t& counter, Line line, const std::string& what, const std::string& code)
     {
         ++counter;
-        Keep(telegrams, {time, line, what + TelegramText(event.bytes, code)});
+        Keep(telegrams, {time, line, what + TelegramText(event.bytes, code, groups)});
         return true;
     };
     switch (event.kind)
@@ -105,6 +109,35 @@ void BoardState::TakeState(const Event& event)
         session = false;
         break;
     default: // is for the log only
+        break;
+    }
+}
+
+void BoardState::TakeGateway(const Event& event)
+{
+    switch (event.kind)
+    {
+    case Event::GatewayStarted:
+        gateway = Gateway();
+        break;
+    case Event::GatewayEnded:
+        gateway = Gateway{false, {}};
+        break;
+    case Event::ProgramConnected:
+        if (gateway)
+        {
+            gateway->programs.push_back(event.text);
+        }
+        break;
+    case Event::ProgramLeft:
+        if (gateway)
+        {
+            auto& programs = gateway->programs;
+            const auto gone = std::find(programs.begin(), programs.end(), event.text);
+            programs.erase(gone, gone == programs.end() ? gone : std::next(gone));
+        }
+        break;
+    default:
         break;
     }
 }

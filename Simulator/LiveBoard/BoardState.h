@@ -2,6 +2,8 @@
 
 #include "Event.h"
 
+#include "Knx/KnownGroups.h"
+
 #include <array>
 #include <chrono>
 #include <cstddef>
@@ -9,6 +11,8 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace Simulator
 {
@@ -57,6 +61,21 @@ public:
         uint64_t presses = 0;
     };
 
+    /// That runs on the board, or has.
+    struct Gateway
+    {
+        bool runs = true;
+        std::vector<std::string> programs; ///< connected to it, the oldest first
+    };
+
+    BoardState() = default;
+
+    /// Names of these groups, and values of their types, are in the texts of telegrams.
+    explicit BoardState(Knx::KnownGroups knownGroups)
+        : groups(std::move(knownGroups))
+    {
+    }
+
     /// An event of the board.
     void OnEvent(Time time, const Event& event);
 
@@ -89,6 +108,12 @@ public:
         return coProcessor;
     }
 
+    /// Nothing if the board was started without one.
+    const std::optional<Gateway>& TheGateway() const
+    {
+        return gateway;
+    }
+
     /// Of the reset line; nothing when there was none.
     std::optional<std::chrono::nanoseconds> LastPulse() const
     {
@@ -113,8 +138,10 @@ public:
 private:
     bool TakeTelegram(Time time, const Event& event);
     void TakeState(const Event& event);
+    void TakeGateway(const Event& event);
     void OnReset();
 
+    Knx::KnownGroups groups;
     std::array<bool, YellowKnxLed + 1> leds{};
     bool terminated = false;
     bool buttonPressed = false;
@@ -122,6 +149,7 @@ private:
     bool session = false;
     Phase coProcessor = Phase::Running; // long before Linux comes up
     std::optional<std::chrono::nanoseconds> lastPulse;
+    std::optional<Gateway> gateway;
     Counters counters;
     std::deque<Entry> telegrams;
     std::deque<Entry> log;

@@ -12,7 +12,6 @@
 #include <array>
 #include <csignal>
 #include <cstring>
-#include <initializer_list>
 #include <string_view>
 
 namespace Simulator
@@ -22,24 +21,19 @@ namespace
 {
 
 using namespace std::chrono_literals;
+using System::Terminal;
 
 constexpr auto DrawEvery = 50ms;       // at most; more a person does not see
 constexpr std::size_t MaxTyped = 3072; // characters; the longest telegram
 constexpr int MaxPause = 3600;         // seconds; that of the commands
 
-// Another size, and Ctrl-Z.
-constexpr std::initializer_list<int> ScreenSignals{SIGWINCH, SIGTSTP};
-
 } // namespace
 
-void BlockScreenSignals()
-{
-    System::BlockSignals(ScreenSignals);
-}
-
-LiveBoard::LiveBoard(const std::string& boardName, bool demonstration)
-    : demonstrating(demonstration)
-    , signals(ScreenSignals)
+LiveBoard::LiveBoard(const std::string& boardName, bool demonstration, const Knx::KnownGroups& knownGroups)
+    : groups(knownGroups)
+    , state(knownGroups)
+    , demonstrating(demonstration)
+    , signals(Terminal::Signals)
 {
     view.name = boardName;
     fcntl(daemon.reading.Number(), F_SETFL, O_NONBLOCK); // the daemon's end blocks, as a terminal does
@@ -145,12 +139,7 @@ bool LiveBoard::ReadSignals()
     while (const int signal = signals.Take())
     {
         any = true;
-        if (signal == SIGTSTP)
-        {
-            terminal->Suspend();
-            kill(getpid(), SIGSTOP);
-        }
-        terminal->Resize(); // perhaps while it was stopped
+        terminal->OnSignal(signal);
     }
     return any;
 }
@@ -274,8 +263,7 @@ void LiveBoard::OnPromptKey(int key)
     {
     case Terminal::Enter:
         telegram = typed;
-        Type("telegram " + typed);
-        if (TelegramFromHex(typed)) // otherwise the answer tells what is wrong, and the text stays to be corrected
+        if (TypeTelegram(typed)) // otherwise the answer tells what is wrong, and the text stays to be corrected
         {
             view.prompt.reset();
         }
@@ -295,6 +283,23 @@ void LiveBoard::OnPromptKey(int key)
             typed += static_cast<char>(key);
         }
         break;
+    }
+}
+
+// False if it is none: the one who takes the commands answers that.
+bool LiveBoard::TypeTelegram(const std::string& typed) const
+{
+    constexpr std::string_view read = "read ";
+    const bool isRead = typed.compare(0, read.size(), read) == 0;
+    Type(isRead ? typed : "telegram " + typed);
+    try
+    {
+        isRead ? ReadFrom(typed.substr(read.size()), groups) : TelegramFrom(typed, groups);
+        return true;
+    }
+    catch (const NotATelegram&)
+    {
+        return false;
     }
 }
 

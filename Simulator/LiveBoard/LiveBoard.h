@@ -2,11 +2,10 @@
 
 #include "BoardState.h"
 #include "Picture.h"
-#include "Terminal.h"
-
 #include "System/Descriptor.h"
 #include "System/Lines.h"
 #include "System/Signals.h"
+#include "System/Terminal/Terminal.h"
 #include "System/WakeUp.h"
 
 #include <atomic>
@@ -19,17 +18,15 @@
 namespace Simulator
 {
 
-/// Blocks, in the calling thread and those that it makes, the signals that LiveBoard takes. To be called before any thread.
-void BlockScreenSignals();
-
 /// Shows the board in the terminal, and turns keys into the commands that a person would type. Runs on a thread of its own,
 /// which has the terminal for itself.
 class LiveBoard
 {
 public:
-    /// While a demonstration goes on, until an event tells its end, only quitting and help are for the person.
-    /// Throws std::runtime_error.
-    LiveBoard(const std::string& boardName, bool demonstration);
+    /// While a demonstration goes on, until an event tells its end, only quitting and help are for the person. Telegrams can be
+    /// typed, and are shown, with the names and values of `knownGroups`. Throws std::runtime_error.
+    /// The signals of the terminal must be blocked before there is any thread (System::BlockSignals).
+    LiveBoard(const std::string& boardName, bool demonstration, const Knx::KnownGroups& knownGroups);
 
     /// Leaves the terminal as it was.
     ~LiveBoard();
@@ -72,12 +69,15 @@ private:
     void OnPromptKey(int key);
     void OnDigit(int digit);
     void TypeWithPause(const std::string& command);
+    bool TypeTelegram(const std::string& typed) const;
     void Type(const std::string& command) const;
     void Redraw();
     int PollTimeout() const;
     std::chrono::microseconds Since() const;
 
     const Clock::time_point began = Clock::now();
+
+    const Knx::KnownGroups groups;
 
     mutable std::mutex mutex; // for the two that follow
     BoardState state;
@@ -96,7 +96,7 @@ private:
     System::Signals signals;
     System::Pipe commands{O_CLOEXEC | O_NONBLOCK};
     System::Pipe daemon;
-    std::unique_ptr<Terminal> terminal;
+    std::unique_ptr<System::Terminal> terminal;
     std::thread thread;
 };
 

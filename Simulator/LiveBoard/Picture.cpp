@@ -2,10 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <climits>
 #include <cstdio>
-#include <cwchar>
-#include <numeric>
 
 namespace Simulator
 {
@@ -13,40 +10,9 @@ namespace Simulator
 namespace
 {
 
-constexpr int StateRow = 1;     // behind the bar at the top
-constexpr int FirstListRow = 6; // behind the state
+constexpr int StateRow = 1; // behind the bar at the top
 constexpr int LeftColumn = 1;
 constexpr int ValueColumn = 13;
-
-struct Glyph
-{
-    wchar_t character;
-    int columns; // that it takes
-};
-
-// What is no character of the locale, or none that can be shown, becomes '?'. Marks on the character before are left out.
-std::vector<Glyph> Glyphs(const std::string& text)
-{
-    std::vector<Glyph> glyphs;
-    std::mbstate_t state{};
-    for (std::size_t position = 0; position < text.size();)
-    {
-        wchar_t character = 0;
-        const std::size_t size = std::mbrtowc(&character, &text[position], text.size() - position, &state);
-        const bool isCharacter = size >= 1 && size <= text.size() - position;
-        const int columns = isCharacter ? wcwidth(character) : -1;
-        if (!isCharacter)
-        {
-            state = {};
-        }
-        if (columns != 0)
-        {
-            glyphs.push_back(columns > 0 ? Glyph{character, columns} : Glyph{L'?', 1});
-        }
-        position += isCharacter ? size : 1;
-    }
-    return glyphs;
-}
 
 // "  12.345"
 std::string Seconds(BoardState::Time time)
@@ -78,7 +44,20 @@ int PutLamp(Picture& picture, int row, int column, bool lit, const std::string& 
     return picture.Put(row, column, " " + name + "  ");
 }
 
-void DrawState(Picture& picture, const BoardState& state)
+std::string ProgramsText(const std::vector<std::string>& programs)
+{
+    std::string text = std::to_string(programs.size()) + (programs.size() == 1 ? " program" : " programs");
+    const char* separator = ": ";
+    for (const std::string& program : programs)
+    {
+        text += separator + program;
+        separator = ", ";
+    }
+    return text;
+}
+
+// Gives the row behind the state.
+int DrawState(Picture& picture, const BoardState& state)
 {
     int row = StateRow;
     picture.Put(row, LeftColumn, "LEDs");
@@ -130,6 +109,16 @@ void DrawState(Picture& picture, const BoardState& state)
                 std::to_string(count.toKnx) + " to KNX, " + std::to_string(count.confirmed) + " confirmed, " +
                     std::to_string(count.notSent) + " not sent; " + std::to_string(count.fromKnx) + " from KNX, " +
                     std::to_string(count.lost) + " lost");
+
+    ++row;
+    if (const auto& gateway = state.TheGateway())
+    {
+        picture.Put(row, LeftColumn, "gateway");
+        picture.Put(row, ValueColumn, gateway->runs ? ProgramsText(gateway->programs) : "ENDED",
+                    gateway->runs ? Style::Plain : Style::Alarm);
+        ++row;
+    }
+    return row;
 }
 
 Style StyleOf(BoardState::Line line)
@@ -171,7 +160,7 @@ void DrawHelp(Picture& picture, const std::string& name, int first, int end)
         "b  press the programming button, or let it go",
         "u  pull the serial line, or plug it in again",
         "m  let the co-processor hang until it is reset",
-        "t  type a telegram from KNX, a cEMI frame in hexadecimal digits",
+        "t  type a telegram from KNX: 2/1/1 21.5 9.001, read 2/1/1, or a cEMI frame",
         "r  end the daemon with SIGINT and start it again; 3r: after 3 seconds",
         "k  do the same with SIGKILL",
         "h  show or leave this help",
@@ -193,83 +182,19 @@ void DrawHelp(Picture& picture, const std::string& name, int first, int end)
 
 } // namespace
 
-Picture::Picture(int rowCount, int columnCount)
-    : rows(std::max(rowCount, 0))
-    , columns(std::max(columnCount, 0))
-    , cells(static_cast<std::size_t>(rows) * static_cast<std::size_t>(columns))
-{
-}
-
-const Picture::Cell& Picture::At(int row, int column) const
-{
-    return cells.at(static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) +
-                    static_cast<std::size_t>(column));
-}
-
-Picture::Cell& Picture::CellAt(int row, int column)
-{
-    return cells[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) + static_cast<std::size_t>(column)];
-}
-
-int Picture::Put(int row, int column, const std::string& text, Style style)
-{
-    const std::vector<Glyph> glyphs = Glyphs(text);
-    const int end = std::accumulate(glyphs.begin(), glyphs.end(), column,
-                                    [](int sum, const Glyph& glyph) { return sum + glyph.columns; });
-    if (row < 0 || row >= rows)
-    {
-        return end;
-    }
-    for (const Glyph& glyph : glyphs)
-    {
-        const int behind = column + glyph.columns;
-        for (int position = std::max(column, 0); position < std::min(behind, columns); ++position)
-        {
-            const bool cut = end > columns && behind >= columns; // no more fits, or not even this one
-            const wchar_t character = position == column ? glyph.character : L'\0';
-            CellAt(row, position) = {cut ? (position == columns - 1 ? L'>' : L' ') : character, style};
-        }
-        column = behind;
-    }
-    return end;
-}
-
-void Picture::PutBar(int row, const std::string& text, Style style)
-{
-    Put(row, 0, std::string(static_cast<std::size_t>(columns), style == Style::Heading ? '-' : ' '), style);
-    Put(row, 0, text, style);
-}
-
-std::string Picture::Text(int row) const
-{
-    std::string text;
-    std::mbstate_t state{};
-    for (int column = 0; column < columns; ++column)
-    {
-        if (const wchar_t character = At(row, column).character; character != 0)
-        {
-            std::array<char, MB_LEN_MAX> bytes{};
-            const std::size_t size = std::wcrtomb(bytes.data(), character, &state);
-            text.append(bytes.data(), size <= bytes.size() ? size : 0);
-        }
-    }
-    text.erase(text.find_last_not_of(' ') + 1);
-    return text;
-}
-
 Picture Draw(const BoardState& state, const View& view, int rows, int columns)
 {
     Picture picture(rows, columns);
     const int last = rows - 1;
-    DrawState(picture, state);
+    const int listRow = DrawState(picture, state);
     if (view.help)
     {
-        DrawHelp(picture, view.name, FirstListRow, last);
+        DrawHelp(picture, view.name, listRow, last);
     }
     else
     {
-        const int middle = FirstListRow + (last - FirstListRow) / 2;
-        DrawList(picture, "-- telegrams ", state.Telegrams(), FirstListRow, middle);
+        const int middle = listRow + (last - listRow) / 2;
+        DrawList(picture, "-- telegrams ", state.Telegrams(), listRow, middle);
         DrawList(picture, "-- log ", state.Log(), middle, last);
     }
     picture.PutBar(0, " orvel-board: " + view.name, Style::Bar);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Knx/HexDigits.h"
+#include "Knx/KnownGroups.h"
 
 #include <string>
 
@@ -8,7 +8,7 @@ namespace Simulator
 {
 
 /// A cEMI message in words, short enough for a line of a terminal: without the message code when it is `expected`, such as
-/// "L_Data.ind ".
-std::string TelegramText(const Knx::Bytes& cemi, const std::string& expected);
+/// "L_Data.ind ". Of a known group it has the value and the name instead of what nearly every telegram has.
+std::string TelegramText(const Knx::Bytes& message, const std::string& expected, const Knx::KnownGroups& groups);
 
 } // namespace Simulator

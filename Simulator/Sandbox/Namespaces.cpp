@@ -71,14 +71,11 @@ int MapUsers(pid_t pid)
                      root ? IdentityMap("/proc/self/gid_map") : "0 " + std::to_string(getegid()) + " 1");
 }
 
-// Unshares with a user namespace. A child that stays outside writes the maps. Returns errno, or 0.
+// Unshares with a user namespace. A child that stays outside writes the maps. Returns errno, or 0. Throws
+// std::system_error if the system has no pipe to give.
 int UnshareWithUser()
 {
-    std::array<int, 2> unshared{};
-    if (pipe2(unshared.data(), O_CLOEXEC) == -1)
-    {
-        return errno;
-    }
+    System::Pipe unshared;
     const pid_t self = getpid();
     const pid_t helper = fork();
     if (helper == -1)
@@ -87,17 +84,17 @@ int UnshareWithUser()
     }
     if (helper == 0)
     {
-        close(unshared[1]);
+        unshared.writing.Close();
         char go = 0;
-        _exit(read(unshared[0], &go, 1) == 1 ? MapUsers(self) : 0);
+        _exit(read(unshared.reading.Number(), &go, 1) == 1 ? MapUsers(self) : 0);
     }
-    close(unshared[0]);
+    unshared.reading.Close();
     int error = unshare(CLONE_NEWUSER | CLONE_NEWNS | CLONE_NEWIPC) == -1 ? errno : 0;
-    if (error == 0 && write(unshared[1], "u", 1) == -1)
+    if (error == 0 && write(unshared.writing.Number(), "u", 1) == -1)
     {
         error = errno;
     }
-    close(unshared[1]);
+    unshared.writing.Close();
     int status = 0;
     waitpid(helper, &status, 0);
     return error != 0 ? error : WEXITSTATUS(status);
@@ -163,6 +160,17 @@ void MakeDeviceDirectory()
     BindMount("/dev/pts/ptmx", "/dev/ptmx");
 }
 
+// A gateway of the system serves programs in "/run/orvel". In the namespaces nobody is to find it, and another one has room.
+void MakeGatewayDirectory()
+{
+    std::error_code ignored;
+    if (std::filesystem::exists("/run", ignored)) // or there is no gateway
+    {
+        CoverDirectory("/run");
+        Mount("tmpfs", "/run/orvel", MS_NOSUID | MS_NODEV | MS_NOEXEC, "mode=755");
+    }
+}
+
 } // namespace
 
 void EnterNamespaces()
@@ -183,6 +191,7 @@ void EnterNamespaces()
     }
     MakeMountsPrivate();
     MakeDeviceDirectory();
+    MakeGatewayDirectory();
     SetMessageLimit(ORVEL_MESSAGE_LIMIT);
 }
 

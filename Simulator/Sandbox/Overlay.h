@@ -6,7 +6,7 @@ namespace Simulator
 {
 
 /// Covers `directory`, in the calling process's own mount namespace, with one that shows the same entries and lets more
-/// be made. Creates `directory` if it is missing. Throws std::runtime_error.
+/// be made. Throws std::runtime_error, also if `directory` is missing.
 void CoverDirectory(const std::filesystem::path& directory);
 
 /// Shows `source`, a file or a directory, at `target` too, in place of what is there. Throws std::runtime_error.

@@ -1,18 +1,16 @@
 #include "Bus.h"
 
+#include "BenchKit/MadeQueue.h"
+#include "BenchKit/ScriptedGateway.h"
 #include "Rejection.h"
-#include "ScriptedGateway.h"
 
-#include <fcntl.h>
-#include <mqueue.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <memory>
 #include <optional>
 #include <thread>
 
-using Knx::Bytes;
-using Knx::FromHex;
 using Knx::ToHex;
 using OrvelClient::Bus;
 using OrvelClient::BusOptions;
@@ -21,40 +19,6 @@ using OrvelClient::StopSignals;
 
 namespace
 {
-
-// A queue that the test makes in the daemon's place.
-class Queue
-{
-public:
-    Queue(std::string queueName, long size)
-        : name(std::move(queueName))
-    {
-        mq_attr attributes{};
-        attributes.mq_maxmsg = 4;
-        attributes.mq_msgsize = size;
-        queue = mq_open(name.c_str(), O_CREAT | O_EXCL | O_RDWR | O_NONBLOCK | O_CLOEXEC, 0600, &attributes);
-        EXPECT_NE(queue, -1) << name;
-    }
-
-    ~Queue()
-    {
-        mq_close(queue);
-        mq_unlink(name.c_str());
-    }
-
-    Queue(const Queue&) = delete;
-    Queue& operator=(const Queue&) = delete;
-
-    void Put(const std::string& hex) const
-    {
-        const Bytes message = FromHex(hex);
-        EXPECT_EQ(mq_send(queue, reinterpret_cast<const char*>(message.data()), message.size(), 0), 0);
-    }
-
-private:
-    std::string name;
-    mqd_t queue;
-};
 
 class TheBus : public testing::Test
 {
@@ -78,7 +42,7 @@ protected:
     }
 
     const StopSignals stop{};
-    std::optional<ScriptedGateway::Program> program;
+    std::optional<PacketConnection> program;
     const std::string none = "/no/gateway";
 };
 
@@ -90,10 +54,10 @@ std::string Received(Bus& bus)
 
 TEST_F(TheBus, IsTheDaemonsQueueWhereNoGatewayRuns)
 {
-    const Queue fromLink("/cemiFromLL", 261);
-    const Queue button("/busButton", 1);
-    fromLink.Put("01 f0");
-    button.Put("00");
+    const MadeQueue fromLink("/cemiFromLL");
+    const MadeQueue button("/busButton", 6, 1);
+    fromLink.PutFrame("f0");
+    button.Put({0x00});
     Bus messages(Options(none), Bus::For::Messages, stop);
     EXPECT_EQ(Received(messages), "01 f0");
     EXPECT_EQ(messages.Name(), "/cemiFromLL");
@@ -106,8 +70,8 @@ TEST_F(TheBus, IsTheDaemonsQueueWhereNoGatewayRuns)
 
 TEST_F(TheBus, IsTheGatewayWhereOneRuns)
 {
-    const Queue fromLink("/cemiFromLL", 261);
-    fromLink.Put("01 f0");
+    const MadeQueue fromLink("/cemiFromLL");
+    fromLink.PutFrame("f0");
     const ScriptedGateway gateway;
     auto messages = OpenAt(gateway, Bus::For::Messages);
     EXPECT_EQ(Received(*messages), "03 b9 00 01");
@@ -119,15 +83,15 @@ TEST_F(TheBus, OfTheButtonHasItsBytesAlsoThroughTheGateway)
 {
     const ScriptedGateway gateway;
     auto presses = OpenAt(gateway, Bus::For::Button);
-    program->Put("29 00");
-    program->Put("ba 00");
+    program->Send("29 00");
+    program->Send("ba 00");
     EXPECT_EQ(Received(*presses), "00");
 }
 
 TEST_F(TheBus, IsTheQueueIfThePersonWantsIt)
 {
-    const Queue fromLink("/cemiFromLL", 261);
-    fromLink.Put("01 f0");
+    const MadeQueue fromLink("/cemiFromLL");
+    fromLink.PutFrame("f0");
     const ScriptedGateway gateway;
     BusOptions options = Options(gateway.Path());
     options.direct = true;
@@ -137,7 +101,7 @@ TEST_F(TheBus, IsTheQueueIfThePersonWantsIt)
 
 TEST_F(TheBus, IsNothingElseThanTheGatewayThatThePersonNames)
 {
-    const Queue fromLink("/cemiFromLL", 261);
+    const MadeQueue fromLink("/cemiFromLL");
     BusOptions options = Options(none);
     options.named = true;
     EXPECT_REJECTED(Bus(options, Bus::For::Messages, stop), Status::NotThere,
@@ -146,9 +110,9 @@ TEST_F(TheBus, IsNothingElseThanTheGatewayThatThePersonNames)
 
 TEST_F(TheBus, IsNotTheQueueWhereAGatewayHasNoRoom)
 {
-    const Queue fromLink("/cemiFromLL", 261);
+    const MadeQueue fromLink("/cemiFromLL");
     const ScriptedGateway gateway;
-    std::thread other([&] { gateway.Accept().End(); });
+    std::thread other([&] { gateway.Accept().Close(); });
     EXPECT_REJECTED(Bus(Options(gateway.Path()), Bus::For::Messages, stop), Status::NoRoom,
                     "the gateway has no room for one more program, or has just ended");
     other.join();
@@ -158,7 +122,7 @@ TEST_F(TheBus, OpensTheSameWayAgain)
 {
     auto gateway = std::make_unique<ScriptedGateway>();
     auto messages = OpenAt(*gateway, Bus::For::Messages);
-    const Queue fromLink("/cemiFromLL", 261);
+    const MadeQueue fromLink("/cemiFromLL");
     const std::string path = gateway->Path();
     gateway.reset();
     messages->Close();
@@ -175,7 +139,7 @@ TEST_F(TheBus, ASignalEndsTheWaitForAGatewayThatSaysNothing)
         {
             const auto silent = gateway.Accept();
             kill(getpid(), SIGTERM);
-            EXPECT_EQ(silent.Take(), "end");
+            EXPECT_EQ(silent.Receive(), "end");
         });
     EXPECT_REJECTED(Bus(Options(gateway.Path()), Bus::For::Messages, stop), Status::Interrupted,
                     "stopped before the gateway answered");

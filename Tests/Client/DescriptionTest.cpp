@@ -1,6 +1,6 @@
 #include "Description.h"
 
-#include "ReceivedMessage.h"
+#include "BenchKit/ReceivedMessage.h"
 
 #include <gtest/gtest.h>
 
@@ -59,13 +59,11 @@ TEST(Description, SaysTheValueAndTheNameOfAKnownGroup)
     { return Describe(MessageOf(hex), Knx::Detail::Unusual, groups); };
     EXPECT_EQ(full("29 00 bc e0 11 02 0a 03 01 00 81"),
               "L_Data.ind 1.1.2 -> 1/2/3 low hops=6 T_Data_Group A_GroupValue_Write value=0x01 = On  Lights/Ceiling");
-    EXPECT_EQ(narrow("29 00 bc e0 11 02 0a 03 01 00 81"),
-              "L_Data.ind 1.1.2 -> 1/2/3 A_GroupValue_Write On  Lights/Ceiling");
-    EXPECT_EQ(narrow("29 00 bc e0 11 02 0a 04 03 00 80 0c 1a"),
-              "L_Data.ind 1.1.2 -> 1/2/4 A_GroupValue_Write 21 °C  Temperature");
-    EXPECT_EQ(narrow("29 00 bc e0 11 02 0a 04 01 00 00"), "L_Data.ind 1.1.2 -> 1/2/4 A_GroupValue_Read  Temperature");
+    EXPECT_EQ(narrow("29 00 bc e0 11 02 0a 03 01 00 81"), "1.1.2 -> 1/2/3 A_GroupValue_Write On  Lights/Ceiling");
+    EXPECT_EQ(narrow("29 00 bc e0 11 02 0a 04 03 00 80 0c 1a"), "1.1.2 -> 1/2/4 A_GroupValue_Write 21 °C  Temperature");
+    EXPECT_EQ(narrow("29 00 bc e0 11 02 0a 04 01 00 00"), "1.1.2 -> 1/2/4 A_GroupValue_Read  Temperature");
     EXPECT_EQ(narrow("29 00 bc e0 11 02 0a 04 01 00 81"),
-              "L_Data.ind 1.1.2 -> 1/2/4 A_GroupValue_Write value=0x01  Temperature ! no value of the type 9.001");
+              "1.1.2 -> 1/2/4 A_GroupValue_Write value=0x01  Temperature ! no value of the type 9.001");
 }
 
 } // namespace

@@ -1,7 +1,8 @@
 #include "Filter.h"
 
-#include "CommandLine.h"
 #include "Rejection.h"
+
+#include "Knx/GroupAddresses.h"
 
 using Knx::FromHex;
 using OrvelClient::Filter;
@@ -21,8 +22,11 @@ const std::string LinkLost = "b9 ff ff";
 Filter Made(std::vector<const char*> arguments)
 {
     arguments.insert(arguments.begin(), "decode");
-    const OrvelClient::Command command{"decode", "", "", "", "", OrvelClient::WithFilterOptions({}), 0, nullptr};
-    return Filter(OrvelClient::CommandLine(command, static_cast<int>(arguments.size()), arguments.data()));
+    Filter filter;
+    Arguments::Parser parser("decode", "", "");
+    filter.AddTo(parser);
+    parser.Parse(static_cast<int>(arguments.size()), arguments.data());
+    return filter;
 }
 
 // Which of the messages pass: "11000" are the first two.
@@ -50,6 +54,39 @@ TEST(Filter, ChoosesByGroupAddressAndNotByThatOfADevice)
     EXPECT_EQ(Chosen({"--group", "1/2/*"}), "110000");
     EXPECT_EQ(Chosen({"--group", "1/2/4,1/3/3"}), "011000");
     EXPECT_EQ(Chosen({"--group", "1/2/4", "--group", "1/3/3"}), "011000");
+}
+
+// Like Chosen, with names for two groups.
+std::string ChosenByName(const char* text)
+{
+    Filter filter = Made({"--group", text});
+    Knx::NamedGroup light;
+    light.address = 0x0A03;
+    light.name = "Light, floor";
+    Knx::NamedGroup temperature;
+    temperature.address = 0x0A04;
+    temperature.name = "Floor";
+    filter.Resolve(Knx::GroupAddresses({light, temperature}));
+    std::string chosen;
+    for (const std::string& hex : {Write, Read})
+    {
+        Message message;
+        message.frame = FromHex(hex);
+        chosen += filter.Passes(message) ? '1' : '0';
+    }
+    return chosen;
+}
+
+TEST(Filter, ChoosesByNamesWhichMayHaveACommaInThem)
+{
+    EXPECT_EQ(ChosenByName("Light, floor"), "10");
+    EXPECT_EQ(ChosenByName("1/2/*"), "11");
+    EXPECT_EQ(ChosenByName("1/2/3,Floor"), "11");
+    EXPECT_EQ(ChosenByName("Floor"), "01");
+    EXPECT_REJECTED(ChosenByName("Light, Floor,Roof"), Status::NotUnderstood,
+                    "no group has the name 'Light'; 'orvelctl names' lists them");
+    EXPECT_REJECTED(ChosenByName("Floor,1/2/300"), Status::WrongOption,
+                    "--group: '1/2/300' is no group address: 300 should be 0 to 255");
 }
 
 TEST(Filter, ChoosesBySource)
@@ -89,19 +126,45 @@ TEST(Filter, CanChooseTheOthers)
     EXPECT_EQ(Chosen({"--group", "1/2/3,1/2/4", "--service", "read", "--not"}), "101111");
 }
 
+TEST(Filter, AlwaysPassesThatMessagesAreMissing)
+{
+    Message dropped;
+    dropped.frame = FromHex("bb 00 05");
+    const std::vector<std::vector<const char*>> filters{{"--group", "1/2/3"},          {"--source", "1.1.5"},
+                                                        {"--service", "read"},         {"--kind", "ind"},
+                                                        {"--not", "--group", "1/2/3"}, {"--not", "--kind", "dropped"}};
+    for (const auto& arguments : filters)
+    {
+        EXPECT_TRUE(Made(arguments).Passes(dropped)) << arguments.front() << ' ' << arguments.back();
+    }
+}
+
+// Why the options are refused.
+std::string Refusal(const std::vector<const char*>& arguments)
+{
+    try
+    {
+        Made(arguments);
+        return "nothing";
+    }
+    catch (const Arguments::Wrong& wrong)
+    {
+        return wrong.what();
+    }
+}
+
 TEST(Filter, SaysWhatItCannotChooseBy)
 {
-    EXPECT_REJECTED(Made({"--service", "wirte"}), Status::WrongOption,
-                    "--service is read, response, write, or a name such as A_Restart, not 'wirte'");
-    EXPECT_REJECTED(Made({"--service", ""}), Status::WrongOption,
-                    "--service is read, response, write, or a name such as A_Restart, not ''");
-    EXPECT_REJECTED(Made({"--kind", "links"}), Status::WrongOption,
-                    "--kind is ind, con, req, link, or a name such as L_Data.ind, not 'links'");
-    EXPECT_REJECTED(Made({"--group", "1/2/300"}), Status::WrongOption,
-                    "--group: '1/2/300' is no group address: 300 should be 0 to 255");
-    EXPECT_REJECTED(Made({"--source", "1/2/3"}), Status::WrongOption,
-                    "--source: '1/2/3' is no individual address or pattern such as 1.1.5, 1.1.* or 1.1.0-9");
-    EXPECT_REJECTED(Made({"--not"}), Status::WrongOption, "--not needs --group, --source, --service or --kind");
+    EXPECT_EQ(Refusal({"--service", "wirte"}),
+              "--service takes read, response, write, or a name such as A_Restart, not 'wirte'");
+    EXPECT_EQ(Refusal({"--service", "read,"}), "nothing");
+    EXPECT_EQ(Refusal({"--service", ""}), "--service takes read, response, write, or a name such as A_Restart, not ''");
+    EXPECT_EQ(Refusal({"--kind", "links"}),
+              "--kind takes ind, con, req, link, or a name such as L_Data.ind, not 'links'");
+    EXPECT_EQ(Refusal({"--group", "1/2/300"}), "--group: '1/2/300' is no group address: 300 should be 0 to 255");
+    EXPECT_EQ(Refusal({"--source", "1/2/3"}),
+              "--source: '1/2/3' is no individual address or pattern such as 1.1.5, 1.1.* or 1.1.0-9");
+    EXPECT_EQ(Refusal({"--not"}), "--not needs --group, --source, --service or --kind");
 }
 
 } // namespace

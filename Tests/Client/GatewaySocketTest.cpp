@@ -1,7 +1,9 @@
 #include "GatewaySocket.h"
 
+#include "BenchKit/ScriptedGateway.h"
 #include "Rejection.h"
-#include "ScriptedGateway.h"
+
+#include <unistd.h>
 
 #include <memory>
 
@@ -27,7 +29,7 @@ TEST(GatewaySocket, GivesTheMessagesAsTheDaemonsQueueHasThem)
     const ScriptedGateway gateway;
     GatewaySocket socket(gateway.Path());
     const auto program = gateway.Greet();
-    program.Put("29 00 bc");
+    program.Send("29 00 bc");
     EXPECT_EQ(Received(socket), "03 b9 00 01");
     EXPECT_EQ(Received(socket), "03 29 00 bc");
     EXPECT_EQ(Received(socket), "nothing");
@@ -39,7 +41,7 @@ TEST(GatewaySocket, GivesTheLongestMessageWhole)
     const ScriptedGateway gateway;
     GatewaySocket socket(gateway.Path());
     const auto program = gateway.Accept();
-    program.Put(ToHex(Bytes(260, 0x55)));
+    program.Send(ToHex(Bytes(260, 0x55)));
     EXPECT_EQ(socket.Receive().value_or(Bytes{}).size(), 261);
 }
 
@@ -50,8 +52,8 @@ TEST(GatewaySocket, SendsEachMessageAsAPacket)
     const auto program = gateway.Greet();
     EXPECT_TRUE(socket.Send(FromHex("02 11 00")));
     EXPECT_TRUE(socket.Send(FromHex("01 f1")));
-    EXPECT_EQ(program.Take(), "02 11 00");
-    EXPECT_EQ(program.Take(), "01 f1");
+    EXPECT_EQ(program.Receive(), "02 11 00");
+    EXPECT_EQ(program.Receive(), "01 f1");
 }
 
 TEST(GatewaySocket, SaysWhenThereIsNoRoomAndWhenThereIsAgain)
@@ -66,7 +68,7 @@ TEST(GatewaySocket, SaysWhenThereIsNoRoomAndWhenThereIsAgain)
     }
     EXPECT_LT(sent, 100'000);
     EXPECT_FALSE(socket.IsRemoved());
-    EXPECT_EQ(program.Take(), "01 f1");
+    EXPECT_EQ(program.Receive(), "01 f1");
     EXPECT_TRUE(socket.Send(FromHex("01 f1")));
 }
 
@@ -74,13 +76,13 @@ TEST(GatewaySocket, NoticesThatTheGatewayHasEndedWhateverItDoes)
 {
     auto gateway = std::make_unique<ScriptedGateway>();
     GatewaySocket reader(gateway->Path());
-    gateway->Accept().End();
+    gateway->Accept().Close();
     GatewaySocket writer(gateway->Path());
-    gateway->Accept().End();
+    gateway->Accept().Close();
     GatewaySocket both(gateway->Path());
     auto program = gateway->Greet();
     EXPECT_TRUE(both.Send(FromHex("01 f1")));
-    program.End(); // with a packet unread, which the other side is told as an error
+    program.Close(); // with a packet unread, which the other side is told as an error
     EXPECT_EQ(Received(reader), "nothing");
     EXPECT_TRUE(reader.IsRemoved());
     EXPECT_FALSE(writer.Send(FromHex("01 f1")));
@@ -97,12 +99,12 @@ TEST(GatewaySocket, SendsNothingWhileThereIsNoLink)
     GatewaySocket socket(gateway.Path());
     const auto program = gateway.Greet("b9 ff ff");
     EXPECT_REJECTED(socket.Send(FromHex("01 f1")), Status::NotThere, "the gateway has no link: does the daemon run?");
-    program.Put("b9 00 01");
+    program.Send("b9 00 01");
     EXPECT_TRUE(socket.Send(FromHex("01 f2")));
-    program.Put("29 00 bc");
-    program.Put("b9 ff ff");
+    program.Send("29 00 bc");
+    program.Send("b9 ff ff");
     EXPECT_REJECTED(socket.Send(FromHex("01 f3")), Status::NotThere, "the gateway has no link: does the daemon run?");
-    EXPECT_EQ(program.Take(), "01 f2");
+    EXPECT_EQ(program.Receive(), "01 f2");
 }
 
 TEST(GatewaySocket, TellsWhetherAMessageWaitsAndLeavesIt)
@@ -113,7 +115,7 @@ TEST(GatewaySocket, TellsWhetherAMessageWaitsAndLeavesIt)
     auto program = gateway.Greet();
     EXPECT_TRUE(socket.HasMessage());
     EXPECT_EQ(Received(socket), "03 b9 00 01");
-    program.End();
+    program.Close();
     EXPECT_FALSE(socket.HasMessage());
 }
 
@@ -132,10 +134,8 @@ TEST(GatewaySocket, OfAnotherTypeIsNoneOfAGateway)
 {
     const ScriptedGateway gateway;
     const std::string path = gateway.Path() + "-other";
-    const System::Descriptor other(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(static_cast<char*>(address.sun_path), GatewaySocket::MaxPath);
+    const System::Descriptor other = MakeUnixSocket(SOCK_STREAM);
+    const sockaddr_un address = UnixAddress(path);
     ASSERT_EQ(bind(other.Number(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
     ASSERT_EQ(listen(other.Number(), 1), 0);
     EXPECT_REJECTED(GatewaySocket(path), Status::Failed, path + " is a socket, but not that of a gateway");
@@ -149,7 +149,7 @@ TEST(GatewayButton, GivesOnlyTheStatesOfTheButton)
     const auto program = gateway.Greet();
     for (const char* const frame : {"29 00 bc", "ba 00", "bb 00 05", "ba", "ba 01 02", "ba 01"})
     {
-        program.Put(frame);
+        program.Send(frame);
     }
     EXPECT_EQ(Received(button), "00");
     EXPECT_EQ(Received(button), "01");

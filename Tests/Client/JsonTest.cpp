@@ -1,6 +1,6 @@
 #include "Json.h"
 
-#include "ReceivedMessage.h"
+#include "BenchKit/ReceivedMessage.h"
 #include "Rejection.h"
 
 using Knx::Bytes;
@@ -98,6 +98,8 @@ TEST(Json, SaysWhatIsNotUnderstood)
         {R"({"hex":"1"})", "byte 1 has one digit only"},
         {R"({"hex":"11","time":-1})", "has a time that is none"},
         {R"({"hex":"11","time":1e9})", "has a time that is none"},
+        {R"({"hex":"11","time":"12"})", "has a time that is none"},
+        {R"({"hex":"11","direction":"up"})", "has a direction that is neither rx nor tx"},
     };
     for (const auto& each : wrong)
     {

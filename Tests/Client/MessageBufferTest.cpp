@@ -24,6 +24,19 @@ Message Numbered(uint8_t number)
     return message;
 }
 
+// The number of the next message.
+int NextOf(MessageBuffer& buffer)
+{
+    const auto entry = buffer.Take(Later());
+    return entry && entry->notice.empty() ? entry->message.frame.at(1) : -1;
+}
+
+std::string NoticeOf(MessageBuffer& buffer)
+{
+    const auto entry = buffer.Take(Later());
+    return entry ? entry->notice : "nothing";
+}
+
 TEST(MessageBuffer, GivesMessagesInTheirOrder)
 {
     MessageBuffer buffer(3);
@@ -31,8 +44,8 @@ TEST(MessageBuffer, GivesMessagesInTheirOrder)
     buffer.Put(Numbered(1));
     buffer.Put(Numbered(2));
     EXPECT_FALSE(buffer.IsEmpty());
-    EXPECT_EQ(buffer.Take(Later())->frame[1], 1);
-    EXPECT_EQ(buffer.Take(Later())->frame[1], 2);
+    EXPECT_EQ(NextOf(buffer), 1);
+    EXPECT_EQ(NextOf(buffer), 2);
     EXPECT_TRUE(buffer.IsEmpty());
     EXPECT_FALSE(buffer.HasEnded());
 }
@@ -41,7 +54,7 @@ TEST(MessageBuffer, WaitsForAMessageOfAnotherThread)
 {
     MessageBuffer buffer(3);
     std::thread other([&buffer] { buffer.Put(Numbered(1)); });
-    EXPECT_EQ(buffer.Take(Later())->frame[1], 1);
+    EXPECT_EQ(NextOf(buffer), 1);
     other.join();
 }
 
@@ -59,13 +72,13 @@ TEST(MessageBuffer, SaysInTheirPlaceHowManyHadNoRoom)
     {
         buffer.Put(Numbered(static_cast<uint8_t>(number)));
     }
-    EXPECT_EQ(buffer.Take(Later())->frame[1], 1);
+    EXPECT_EQ(NextOf(buffer), 1);
     buffer.Put(Numbered(6));
-    EXPECT_EQ(buffer.Take(Later())->frame[1], 2);
+    EXPECT_EQ(NextOf(buffer), 2);
     const auto dropped = buffer.Take(Later());
-    EXPECT_EQ(Describe(*dropped), "dropped 3");
-    EXPECT_EQ(dropped->time, 6us);
-    EXPECT_EQ(buffer.Take(Later())->frame[1], 6);
+    EXPECT_EQ(Describe(dropped->message), "dropped 3");
+    EXPECT_EQ(dropped->message.time, 6us);
+    EXPECT_EQ(NextOf(buffer), 6);
 }
 
 TEST(MessageBuffer, SaysAtTheEndToo)
@@ -75,10 +88,27 @@ TEST(MessageBuffer, SaysAtTheEndToo)
     buffer.Put(Numbered(2));
     buffer.End(nullptr);
     EXPECT_FALSE(buffer.HasEnded());
-    EXPECT_EQ(buffer.Take(Later())->frame[1], 1);
-    EXPECT_EQ(Describe(*buffer.Take(Later())), "dropped 1");
+    EXPECT_EQ(NextOf(buffer), 1);
+    EXPECT_EQ(Describe(buffer.Take(Later())->message), "dropped 1");
     EXPECT_TRUE(buffer.HasEnded());
     EXPECT_FALSE(buffer.Take(Later()));
+}
+
+TEST(MessageBuffer, GivesNoticesInTheirPlaceWhateverRoomThereIs)
+{
+    MessageBuffer buffer(1);
+    buffer.Put(Numbered(1));
+    buffer.Put(Numbered(2));
+    buffer.PutNotice("gone");
+    buffer.PutNotice("there again");
+    EXPECT_EQ(NextOf(buffer), 1);
+    const auto dropped = buffer.Take(Later());
+    EXPECT_EQ(Describe(dropped->message), "dropped 1");
+    EXPECT_EQ(dropped->message.time, 2us);
+    EXPECT_EQ(NoticeOf(buffer), "gone");
+    EXPECT_EQ(NoticeOf(buffer), "there again");
+    buffer.Put(Numbered(3));
+    EXPECT_EQ(NextOf(buffer), 3);
 }
 
 TEST(MessageBuffer, GivesTheReasonOfItsEndBehindTheLastMessage)

@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 
 using Knx::GroupAddresses;
+using OrvelClient::AddressFrom;
 using OrvelClient::Completions;
-using OrvelClient::GroupFrom;
 using OrvelClient::Matching;
 using OrvelClient::Status;
 using testing::ElementsAre;
@@ -36,24 +36,24 @@ std::vector<uint16_t> MatchingAddresses(const std::string& pattern)
     return addresses;
 }
 
-TEST(GroupFrom, TakesAnAddressWithAndWithoutNames)
+TEST(AddressFrom, TakesAnAddressWithAndWithoutNames)
 {
-    EXPECT_EQ(GroupFrom("1/2/3", {}), 0x0A03);
-    EXPECT_EQ(GroupFrom("1/2/3", House()), 0x0A03);
-    EXPECT_EQ(GroupFrom("1/515", House()), 0x0A03);
-    EXPECT_EQ(GroupFrom("2563", House()), 0x0A03);
+    EXPECT_EQ(AddressFrom("1/2/3", {}), 0x0A03);
+    EXPECT_EQ(AddressFrom("1/2/3", House()), 0x0A03);
+    EXPECT_EQ(AddressFrom("1/515", House()), 0x0A03);
+    EXPECT_EQ(AddressFrom("2563", House()), 0x0A03);
 }
 
-TEST(GroupFrom, TakesANameOrItsLastLevels)
+TEST(AddressFrom, TakesANameOrItsLastLevels)
 {
-    EXPECT_EQ(GroupFrom("Lights/Living room/Ceiling", House()), 0x0901);
-    EXPECT_EQ(GroupFrom("Living room/Ceiling", House()), 0x0901);
-    EXPECT_EQ(GroupFrom("Temperature", House()), 0x2101);
+    EXPECT_EQ(AddressFrom("Lights/Living room/Ceiling", House()), 0x0901);
+    EXPECT_EQ(AddressFrom("Living room/Ceiling", House()), 0x0901);
+    EXPECT_EQ(AddressFrom("Temperature", House()), 0x2101);
 }
 
-TEST(GroupFrom, NamesTheCandidatesOfAnAmbiguousName)
+TEST(AddressFrom, NamesTheCandidatesOfAnAmbiguousName)
 {
-    EXPECT_REJECTED(GroupFrom("Ceiling", House()), Status::NotUnderstood,
+    EXPECT_REJECTED(AddressFrom("Ceiling", House()), Status::NotUnderstood,
                     "'Ceiling' is ambiguous: 1/1/1 Lights/Living room/Ceiling, 1/2/1 Lights/Kitchen/Ceiling");
     const GroupAddresses many({{1, "a/x", "", ""},
                                {2, "b/x", "", ""},
@@ -63,19 +63,19 @@ TEST(GroupFrom, NamesTheCandidatesOfAnAmbiguousName)
                                {6, "f/x", "", ""},
                                {7, "g/x", "", ""}},
                               Knx::GroupAddressStyle::Free);
-    EXPECT_REJECTED(GroupFrom("x", many), Status::NotUnderstood,
+    EXPECT_REJECTED(AddressFrom("x", many), Status::NotUnderstood,
                     "'x' is ambiguous: 1 a/x, 2 b/x, 3 c/x, 4 d/x, 5 e/x and 2 more");
 }
 
-TEST(GroupFrom, SaysWhatIsNeitherAnAddressNorAName)
+TEST(AddressFrom, SaysWhatIsNeitherAnAddressNorAName)
 {
-    EXPECT_REJECTED(GroupFrom("Cellar", House()), Status::NotUnderstood,
+    EXPECT_REJECTED(AddressFrom("Cellar", House()), Status::NotUnderstood,
                     "no group has the name 'Cellar'; 'orvelctl names' lists them");
-    EXPECT_REJECTED(GroupFrom("", House()), Status::NotUnderstood,
+    EXPECT_REJECTED(AddressFrom("", House()), Status::NotUnderstood,
                     "no group has the name ''; 'orvelctl names' lists them");
-    EXPECT_REJECTED(GroupFrom("1/8/3", House()), Status::NotUnderstood,
+    EXPECT_REJECTED(AddressFrom("1/8/3", House()), Status::NotUnderstood,
                     "'1/8/3' is no group address: 8 should be 0 to 7");
-    EXPECT_REJECTED(GroupFrom("Cellar", {}), Status::NotUnderstood,
+    EXPECT_REJECTED(AddressFrom("Cellar", {}), Status::NotUnderstood,
                     "'Cellar' is no group address such as 1/2/3, 1/515 or 2563, and there "
                     "are no names");
 }
@@ -86,6 +86,16 @@ TEST(Names, MatchAPatternOfAddresses)
     EXPECT_THAT(MatchingAddresses("1/1-2/1"), ElementsAre(0x0901, 0x0A01));
     EXPECT_THAT(MatchingAddresses("4/1/1"), ElementsAre(0x2101));
     EXPECT_THAT(MatchingAddresses("5/*"), IsEmpty());
+}
+
+TEST(Names, MatchAnAddressThatIsAlsoAPartOfAName)
+{
+    const Knx::GroupAddresses groups(std::vector<Knx::NamedGroup>{
+        {0x000C, "Pump", "", ""}, {0x0A01, "Lamp 12", "", ""}, {0x0A02, "Lamp 13", "", ""}});
+    const auto matching = Matching(groups, "12");
+    ASSERT_EQ(matching.size(), 2);
+    EXPECT_EQ(matching[0]->name, "Pump"); // 0/0/12
+    EXPECT_EQ(matching[1]->name, "Lamp 12");
 }
 
 TEST(Names, MatchAPartOfTheNameInAnyCase)

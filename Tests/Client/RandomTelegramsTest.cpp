@@ -47,7 +47,7 @@ TEST(RandomTelegrams, AreOfAllKinds)
     for (int i = 0; i < 5000; ++i)
     {
         const auto message = Knx::Decode(telegrams.Next());
-        kinds.insert(Knx::ServiceOf(*message.apci).name + (message.payload.empty() ? " short" : " long") +
+        kinds.insert(std::string(Knx::ServiceOf(*message.apci).name) + (message.payload.empty() ? " short" : " long") +
                      (message.IsStandardFrame() ? "" : " extended"));
     }
     EXPECT_EQ(kinds,

@@ -104,10 +104,10 @@ Message SwitchOn()
 
 TEST(Record, ALineThatHasToFitLeavesOutTheBytesAndWhatIsUsual)
 {
-    const std::string text = "(0.000000) L_Data.ind 1.1.1 -> 1/2/3 A_GroupValue_Write value=0x01";
+    const std::string text = "(0.000000) 1.1.1 -> 1/2/3 A_GroupValue_Write value=0x01";
     EXPECT_EQ(RecordLine("(0.000000)", SwitchOn(), {false, 80}), text);
     EXPECT_EQ(RecordLine("(0.000000)", SwitchOn(), {false, text.size()}), text);
-    EXPECT_EQ(RecordLine("(0.000000)", SwitchOn(), {false, 40}), "(0.000000) L_Data.ind 1.1.1 -> 1/2/3 A_>");
+    EXPECT_EQ(RecordLine("(0.000000)", SwitchOn(), {false, 40}), "(0.000000) 1.1.1 -> 1/2/3 A_GroupValue_>");
     EXPECT_EQ(RecordLine("(0.000000)", SwitchOn(), {false, 5}), "(0.0>");
 }
 
@@ -136,7 +136,7 @@ TEST(Record, ALineHasTheColourOfWhatItSays)
 TEST(Record, ColoursTakeNoRoom)
 {
     EXPECT_EQ(RecordLine("(0.000000)", SwitchOn(), {true, 40}),
-              "\x1b[2m(0.000000) \x1b[0mL_Data.ind 1.1.1 -> 1/2/3 A_>");
+              "\x1b[2m(0.000000) \x1b[0m1.1.1 -> 1/2/3 A_GroupValue_>");
 }
 
 } // namespace

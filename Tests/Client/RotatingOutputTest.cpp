@@ -1,8 +1,10 @@
 #include "RotatingOutput.h"
 
+#include "BenchKit/TemporaryDirectory.h"
 #include "Rejection.h"
 
-#include <cstdlib>
+#include <sys/stat.h>
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -17,26 +19,14 @@ namespace
 class RotatingOutputTest : public testing::Test
 {
 protected:
-    RotatingOutputTest()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "rotating-XXXXXX").string();
-        directory = mkdtemp(pattern.data());
-        file = directory / "log";
-    }
-
-    ~RotatingOutputTest() override
-    {
-        std::filesystem::remove_all(directory);
-    }
-
     std::string Content(const std::string& ending = "") const
     {
         std::ifstream stream(file + ending);
         return stream ? std::string(std::istreambuf_iterator<char>(stream), {}) : "none";
     }
 
-    std::filesystem::path directory;
-    std::string file;
+    const TemporaryDirectory directory;
+    const std::string file = directory.File("log");
 };
 
 TEST_F(RotatingOutputTest, BeginsANewFileBeforeOneBecomesTooLarge)
@@ -94,6 +84,22 @@ TEST_F(RotatingOutputTest, OverwritesItWithoutARotation)
     output.Flush();
     EXPECT_EQ(Content().size(), 100001);
     EXPECT_EQ(Content(".1"), "none");
+}
+
+TEST_F(RotatingOutputTest, GivesNoOtherNameToWhatIsNoRegularFile)
+{
+    const std::string target = directory.File("target");
+    std::ofstream(target) << "before";
+    std::filesystem::create_symlink(target, file);
+    EXPECT_REJECTED(RotatingOutput(file, Rotation{10, 1}, ""), Status::WrongOption,
+                    "a rotation needs a regular file, and " + file + " is none");
+    EXPECT_EQ(Content(), "before");
+    EXPECT_EQ(Content(".1"), "none");
+    std::filesystem::remove(file);
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    EXPECT_REJECTED(RotatingOutput(file, Rotation{10, 1}, ""), Status::WrongOption,
+                    "a rotation needs a regular file, and " + file + " is none");
+    EXPECT_TRUE(std::filesystem::is_fifo(file));
 }
 
 TEST_F(RotatingOutputTest, SaysWhatItCannotRename)

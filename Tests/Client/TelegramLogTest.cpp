@@ -1,12 +1,14 @@
 #include "TelegramLog.h"
 
+#include "BenchKit/ReceivedMessage.h"
 #include "Recorded.h"
 #include "Rejection.h"
+
+#include <ctime>
 
 using Knx::FromHex;
 using OrvelClient::Direction;
 using OrvelClient::IsXml;
-using OrvelClient::Message;
 using OrvelClient::Status;
 using OrvelClient::TelegramLogEnd;
 using OrvelClient::TelegramLogEntry;
@@ -16,7 +18,6 @@ using OrvelClient::TelegramLogReader;
 namespace
 {
 
-constexpr std::chrono::microseconds Time{1763719200123456};
 const std::string Begin = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
                           "<CommunicationLog xmlns=\"http://knx.org/xml/telegrams/01\">\n";
 const std::string End = "</CommunicationLog>\n";
@@ -28,17 +29,10 @@ Recorded Read(const std::string& log)
     return ReadWith<TelegramLogReader>(log);
 }
 
-Message MessageOf(const std::string& hex)
-{
-    Message message;
-    message.time = Time;
-    message.frame = FromHex(hex);
-    return message;
-}
-
 TEST(TelegramLog, IsXmlWithAnElementForEachFrame)
 {
-    EXPECT_EQ(TelegramLogHeader(Time) + TelegramLogEntry(MessageOf("2900bce011010a03010081")) + TelegramLogEnd(Time),
+    EXPECT_EQ(TelegramLogHeader(ReceivedAt) + TelegramLogEntry(MessageOf("2900bce011010a03010081")) +
+                  TelegramLogEnd(ReceivedAt),
               "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n"
               "<CommunicationLog xmlns=\"http://knx.org/xml/telegrams/01\">\n"
               "  <RecordStart Timestamp=\"2025-11-21T10:00:00.123456Z\"/>\n"
@@ -50,10 +44,10 @@ TEST(TelegramLog, IsXmlWithAnElementForEachFrame)
 
 TEST(TelegramLog, IsReadBack)
 {
-    const Recorded recorded = Read(TelegramLogHeader(Time) + TelegramLogEntry(MessageOf("2900")) +
-                                   TelegramLogEntry(MessageOf("1100")) + TelegramLogEnd(Time));
+    const Recorded recorded = Read(TelegramLogHeader(ReceivedAt) + TelegramLogEntry(MessageOf("2900")) +
+                                   TelegramLogEntry(MessageOf("1100")) + TelegramLogEnd(ReceivedAt));
     ASSERT_EQ(recorded.messages.size(), 2);
-    EXPECT_EQ(recorded.messages[0].time, Time);
+    EXPECT_EQ(recorded.messages[0].time, ReceivedAt);
     EXPECT_EQ(recorded.messages[0].frame, FromHex("2900"));
     EXPECT_EQ(recorded.messages[0].direction, Direction::FromLink);
     EXPECT_EQ(recorded.messages[1].direction, Direction::ToLink);
@@ -69,7 +63,7 @@ TEST(TelegramLog, OtherElementsAndWhatMayStandBetweenThemDoNotMatter)
                                    "Timestamp=\"2025-11-21T11:00:00+01:00\">x</Telegram>" +
                                    End);
     ASSERT_EQ(recorded.messages.size(), 2);
-    EXPECT_EQ(recorded.messages[0].time, Time);
+    EXPECT_EQ(recorded.messages[0].time, ReceivedAt);
     EXPECT_EQ(recorded.messages[1].frame, FromHex("2900"));
     EXPECT_EQ(recorded.remark, "");
 }
@@ -120,6 +114,18 @@ TEST(TelegramLog, IsRecognisedByItsFirstCharacter)
     EXPECT_TRUE(IsXml("\xEF\xBB\xBF<"));
     EXPECT_FALSE(IsXml("(176"));
     EXPECT_FALSE(IsXml(""));
+}
+
+TEST(TelegramLog, TakesNoLongerForATagWithManyBrackets)
+{
+    std::string log = Begin;
+    for (int i = 0; i < 20; ++i)
+    {
+        log += "<Comment Text=\"" + std::string(65000, '>') + "\"/>\n";
+    }
+    const std::clock_t begin = std::clock();
+    EXPECT_EQ(Read(log + Telegram + End).messages.size(), 1);
+    EXPECT_LT((std::clock() - begin) / CLOCKS_PER_SEC, 5); // of the processor; it takes less than a hundredth of that
 }
 
 } // namespace

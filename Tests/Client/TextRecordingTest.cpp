@@ -51,6 +51,11 @@ TEST(TextRecording, OfTheDaemonHasManyLinesWithoutAFrame)
     EXPECT_EQ(Read(journal + DriverLine + journal + "29 00\n" + DriverLine).messages.size(), 2);
 }
 
+TEST(TextRecording, OfTheDaemonMayHaveRecordsInBetween)
+{
+    EXPECT_EQ(Read(DriverLine + Log + "(gdb) continue\n" + Log + DriverLine).messages.size(), 4);
+}
+
 TEST(TextRecording, OfTheDaemonCountsLinesThatWereSpoilt)
 {
     const std::string spoilt = "22.11.2026 14:05:09.042 [14] DEBUG Nemt <> - Received on topic 256: 29 0=\n";
@@ -64,7 +69,7 @@ TEST(TextRecording, IsUsedUpToALineThatIsCutOff)
     const std::string withoutEnd = Digits.substr(0, Digits.size() - 3); // a byte is missing
     for (const std::string& cut :
          {std::string("(17637"), "(1763719200.123456) rx " + withoutEnd, "(1763719200.123456) rx " + withoutEnd + " 8",
-          Json.substr(0, 60), withoutEnd, DriverLine.substr(0, DriverLine.size() - 1),
+          Json.substr(0, 60), withoutEnd, DriverLine.substr(0, DriverLine.size() - 2),
           DriverLine.substr(0, DriverLine.size() - 3)})
     {
         const bool isDriverLine = cut.find("topic") != std::string::npos;
@@ -83,6 +88,9 @@ TEST(TextRecording, ALastLineWithoutAnEndIsUsedWhenItsFrameIsComplete)
         EXPECT_EQ(recorded.messages.size(), 2) << last;
         EXPECT_EQ(recorded.remark, "") << last;
     }
+    const Recorded ofTheDaemon = Read(DriverLine + DriverLine.substr(0, DriverLine.size() - 1));
+    EXPECT_EQ(ofTheDaemon.messages.size(), 2);
+    EXPECT_EQ(ofTheDaemon.remark, "");
 }
 
 TEST(TextRecording, SaysWhichLineIsNone)

@@ -86,16 +86,29 @@ TEST(LocalDate, IsReadBack)
     LocalDate date;
     for (const auto time : {1751364000001ms, 1751364000001ms + 59s, 1763719200123ms, 0ms})
     {
-        LocalDate writer;
-        EXPECT_EQ(date.Time(writer.Text(time)), time);
+        TimeStamper writer(TimeStamp::Date);
+        EXPECT_EQ(date.Time(writer.Stamp(time)), time);
     }
     EXPECT_EQ(date.Time("21.11.2025 11:00:00.123 [1] DEBUG"), 1763719200123ms);
+}
+
+TEST(LocalDate, MayBeOfTheHourThatSummerTimeLeavesOut)
+{
+    const TimeZone zone("CET-1CEST,M3.5.0,M10.5.0/3");
+    LocalDate date;
+    const auto before = date.Time("29.03.2026 01:59:00.000");
+    const auto within = date.Time("29.03.2026 02:30:00.000"); // a device in another zone has it
+    const auto after = date.Time("29.03.2026 03:31:00.000");
+    ASSERT_TRUE(before && within && after);
+    EXPECT_GT(*within - *before, -1h);
+    EXPECT_LT(*within - *after, 1h);
 }
 
 TEST(LocalDate, IsNoneOfADayThatThereIsNot)
 {
     LocalDate date;
     for (const char* const text : {"31.02.2026 10:00:00.000", "01.13.2026 10:00:00.000", "01.01.2026 25:00:00.000",
+                                   "01.01.2026 24:00:00.000", "01.01.2026 10:60:00.000", "01.01.2026 10:00:99.000",
                                    "01.01.1900 10:00:00.000", "1.1.2026 10:00:00.000", "01.01.2026 10:00:00", ""})
     {
         EXPECT_FALSE(date.Time(text)) << text;

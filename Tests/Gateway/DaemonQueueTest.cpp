@@ -1,12 +1,13 @@
 #include "DaemonQueue.h"
 
-#include <gtest/gtest.h>
+#include "BenchKit/MadeQueue.h"
 
-#include <mqueue.h>
+#include <gtest/gtest.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
 using namespace OrvelGateway;
 using Result = DaemonQueue::Result;
@@ -19,24 +20,14 @@ constexpr const char* Name = "/cemiFromLL";
 class DaemonQueueTest : public testing::Test
 {
 protected:
-    ~DaemonQueueTest() override
+    void Make(long messageSize = 261)
     {
-        Remove();
+        made.emplace(Name, 2, messageSize);
     }
 
-    static void Make(long messageSize = 261)
+    void Remove()
     {
-        mq_attr attributes{};
-        attributes.mq_maxmsg = 2;
-        attributes.mq_msgsize = messageSize;
-        const mqd_t made = mq_open(Name, O_CREAT | O_EXCL | O_RDWR, 0600, &attributes);
-        EXPECT_NE(made, -1) << strerror(errno);
-        mq_close(made);
-    }
-
-    static void Remove()
-    {
-        mq_unlink(Name);
+        made.reset();
     }
 
     static Result Receive(const DaemonQueue& queue)
@@ -46,6 +37,7 @@ protected:
         return queue.Receive(message.data(), size);
     }
 
+    std::optional<MadeQueue> made;
     DaemonQueue reader{Name, DaemonQueue::For::Reading, 261};
     DaemonQueue writer{Name, DaemonQueue::For::Writing, 261};
 };

@@ -44,6 +44,7 @@ private:
         uint64_t requests = 0;
         uint64_t answers = 0;
         uint64_t lost = 0;
+        std::string linkState; // the last that it was told
         bool isSleeping = false;
     };
 
@@ -206,6 +207,10 @@ private:
             const auto bytes = Knx::FromHex(message);
             account.lost += static_cast<unsigned>(bytes[2]) << 8U | bytes[3];
         }
+        if (message.substr(0, 5) == "03 b9")
+        {
+            account.linkState = message;
+        }
         if (!IsConfirmation(message))
         {
             return;
@@ -238,6 +243,7 @@ private:
             EXPECT_EQ(count.confirmed + count.refused + count.timedOut, account.requests);
             EXPECT_EQ(count.lost, account.lost);
             EXPECT_TRUE(hub.CanSend(id));
+            EXPECT_EQ(account.linkState, hub.State() == Hub::Link::Usable ? "03 b9 00 01" : "03 b9 ff ff");
             lost += count.lost;
         }
         EXPECT_LE(lost, hub.Count().lost);

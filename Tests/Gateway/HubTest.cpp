@@ -98,6 +98,24 @@ TEST_F(HubTest, TakesALinkForUsableFromWhichAFrameComes)
     EXPECT_THAT(All(one), ElementsAre(Lost, Usable, AsMessage(Indication(1))));
 }
 
+TEST_F(HubTest, TakesNoLinkForUsableWhileTheQueuesAreSilentThatCameAfterIt)
+{
+    hub.OnDaemonGone(now);
+    Pass(1h);
+    Send(one, Request(1));
+    EXPECT_THAT(All(one), ElementsAre(Lost, AsMessage(Failed(1))));
+    EXPECT_EQ(hub.Due(), std::nullopt);
+    FromLink(Indication(1)); // another reader has taken what came before
+    EXPECT_THAT(All(one), ElementsAre(Usable, AsMessage(Indication(1))));
+}
+
+TEST_F(HubTest, BelievesADaemonThatTheLinkIsLost)
+{
+    FromLink("b9 ff ff");
+    FromLink("fb 00 0b 01 33 10 01 00"); // read from the daemon itself
+    EXPECT_THAT(All(one), ElementsAre(Lost, "08 fb 00 0b 01 33 10 01 00"));
+}
+
 TEST_F(HubTest, LetsRequestsWaitUntilItIsKnownThatTheLinkIsUsable)
 {
     hub.OnDaemonGone(now);
@@ -155,6 +173,30 @@ TEST_F(HubTest, TellsEverybodyOfTheButtonAsOftenAsItDoes)
     }
     EXPECT_THAT(All(one), ElementsAre("02 ba 00", "02 ba 00", "02 ba 00", "02 ba 01"));
     EXPECT_THAT(All(two), ElementsAre("02 ba 00", "02 ba 00", "02 ba 00", "02 ba 01"));
+}
+
+TEST_F(HubTest, TakesNothingOfTheButtonBeforeSomebodyHasBeenToldTheStateOfTheLink)
+{
+    hub.Stay(one);
+    EXPECT_TRUE(hub.TakesButton());
+    hub.OnDaemonGone(now);
+    EXPECT_TRUE(hub.TakesButton());
+    hub.OnDaemonFound(now);
+    EXPECT_FALSE(hub.TakesButton());
+    Pass(1s);
+    EXPECT_TRUE(hub.TakesButton());
+}
+
+TEST_F(HubTest, TakesNothingOfTheButtonUnlessAProgramStays)
+{
+    EXPECT_FALSE(hub.TakesButton());
+    hub.Stay(one);
+    hub.Stay(two);
+    hub.Stay(two);
+    hub.Disconnect(two);
+    EXPECT_TRUE(hub.TakesButton());
+    hub.Disconnect(one);
+    EXPECT_FALSE(hub.TakesButton());
 }
 
 TEST_F(HubTest, AnswersTheSenderAndLetsAllOthersHearAConfirmedRequest)
@@ -456,6 +498,58 @@ TEST_F(HubTest, DropsTheNewestMessagesOfAProgramThatReadsNoneAndTellsHowManyAreM
     EXPECT_EQ(All(two).size(), 1024U + 1U);
 }
 
+TEST_F(HubTest, TellsTheLastStateOfTheLinkAlsoToAProgramThatHadNoRoomForIt)
+{
+    for (int i = 0; i < ORVEL_GATEWAY_MESSAGES - 1; ++i)
+    {
+        FromLink(Indication(0));
+    }
+    hub.OnDaemonGone(now); // for which there is room
+    StartDaemon();
+    Strings all = All(one);
+    ASSERT_EQ(all.size(), 1023U + 3U);
+    EXPECT_EQ(all[1023], Lost);
+    EXPECT_EQ(all[1024], "03 bb 00 01");
+    EXPECT_EQ(all[1025], Usable);
+
+    for (int i = 0; i < ORVEL_GATEWAY_MESSAGES; ++i)
+    {
+        FromLink(Indication(0));
+    }
+    hub.OnDaemonGone(now);
+    EXPECT_EQ(NextOf(one), AsMessage(Indication(0)));
+    hub.OnButton(0); // takes no place away from the state
+    all = All(one);
+    ASSERT_EQ(all.size(), 1023U + 3U);
+    EXPECT_EQ(all[1024], Lost);
+}
+
+TEST_F(HubTest, CountsEachChangeOfTheLinkAsOneLostMessageForAProgramWithoutRoom)
+{
+    for (int i = 0; i < ORVEL_GATEWAY_MESSAGES; ++i)
+    {
+        FromLink(Indication(0));
+    }
+    hub.OnDaemonGone(now);
+    hub.OnDaemonGone(now); // which changes nothing
+    StartDaemon();
+    Strings all = All(one);
+    ASSERT_EQ(all.size(), 1024U + 1U); // it knows the present state
+    EXPECT_EQ(all[1023], AsMessage(Indication(0)));
+    EXPECT_EQ(all[1024], "03 bb 00 02");
+
+    for (int i = 0; i < ORVEL_GATEWAY_MESSAGES; ++i)
+    {
+        FromLink(Indication(0));
+    }
+    FromLink("b9 ff ff");
+    hub.OnDaemonGone(now); // the programs know that the link is lost
+    all = All(one);
+    ASSERT_EQ(all.size(), 1024U + 2U);
+    EXPECT_EQ(all[1024], "03 bb 00 01");
+    EXPECT_EQ(all[1025], Lost);
+}
+
 TEST_F(HubTest, ReadsNothingFromAProgramThatLeavesItsConfirmationsUnread)
 {
     for (int i = 0; i < ORVEL_GATEWAY_MESSAGES; ++i)
@@ -580,6 +674,24 @@ TEST_F(HubTest, RefusesProgramsBeyondThoseThatMayBe)
     hub.ConnectNetwork(); // has a place of its own
     hub.Disconnect(one);
     EXPECT_TRUE(hub.ConnectProgram());
+}
+
+TEST_F(HubTest, HasRoomForProgramsWhileThoseThatHaveLeftStillHaveRequests)
+{
+    hub.Disconnect(two);
+    for (int i = 0; i < 4; ++i) // as many as may be, one after the other
+    {
+        const Id left = i == 0 ? one : *hub.ConnectProgram();
+        Send(left, Request(i));
+        hub.Disconnect(left);
+    }
+    for (int i = 0; i < 4; ++i)
+    {
+        ASSERT_TRUE(hub.ConnectProgram()) << i;
+    }
+    EXPECT_FALSE(hub.ConnectProgram());
+    EXPECT_EQ(hub.Count().programsRefused, 1U);
+    EXPECT_EQ(AllToLink().size(), 4U);
 }
 
 TEST_F(HubTest, GivesTheNetworkWhatProgramsGetButNothingBack)

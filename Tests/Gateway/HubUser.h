@@ -2,6 +2,7 @@
 
 #include "Hub.h"
 
+#include "BenchKit/Messages.h"
 #include "Knx/HexDigits.h"
 
 #include <chrono>
@@ -39,12 +40,6 @@ protected:
         return "29 00 bc e0 11 05 0a 03 01 00 " + Value(value);
     }
 
-    static std::string AsMessage(const std::string& frame)
-    {
-        const auto size = static_cast<uint8_t>(Knx::FromHex(frame).size());
-        return Knx::ToHex({size}) + " " + frame;
-    }
-
     static bool IsConfirmation(const std::string& message)
     {
         return message.substr(3, 2) == "2e";
@@ -58,7 +53,7 @@ protected:
 
     void FromLink(const std::string& frame)
     {
-        const auto message = Knx::FromHex(AsMessage(frame));
+        const auto message = WithSize(Knx::FromHex(frame));
         hub.OnMessage(message.data(), message.size(), now);
     }
 

@@ -2,17 +2,21 @@
 
 #include "Failure.h"
 
+#include "BenchKit/PacketConnection.h"
+#include "BenchKit/TemporaryDirectory.h"
+
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -26,20 +30,9 @@ namespace
 class ListeningSocketTest : public testing::Test
 {
 protected:
-    ListeningSocketTest()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "gateway-XXXXXX").string();
-        directory = mkdtemp(pattern.data());
-    }
-
-    ~ListeningSocketTest() override
-    {
-        std::filesystem::remove_all(directory);
-    }
-
     std::string Path(const char* name = "socket") const
     {
-        return directory / name;
+        return directory.File(name);
     }
 
     // Why no socket is made there, and the status.
@@ -56,22 +49,15 @@ protected:
         }
     }
 
-    static System::Descriptor MakeSocket(int type)
-    {
-        return System::Descriptor(socket(AF_UNIX, type | SOCK_CLOEXEC, 0));
-    }
-
     template<typename Operation>
     static int At(const Operation& operation, const System::Descriptor& descriptor, const std::string& path)
     {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::copy(path.begin(), path.end(), address.sun_path);
+        const sockaddr_un address = UnixAddress(path);
         return operation(descriptor.Number(), reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 ? 0
                                                                                                                 : errno;
     }
 
-    std::filesystem::path directory;
+    const TemporaryDirectory directory;
 };
 
 TEST_F(ListeningSocketTest, AcceptsProgramsWithoutWaitingForThem)
@@ -80,7 +66,7 @@ TEST_F(ListeningSocketTest, AcceptsProgramsWithoutWaitingForThem)
     EXPECT_EQ(listening.Place(), Path());
     EXPECT_FALSE(listening.Accept().IsOpen());
     EXPECT_EQ(errno, EAGAIN);
-    const auto program = MakeSocket(SOCK_SEQPACKET);
+    const auto program = MakeUnixSocket();
     EXPECT_EQ(At(connect, program, Path()), 0);
     EXPECT_TRUE(listening.Accept().IsOpen());
 }
@@ -107,11 +93,20 @@ TEST_F(ListeningSocketTest, GoesWithItsOwner)
     EXPECT_FALSE(std::filesystem::exists(Path()));
 }
 
+TEST_F(ListeningSocketTest, LeavesTheSocketOfTheNextGatewayInItsPlace)
+{
+    std::optional<ListeningSocket> first(Path());
+    std::filesystem::remove(Path());
+    const ListeningSocket next(Path());
+    first.reset();
+    EXPECT_EQ(At(connect, MakeUnixSocket(SOCK_SEQPACKET), Path()), 0);
+}
+
 TEST_F(ListeningSocketTest, DoesNotTakeThePlaceOfOneThatIsServed)
 {
     const ListeningSocket listening(Path());
     EXPECT_THAT(Rejection(Path()), Pair(Status::InUse, "another program serves " + Path()));
-    const auto stream = MakeSocket(SOCK_STREAM); // of another kind of program
+    const auto stream = MakeUnixSocket(SOCK_STREAM); // of another kind of program
     EXPECT_EQ(At(bind, stream, Path("stream")), 0);
     EXPECT_EQ(listen(stream.Number(), 1), 0);
     EXPECT_THAT(Rejection(Path("stream")), Pair(Status::InUse, "another program serves " + Path("stream")));
@@ -120,12 +115,20 @@ TEST_F(ListeningSocketTest, DoesNotTakeThePlaceOfOneThatIsServed)
 TEST_F(ListeningSocketTest, TakesThePlaceOfADeadOne)
 {
     {
-        const auto dead = MakeSocket(SOCK_SEQPACKET);
+        const auto dead = MakeUnixSocket();
         EXPECT_EQ(At(bind, dead, Path()), 0);
     }
     EXPECT_TRUE(std::filesystem::exists(Path()));
     const ListeningSocket listening(Path());
-    EXPECT_EQ(At(connect, MakeSocket(SOCK_SEQPACKET), Path()), 0);
+    EXPECT_EQ(At(connect, MakeUnixSocket(), Path()), 0);
+}
+
+TEST_F(ListeningSocketTest, IsMadeAlsoWhereSomebodyHoldsTheLockOfItsDirectory)
+{
+    const System::Descriptor held(open(directory.Path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    ASSERT_EQ(flock(held.Number(), LOCK_EX), 0);
+    const ListeningSocket listening(Path());
+    EXPECT_EQ(At(connect, MakeUnixSocket(SOCK_SEQPACKET), Path()), 0);
 }
 
 TEST_F(ListeningSocketTest, DoesNotTakeThePlaceOfAFileOrOfALink)

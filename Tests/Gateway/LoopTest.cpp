@@ -38,13 +38,25 @@ private:
 
 TEST(Loop, RunsUntilASignalThatAsksForIt)
 {
-    for (const int signal : {SIGINT, SIGTERM})
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
     {
         Loop loop;
         Timer timer(loop, [signal] { std::raise(signal); });
         timer.Set(Soon());
         EXPECT_EQ(loop.Run(), signal);
     }
+}
+
+TEST(Loop, GoesOnAfterAHangupThatWasIgnoredBefore)
+{
+    std::signal(SIGHUP, SIG_IGN);
+    {
+        Loop loop;
+        const End end(loop);
+        std::raise(SIGHUP);
+        EXPECT_EQ(loop.Run(), SIGTERM);
+    }
+    std::signal(SIGHUP, SIG_DFL);
 }
 
 TEST(Loop, DoesNotRunAfterASignalThatCameBefore)

@@ -1,12 +1,14 @@
 #include "Metrics.h"
 
+#include "BenchKit/ResourceLimit.h"
+#include "BenchKit/TemporaryDirectory.h"
+
 #include <gmock/gmock.h>
 
-#include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -33,6 +35,10 @@ Figures SomeFigures()
     figures.count.invalid = 8;
     figures.count.lost = 9;
     figures.count.linkLosses = 10;
+    figures.count.dropped = 11;
+    figures.count.unexpected = 12;
+    figures.count.buttons = 13;
+    figures.count.delivered = 14;
     figures.linkUp = true;
     figures.busLoad = 12.34;
     return figures;
@@ -51,6 +57,15 @@ TEST(Metrics, AreOneTextThatOthersUnderstand)
               "orvel_gateway_requests_total{outcome=\"refused\"} 4\n"
               "orvel_gateway_requests_total{outcome=\"refused_without_link\"} 5\n"
               "orvel_gateway_requests_total{outcome=\"timed_out\"} 6\n"
+              "# TYPE orvel_gateway_dropped_frames counter\n"
+              "# HELP orvel_gateway_dropped_frames Other frames that came without a link.\n"
+              "orvel_gateway_dropped_frames_total 11\n"
+              "# TYPE orvel_gateway_unexpected_confirmations counter\n"
+              "# HELP orvel_gateway_unexpected_confirmations Confirmations that no request waited for.\n"
+              "orvel_gateway_unexpected_confirmations_total 12\n"
+              "# TYPE orvel_gateway_button_messages counter\n"
+              "# HELP orvel_gateway_button_messages Messages of the programming button.\n"
+              "orvel_gateway_button_messages_total 13\n"
               "# TYPE orvel_gateway_programs gauge\n"
               "# HELP orvel_gateway_programs Programs that are connected.\n"
               "orvel_gateway_programs 0\n"
@@ -60,6 +75,9 @@ TEST(Metrics, AreOneTextThatOthersUnderstand)
               "# TYPE orvel_gateway_invalid_packets counter\n"
               "# HELP orvel_gateway_invalid_packets Packets of programs that were no message.\n"
               "orvel_gateway_invalid_packets_total 8\n"
+              "# TYPE orvel_gateway_delivered_messages counter\n"
+              "# HELP orvel_gateway_delivered_messages Messages that programs and the network have taken.\n"
+              "orvel_gateway_delivered_messages_total 14\n"
               "# TYPE orvel_gateway_lost_messages counter\n"
               "# HELP orvel_gateway_lost_messages Messages for which the buffer of a program had no room.\n"
               "orvel_gateway_lost_messages_total 9\n"
@@ -135,17 +153,6 @@ TEST(Metrics, HaveTheNetworkOnlyIfThereIsOne)
 class MetricsFileTest : public testing::Test
 {
 protected:
-    MetricsFileTest()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "metrics-XXXXXX").string();
-        directory = mkdtemp(pattern.data());
-    }
-
-    ~MetricsFileTest() override
-    {
-        std::filesystem::remove_all(directory);
-    }
-
     std::string Content() const
     {
         std::ifstream stream(File());
@@ -156,15 +163,15 @@ protected:
 
     std::string File() const
     {
-        return (directory / "metrics").string();
+        return directory.File("metrics");
     }
 
     std::size_t Files() const
     {
-        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(directory), {}));
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(directory.Path()), {}));
     }
 
-    std::filesystem::path directory;
+    const TemporaryDirectory directory;
 };
 
 TEST_F(MetricsFileTest, IsReplacedAsAWhole)
@@ -180,9 +187,9 @@ TEST_F(MetricsFileTest, IsReplacedAsAWhole)
     EXPECT_EQ(line, "the first, longer text");
 }
 
-TEST_F(MetricsFileTest, EverybodyMayReadIt)
+TEST_F(MetricsFileTest, EverybodyMayReadItWhateverTheMask)
 {
-    const mode_t before = umask(0);
+    const mode_t before = umask(077);
     WriteWhole(File(), "text");
     umask(before);
     struct stat status
@@ -202,9 +209,15 @@ TEST_F(MetricsFileTest, WhatAnEarlierRunLeftIsOverwritten)
 
 TEST_F(MetricsFileTest, NobodyLeadsItElsewhereByALink)
 {
-    std::filesystem::create_symlink(directory / "elsewhere", File() + ".new");
+    std::filesystem::create_symlink(directory.File("elsewhere"), File() + ".new");
     EXPECT_THROW(WriteWhole(File(), "text"), std::system_error);
-    EXPECT_FALSE(std::filesystem::exists(directory / "elsewhere"));
+    EXPECT_FALSE(std::filesystem::exists(directory.File("elsewhere")));
+}
+
+TEST_F(MetricsFileTest, DoesNotWaitForAReaderOfWhatIsNoFile)
+{
+    ASSERT_EQ(mkfifo((File() + ".new").c_str(), 0600), 0);
+    EXPECT_THROW(WriteWhole(File(), "text"), std::system_error);
 }
 
 TEST_F(MetricsFileTest, FailsWhereItCannotBeWrittenAndLeavesNothing)
@@ -219,14 +232,20 @@ TEST_F(MetricsFileTest, ATextThatTheDiskDoesNotTakeLeavesTheOldOne)
 {
     WriteWhole(File(), "old");
     // A file may grow to two bytes: the rest of the text is not taken.
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit nothing{2, before.rlim_max};
     std::signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &nothing);
-    EXPECT_THROW(WriteWhole(File(), "too long"), std::system_error);
-    setrlimit(RLIMIT_FSIZE, &before);
+    int error = 0;
+    try
+    {
+        const ResourceLimit twoBytes(RLIMIT_FSIZE, 2);
+        errno = 0; // the system reports none for a part that was written
+        WriteWhole(File(), "too long");
+    }
+    catch (const std::system_error& failure)
+    {
+        error = failure.code().value();
+    }
     std::signal(SIGXFSZ, SIG_DFL);
+    EXPECT_EQ(error, ENOSPC);
     EXPECT_EQ(Content(), "old");
     EXPECT_EQ(Files(), 1U);
 }

@@ -2,9 +2,10 @@
 
 #include "CapturedLog.h"
 
+#include "BenchKit/TemporaryDirectory.h"
+
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -24,20 +25,9 @@ namespace
 class MetricsWriterTest : public testing::Test
 {
 protected:
-    MetricsWriterTest()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "metrics-XXXXXX").string();
-        directory = mkdtemp(pattern.data());
-    }
-
-    ~MetricsWriterTest() override
-    {
-        std::filesystem::remove_all(directory);
-    }
-
     std::string File() const
     {
-        return (directory / "metrics").string();
+        return directory.File("metrics");
     }
 
     std::string Content() const
@@ -50,20 +40,20 @@ protected:
 
     log4cplus::helpers::SharedObjectPtr<CapturedLog> log = CapturedLog::Attach();
     MetricsWriter::Clock::time_point now{1h};
-    std::filesystem::path directory;
+    const TemporaryDirectory directory;
 };
 
 TEST_F(MetricsWriterTest, WritesAtOnceAndThenEveryTenSecondsOnAverage)
 {
     MetricsWriter writer(File(), now);
-    EXPECT_TRUE(writer.IsDue(now));
+    EXPECT_TRUE(writer.IsDue(now, 0));
     writer.Write({}, now);
     EXPECT_THAT(Content(), HasSubstr("orvel_gateway_programs 0\n"));
-    EXPECT_FALSE(writer.IsDue(now + 9999ms));
-    EXPECT_TRUE(writer.IsDue(now + 10s));
+    EXPECT_FALSE(writer.IsDue(now + 9999ms, 0));
+    EXPECT_TRUE(writer.IsDue(now + 10s, 0));
     writer.Write({}, now + 10900ms); // nobody asked before
-    EXPECT_FALSE(writer.IsDue(now + 19999ms));
-    EXPECT_TRUE(writer.IsDue(now + 20s));
+    EXPECT_FALSE(writer.IsDue(now + 19999ms, 0));
+    EXPECT_TRUE(writer.IsDue(now + 20s, 0));
 }
 
 TEST_F(MetricsWriterTest, DoesNotMakeUpForALongSleep)
@@ -72,13 +62,13 @@ TEST_F(MetricsWriterTest, DoesNotMakeUpForALongSleep)
     writer.Write({}, now);
     writer.Write({}, now + 1h);
     writer.Write({}, now + 1h);
-    EXPECT_FALSE(writer.IsDue(now + 1h + 9s));
+    EXPECT_FALSE(writer.IsDue(now + 1h + 9s, 0));
 }
 
 TEST_F(MetricsWriterTest, WithoutAFileThereIsNothingToWrite)
 {
     const MetricsWriter writer("", now);
-    EXPECT_FALSE(writer.IsDue(now + 1h));
+    EXPECT_FALSE(writer.IsDue(now + 1h, 1));
 }
 
 TEST_F(MetricsWriterTest, FillsInTheBusLoadSinceTheLastTime)
@@ -90,6 +80,25 @@ TEST_F(MetricsWriterTest, FillsInTheBusLoadSinceTheLastTime)
     EXPECT_THAT(Content(), HasSubstr("\norvel_gateway_bus_load_percent 50.0\n"));
     figures.count.timeOnLine = 6s;
     writer.Write(figures, now + 20s);
+    EXPECT_THAT(Content(), HasSubstr("\norvel_gateway_bus_load_percent 10.0\n"));
+}
+
+TEST_F(MetricsWriterTest, AChangeIsDueAtOnceAndNoPeriodOfTheBusLoad)
+{
+    MetricsWriter writer(File(), now);
+    writer.Write({}, now);
+    EXPECT_FALSE(writer.IsDue(now + 1s, 0));
+    EXPECT_TRUE(writer.IsDue(now + 1s, 1));
+    Figures figures;
+    figures.changes = 1;
+    figures.linkUp = true;
+    figures.count.timeOnLine = 1s;
+    writer.Write(figures, now + 1s);
+    EXPECT_FALSE(writer.IsDue(now + 9s, 1));
+    EXPECT_THAT(Content(), HasSubstr("\norvel_gateway_link_up 1\n"));
+    EXPECT_THAT(Content(), HasSubstr("\norvel_gateway_bus_load_percent 0.0\n"));
+    EXPECT_TRUE(writer.IsDue(now + 10s, 1));
+    writer.Write(figures, now + 10s);
     EXPECT_THAT(Content(), HasSubstr("\norvel_gateway_bus_load_percent 10.0\n"));
 }
 

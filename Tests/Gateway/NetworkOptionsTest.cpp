@@ -82,9 +82,9 @@ TEST(NetworkOptions, AreRefusedInOneLineThatSaysWhy)
 
 TEST(NetworkOptions, NeedANetworkToBeAbout)
 {
-    EXPECT_EQ(Complaint({"--from-ip", "1/2/3"}), "--from-ip needs --knxip");
-    EXPECT_EQ(Complaint({"--to-ip", "1/2/3"}), "--to-ip needs --knxip");
-    EXPECT_EQ(Complaint({"--programming"}), "--programming needs --knxip");
+    EXPECT_EQ(Complaint({"--from-ip", "1/2/3"}), "--from-ip requires --knxip");
+    EXPECT_EQ(Complaint({"--to-ip", "1/2/3"}), "--to-ip requires --knxip");
+    EXPECT_EQ(Complaint({"--programming"}), "--programming requires --knxip");
 }
 
 TEST(NetworkOptions, NameTheFileForTheMetrics)

@@ -1,7 +1,8 @@
 #include "Network.h"
 
+#include "BenchKit/Await.h"
+#include "BenchKit/OwnNetwork.h"
 #include "CapturedLog.h"
-#include "OwnNetwork.h"
 
 #include <gmock/gmock.h>
 
@@ -22,8 +23,7 @@ namespace Routing = Knx::Routing;
 namespace
 {
 
-constexpr int Patience = 10'000; // ms, for what must happen
-constexpr int Glimpse = 100;     // ms, for what must not
+constexpr int Glimpse = 100; // ms, for what must not
 
 const Bytes OnBus = Knx::FromHex("29 00 bc e0 11 01 0a 03 01 00 81");
 const Bytes OnNetwork = Knx::FromHex("29 00 bc d0 11 01 0a 03 01 00 81");
@@ -53,7 +53,7 @@ protected:
     bool AwaitReadable() const
     {
         pollfd entry{network->Descriptor(), POLLIN, 0};
-        return poll(&entry, 1, Patience) == 1;
+        return poll(&entry, 1, PatienceMilliseconds) == 1;
     }
 
     // The other participant sends a datagram, and the network takes it.
@@ -78,7 +78,8 @@ protected:
     }
 
     // What the other participant receives next.
-    static std::optional<Routing::Datagram> ReceivedBy(const Knx::MulticastSocket& participant, int patience = Patience)
+    static std::optional<Routing::Datagram> ReceivedBy(const Knx::MulticastSocket& participant,
+                                                       int patience = PatienceMilliseconds)
     {
         pollfd entry{participant.Descriptor(), POLLIN, 0};
         poll(&entry, 1, patience);
@@ -223,6 +224,20 @@ TEST_F(NetworkTest, TellsTheOthersThatTheBusIsNotReached)
     EXPECT_EQ(std::get<Routing::Lost>(*datagram).count, 1);
     EXPECT_THAT(requested, IsEmpty());
     EXPECT_THAT(log->Lines(), ElementsAre("WARN Network Lost 1 telegrams from the network, 1 so far"));
+}
+
+TEST_F(NetworkTest, LogsItsLossesSeldomWhileTheBusIsNotReached)
+{
+    Start();
+    network->OnLink(false);
+    log->Clear();
+    for (int count = 0; count < 12; ++count)
+    {
+        now += 1s;
+        Hear(Routing::Indication{OnNetwork});
+    }
+    EXPECT_THAT(log->Lines(), ElementsAre("WARN Network Lost 1 telegrams from the network, 1 so far",
+                                          "WARN Network Lost 1 telegrams from the network, 10 so far"));
 }
 
 TEST_F(NetworkTest, LogsWhatOthersDoAndSeldomInAFlood)

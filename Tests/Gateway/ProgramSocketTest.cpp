@@ -1,6 +1,8 @@
 #include "ProgramSocket.h"
 
+#include "BenchKit/PacketConnection.h"
 #include "Knx/HexDigits.h"
+#include "System/Descriptor.h"
 
 #include <gtest/gtest.h>
 
@@ -23,14 +25,8 @@ class ProgramSocketTest : public testing::Test
 {
 protected:
     ProgramSocketTest()
-        : ProgramSocketTest(MakePair())
+        : ProgramSocketTest(System::SocketPair(SOCK_SEQPACKET | SOCK_CLOEXEC))
     {
-    }
-
-    void Send(const std::string& hex) const
-    {
-        const auto bytes = Knx::FromHex(hex);
-        EXPECT_EQ(send(program.Number(), bytes.data(), bytes.size(), 0), static_cast<ssize_t>(bytes.size()));
     }
 
     // The next packet; "not now", "ended" or "failed" if there is none.
@@ -52,24 +48,11 @@ protected:
         }
     }
 
-    System::Descriptor program;
+    PacketConnection program;
     ProgramSocket socket;
 
 private:
-    struct Pair
-    {
-        System::Descriptor one;
-        System::Descriptor other;
-    };
-
-    static Pair MakePair()
-    {
-        int ends[2] = {-1, -1};
-        EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
-        return {System::Descriptor(ends[0]), System::Descriptor(ends[1])};
-    }
-
-    explicit ProgramSocketTest(Pair pair)
+    explicit ProgramSocketTest(System::SocketPair pair)
         : program(std::move(pair.one))
         , socket(std::move(pair.other))
     {
@@ -79,9 +62,9 @@ private:
 TEST_F(ProgramSocketTest, TellsEmptyPacketsFromTheEnd)
 {
     EXPECT_EQ(Receive(), "not now");
-    Send("");
-    Send("01 aa");
-    Send("");
+    program.SendPacket("");
+    program.SendPacket("01 aa");
+    program.SendPacket("");
     program.Close();
     EXPECT_EQ(Receive(), "");
     EXPECT_EQ(Receive(), "01 aa");
@@ -94,8 +77,8 @@ TEST_F(ProgramSocketTest, GivesWhatAProgramSentThatLeftSomethingUnread)
 {
     const uint8_t message = 0;
     EXPECT_EQ(socket.Send(&message, 1), Result::Done);
-    Send("01 aa");
-    Send("01 bb");
+    program.SendPacket("01 aa");
+    program.SendPacket("01 bb");
     program.Close();
     EXPECT_EQ(Receive(), "not now"); // the kernel tells first that something was unread
     EXPECT_EQ(Receive(), "01 aa");
@@ -105,7 +88,7 @@ TEST_F(ProgramSocketTest, GivesWhatAProgramSentThatLeftSomethingUnread)
 
 TEST_F(ProgramSocketTest, GivesOfALongPacketSoMuchThatItIsNoMessage)
 {
-    Send(Knx::ToHex(Knx::Bytes(1000)));
+    program.SendPacket(Knx::ToHex(Knx::Bytes(1000)));
     EXPECT_EQ(Knx::FromHex(Receive()).size(), ProgramSocket::MaxPacket);
     EXPECT_EQ(Receive(), "not now");
 }

@@ -3,29 +3,34 @@
 #include "Server.h"
 
 #include "Allocations.h"
+#include "CapturedLog.h"
 
+#include "BenchKit/GatewayUser.h"
+#include "BenchKit/MadeQueue.h"
+#include "BenchKit/Messages.h"
+#include "BenchKit/Queue.h"
+#include "BenchKit/TemporaryDirectory.h"
 #include "System/Descriptor.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
-#include <mqueue.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <sys/epoll.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <atomic>
+#include <cerrno>
+#include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
+#include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using namespace OrvelGateway;
+using testing::ElementsAre;
+using testing::UnorderedElementsAre;
 
 // The event library's way to the heap, unless it is given another one. The linker's option --wrap leads here.
 extern "C" void* __wrap_aligned_alloc(std::size_t alignment, std::size_t size);
@@ -37,111 +42,69 @@ void* __wrap_aligned_alloc(std::size_t alignment, std::size_t size)
     return __real_aligned_alloc(alignment, size);
 }
 
+// The system's way to wait for one more descriptor. It can have no room for that.
+extern "C" int __wrap_epoll_ctl(int epoll, int operation, int descriptor, epoll_event* event);
+extern "C" int __real_epoll_ctl(int epoll, int operation, int descriptor, epoll_event* event);
+
 namespace
 {
 
-constexpr std::array<uint8_t, 12> Request{0x0B, 0x11, 0x00, 0xBC, 0xE0, 0x00, 0x00, 0x0A, 0x03, 0x01, 0x00, 0x81};
-constexpr std::array<uint8_t, 12> SwitchOn{0x0B, 0x29, 0x00, 0xBC, 0xE0, 0x11, 0x01, 0x0A, 0x03, 0x01, 0x00, 0x81};
-constexpr int Patience = 10000; // ms
+std::atomic<bool> isFull = false;
 
-void AwaitReadable(int descriptor)
+} // namespace
+
+int __wrap_epoll_ctl(int epoll, int operation, int descriptor, epoll_event* event)
 {
-    pollfd entry{descriptor, POLLIN, 0};
-    ASSERT_EQ(poll(&entry, 1, Patience), 1);
+    if (isFull && operation == EPOLL_CTL_ADD)
+    {
+        errno = ENOSPC;
+        return -1;
+    }
+    return __real_epoll_ctl(epoll, operation, descriptor, event);
 }
 
-// In the daemon's place.
-class Queue
+namespace
 {
-public:
-    Queue(const char* queueName, long size)
-        : name(queueName)
-    {
-        mq_attr attributes{};
-        attributes.mq_maxmsg = 10;
-        attributes.mq_msgsize = size;
-        queue = mq_open(name, O_CREAT | O_EXCL | O_RDWR | O_NONBLOCK | O_CLOEXEC, 0600, &attributes);
-        EXPECT_NE(queue, -1) << strerror(errno);
-    }
 
-    ~Queue()
-    {
-        mq_close(queue);
-        mq_unlink(name);
-    }
+constexpr const char* Request = "11 00 bc e0 00 00 0a 03 01 00 81";
+constexpr const char* Confirmation = "2e 00 bc e0 00 00 0a 03 01 00 81";
+constexpr const char* SwitchOn = "29 00 bc e0 11 01 0a 03 01 00 81";
+constexpr const char* Usable = "b9 00 01";
+constexpr const char* Lost = "b9 ff ff";
+constexpr const char* Pressed = "ba 00";
 
-    Queue(const Queue&) = delete;
-    Queue& operator=(const Queue&) = delete;
-
-    template<std::size_t size>
-    void Put(const std::array<uint8_t, size>& message) const
-    {
-        ASSERT_EQ(mq_send(queue, reinterpret_cast<const char*>(message.data()), size, 0), 0);
-    }
-
-    // Gives the message with the code of a confirmation.
-    void Confirm(const Queue& toLink) const
-    {
-        AwaitReadable(toLink.queue);
-        std::array<uint8_t, 261> message{};
-        const ssize_t size = mq_receive(toLink.queue, reinterpret_cast<char*>(message.data()), message.size(), nullptr);
-        ASSERT_EQ(size, 12);
-        message[1] = 0x2E;
-        ASSERT_EQ(mq_send(queue, reinterpret_cast<const char*>(message.data()), static_cast<std::size_t>(size), 0), 0);
-    }
-
-private:
-    const char* name;
-    mqd_t queue;
-};
-
-class User
+// The codes of the next messages, which may come in any order.
+std::vector<std::string> Codes(const GatewayUser& user, int messages)
 {
-public:
-    explicit User(const std::string& path)
-        : connection(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0))
+    std::vector<std::string> codes;
+    for (int i = 0; i < messages; ++i)
     {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        std::copy(path.begin(), path.end(), address.sun_path);
-        EXPECT_EQ(connect(connection.Number(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+        codes.push_back(user.Receive().substr(3, 2));
     }
-
-    void Send() const
-    {
-        ASSERT_EQ(send(connection.Number(), Request.data(), Request.size(), 0), 12);
-    }
-
-    // The message code.
-    int Receive() const
-    {
-        AwaitReadable(connection.Number());
-        std::array<uint8_t, 300> message{};
-        return recv(connection.Number(), message.data(), message.size(), 0) > 1 ? message[1] : -1;
-    }
-
-private:
-    System::Descriptor connection;
-};
+    return codes;
+}
 
 class ServerTest : public testing::Test
 {
 protected:
     ServerTest()
     {
-        std::string pattern = (std::filesystem::temp_directory_path() / "gateway-XXXXXX").string();
-        directory = mkdtemp(pattern.data());
-        options.socket = directory / "socket";
+        options.socket = directory.File("socket");
         listening.emplace(options.socket);
-        thread = std::thread([this] { Run(); });
     }
 
     ~ServerTest() override
     {
-        std::raise(SIGTERM);
-        thread.join();
-        listening.reset();
-        std::filesystem::remove_all(directory);
+        if (thread.joinable())
+        {
+            std::raise(SIGTERM);
+            thread.join();
+        }
+    }
+
+    void Start()
+    {
+        thread = std::thread([this] { Run(); });
     }
 
     // How often the gateway has asked for memory so far.
@@ -156,16 +119,15 @@ protected:
         return count;
     }
 
-    const Queue fromLink{"/cemiFromLL", 261};
-    const Queue toLink{"/cemiToLL", 261};
-    const Queue button{"/progButton", 1};
+    std::optional<MadeQueue> fromLink{std::in_place, "/cemiFromLL"};
+    const MadeQueue toLink{"/cemiToLL"};
+    const MadeQueue button{"/progButton", 6, 1};
     Options options;
 
 private:
     void Run()
     {
         Loop loop;
-        Server server(loop, options, *listening);
         Watch* asked = nullptr;
         Watch watch(loop, question.reading.Number(),
                     [this, &asked]
@@ -178,38 +140,41 @@ private:
                     });
         asked = &watch;
         watch.AwaitReadable();
+        Server server(loop, options, *listening); // last: it serves programs while it is made
         EXPECT_EQ(loop.Run(), SIGTERM);
     }
 
     System::Pipe question;
     std::atomic<bool> counted = false;
     std::size_t count = 0;
-    std::filesystem::path directory;
+    const TemporaryDirectory directory;
     std::optional<ListeningSocket> listening;
     std::thread thread;
 };
 
 TEST_F(ServerTest, UsesNoHeapOnAFramesWay)
 {
-    std::vector<User> users;
+    Start();
+    std::vector<GatewayUser> users;
     for (int i = 0; i < 8; ++i)
     {
         users.emplace_back(options.socket);
-        EXPECT_EQ(users.back().Receive(), 0xB9);
+        EXPECT_THAT(Codes(users.back(), 1), ElementsAre("b9"));
     }
     const auto talk = [&](int times)
     {
         for (int i = 0; i < times; ++i)
         {
-            users[0].Send();
-            fromLink.Confirm(toLink);
-            EXPECT_EQ(users[0].Receive(), 0x2E);
-            fromLink.Put(SwitchOn);
-            button.Put(std::array<uint8_t, 1>{0});
-            EXPECT_EQ(users[0].Receive() + users[0].Receive(), 0x29 + 0xBA);
+            users[0].Send(Request);
+            ASSERT_EQ(toLink.AwaitMessage(), AsMessage(Request));
+            fromLink->PutFrame(Confirmation);
+            EXPECT_THAT(Codes(users[0], 1), ElementsAre("2e"));
+            fromLink->PutFrame(SwitchOn);
+            button.Put({0x00});
+            EXPECT_THAT(Codes(users[0], 2), UnorderedElementsAre("29", "ba"));
             for (std::size_t other = 1; other < users.size(); ++other)
             {
-                EXPECT_EQ(users[other].Receive() + users[other].Receive() + users[other].Receive(), 0x29 + 0x29 + 0xBA);
+                EXPECT_THAT(Codes(users[other], 3), UnorderedElementsAre("29", "29", "ba"));
             }
         }
     };
@@ -217,6 +182,109 @@ TEST_F(ServerTest, UsesNoHeapOnAFramesWay)
     const std::size_t before = Allocations();
     talk(200);
     EXPECT_EQ(Allocations(), before);
+}
+
+TEST_F(ServerTest, TellsAProgramFirstOfTheLinkAlsoWhereAPressWaits)
+{
+    button.Put({0x00}); // and the link is silent: its state is known after a second
+    Start();
+    const GatewayUser user(options.socket);
+    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    EXPECT_EQ(user.Receive(), AsMessage(Pressed));
+}
+
+TEST_F(ServerTest, KeepsAPressForAProgramThatStays)
+{
+    fromLink->PutFrame(Usable);
+    button.Put({0x00});
+    Start();
+    for (int i = 0; i < 3; ++i)
+    {
+        EXPECT_EQ(GatewayUser(options.socket).Receive(), AsMessage(Usable)); // and it has gone again
+    }
+    const GatewayUser user(options.socket);
+    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    EXPECT_EQ(user.Receive(), AsMessage(Pressed));
+}
+
+TEST_F(ServerTest, GoesOnWithoutTheButtonWhileTheSystemCannotWaitForIt)
+{
+    const auto log = UnitTests::CapturedLog::Attach();
+    options.buttonQueue = "/doorbell";
+    fromLink->PutFrame(Usable);
+    Start();
+    const GatewayUser user(options.socket);
+    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    isFull = true;
+    const MadeQueue doorbell("/doorbell", 6, 1);
+    EXPECT_TRUE(log->Await("WARN Daemon No programming button: cannot wait for its queue: assign: No space left on "
+                           "device"));
+    fromLink->PutFrame(SwitchOn);
+    EXPECT_EQ(user.Receive(), AsMessage(SwitchOn));
+    isFull = false;
+    doorbell.Put({0x00});
+    EXPECT_EQ(user.Receive(), AsMessage(Pressed));
+}
+
+TEST_F(ServerTest, GivesProgramsThatWaitForItWhatWaitsInTheQueue)
+{
+    std::vector<GatewayUser> users; // the socket is there before the gateway, as that of the service manager
+    for (int i = 0; i < 32; ++i)
+    {
+        users.emplace_back(options.socket);
+    }
+    fromLink->PutFrame(SwitchOn);
+    fromLink->PutFrame(SwitchOn);
+    Start();
+    for (const GatewayUser& user : users)
+    {
+        EXPECT_EQ(user.Receive(), AsMessage(Usable));
+        EXPECT_EQ(user.Receive(), AsMessage(SwitchOn));
+        EXPECT_EQ(user.Receive(), AsMessage(SwitchOn));
+    }
+}
+
+TEST_F(ServerTest, TellsThatTheDaemonWasKilledAndThatTheNextOneGoesOnWithItsQueues)
+{
+    fromLink->PutFrame(Usable);
+    Start();
+    const GatewayUser user(options.socket);
+    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    {
+        const Queue daemon("/cemiFromLL", Queue::For::Writing); // which is closed, and stays
+        EXPECT_TRUE(daemon.Send(WithSize(Knx::FromHex(SwitchOn))));
+    }
+    EXPECT_EQ(user.Receive(), AsMessage(SwitchOn));
+    EXPECT_EQ(user.Receive(), AsMessage(Lost));
+    user.Send(Request);
+    EXPECT_THAT(Codes(user, 1), ElementsAre("2e")); // refused
+    fromLink->PutFrame(Usable);
+    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    user.Send(Request);
+    EXPECT_EQ(toLink.AwaitMessage(), AsMessage(Request));
+    fromLink->PutFrame(Confirmation);
+    EXPECT_EQ(user.Receive(), AsMessage(Confirmation));
+}
+
+TEST_F(ServerTest, ReadsTheNextDaemonsQueueBeforeABusyLineHasFilledIt)
+{
+    fromLink->PutFrame(Usable);
+    Start();
+    const GatewayUser user(options.socket);
+    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    auto shortest = std::chrono::steady_clock::duration::max();
+    for (int restarts = 0; restarts < 10; ++restarts)
+    {
+        fromLink.reset();
+        EXPECT_EQ(user.Receive(), AsMessage(Lost));
+        const auto begin = std::chrono::steady_clock::now();
+        fromLink.emplace("/cemiFromLL");
+        fromLink->PutFrame(Usable);
+        EXPECT_EQ(user.Receive(), AsMessage(Usable));
+        shortest = std::min(shortest, std::chrono::steady_clock::now() - begin);
+    }
+    // It looks each 0.1 s. If it only looked each second, it would have to wait that long after it has found the old one gone.
+    EXPECT_LT(shortest, std::chrono::milliseconds(700));
 }
 
 } // namespace

@@ -93,20 +93,21 @@ TEST(CemiText, CanLeaveOutWhatNearlyEveryTelegramHas)
 {
     const auto unusual = [](const std::string& hex)
     { return Words(Knx::Decode(Knx::FromHex(hex)), Knx::Detail::Unusual); };
-    EXPECT_EQ(unusual("29 00 bc e0 11 02 0a 03 01 00 81"), "L_Data.ind 1.1.2 -> 1/2/3 A_GroupValue_Write value=0x01");
+    EXPECT_EQ(unusual("29 00 bc e0 11 02 0a 03 01 00 81"), "1.1.2 -> 1/2/3 A_GroupValue_Write value=0x01");
+    EXPECT_EQ(unusual("2e 00 bc e0 11 02 0a 03 01 00 81"), "L_Data.con 1.1.2 -> 1/2/3 A_GroupValue_Write value=0x01");
+    EXPECT_EQ(unusual("29 00"), "L_Data.ind"); // there is nothing else
     EXPECT_EQ(unusual("29 00 b4 d0 11 02 0a 03 01 00 81"),
-              "L_Data.ind 1.1.2 -> 1/2/3 normal hops=5 A_GroupValue_Write value=0x01");
-    EXPECT_EQ(unusual("29 00 bc e0 11 01 00 00 01 01 00"),
-              "L_Data.ind 1.1.1 -> 0/0/0 T_Data_Broadcast A_IndividualAddress_Read");
-    EXPECT_EQ(unusual("29 00 bc e0 11 02 0a 03"), "L_Data.ind 1.1.2 -> 1/2/3"); // its problems are not among the words
+              "1.1.2 -> 1/2/3 normal hops=5 A_GroupValue_Write value=0x01");
+    EXPECT_EQ(unusual("29 00 bc e0 11 01 00 00 01 01 00"), "1.1.1 -> 0/0/0 T_Data_Broadcast A_IndividualAddress_Read");
+    EXPECT_EQ(unusual("29 00 bc e0 11 02 0a 03"), "1.1.2 -> 1/2/3"); // its problems are not among the words
 }
 
 TEST(CemiText, CanLeaveOutTheValueToo)
 {
     const auto without = [](const std::string& hex)
     { return Words(Knx::Decode(Knx::FromHex(hex)), Knx::Detail::WithoutValue); };
-    EXPECT_EQ(without("29 00 bc e0 11 02 0a 03 01 00 81"), "L_Data.ind 1.1.2 -> 1/2/3 A_GroupValue_Write");
-    EXPECT_EQ(without("29 00 bc e0 11 02 0a 03 02 00 80 81"), "L_Data.ind 1.1.2 -> 1/2/3 A_GroupValue_Write");
+    EXPECT_EQ(without("29 00 bc e0 11 02 0a 03 01 00 81"), "1.1.2 -> 1/2/3 A_GroupValue_Write");
+    EXPECT_EQ(without("29 00 bc e0 11 02 0a 03 02 00 80 81"), "1.1.2 -> 1/2/3 A_GroupValue_Write");
 }
 
 } // namespace

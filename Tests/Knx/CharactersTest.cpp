@@ -44,6 +44,25 @@ TEST(Characters, ThatControlATerminalAreShownAsNumbersAndNotTaken)
     }
 }
 
+TEST(Characters, ThatTurnTheOrderOfATextAreShownAsNumbersAndNotTaken)
+{
+    EXPECT_EQ(FromCharacters(Encoding::Utf8, {'1', 0xE2, 0x80, 0xAE, '2', 0xE2, 0x81, 0xA6}),
+              R"(1\xe2\x80\xae2\xe2\x81\xa6)");
+    const std::uint8_t ends[][2]{
+        {0x80, 0xAA}, {0x80, 0xAE}, {0x81, 0xA6}, {0x81, 0xA9}}; // U+202A, U+202E, U+2066, U+2069
+    for (const auto& end : ends)
+    {
+        const Bytes bytes{0xE2, end[0], end[1]};
+        const std::string control(bytes.begin(), bytes.end());
+        EXPECT_EQ(ToCharacters(Encoding::Utf8, control), std::nullopt);
+        EXPECT_EQ(ControlSize(control), 3);
+    }
+    for (const char* const other : {"", "a", "\u2029", "\u202F", "\u2065", "\u206A", "\xE2\x80"})
+    {
+        EXPECT_EQ(ControlSize(other), 0) << other;
+    }
+}
+
 TEST(Characters, ThatAreNoneInUtf8AreShownAsNumbersAndNotTaken)
 {
     const std::pair<Bytes, const char*> wrong[] = {

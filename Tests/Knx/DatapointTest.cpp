@@ -325,6 +325,11 @@ TEST(Datapoint, OfADateAndTimeSaysWhichOfItsFieldsAreValid)
                       "year=2155 month=12 day=31 dayOfWeek=1 hour=0 minutes=0 seconds=0 fault=yes workingDay=yes "
                       "noWorkingDay=no noYear=yes noDate=yes noTime=yes summerTime=yes"),
               "ff0c1f200000db00");
+    const std::string morning = "year=2026 month=11 day=22 dayOfWeek=no day hour=0 minutes=0 seconds=0";
+    EXPECT_EQ(Encoded("19.001", morning), "7e0b160000002000");
+    EXPECT_EQ(Encoded("19.001", morning + " workingDay=yes"), "7e0b160000004000"); // what is said of it is valid
+    EXPECT_EQ(Encoded("19.001", morning + " workingDay=no"), "7e0b160000000000");
+    EXPECT_EQ(Encoded("19.001", morning + " workingDay=yes noWorkingDay=yes"), "7e0b160000006000");
     EXPECT_EQ(Refused("19.001", "year=1899 month=1 day=1 dayOfWeek=1 hour=0 minutes=0 seconds=0"),
               "19.001 year: 1900 to 2155");
 }
@@ -480,6 +485,7 @@ TEST(Datapoint, OfSeveralFieldsNeedsEachOfThemOnce)
     const std::string fields = "; the fields are red, green, blue";
     EXPECT_EQ(Refused("232.600", "red=1 green=2"), "232.600: blue is missing" + fields);
     EXPECT_EQ(Refused("232.600", "red=1 green=2 blue=3 red=1"), "232.600: red twice" + fields);
+    EXPECT_EQ(Refused("232.600", R"({"red":1,"green":2,"blue":3,"red":1})"), "232.600: red twice" + fields);
     EXPECT_EQ(Refused("232.600", "red=1 green=2 pink=3"), "232.600: no field 'pink'" + fields);
     EXPECT_EQ(Refused("232.600", "red=1 green=2 bl\nue=3"), "232.600: no field 'bl\\x0aue'" + fields);
     EXPECT_EQ(Refused("232.600", "1 2 3"), "232.600: name=value for each field" + fields);
@@ -498,6 +504,8 @@ TEST(Datapoint, TakesTheUnitAndBlanksAroundTheNumber)
     EXPECT_EQ(Encoded("14.032", "NaN"), "7fc00000") << "newton is no end of a number";
     EXPECT_EQ(Encoded("14.032", "NaN N"), "7fc00000");
     EXPECT_EQ(Refused("9.001", "°C"), "9.001: -273 to 670433.28 °C");
+    EXPECT_EQ(Encoded("14.003", "5 1/s"), "40a00000");
+    EXPECT_THROW(Encoded("14.003", "51/s"), NotAValue) << "51 for each second, or 5 of the unit";
 }
 
 TEST(Datapoint, OfAMainTypeIsANumberWithoutAUnit)

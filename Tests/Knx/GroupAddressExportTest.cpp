@@ -1,3 +1,5 @@
+#include "BenchKit/Paths.h"
+
 #include "Knx/GroupAddressExport.h"
 
 #include <gmock/gmock.h>
@@ -58,7 +60,7 @@ std::string ProblemOf(const std::string& content)
 
 std::string Example(const std::string& name)
 {
-    std::ifstream file(std::string(EXAMPLES "/House/") + name, std::ios::binary);
+    std::ifstream file(Paths::InSourceTree("Examples/House/" + name), std::ios::binary);
     EXPECT_TRUE(file) << name;
     return {std::istreambuf_iterator<char>(file), {}};
 }

@@ -41,6 +41,23 @@ TEST(HexDigits, ReadsNothingFromAnEmptyLine)
     EXPECT_EQ(FromHex("  "), Bytes{});
 }
 
+TEST(HexDigits, ReadsFromAPositionOn)
+{
+    EXPECT_EQ(FromHex("rx 29 00", 3), (Bytes{0x29, 0x00}));
+    EXPECT_EQ(FromHex("rx", 3), Bytes{});
+}
+
+TEST(HexDigits, TakesNoOtherCharacterForADigit)
+{
+    const std::string digits = "0123456789abcdefABCDEF";
+    for (int code = 0; code <= UINT8_MAX; ++code)
+    {
+        const auto character = static_cast<char>(code);
+        const bool isAllowed = digits.find(character) != std::string::npos;
+        EXPECT_EQ(ProblemOf(std::string("0") + character) == "none", isAllowed) << code;
+    }
+}
+
 TEST(HexDigits, SaysWhichByteHasOneDigitOnly)
 {
     EXPECT_EQ(ProblemOf("1"), "byte 1 has one digit only");

@@ -1,6 +1,7 @@
 #include "Knx/MulticastSocket.h"
 
-#include "OwnNetwork.h"
+#include "BenchKit/Await.h"
+#include "BenchKit/OwnNetwork.h"
 
 #include "System/Descriptor.h"
 
@@ -31,8 +32,7 @@ using testing::HasSubstr;
 namespace
 {
 
-constexpr int Patience = 10'000; // ms, for what must happen
-constexpr int Glimpse = 100;     // ms, for what must not
+constexpr int Glimpse = 100; // ms, for what must not
 
 const Bytes Hello{1, 2, 3};
 const Bytes Answer{4, 5};
@@ -45,7 +45,7 @@ protected:
         EnterOwnNetwork();
     }
 
-    static std::optional<Bytes> Receive(const MulticastSocket& socket, int patience = Patience)
+    static std::optional<Bytes> Receive(const MulticastSocket& socket, int patience = PatienceMilliseconds)
     {
         pollfd entry{socket.Descriptor(), POLLIN, 0};
         poll(&entry, 1, patience);
@@ -213,7 +213,7 @@ public:
     Bytes Leaving() const
     {
         Bytes packet(2000);
-        for (pollfd entry{descriptor.Number(), POLLIN, 0}; poll(&entry, 1, Patience) == 1;)
+        for (pollfd entry{descriptor.Number(), POLLIN, 0}; poll(&entry, 1, PatienceMilliseconds) == 1;)
         {
             const ssize_t size = read(descriptor.Number(), packet.data(), packet.size());
             if (size > static_cast<ssize_t>(sizeof(iphdr)) && packet[0] == 0x45 && packet[9] == IPPROTO_UDP)

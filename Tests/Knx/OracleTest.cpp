@@ -1,10 +1,13 @@
 // Compares the decoding of frames with tshark, which nobody here wrote. Random frames go through the monitor into a
 // capture, and every field that tshark finds there must be what the decoder says.
 
+#include "BenchKit/Paths.h"
 #include "RandomFrames.h"
 
-#include "Await.h"
-#include "Daemon.h"
+#include "BenchKit/Await.h"
+#include "BenchKit/Daemon.h"
+#include "BenchKit/Messages.h"
+#include "BenchKit/TemporaryDirectory.h"
 #include "Knx/CemiMessage.h"
 #include "Knx/CemiNames.h"
 #include "Message.h"
@@ -259,7 +262,7 @@ private:
         }
         Set("cemi.ac", HexNumber(*message.apci >> 6U, 4));
         const bool isGroupValue = service.name == "A_GroupValue_Write" || service.name == "A_GroupValue_Response";
-        const auto column = columns.find(service.name);
+        const auto column = columns.find(std::string(service.name));
         if (column != columns.end())
         {
             Set(column->second, HexNumber(service.value, 2));
@@ -379,7 +382,7 @@ std::string Explain(const std::string& column, const CemiMessage& message, const
         }
         return "";
     }
-    const std::string service = Knx::ServiceOf(*message.apci).name;
+    const std::string service(Knx::ServiceOf(*message.apci).name);
     if (service == "A_PropertyExtValue_InfoReport" &&
         (column == "cemi.ac" || column == "cemi.ax" || column == "cemi.ad.ch"))
     {
@@ -425,25 +428,14 @@ protected:
         {
             GTEST_SKIP() << "there is no tshark: Scripts/prove decoding installs it";
         }
-        std::string pattern = (std::filesystem::temp_directory_path() / "orvel-oracle-XXXXXX").string();
-        directory = mkdtemp(pattern.data());
         queue.emplace(ORVEL_CEMI_FROM_LL_QUEUE, System::MessageQueue::For::Writing, ORVEL_CEMI_QUEUE_CAPACITY,
                       ORVEL_CEMI_MESSAGE_SIZE);
-    }
-
-    void TearDown() override
-    {
-        if (queue)
-        {
-            std::filesystem::remove_all(directory);
-        }
     }
 
     // Sends as the daemon does, but waits for room.
     void Send(const Bytes& frame) const
     {
-        Bytes message = frame;
-        message.insert(message.begin(), static_cast<uint8_t>(frame.size()));
+        const Bytes message = WithSize(frame);
         while (!queue->Send(message))
         {
             pollfd entry{queue->Descriptor(), POLLOUT, 0};
@@ -453,7 +445,8 @@ protected:
 
     void Record(const std::vector<Bytes>& frames) const
     {
-        Daemon monitor({CLIENT, "monitor", "--number", std::to_string(frames.size()), "--pcap", Capture()}, {});
+        Daemon monitor({Paths::Client(), "monitor", "--number", std::to_string(frames.size()), "--pcap", Capture()},
+                       {});
         for (const Bytes& frame : frames)
         {
             Send(frame);
@@ -490,10 +483,10 @@ protected:
 
     std::string Capture() const
     {
-        return directory / "capture";
+        return directory.File("capture");
     }
 
-    std::filesystem::path directory;
+    const TemporaryDirectory directory;
     std::optional<System::OwnMessageQueue> queue;
 };
 
@@ -547,7 +540,8 @@ TEST_F(Oracle, TsharkFindsTheSameInEveryFieldOfRandomFrames)
 
 TEST_F(Oracle, TsharkShowsEachMessageWhenItHappensThroughAPipe)
 {
-    Daemon pipe({"sh", "-c", "exec 2>/dev/null; '" CLIENT "' monitor --number 3 --pcap - | tshark -l -r -"}, {});
+    Daemon pipe(
+        {"sh", "-c", "exec 2>/dev/null; '" + Paths::Client() + "' monitor --number 3 --pcap - | tshark -l -r -"}, {});
     Send({0xB9, 0x00, 0x01});
     EXPECT_TRUE(pipe.AwaitLine("link usable"));
     Send({0x29, 0x00, 0xBC, 0xE0, 0x11, 0x01, 0x0A, 0x03, 0x01, 0x00, 0x81});

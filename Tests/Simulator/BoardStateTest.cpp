@@ -170,6 +170,24 @@ TEST_F(BoardStateTest, TelegramsAreDecodedAndCounted)
     EXPECT_EQ(count.lost, 1U);
 }
 
+TEST_F(BoardStateTest, TelegramsOfKnownGroupsHaveNamesAndValues)
+{
+    state = BoardState(Knx::KnownGroups(
+        Knx::GroupAddresses({{0x0A03, "Lights/Ceiling", "1.001", ""}, {0x0A04, "Temperature", "9.001", ""}})));
+    Happen({Event::TelegramToKnx, Knx::FromHex("11 00 bc e0 00 00 0a 03 01 00 81")});
+    Happen({Event::TelegramFromKnx, Knx::FromHex("29 00 bc e0 11 01 0a 04 03 00 40 0c 1a")});
+    Happen({Event::TelegramFromKnx, Knx::FromHex("29 00 bc e0 11 01 0a 04 01 00 00")});
+    Happen({Event::TelegramFromKnx, Knx::FromHex("29 00 bc e0 11 01 0a 04 01 00 81")});
+    Happen({Event::TelegramFromKnx, Knx::FromHex("29 00 bc e0 11 01 0a 05 01 00 81")});
+    EXPECT_THAT(Texts(state.Telegrams()),
+                ElementsAre("to KNX    0.0.0 -> 1/2/3 A_GroupValue_Write On  Lights/Ceiling",
+                            "from KNX  1.1.1 -> 1/2/4 A_GroupValue_Response 21 \u00b0C  Temperature",
+                            "from KNX  1.1.1 -> 1/2/4 A_GroupValue_Read  Temperature",
+                            "from KNX  1.1.1 -> 1/2/4 A_GroupValue_Write value=0x01  Temperature"
+                            " ! no value of the type 9.001",
+                            "from KNX  1.1.1 -> 1/2/5 low hops=6 A_GroupValue_Write value=0x01"));
+}
+
 TEST_F(BoardStateTest, AnUnusualMessageCodeIsTold)
 {
     Happen({Event::TelegramFromKnx, Knx::FromHex("2b 00 bc e0 11 01 0a 03 01 00 80")});
@@ -195,6 +213,35 @@ TEST_F(BoardStateTest, AnythingElseIsForTheLog)
     state.OnAnswer(1s, "the button is pressed already");
     EXPECT_THAT(Texts(state.Log()),
                 ElementsAre("somebody on the bus switches it off", "", "the button is pressed already"));
+}
+
+TEST_F(BoardStateTest, KnowsWhoIsConnectedToTheGateway)
+{
+    Happen({Event::ProgramLeft, "1 early"}); // nobody knows of a gateway
+    EXPECT_FALSE(state.TheGateway());
+    Happen(Event::GatewayStarted);
+    ASSERT_TRUE(state.TheGateway());
+    EXPECT_TRUE(state.TheGateway()->runs);
+    EXPECT_THAT(state.TheGateway()->programs, IsEmpty());
+    for (const char* const program : {"7 monitor", "8 python3", "7 monitor"})
+    {
+        Happen({Event::ProgramConnected, program});
+    }
+    Happen({Event::ProgramLeft, "7 monitor"}); // one of its connections
+    Happen({Event::ProgramLeft, "9 never came"});
+    EXPECT_THAT(state.TheGateway()->programs, ElementsAre("8 python3", "7 monitor"));
+}
+
+TEST_F(BoardStateTest, WhereTheGatewayHasEndedNobodyIsConnected)
+{
+    Happen(Event::GatewayStarted);
+    Happen({Event::ProgramConnected, "7 monitor"});
+    Happen({Event::GatewayEnded, 9});
+    EXPECT_FALSE(state.TheGateway()->runs);
+    EXPECT_THAT(state.TheGateway()->programs, IsEmpty());
+    EXPECT_EQ(state.Log().back().kind, BoardState::Line::Trouble);
+    Happen({Event::GatewayEnded, 0});
+    EXPECT_EQ(state.Log().back().kind, BoardState::Line::Board);
 }
 
 TEST_F(BoardStateTest, KeepsTheLastLinesOnly)

@@ -3,6 +3,7 @@
 
 #include "CoProcessor.h"
 
+#include "BenchKit/Await.h"
 #include "System/Descriptor.h"
 
 #include <gtest/gtest.h>
@@ -19,8 +20,6 @@ using namespace Simulator;
 
 namespace
 {
-
-constexpr std::chrono::milliseconds Patience{10'000};
 
 const Bytes NotPressedSinceBoot{0x09, 0x01, 0x00};
 
@@ -69,7 +68,7 @@ private:
     std::optional<Wire::Frame> Receive()
     {
         pollfd entry{driver.Number(), POLLIN, 0};
-        while (frames.empty() && poll(&entry, 1, static_cast<int>(Patience.count())) == 1)
+        while (frames.empty() && poll(&entry, 1, PatienceMilliseconds) == 1)
         {
             std::array<uint8_t, 256> buffer{};
             const ssize_t size = read(driver.Number(), buffer.data(), buffer.size());

@@ -1,4 +1,4 @@
-// The words of the events. Beside their source, only this test and the scripts that read what the board writes have them.
+// The words of the events. Beside their source, only this test has them.
 
 #include "Event.h"
 
@@ -55,7 +55,10 @@ TEST(Event, TellsEachMessageInHexadecimal)
 TEST(Event, TellsOfKnxIp)
 {
     EXPECT_EQ(TextOf({Event::KnxIpJoined, "224.0.23.12 on lo"}), "KNXnet/IP: joined 224.0.23.12 on lo");
-    EXPECT_EQ(TextOf({Event::KnxIpCounted, "0 sent, 1 received"}), "KNXnet/IP: 0 sent, 1 received");
+    EXPECT_EQ(
+        TextOf({Event::KnxIpCounted, KnxIpCounters{1, 2, 3, 4, 5, 6, 7, 8}}),
+        "KNXnet/IP: 1 sent, 2 received, 3 refused, 4 dropped, 5 lost by others, 6 times others busy, 7 malformed, "
+        "8 of other services");
     EXPECT_EQ(TextOf({Event::KnxIpRouterLost, 5, 12}), "KNXnet/IP: a router lost 5 telegrams; 12 were lost so far");
     EXPECT_EQ(TextOf({Event::KnxIpRouterBusy, 1000, 10}),
               "KNXnet/IP: a router is busy and asks for 1000 ms, number 10");
@@ -87,6 +90,14 @@ TEST(Event, TellsOfTheDemonstration)
     EXPECT_EQ(TextOf(Event::DemonstrationEnded), "that was all; the daemon goes on, and 'help' lists what you can do");
     EXPECT_EQ(TextOf({Event::DemonstrationFailed, "it rained"}), "the demonstration failed: it rained");
     EXPECT_EQ(TextOf({Event::Note, "the co-processor hangs"}), "the co-processor hangs");
+}
+
+TEST(Event, TellsOfTheGateway)
+{
+    EXPECT_EQ(TextOf(Event::GatewayStarted), "gateway started");
+    EXPECT_EQ(TextOf({Event::GatewayEnded, 9}), "gateway ended with status 9");
+    EXPECT_EQ(TextOf({Event::ProgramConnected, "1234 orvelctl"}), "program 1234 orvelctl connected to the gateway");
+    EXPECT_EQ(TextOf({Event::ProgramLeft, "1234 orvelctl"}), "program 1234 orvelctl left the gateway");
 }
 
 TEST(Event, RoundsAPulseToATenthOfAMillisecond)

@@ -1,7 +1,10 @@
 // How a daemon whose LEDs did not come is told from one that only takes its time; a process of the test stands for it.
 
 #include "LedWatch.h"
-#include "MountedFiles.h"
+
+#include "BenchKit/Await.h"
+#include "BenchKit/ProcessFiles.h"
+#include "System/Descriptor.h"
 
 #include <gtest/gtest.h>
 
@@ -63,7 +66,7 @@ public:
 
     bool IsOpening() const
     {
-        std::ifstream file("/proc/" + std::to_string(id) + "/syscall");
+        std::ifstream file(DirectoryOf(id) / "syscall");
         std::string number;
         file >> number;
         return number == std::to_string(SYS_openat);
@@ -88,14 +91,14 @@ private:
 TEST(LedWatch, DoesNotGiveUpADaemonThatIsOpeningAFile)
 {
     Opener daemon;
-    ASSERT_TRUE(MountedFiles::Await([&] { return daemon.IsOpening(); }));
+    ASSERT_TRUE(Await([&] { return daemon.IsOpening(); }));
     LedWatch watch(daemon.Id());
     for (int look = 0; look < Looks; ++look)
     {
         EXPECT_EQ(watch.Look(), LedWatch::Finding::NotYet);
     }
     daemon.LetGo();
-    EXPECT_TRUE(MountedFiles::Await([&] { return watch.Look() == LedWatch::Finding::TheyDoNot; }));
+    EXPECT_TRUE(Await([&] { return watch.Look() == LedWatch::Finding::TheyDoNot; }));
 }
 
 } // namespace

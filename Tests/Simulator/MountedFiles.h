@@ -2,6 +2,7 @@
 
 #include "KernelFiles.h"
 
+#include "BenchKit/Await.h"
 #include "System/Descriptor.h"
 
 #include <gtest/gtest.h>
@@ -14,7 +15,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -35,26 +35,9 @@ namespace MountedFiles
 
 namespace fs = std::filesystem;
 
-constexpr std::chrono::seconds Patience{30}; // only a test that fails waits as long
-constexpr int PatienceMilliseconds = 30'000;
 constexpr long RecordSize = 68;
 constexpr short DriverEvents = POLLIN | POLLPRI | POLLRDBAND;
 constexpr short AllEvents = DriverEvents | POLLERR | POLLHUP;
-
-template<typename Condition>
-bool Await(const Condition& condition)
-{
-    const auto limit = std::chrono::steady_clock::now() + Patience;
-    while (!condition())
-    {
-        if (std::chrono::steady_clock::now() > limit)
-        {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
 
 class Directory
 {

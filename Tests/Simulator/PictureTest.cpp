@@ -187,6 +187,24 @@ TEST(Picture, HelpTakesThePlaceOfTheLists)
     EXPECT_THAT(rows, testing::Each(Not(HasSubstr("1/2/3"))));
 }
 
+TEST(Picture, ShowsWhoIsConnectedToTheGatewayIfThereIsOne)
+{
+    BoardState state = Busy();
+    const auto draw = [&state] { return Draw(state, {"board", false, {}}, 24, 80); };
+    EXPECT_THAT(draw().Text(6), StartsWith("-- telegrams"));
+    state.OnEvent(2s, Event::GatewayStarted);
+    EXPECT_EQ(draw().Text(6), " gateway     0 programs");
+    EXPECT_THAT(draw().Text(7), StartsWith("-- telegrams"));
+    state.OnEvent(2s, {Event::ProgramConnected, "1234 orvelctl"});
+    EXPECT_EQ(draw().Text(6), " gateway     1 program: 1234 orvelctl");
+    state.OnEvent(2s, {Event::ProgramConnected, "1240 python3"});
+    EXPECT_EQ(draw().Text(6), " gateway     2 programs: 1234 orvelctl, 1240 python3");
+    EXPECT_EQ(draw().At(6, 13).style, Style::Plain);
+    state.OnEvent(2s, {Event::GatewayEnded, 1});
+    EXPECT_EQ(draw().Text(6), " gateway     ENDED");
+    EXPECT_EQ(draw().At(6, 13).style, Style::Alarm);
+}
+
 TEST(Picture, HelpTellsTheCommandForThisBoard)
 {
     EXPECT_THAT(Rows(Draw(Busy(), {"board", true, {}}, 24, 80)),

@@ -79,7 +79,7 @@ protected:
         now = end;
     }
 
-    void Expect(const Router::Counters& wanted) const
+    void Expect(const KnxIpCounters& wanted) const
     {
         const auto& count = router.Count();
         EXPECT_EQ(count.sent, wanted.sent);

@@ -1,9 +1,13 @@
 // orvel-board as a person uses it.
 
-#include "Await.h"
-#include "Daemon.h"
+#include "BenchKit/Await.h"
+#include "BenchKit/Daemon.h"
+#include "BenchKit/OwnNetwork.h"
+#include "BenchKit/Paths.h"
+#include "BenchKit/ProcessFiles.h"
+#include "BenchKit/ScriptedGateway.h"
+#include "BenchKit/TemporaryDirectory.h"
 #include "Knx/MulticastSocket.h"
-#include "OwnNetwork.h"
 
 #include "System/Descriptor.h"
 
@@ -24,6 +28,7 @@
 #include <string>
 
 using Simulator::Event;
+using Simulator::KnxIpCounters;
 using Simulator::RedKnxLed;
 using Simulator::TextOf;
 using testing::Contains;
@@ -79,7 +84,7 @@ public:
 private:
     static std::vector<std::string> Command(std::vector<std::string> options)
     {
-        options.insert(options.begin(), {BOARD, "--name", Name()});
+        options.insert(options.begin(), {Paths::Board(), "--name", Name()});
         return options;
     }
 
@@ -94,14 +99,19 @@ private:
     Daemon program;
 };
 
-int RunOnce(const std::vector<std::string>& arguments, std::vector<std::string>& lines)
+int RunCommand(const std::vector<std::string>& command, std::vector<std::string>& lines)
 {
-    std::vector<std::string> command{BOARD};
-    command.insert(command.end(), arguments.begin(), arguments.end());
     Daemon program(command, {});
     const int status = program.Wait();
     lines = program.Lines();
     return status;
+}
+
+int RunOnce(const std::vector<std::string>& arguments, std::vector<std::string>& lines)
+{
+    std::vector<std::string> command{Paths::Board()};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return RunCommand(command, lines);
 }
 
 // Whether an LED bears its built-in name, because the worker came in the moment before it got the other one.
@@ -146,32 +156,11 @@ bool Holds(const std::vector<std::string>& lines, const std::string& text)
                        [&](const auto& line) { return line.find(text) != std::string::npos; });
 }
 
-class TemporaryDirectory
+// Also if the link came up before what was awaited last. The daemon has its handler for SIGINT by then.
+bool AwaitLinkAtAnyTime(const Daemon& board)
 {
-public:
-    TemporaryDirectory()
-    {
-        std::string name = testing::TempDir() + "orvel-board-test-XXXXXX";
-        EXPECT_NE(mkdtemp(name.data()), nullptr);
-        path = name;
-    }
-
-    ~TemporaryDirectory()
-    {
-        std::filesystem::remove_all(path);
-    }
-
-    TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
-
-    const std::filesystem::path& Path() const
-    {
-        return path;
-    }
-
-private:
-    std::filesystem::path path;
-};
+    return Await([&] { return Holds(board.Lines(), TextOf(Event::LinkUp)); });
+}
 
 // The boards of this program's tests are kept in a directory of their own. It is removed with everything that killed
 // boards leave in it.
@@ -196,7 +185,7 @@ private:
 // The framework owns it.
 const testing::Environment* const ownRuntimeDirectory = testing::AddGlobalTestEnvironment(new OwnRuntimeDirectory);
 
-// A script in the daemon's place.
+// A script in the place of the daemon, or of the gateway.
 class OwnDriver
 {
 public:
@@ -208,7 +197,7 @@ public:
 
     std::string File() const
     {
-        return directory.Path() / "orvel";
+        return directory.File("orvel");
     }
 
 private:
@@ -224,15 +213,15 @@ public:
         const std::ofstream loses(directory.Path() / "loses");
         std::ofstream(File()) << "#!/bin/sh\n"
                               << "[ '" << when << "' = '*' ] || rm '" << (directory.Path() / "loses").string()
-                              << "' 2>/dev/null || exec " DRIVER " \"$@\"\n"
-                              << "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD=" EARLY_THREADS
-                                 " exec " DRIVER " \"$@\"\n";
+                              << "' 2>/dev/null || exec " << Paths::Driver() << " \"$@\"\n"
+                              << "ASAN_OPTIONS=$ASAN_OPTIONS:verify_asan_link_order=0 LD_PRELOAD="
+                              << Paths::EarlyThreads() << " exec " << Paths::Driver() << " \"$@\"\n";
         std::filesystem::permissions(File(), std::filesystem::perms::owner_all);
     }
 
     std::string File() const
     {
-        return directory.Path() / "orvel";
+        return directory.File("orvel");
     }
 
 private:
@@ -277,6 +266,10 @@ TEST(BoardProgram, TakesEachCommand)
     EXPECT_TRUE(board->AwaitLine("Programming button state changed to: released"));
     board.Type("telegram 29:00 bc");
     EXPECT_TRUE(board->AwaitLine("Sended cemi message with size 4 from LL to user message queue"));
+    board.Type("telegram 1/2/3 21 9.001");
+    EXPECT_TRUE(board->AwaitEvent({Event::TelegramFromKnx, Knx::FromHex("29 00 bc e0 11 01 0a 03 03 00 80 0c 1a")}));
+    board.Type("read 1/2/3");
+    EXPECT_TRUE(board->AwaitEvent({Event::TelegramFromKnx, Knx::FromHex("29 00 bc e0 11 01 0a 03 01 00 00")}));
     board.Type("unplug");
     EXPECT_TRUE(board->AwaitEvent(Event::SerialLinePulled));
     board.Type("plug");
@@ -288,6 +281,24 @@ TEST(BoardProgram, TakesEachCommand)
     EXPECT_TRUE(board->AwaitLine("press the programming button"));
     board.Type("quit");
     EXPECT_EQ(board->Wait(), 0);
+}
+
+TEST(BoardProgram, TellsProgramsOfEventsAsJson)
+{
+    BoardProgram board({"--json"});
+    ASSERT_TRUE(board->AwaitLine(R"("kind":"linkUp"})"));
+    board.Type("telegram 29 00 bc e0 11 01 0a 03 01 00 81");
+    EXPECT_TRUE(board->AwaitLine(R"("kind":"telegramFromKnx","hex":"2900bce011010a03010081"})"));
+    board.Type("quit");
+    EXPECT_TRUE(board->AwaitLine(R"("kind":"daemonEnded","status":0})"));
+    EXPECT_EQ(board->Wait(), 0);
+    const auto isEvent = [](const std::string& line) { return line.find(R"("kind":)") != std::string::npos; };
+    for (const std::string& line : board->Lines())
+    {
+        // What is no event is the daemon's.
+        EXPECT_EQ(isEvent(line), line[0] == '{') << line;
+        EXPECT_EQ(line.find("board "), std::string::npos) << line;
+    }
 }
 
 TEST(BoardProgram, APressBeforeARestartArrivesThreeTimes)
@@ -316,7 +327,8 @@ TEST(BoardProgram, APressBeforeARestartArrivesThreeTimes)
         Await(isTold, std::chrono::seconds(3));
     }
     ASSERT_TRUE(isTold());
-    Daemon application({BOARD, "exec", "--name", Name(), "--", CLIENT, "button", "--number", "3"}, {});
+    Daemon application({Paths::Board(), "exec", "--name", Name(), "--", Paths::Client(), "button", "--number", "3"},
+                       {});
     EXPECT_EQ(application.Wait(), 0);
     EXPECT_THAT(application.Lines(), testing::SizeIs(3));
     EXPECT_THAT(application.Lines(), testing::Each(EndsWith(" pressed")));
@@ -328,7 +340,7 @@ TEST(BoardProgram, AWrongCommandGetsOneLineAndChangesNothing)
 {
     BoardProgram board;
     ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
-    for (const char* const wrong : {"jump", "press hard", "telegram", "telegram 1", "telegram 2x", "quit now",
+    for (const char* const wrong : {"jump", "press hard", "telegram", "telegram 1", "telegram 2x", "read", "quit now",
                                     "restart x", "kill -1", "restart 3601", "restart 1 2"})
     {
         board.Type(wrong);
@@ -370,6 +382,102 @@ TEST(BoardProgram, TakesALastCommandWithoutItsNewline)
     EXPECT_EQ(board->Wait(), 0);
 }
 
+TEST(BoardProgram, SpeaksInNamesAndValuesOfAnExport)
+{
+    BoardProgram board({"--names", Paths::InSourceTree("Examples/House/group-addresses.xml")});
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
+    board.Type("telegram \"Living room/Temperature\" 21.5");
+    EXPECT_TRUE(board->AwaitLine("telegram from KNX: 29 00 bc e0 11 01 11 01 03 00 80 0c 33"
+                                 "  # Heating/Living room/Temperature: 21.5 \u00b0C"));
+    board.Type("read Kitchen/Worktop");
+    EXPECT_TRUE(board->AwaitLine("  # Lights/Kitchen/Worktop: read"));
+    board.Type("telegram Ceiling on");
+    EXPECT_TRUE(board->AwaitLine("'Ceiling' is ambiguous: "));
+    board.Type("quit");
+    EXPECT_EQ(board->Wait(), 0);
+}
+
+TEST(BoardProgram, TakesTheNamesFromWhereAllProgramsLookForThem)
+{
+    std::vector<std::string> lines;
+    EXPECT_EQ(RunCommand({"env", "ORVEL_NAMES=/no/names", Paths::Board(), "--name", Name()}, lines), 1);
+    EXPECT_THAT(lines, ElementsAre("orvel-board: cannot read /no/names: No such file or directory"));
+    EXPECT_EQ(
+        RunCommand({"env", "ORVEL_NAMES=/no/names", Paths::Board(), "--name", Name(), "--names", "", "--driver", "/no"},
+                   lines),
+        1);
+    EXPECT_THAT(lines, ElementsAre(StartsWith("orvel-board: there is no /no;")));
+}
+
+TEST(BoardProgram, ABrokenExportGetsOneLineAndStatus2)
+{
+    const std::string file = testing::TempDir() + Name() + ".csv";
+    std::ofstream(file) << "Lamp,1/1/1\nDoor,1/8/1\n";
+    std::vector<std::string> lines;
+    EXPECT_EQ(RunOnce({"--name", Name(), "--names", file}, lines), 2);
+    EXPECT_THAT(lines, ElementsAre("orvel-board: " + file +
+                                   ": line 2, column 6: '1/8/1' is no group address: 8 should be 0 to 7"));
+    std::filesystem::remove(file);
+}
+
+TEST(BoardProgram, PlaysTheDevicesOfAFile)
+{
+    BoardProgram board({"--devices", Paths::InSourceTree("Examples/Devices/light.ini")});
+    EXPECT_TRUE(board->AwaitEvent({Event::Note, "devices on the bus: Ceiling"}));
+    ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 4")); // the daemon has told that it runs
+    board.Type("read 1/1/2");
+    EXPECT_TRUE(board->AwaitLine("telegram from KNX: 29 00 bc e0 11 65 09 02 01 00 40  # Ceiling state: Off"));
+    board.Type("telegram 1/1/1 on");
+    EXPECT_TRUE(board->AwaitLine("telegram from KNX: 29 00 bc e0 11 65 09 02 01 00 81  # Ceiling state: On"));
+    ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 12 from LL to user message queue"));
+    // An application hears the light as any other device.
+    Daemon application(
+        {Paths::Board(), "exec", "--name", Name(), "--", Paths::Client(), "write", "1/1/1", "off", "--dpt", "1.001"},
+        {});
+    EXPECT_EQ(application.Wait(), 0);
+    EXPECT_TRUE(board->AwaitLine("telegram from KNX: 29 00 bc e0 11 65 09 02 01 00 80  # Ceiling state: Off"));
+    board.Type("quit");
+    EXPECT_EQ(board->Wait(), 0);
+}
+
+TEST(BoardProgram, ADeviceAnswersAnApplicationsRead)
+{
+    BoardProgram board({"--devices", Paths::InSourceTree("Examples/Devices/thermostat.ini")});
+    ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 4")); // the daemon has told that it runs
+    Daemon application(
+        {Paths::Board(), "exec", "--name", Name(), "--", Paths::Client(), "read", "2/1/2", "--dpt", "9.001"}, {});
+    EXPECT_EQ(application.Wait(), 0);
+    EXPECT_THAT(application.Lines(), ElementsAre("21 \u00b0C"));
+    board.Type("quit");
+    EXPECT_EQ(board->Wait(), 0);
+}
+
+TEST(BoardProgram, ASensorSendsByItself)
+{
+    const std::string file = testing::TempDir() + Name() + ".ini";
+    std::ofstream(file) << "[sensor Garden]\ngroup = 2/3/1\ntype = 9.001\nvalues = 4.5, 5\nevery = 0.1\n";
+    BoardProgram board({"--devices", file});
+    ASSERT_TRUE(board->AwaitLine("Sended cemi message with size 4")); // the daemon has told that it runs
+    for (const char* const value : {"4.5", "5", "4.5"})
+    {
+        EXPECT_TRUE(board->AwaitLine("  # Garden: " + std::string(value) + " \u00b0C")) << value;
+    }
+    EXPECT_EQ(board->Stop(), 0);
+    std::filesystem::remove(file);
+}
+
+TEST(BoardProgram, ABrokenFileOfDevicesGetsOneLineAndStatus2)
+{
+    const std::string file = testing::TempDir() + Name() + ".ini";
+    std::ofstream(file) << "[light Ceiling]\nswitch = 1/9/1\n";
+    std::vector<std::string> lines;
+    EXPECT_EQ(RunOnce({"--name", Name(), "--devices", file}, lines), 2);
+    EXPECT_THAT(lines, ElementsAre("orvel-board: " + file + ": line 1: this light lacks 'state'"));
+    std::filesystem::remove(file);
+    EXPECT_EQ(RunOnce({"--name", Name(), "--devices", file}, lines), 1);
+    EXPECT_THAT(lines, ElementsAre("orvel-board: cannot read " + file + ": No such file or directory"));
+}
+
 TEST(BoardProgram, TwoStopsAtOnceAreOne)
 {
     BoardProgram board;
@@ -403,7 +511,7 @@ TEST(BoardProgram, RestartEndsTheDaemonInItsOwnWayWhileApplicationsStay)
     const std::string script =
         "echo stands; while [ -e /dev/mqueue/progButton ] || [ -e /sys/class/leds/prg1 ]; do sleep 0.01; done; "
         "echo gone; until [ -e /dev/mqueue/progButton ]; do sleep 0.01; done; echo again";
-    Daemon application({BOARD, "exec", "--name", Name(), "--", "sh", "-c", script}, {});
+    Daemon application({Paths::Board(), "exec", "--name", Name(), "--", "sh", "-c", script}, {});
     ASSERT_TRUE(application.AwaitLine("stands"));
     board.Type("restart 2");
     EXPECT_TRUE(board->AwaitEvent({Event::DaemonEnded, 0}));
@@ -493,7 +601,7 @@ TEST(BoardProgram, ADaemonThatDoesNotEndIsKilledWhichIsTold)
 
 TEST(BoardProgram, ARestartThatCannotStartTheDaemonKeepsTheBoardForTheNext)
 {
-    const OwnDriver driver("exec " DRIVER " \"$@\"");
+    const OwnDriver driver("exec " + Paths::Driver() + " \"$@\"");
     BoardProgram board({"--driver", driver.File()});
     ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     std::filesystem::rename(driver.File(), driver.File() + ".away");
@@ -547,16 +655,7 @@ TEST(BoardProgram, ACommandThatCameAfterTheDaemonsEndDoesNotStartItAgain)
     ASSERT_GT(daemon, 0);
     board->Signal(SIGSTOP); // so that it finds both at once
     kill(daemon, SIGKILL);
-    const auto hasEnded = [daemon]
-    {
-        std::ifstream file("/proc/" + std::to_string(daemon) + "/stat");
-        std::string number;
-        std::string program;
-        std::string state;
-        file >> number >> program >> state;
-        return state == "Z";
-    };
-    EXPECT_TRUE(Await(hasEnded));
+    EXPECT_TRUE(Await([daemon] { return StateOf(daemon).state == 'Z'; }));
     board.Type("restart");
     board->Signal(SIGCONT);
     EXPECT_EQ(board->Wait(), 137);
@@ -631,7 +730,7 @@ TEST(BoardProgram, ListTellsTheRunningBoardsAndTheirDaemons)
     ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
     BoardProgram other({"--name", Name() + "-other"});
     ASSERT_TRUE(other->AwaitEvent(Event::LinkUp));
-    std::ifstream name("/proc/" + std::to_string(DaemonOf(Name())) + "/comm");
+    std::ifstream name(DirectoryOf(DaemonOf(Name())) / "comm");
     std::string program;
     EXPECT_TRUE(std::getline(name, program));
     EXPECT_EQ(program, "orvel");
@@ -668,7 +767,7 @@ TEST(BoardProgram, AKilledBoardIsNotListedAndItsNameIsFree)
 // What "exec" says if `runtime` is the directory in which boards are looked for.
 std::vector<std::string> LookIn(const std::filesystem::path& runtime)
 {
-    Daemon program({BOARD, "exec", "--name", Name(), "--", "true"}, {{"XDG_RUNTIME_DIR", runtime}});
+    Daemon program({Paths::Board(), "exec", "--name", Name(), "--", "true"}, {{"XDG_RUNTIME_DIR", runtime}});
     EXPECT_EQ(program.Wait(), 1);
     return program.Lines();
 }
@@ -703,7 +802,7 @@ TEST(BoardProgram, WhoLooksForBoardsMakesNoDirectory)
 {
     const TemporaryDirectory runtime;
     EXPECT_THAT(LookIn(runtime.Path()), ElementsAre(HasSubstr("no board named '" + Name() + "'")));
-    Daemon list({BOARD, "list"}, {{"XDG_RUNTIME_DIR", runtime.Path()}});
+    Daemon list({Paths::Board(), "list"}, {{"XDG_RUNTIME_DIR", runtime.Path()}});
     EXPECT_EQ(list.Wait(), 0);
     EXPECT_THAT(list.Lines(), ElementsAre(HasSubstr("no board is running")));
     EXPECT_TRUE(std::filesystem::is_empty(runtime.Path()));
@@ -713,7 +812,7 @@ TEST(BoardProgram, ARuntimeDirectoryThatIsNotAbsoluteIsIgnored)
 {
     BoardProgram board;
     ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
-    Daemon list({"sh", "-c", "cd \"$XDG_RUNTIME_DIR\" && XDG_RUNTIME_DIR=. exec " BOARD " list"}, {});
+    Daemon list({"sh", "-c", "cd \"$XDG_RUNTIME_DIR\" && XDG_RUNTIME_DIR=. exec " + Paths::Board() + " list"}, {});
     EXPECT_EQ(list.Wait(), 0);
     EXPECT_THAT(list.Lines(), testing::Not(Contains(StartsWith(Name() + "  "))));
     EXPECT_EQ(board->Stop(), 0);
@@ -744,7 +843,7 @@ TEST(BoardProgram, JoinsKnxIpOnAnInterface)
     other.Send(Knx::FromHex("06 10 05 30 00 11 29 00 bc e0 11 01 0a 03 01 00 81"));
     EXPECT_TRUE(board->AwaitEvent({Event::TelegramFromKnx, Knx::FromHex("29 00 bc e0 11 01 0a 03 01 00 81")}));
     board.Type("quit");
-    EXPECT_TRUE(board->AwaitEvent({Event::KnxIpCounted, "0 sent, 1 received, 0 refused"}));
+    EXPECT_TRUE(board->AwaitEvent({Event::KnxIpCounted, KnxIpCounters{0, 1, 0, 0, 0, 0, 0, 0}}));
     EXPECT_EQ(board->Wait(), 0);
 }
 
@@ -790,14 +889,79 @@ TEST(BoardProgram, ExecRunsAProgramThatNeedsAPseudoTerminal)
     EXPECT_EQ(board->Stop(), 0);
 }
 
+TEST(BoardProgram, AnApplicationDoesNotFindAGatewayOutsideTheBoard)
+{
+    const ScriptedGateway outside("/run/orvel/gateway");
+    BoardProgram board;
+    ASSERT_TRUE(board->AwaitEvent(Event::LinkUp));
+    std::vector<std::string> lines;
+    RunOnce({"exec", "--name", Name(), "--", Paths::Client(), "status"}, lines);
+    EXPECT_THAT(lines, Contains(StartsWith("ok    gateway                does not run")));
+    board.Type("quit");
+    EXPECT_EQ(board->Wait(), 0);
+}
+
+TEST(BoardProgram, RunsTheGatewayBesideTheDaemonAndTellsWhoIsConnected)
+{
+    BoardProgram board({"--gateway"});
+    EXPECT_TRUE(board->AwaitEvent(Event::DaemonStarted));
+    EXPECT_TRUE(board->AwaitEvent(Event::GatewayStarted));
+    EXPECT_TRUE(board->AwaitLine("INFO Gateway <> - The link is usable"));
+    Daemon monitor({Paths::Board(), "exec", "--name", Name(), "--", Paths::Client(), "monitor"}, {});
+    const std::string program = std::to_string(monitor.Id()) + " orvelctl";
+    EXPECT_TRUE(monitor.AwaitLine("link usable"));
+    EXPECT_TRUE(board->AwaitEvent({Event::ProgramConnected, program}));
+    board.Type("telegram 29 00 bc e0 11 01 0a 03 01 00 81");
+    EXPECT_TRUE(monitor.AwaitLine("rx 29 00 bc e0 11 01 0a 03 01 00 81"));
+    monitor.Stop();
+    EXPECT_TRUE(board->AwaitEvent({Event::ProgramLeft, program}));
+    board.Type("quit");
+    EXPECT_TRUE(board->AwaitEvent({Event::DaemonEnded, 0}));
+    EXPECT_TRUE(board->AwaitEvent({Event::GatewayEnded, 0}));
+    EXPECT_EQ(board->Wait(), 0);
+}
+
+TEST(BoardProgram, TheGatewayStaysWhenTheDaemonIsStartedAgain)
+{
+    BoardProgram board({"--gateway"});
+    EXPECT_TRUE(board->AwaitLine("INFO Gateway <> - The link is usable"));
+    board.Type("restart 2"); // longer than the gateway needs to notice
+    EXPECT_TRUE(board->AwaitLine("WARN Gateway <> - The link is lost"));
+    EXPECT_TRUE(board->AwaitLine("INFO Gateway <> - The link is usable"));
+    EXPECT_EQ(board->Stop(), 0);
+    EXPECT_FALSE(Holds(board->Lines(), TextOf({Event::GatewayEnded, 137})));
+}
+
+TEST(BoardProgram, AGatewayThatEndsIsToldAndTheBoardGoesOn)
+{
+    const OwnDriver gateway("exit 9");
+    BoardProgram board({"--gateway", "--gateway-program", gateway.File()});
+    EXPECT_TRUE(board->AwaitEvent({Event::GatewayEnded, 9}));
+    EXPECT_TRUE(AwaitLinkAtAnyTime(*board));
+    board.Type("press");
+    EXPECT_TRUE(board->AwaitEvent(Event::ButtonPressed));
+    EXPECT_EQ(board->Stop(), 0);
+}
+
+TEST(BoardProgram, AGatewayThatDoesNotEndWithTheBoardIsKilled)
+{
+    const OwnDriver gateway("trap '' TERM; echo deaf; while :; do sleep 0.1; done");
+    BoardProgram board({"--gateway", "--gateway-program", gateway.File()});
+    EXPECT_TRUE(board->AwaitLine("deaf"));
+    EXPECT_TRUE(AwaitLinkAtAnyTime(*board));
+    board.Type("quit");
+    EXPECT_TRUE(board->AwaitEvent({Event::GatewayEnded, 128 + SIGKILL}));
+    EXPECT_EQ(board->Wait(), 0);
+}
+
 TEST(BoardProgram, AnApplicationCanListTheQueuesAlsoWhenTheDaemonHasEnded)
 {
     BoardProgram board;
     EXPECT_TRUE(board->AwaitEvent(Event::LinkUp));
     System::Pipe pipe;
     Daemon application(
-        {BOARD, "exec", "--name", Name(), "--", "sh", "-c", "echo waits; cat; ls /dev/mqueue && echo listed"}, {},
-        pipe.reading.Number());
+        {Paths::Board(), "exec", "--name", Name(), "--", "sh", "-c", "echo waits; cat; ls /dev/mqueue && echo listed"},
+        {}, pipe.reading.Number());
     EXPECT_TRUE(application.AwaitLine("waits"));
     EXPECT_EQ(board->Stop(), 0);
     pipe.writing.Close();
@@ -842,7 +1006,10 @@ TEST(BoardProgram, WrongOptionsGetOneLineAndStatus2)
                                                       {"exec", "--demo", "--", "true"},
                                                       {"shell", "--", "true"},
                                                       {"shell", "--plain"},
+                                                      {"exec", "--json", "--", "true"},
                                                       {"list", "--plain"},
+                                                      {"--demo", "--gateway"},
+                                                      {"--gateway-program", "/bin/true"},
                                                       {"--name", "a/b"},
                                                       {"--name", "."},
                                                       {"--name", ""},
@@ -859,6 +1026,7 @@ TEST(BoardProgram, MissingProgramsAndBoardsGetOneLineAndStatus1)
 {
     const std::vector<std::vector<std::string>> missing{{"--driver", "/no/driver"},
                                                         {"--library", "/no/library"},
+                                                        {"--gateway", "--gateway-program", "/no/gateway"},
                                                         {"exec", "--name", "nobody", "--", "true"},
                                                         {"--knxip", "--knxip-interface", "none"}};
     for (const auto& options : missing)

@@ -1,6 +1,6 @@
 // The programming button on its queues.
 
-#include "OnBoard.h"
+#include "BenchKit/OnBoard.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 // cEMI frames between the applications' queues and the co-processor.
 
-#include "OnBoard.h"
+#include "BenchKit/OnBoard.h"
 
 #include <gmock/gmock.h>
 

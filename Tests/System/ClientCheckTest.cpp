@@ -1,12 +1,12 @@
 // orvelctl check.
 
-#include "ClientProgram.h"
-#include "MessageLimit.h"
-#include "OnBoard.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/MessageLimit.h"
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/Paths.h"
+#include "BenchKit/ResourceLimit.h"
 
 #include <gmock/gmock.h>
-
-#include <sys/resource.h>
 
 #include <cerrno>
 #include <fstream>
@@ -24,9 +24,9 @@ using testing::StartsWith;
 namespace
 {
 
-Outcome Check(std::vector<std::string> options = {}, const std::string& library = STAND_IN_LIBRARY)
+Outcome Check(std::vector<std::string> options = {}, const std::string& library = Paths::StandInLibrary())
 {
-    options.insert(options.begin(), {CLIENT, "check"});
+    options.insert(options.begin(), {Paths::Client(), "check"});
     Daemon program(options, {{"LD_LIBRARY_PATH", library}});
     const int status = program.Wait();
     return {status, program.Lines()};
@@ -70,8 +70,8 @@ TEST_F(ClientCheckOnBoard, ABoardWithAllThatIsNeededIsOk)
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(
         outcome.lines,
-        ElementsAre("ok    daemon                 is " DRIVER,
-                    "ok    libNemt.so             is " STAND_IN_LIBRARY "/libNemt.so",
+        ElementsAre("ok    daemon                 is " + Paths::Driver(),
+                    "ok    libNemt.so             is " + Paths::StandInLibrary() + "/libNemt.so",
                     "ok    reset GPIO 3           can be exported, unless a driver has it",
                     "ok    /dev/ttymxc2           can be opened, if nobody else has it",
                     "ok    /dev/uleds             can be opened",
@@ -151,7 +151,7 @@ TEST_F(ClientCheckOnBoard, AnApplicationThatHasTheQueuesOpenIsNoDaemonAndNeither
 
 TEST_F(ClientCheckOnBoard, TheDaemonOfAnotherBoardIsNone)
 {
-    Daemon other({BOARD, "--name", "check-" + std::to_string(getpid())}, {});
+    Daemon other({Paths::Board(), "--name", "check-" + std::to_string(getpid())}, {});
     ASSERT_TRUE(other.AwaitEvent(Event::LinkUp));
     EXPECT_THAT(Check().lines, Not(Contains(HasSubstr("is process"))));
     EXPECT_EQ(other.Stop(), 0);
@@ -196,14 +196,14 @@ TEST_F(ClientCheckOnBoard, ALinkLibraryThatIsNotFoundIsNamedAsTheDaemonFails)
         Complaints(outcome),
         ElementsAre("fail  libNemt.so             is not found: install it where the loader looks (ldconfig), or "
                     "set LD_LIBRARY_PATH"));
-    Daemon daemon({DRIVER}, {{"LD_LIBRARY_PATH", "/none"}});
+    Daemon daemon({Paths::Driver()}, {{"LD_LIBRARY_PATH", "/none"}});
     EXPECT_NE(daemon.Wait(), 0);
 }
 
 TEST_F(ClientCheckOnBoard, ALinkLibraryThatLacksWhatTheDaemonNeedsIsNamed)
 {
     const TemporaryDirectory directory;
-    std::filesystem::copy_file(LATE_THREADS, directory.File("libNemt.so"));
+    std::filesystem::copy_file(Paths::LateThreads(), directory.File("libNemt.so"));
     Outcome outcome = Check({}, std::filesystem::path(directory.File("x")).parent_path());
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(Complaints(outcome),
@@ -232,7 +232,7 @@ TEST_F(ClientCheckOnBoard, ADaemonThatCannotBeRunIsNamed)
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(Complaints(outcome), ElementsAre("fail  daemon                 " + junk +
                                                  " is no dynamically linked program: is it the daemon?"));
-    EXPECT_THAT(Complaints(Check({"--driver", CLIENT})),
+    EXPECT_THAT(Complaints(Check({"--driver", Paths::Client()})),
                 ElementsAre("fail  libNemt.so             is not what this program asks for: is it the daemon?"));
 }
 
@@ -303,12 +303,11 @@ TEST_F(ClientCheckOnBoard, TakesTheNamesOfTheButtonsQueues)
 
 TEST_F(ClientCheckOnBoard, TooLittleRoomForTheQueuesIsNamed)
 {
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_MSGQUEUE, &before), 0);
-    const rlimit small{5500, before.rlim_max}; // one of the big queues and a bit
-    ASSERT_EQ(setrlimit(RLIMIT_MSGQUEUE, &small), 0);
-    const Outcome outcome = Check();
-    ASSERT_EQ(setrlimit(RLIMIT_MSGQUEUE, &before), 0);
+    const Outcome outcome = []
+    {
+        const ResourceLimit oneOfTheBigQueues(RLIMIT_MSGQUEUE, 5500);
+        return Check();
+    }();
     EXPECT_EQ(outcome.status, 1);
     EXPECT_THAT(
         Complaints(outcome),

@@ -1,11 +1,16 @@
 // How shells complete names of group addresses. They have blanks and slashes in them.
 
-#include "TerminalWindow.h"
+#include "BenchKit/Daemon.h"
+#include "BenchKit/Paths.h"
+#include "BenchKit/TerminalWindow.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <filesystem>
 #include <string>
+#include <vector>
+
+using testing::ElementsAre;
 
 namespace
 {
@@ -13,9 +18,9 @@ namespace
 // A shell in a directory that has the example's names in house.xml. `settings` are the shell's own, for its completion.
 std::string Script(const std::string& settings, const std::string& shell)
 {
-    return "cd \"$WINDOW\"; cp " EXAMPLES "/House/group-addresses.xml house.xml; unset ORVEL_NAMES; PATH=" +
-           std::filesystem::path(CLIENT).parent_path().string() + ":$PATH; export PATH; cat >settings <<'END'\n" +
-           settings + "\nPS1='ready> '\nEND\n" + shell;
+    return "cd \"$WINDOW\"; cp " + Paths::InSourceTree("Examples/House/group-addresses.xml") +
+           " house.xml; unset ORVEL_NAMES; PATH=" + std::filesystem::path(Paths::Client()).parent_path().string() +
+           ":$PATH; export PATH; cat >settings <<'END'\n" + settings + "\nPS1='ready> '\nEND\n" + shell;
 }
 
 void CompleteNames(const TerminalWindow& window)
@@ -45,9 +50,38 @@ TEST(ClientCompletion, BashCompletesNamesWithAndWithoutQuotes)
     {
         GTEST_SKIP() << "tmux is missing";
     }
-    const TerminalWindow window(
-        Script(". " COMPLETIONS "/bash/orvelctl", "exec bash --noprofile --rcfile settings -i"));
+    const TerminalWindow window(Script(". " + Paths::InSourceTree("Packaging/Completions/bash/orvelctl"),
+                                       "exec bash --noprofile --rcfile settings -i"));
     CompleteNames(window);
+}
+
+// What the completion of bash makes of names for a word behind others, in brackets.
+std::vector<std::string> CompletedByBash(const std::string& word, const std::string& others = "write")
+{
+    const std::string script = ". " + Paths::InSourceTree("Packaging/Completions/bash/orvelctl") + R"(
+        compopt() { :; }
+        names() { printf '%s\n' 'Lamp $(x) `y`' 'Lamp "z" \' 'Lamp!' "Lamp'"; }
+        COMP_WORDS=(names $2 "$1")
+        COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+        _orvelctl
+        printf '<%s>\n' "${COMPREPLY[@]}")";
+    Daemon bash({"bash", "-c", script, "bash", word, others}, {});
+    EXPECT_EQ(bash.Wait(), 0);
+    return bash.Lines();
+}
+
+TEST(ClientCompletion, BashRunsNothingThatANameHasInIt)
+{
+    EXPECT_THAT(CompletedByBash("\"La"), ElementsAre(R"(<Lamp \$(x) \`y\`>)", R"(<Lamp \"z\" \\>)", "<Lamp'>"));
+    EXPECT_THAT(CompletedByBash("'La"), ElementsAre("<Lamp $(x) `y`>", R"(<Lamp "z" \>)", "<Lamp!>"));
+    EXPECT_THAT(CompletedByBash("La"),
+                ElementsAre(R"(<Lamp\ \$\(x\)\ \`y\`>)", R"(<Lamp\ \"z\"\ \\>)", R"(<Lamp\!>)", R"(<Lamp\'>)"));
+}
+
+TEST(ClientCompletion, BashCompletesNamesBehindGroup)
+{
+    EXPECT_THAT(CompletedByBash("'La", "monitor --group"),
+                ElementsAre("<Lamp $(x) `y`>", R"(<Lamp "z" \>)", "<Lamp!>"));
 }
 
 TEST(ClientCompletion, ZshCompletesNamesWithAndWithoutQuotes)
@@ -56,7 +90,8 @@ TEST(ClientCompletion, ZshCompletesNamesWithAndWithoutQuotes)
     {
         GTEST_SKIP() << "tmux or zsh is missing";
     }
-    const TerminalWindow window(Script("fpath=(" COMPLETIONS "/zsh $fpath); autoload -Uz compinit; compinit -D -u",
+    const TerminalWindow window(Script("fpath=(" + Paths::InSourceTree("Packaging/Completions/zsh") +
+                                           " $fpath); autoload -Uz compinit; compinit -D -u",
                                        "mv settings .zshrc; ZDOTDIR=$PWD exec zsh -d -i"));
     CompleteNames(window);
 }

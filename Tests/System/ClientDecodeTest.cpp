@@ -1,7 +1,7 @@
 // orvelctl decode.
 
-#include "ClientProgram.h"
-#include "OnBoard.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/OnBoard.h"
 
 #include <gmock/gmock.h>
 
@@ -112,12 +112,50 @@ TEST_F(ClientDecode, ReadsWhatTsharkMakesOfACapture)
     EXPECT_EQ(Joined(ClientProgram::InShell(command).End().lines), Log);
 }
 
+TEST_F(ClientDecode, SaysHowToKeepOneInterfaceOfSeveral)
+{
+    if (ClientProgram::InShell("mergecap --version >/dev/null 2>&1").End().status != 0)
+    {
+        GTEST_SKIP() << "the programs that come with tshark are missing";
+    }
+    const std::string go = "cd " + directory.File("") + "; exec 2>/dev/null; ";
+    const std::string ours = "$ORVELCTL decode --to pcap " + File(Log) + " >ours; ";
+    const std::string network = "echo '0000 ff ff ff ff ff ff 02 00 00 00 00 01 08 00 00 00' | text2pcap - network; ";
+    const std::string merge = "mergecap -w first ours network; mergecap -w second network ours";
+    ASSERT_EQ(ClientProgram::InShell(go + ours + network + merge).End().status, 0);
+    for (const std::string file : {"first", "second"})
+    {
+        const Outcome refused = RunClient({"decode", directory.File(file)});
+        EXPECT_EQ(refused.status, 3);
+        ASSERT_EQ(refused.lines.size(), 1);
+        std::string help = refused.lines[0].substr(refused.lines[0].find("tshark"));
+        help.replace(help.find("FILE"), 4, file).replace(help.find("OTHER"), 5, "kept");
+        const Outcome kept = ClientProgram::InShell(go + help + "; $ORVELCTL decode kept; rm kept").End();
+        EXPECT_EQ(Joined(kept.lines), Log) << file;
+    }
+}
+
 TEST_F(ClientDecode, ShowsALineBeforeTheNextOneCame)
 {
     ClientProgram client({"decode"});
     client.Type(SwitchOn + "\n");
     EXPECT_TRUE(client->AwaitLine(SwitchOn));
     client.Type("11 00\n");
+    EXPECT_TRUE(client->AwaitLine("tx 11 00"));
+    client->Interrupt();
+    const Outcome outcome = client.End();
+    EXPECT_EQ(outcome.status, 8);
+    EXPECT_EQ(outcome.lines.back(), "orvelctl: stopped before the end of the input");
+}
+
+TEST_F(ClientDecode, ShowsPacketsOfACaptureThatHasNotEndedAndStops)
+{
+    const std::string name = directory.File("capture");
+    ASSERT_EQ(ClientProgram::InShell("$ORVELCTL decode --to pcap " + File(Log) + " >" + name).End().status, 0);
+    std::ifstream file(name, std::ios::binary);
+    const std::string capture{std::istreambuf_iterator<char>(file), {}};
+    ClientProgram client({"decode"});
+    client.Type(capture);
     EXPECT_TRUE(client->AwaitLine("tx 11 00"));
     client->Interrupt();
     const Outcome outcome = client.End();

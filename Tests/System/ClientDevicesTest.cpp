@@ -1,12 +1,15 @@
 // orvelctl button and led.
 
-#include "ClientProgram.h"
-#include "MessageLimit.h"
-#include "OnBoard.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/MessageLimit.h"
+#include "BenchKit/OnBoard.h"
+#include "Overlay.h"
 
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <filesystem>
+#include <fstream>
 
 using Simulator::Event;
 using Simulator::RedKnxLed;
@@ -63,6 +66,20 @@ TEST_F(ClientDevicesOnBoard, AnLedThatIsNotThereIsNamed)
     const Outcome outcome = RunClient({"led"});
     EXPECT_EQ(outcome.status, 5);
     EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: there is no LED in /sys/class/leds: does the daemon run?"));
+}
+
+TEST(ClientLed, IsNotSetToAHighestBrightnessThatCannotBeRead)
+{
+    const TemporaryDirectory leds;
+    std::filesystem::create_directory(leds.File("half-made"));
+    const std::ofstream made(leds.File("half-made/brightness"));
+    Simulator::CoverDirectory("/sys/class");
+    Simulator::BindMount(leds.File(""), "/sys/class/leds");
+    const Outcome outcome = RunClient({"led", "half-made", "on"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: cannot read /sys/class/leds/half-made/max_brightness"));
+    Simulator::Unmount("/sys/class/leds");
+    Simulator::Unmount("/sys/class");
 }
 
 TEST(ClientButton, AStopBeforeTheNumberOfMessagesCameIsNoSuccess)

@@ -1,10 +1,15 @@
 // orvelctl write, read and answer, and send --confirm.
 
-#include "ClientProgram.h"
-#include "OnBoard.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/OnBoard.h"
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
 #include <csignal>
 #include <fstream>
 
@@ -28,6 +33,7 @@ public:
       <GroupAddress Name="Ceiling" Address="1/2/3" DPTs="DPST-1-1"/>
       <GroupAddress Name="Temperature" Address="1/2/4" DPTs="DPST-9-1"/>
       <GroupAddress Name="No type" Address="1/2/5"/>
+      <GroupAddress Name="New type" Address="1/2/6" DPTs="DPST-9-999"/>
     </GroupRange>
   </GroupRange>
 </GroupAddress-Export>
@@ -81,6 +87,7 @@ TEST_F(ClientGroup, WriteShowsTheFrameWithPrint)
         {{"1/515", "1", "--dpt", "1.001"}, "11 00 bc e0 00 00 0a 03 01 00 81"},
         {{"1/2/4", "21", "--dpt", "9.001"}, "11 00 bc e0 00 00 0a 04 03 00 80 0c 1a"},
         {{"1/2/4", "-5", "--dpt", "9.001"}, "11 00 bc e0 00 00 0a 04 03 00 80 86 0c"},
+        {{"1/2/4", "-inf", "--dpt", "14.001"}, "11 00 bc e0 00 00 0a 04 05 00 80 ff 80 00 00"},
         {{"--dpt", "6.010", "1/2/4", "-5"}, "11 00 bc e0 00 00 0a 04 02 00 80 fb"},
         {{"1/2/5", "red=255", "green=0", "blue=1", "--dpt", "232.600"}, "11 00 bc e0 00 00 0a 05 04 00 80 ff 00 01"},
         {{"1/2/4", "21 °C", "--names", house.File()}, "11 00 bc e0 00 00 0a 04 03 00 80 0c 1a"},
@@ -101,17 +108,20 @@ TEST_F(ClientGroup, WriteSaysWhatIsAllowedAndSendsNothing)
 {
     const std::vector<std::tuple<std::vector<std::string>, int, std::string>> wrong{
         {{"write", "1/2/4", "-300", "--dpt", "9.001"}, 3, "9.001: -273 to 670433.28 °C"},
-        {{"write", "1/2/4", "21"}, 3, "the type of 1/2/4 is not known: --dpt names it, such as --dpt 9.001"},
+        {{"write", "1/2/4", "21"}, 3, "the type of 1/2/4 is not known: --dpt names one, such as --dpt 9.001"},
         {{"write", "1/2/5", "21", "--names", house.File()},
          3,
-         "the type of 1/2/5 is not known: --dpt names it, such as --dpt 9.001"},
+         "the type of 1/2/5 is not known: --dpt names one, such as --dpt 9.001"},
+        {{"write", "1/2/6", "21", "--names", house.File()},
+         3,
+         "the type 9.999 of 1/2/6 is not known: --dpt names one, such as --dpt 9.001"},
         {{"write", "1/2/300", "on", "--dpt", "1.001"}, 3, "'1/2/300' is no group address: 300 should be 0 to 255"},
-        {{"write"}, 2, "needs a group, such as 1/2/3 or the name of one"},
-        {{"write", "1/2/3"}, 2, "needs a value behind the group"},
-        {{"read"}, 2, "needs a group, such as 1/2/3 or the name of one"},
+        {{"write"}, 2, "GROUP is required"},
+        {{"write", "1/2/3"}, 2, "VALUE is required"},
+        {{"read"}, 2, "GROUP is required"},
         {{"read", "1/2/3", "on"}, 2, "'on' is not understood"},
         {{"read", "1/2/3", "--timeout", "0"}, 2, "--timeout takes 1 to 3600000, not '0'"},
-        {{"answer", "1/2/3"}, 2, "needs a value behind the group"},
+        {{"answer", "1/2/3"}, 2, "VALUE is required"},
     };
     for (const auto& [arguments, status, line] : wrong)
     {
@@ -136,7 +146,7 @@ TEST_F(ClientGroup, WriteEndsWithTheConfirmation)
 TEST_F(ClientGroup, WriteSaysWhyItIsNotConfirmed)
 {
     const std::vector<std::pair<std::vector<std::string>, std::string>> answers{
-        {{OnNotSent}, "orvelctl: not sent: nobody on the bus has acknowledged it"},
+        {{OnNotSent}, "orvelctl: not sent: the bus has not taken it"},
         {{"b9 ff ff"}, "orvelctl: not sent: the link is lost"},
         {{"2e 00 bc e0 11 01 0a 04 01 00 81"}, "orvelctl: not confirmed for 3000 ms: the link may be down"},
     };
@@ -169,6 +179,15 @@ TEST_F(ClientGroup, ReadShowsTheAnswer)
     ClientProgram client({"read", "Temperature", "--names", house.File()});
     Answer(Read, {ReadConfirmed, "29 00 bc e0 11 02 0a 03 01 00 41", "29 00 bc e0 11 02 0a 04 03 00 80 0c 1b",
                   "29 00 bc e0 11 02 0a 04 03 00 40 0c 1a"});
+    const Outcome outcome = client.End();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.lines, ElementsAre("21 °C"));
+}
+
+TEST_F(ClientGroup, AnAnswerNeedsNoConfirmationOfTheRead)
+{
+    ClientProgram client({"read", "1/2/4", "--dpt", "9.001"});
+    Answer(Read, {"29 00 bc e0 11 02 0a 04 03 00 40 0c 1a"});
     const Outcome outcome = client.End();
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.lines, ElementsAre("21 °C"));
@@ -210,6 +229,43 @@ TEST_F(ClientGroup, AnswerAnswersWhoeverAsks)
     Answer("11 00 bc e0 00 00 0a 04 03 00 40 0c 1a", {});
     EXPECT_EQ(toLink.Take(), "nothing");
     EXPECT_EQ(client->Stop(), 0);
+}
+
+TEST_F(ClientGroup, AnswerGoesOnWhenThereWasNoRoomForAnAnswer)
+{
+    while (toLink.Waiting() < 10)
+    {
+        toLink.PutFrame("f1");
+    }
+    ClientProgram client({"answer", "1/2/4", "21", "--dpt", "9.001", "--wait", "0"});
+    fromLink.PutFrame("29 00 bc e0 11 02 0a 04 01 00 00");
+    EXPECT_TRUE(client->AwaitLine("orvelctl: not answered: /cemiToLL is full"));
+    while (toLink.Waiting() > 0)
+    {
+        toLink.Take();
+    }
+    fromLink.PutFrame("29 00 bc e0 11 02 0a 04 01 00 00");
+    Answer("11 00 bc e0 00 00 0a 04 03 00 40 0c 1a", {});
+    EXPECT_EQ(client->Stop(), 0);
+}
+
+TEST_F(ClientGroup, AnswerDoesNotWaitForWhoeverReadsItsOutput)
+{
+    const TemporaryDirectory directory;
+    const std::string pipe = directory.File("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    const System::Descriptor reader(open(pipe.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    while (write(reader.Number(), "x", 1) == 1)
+    {
+    }
+    ClientProgram client = ClientProgram::InShell("exec $ORVELCTL answer 1/2/4 21 --dpt 9.001 -n 1 >" + pipe);
+    fromLink.PutFrame("29 00 bc e0 11 02 0a 04 01 00 00");
+    Answer("11 00 bc e0 00 00 0a 04 03 00 40 0c 1a", {});
+    std::array<char, 65536> buffer{};
+    while (read(reader.Number(), buffer.data(), buffer.size()) > 0)
+    {
+    }
+    EXPECT_EQ(client->Wait(), 0);
 }
 
 TEST_F(ClientGroup, AnswerEndsAfterANumberOfAnswers)

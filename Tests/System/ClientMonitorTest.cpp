@@ -1,9 +1,12 @@
 // orvelctl monitor.
 
-#include "ClientProgram.h"
-#include "OnBoard.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/OnBoard.h"
 
 #include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
 
 #include <csignal>
 #include <filesystem>
@@ -271,7 +274,7 @@ TEST_F(ClientMonitor, LinesFitTheTerminalUnlessTheyAreToBeWhole)
     { return text.substr(text.find('('), text.size() - text.find('(') - 2); };
     fromLink.PutFrame(SwitchOn);
     EXPECT_EQ(lastLine(OnTerminal(size + "$ORVELCTL monitor -n 1 -t relative")),
-              "(0.000000) L_Data.ind 1.1.1 -> 1/2/3 A_>");
+              "(0.000000) 1.1.1 -> 1/2/3 A_GroupValue_>");
     fromLink.PutFrame(SwitchOn);
     EXPECT_THAT(OnTerminal(size + "$ORVELCTL monitor -n 1 -t relative --wide"),
                 HasSubstr("rx " + SwitchOn + "  # L_Data.ind"));
@@ -315,29 +318,82 @@ TEST_F(ClientMonitor, ASlowOutputLosesNothing)
     EXPECT_THAT(client.End().lines, ElementsAre("500"));
 }
 
-TEST_F(ClientMonitor, WritesFilesOfALimitedSize)
+// The number behind "29 00" of each frame in the file.
+std::vector<int> NumbersIn(const std::string& file)
+{
+    std::vector<int> numbers;
+    for (const std::string& line : RunClient({"decode", "--to", "json", file}).lines)
+    {
+        const std::string begin = R"("hex":"2900)";
+        const std::size_t place = line.find(begin);
+        EXPECT_NE(place, std::string::npos) << line;
+        numbers.push_back(std::stoi(line.substr(place + begin.size(), 2)));
+    }
+    return numbers;
+}
+
+TEST_F(ClientMonitor, WritesFilesOfALimitedSizeAndLosesNothingBetweenThem)
 {
     const TemporaryDirectory directory;
-    const std::string file = directory.File("log");
-    for (const auto& [option, linesOfAFile] : {std::pair<const char*, std::size_t>("--write", 2), {"--pcap", 3}})
+    for (const char* const option : {"--write", "--pcap"})
     {
-        for (int i = 0; i < 9; ++i)
+        const std::string file = directory.File(option);
+        for (int number = 10; number < 20; ++number)
         {
-            fromLink.PutFrame("10" + std::string(option == std::string("--write") ? 160 : 500, '5'));
+            const std::size_t digits = option == std::string("--write") ? 110 : 500;
+            fromLink.PutFrame("29 00" + std::to_string(number) + std::string(digits, '5'));
         }
-        const Outcome outcome = RunClient({"monitor", option, file, "--rotate", "1k,3", "-n", "9"});
+        const Outcome outcome = RunClient({"monitor", option, file, "--rotate", "1k,3", "-n", "10"});
         EXPECT_EQ(outcome.status, 0);
         EXPECT_EQ(outcome.lines.size(), 0);
-        std::size_t messages = 0;
-        for (const char* const ending : {"", ".1", ".2", ".3"})
+        std::vector<int> kept;
+        for (const char* const ending : {".3", ".2", ".1", ""})
         {
             EXPECT_LE(std::filesystem::file_size(file + ending), 1024) << ending;
-            const std::size_t lines = RunClient({"decode", file + ending}).lines.size();
-            EXPECT_LE(lines, linesOfAFile) << ending;
-            messages += lines;
+            const std::vector<int> numbers = NumbersIn(file + ending);
+            EXPECT_GE(numbers.size(), 1) << option << ending;
+            kept.insert(kept.end(), numbers.begin(), numbers.end());
         }
-        EXPECT_GE(messages, 3 * linesOfAFile) << option;
         EXPECT_FALSE(std::filesystem::exists(file + ".4"));
+        ASSERT_GE(kept.size(), 6) << option; // of the last ones, not one is missing
+        for (std::size_t i = 0; i < kept.size(); ++i)
+        {
+            EXPECT_EQ(kept[i], 20 - static_cast<int>(kept.size() - i)) << option;
+        }
+    }
+}
+
+TEST_F(ClientMonitor, GoesOnToWriteAFileWhenNobodyReadsItsOutput)
+{
+    const TemporaryDirectory directory;
+    const std::string gone = directory.File("gone");
+    const auto monitor = [&gone](const std::string& option, const std::string& file)
+    {
+        return ClientProgram::InShell("{ until [ -e " + gone + " ]; do sleep 0.01; done; $ORVELCTL monitor " + option +
+                                      " " + file + " -n 1; } | touch " + gone);
+    };
+    for (const char* const option : {"--write", "--pcap"})
+    {
+        const std::string file = directory.File(option);
+        std::filesystem::remove(gone);
+        fromLink.PutFrame(SwitchOn);
+        ClientProgram client = monitor(option, file);
+        EXPECT_EQ(client.End().status, 0);
+        EXPECT_EQ(RunClient({"decode", file}).lines.size(), 1) << option;
+    }
+}
+
+TEST_F(ClientMonitor, CanBeStoppedWhileItReadsTheNames)
+{
+    const TemporaryDirectory directory;
+    const std::string names = directory.File("names");
+    ASSERT_EQ(mkfifo(names.c_str(), 0600), 0);
+    for (const char* const command : {"monitor", "decode"})
+    {
+        ClientProgram client({command, "--names", names});
+        const System::Descriptor writer(open(names.c_str(), O_WRONLY | O_CLOEXEC)); // waits for the reader
+        client->Signal(SIGTERM);
+        EXPECT_EQ(client->Wait(), 128 + SIGTERM) << command;
     }
 }
 

@@ -1,6 +1,7 @@
 // orvelctl names.
 
-#include "ClientProgram.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/Paths.h"
 
 #include <gmock/gmock.h>
 
@@ -13,7 +14,7 @@ using testing::SizeIs;
 namespace
 {
 
-const std::string House = EXAMPLES "/House/group-addresses.xml";
+const std::string House = Paths::InSourceTree("Examples/House/group-addresses.xml");
 
 // In a file system where /etc is empty but for what the commands make there.
 Outcome WithEmptyEtc(const std::string& commands)
@@ -65,10 +66,10 @@ TEST(ClientNames, CompleteAWordForAShell)
 
 TEST(ClientNames, SayAtATerminalWhatWasRecognised)
 {
-    EXPECT_THAT(OnTerminal("\"$ORVELCTL\" names --names " EXAMPLES "/House/group-addresses-3-columns.csv Rain"),
-                HasSubstr("orvelctl: 1 of 27 groups in " EXAMPLES
-                          "/House/group-addresses-3-columns.csv: CSV with three "
-                          "columns of names, semicolons, a header, Windows-1252\r\n"));
+    const std::string file = Paths::InSourceTree("Examples/House/group-addresses-3-columns.csv");
+    EXPECT_THAT(OnTerminal("\"$ORVELCTL\" names --names " + file + " Rain"),
+                HasSubstr("orvelctl: 1 of 27 groups in " + file +
+                          ": CSV with three columns of names, semicolons, a header, Windows-1252\r\n"));
 }
 
 TEST(ClientNames, ComeFromTheOptionThenTheEnvironmentThenTheUsualFile)

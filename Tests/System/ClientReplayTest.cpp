@@ -1,7 +1,7 @@
 // orvelctl replay and generate.
 
-#include "ClientProgram.h"
-#include "OnBoard.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/OnBoard.h"
 
 #include <gmock/gmock.h>
 
@@ -93,9 +93,9 @@ TEST_F(ClientReplay, SendsNothingUnlessAllIsUnderstood)
     const std::vector<std::pair<std::string, std::string>> wrong{
         {"(0.000000) rx f1\n(0.000000) rx f\n", "line 2: byte 1 has one digit only"},
         {"f1\nDear all,\n", "line 2: is no line of a recording: no log, JSON or hexadecimal digits"},
-        {header + std::string(16, '\x7f'), "packet 1 is not complete"},
+        {header + std::string(8, '\0') + std::string("\0\0\0\0\1\0\0\0", 8), "packet 1 is not complete"},
         {header.substr(0, 20), "ends within the header of the capture"},
-        {"\n\r\r\n" + std::string(40, '\0'), "block 1 is of no byte order"},
+        {"\n\r\r\n", "ends within the header of the capture"},
         {"<html/>", "is XML, but no CommunicationLog"},
     };
     for (const auto& [content, line] : wrong)

@@ -1,8 +1,9 @@
 // orvelctl send.
 
-#include "ClientProgram.h"
-#include "MessageLimit.h"
-#include "OnBoard.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/MessageLimit.h"
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/ProcessFiles.h"
 
 #include <gmock/gmock.h>
 
@@ -180,24 +181,10 @@ TEST_F(ClientSendFull, SendsWhenThereIsRoom)
     EXPECT_EQ(toLink.Take(), "01 2e");
 }
 
-// The text behind `name` in the kernel's file.
-std::string Status(pid_t process, const std::string& name)
-{
-    std::ifstream status("/proc/" + std::to_string(process) + "/status");
-    for (std::string line; std::getline(status, line);)
-    {
-        if (line.rfind(name, 0) == 0)
-        {
-            return line.substr(name.size());
-        }
-    }
-    return "";
-}
-
 // Whether the program handles signals itself yet.
 bool BlocksSignals(pid_t process)
 {
-    return Status(process, "SigBlk:").find_first_of("123456789abcdef") != std::string::npos;
+    return StatusOf(process, "SigBlk").find_first_of("123456789abcdef") != std::string::npos;
 }
 
 TEST_F(ClientSendFull, AStopWhileItWaitsLeavesTheFrameUnsent)
@@ -237,7 +224,7 @@ TEST(ClientSendAlone, FindsTheNewQueueAlsoWhileItWaitsForRoomInTheOldOne)
     ClientProgram client({"send", "--wait", "60000", "2e"});
     EXPECT_TRUE(Await([&] { return BlocksSignals(client->Id()); }));
     client->Signal(SIGSTOP); // or it looks while there is none
-    EXPECT_TRUE(Await([&] { return Status(client->Id(), "State:").find('T') != std::string::npos; }));
+    EXPECT_TRUE(Await([&] { return StatusOf(client->Id(), "State").find('T') != std::string::npos; }));
     queue.reset();
     queue = std::make_unique<MadeQueue>("/cemiToLL");
     client->Signal(SIGCONT);

@@ -1,9 +1,9 @@
 // orvelctl status.
 
-#include "ClientProgram.h"
-#include "MessageLimit.h"
-#include "OnBoard.h"
-#include "ScriptedGateway.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/MessageLimit.h"
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/ScriptedGateway.h"
 
 #include <gmock/gmock.h>
 

@@ -1,9 +1,11 @@
 // The examples, run as beginners run them.
 
-#include "Await.h"
-#include "ClientProgram.h"
-#include "MessageLimit.h"
-#include "OnBoard.h"
+#include "BenchKit/Await.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/MessageLimit.h"
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/Paths.h"
+#include "BenchKit/ProcessFiles.h"
 
 #include <gmock/gmock.h>
 
@@ -146,12 +148,7 @@ protected:
     // Whether the example waits for something at this moment.
     static bool IsAsleep(pid_t process)
     {
-        std::ifstream file("/proc/" + std::to_string(process) + "/stat");
-        std::string id;
-        std::string name;
-        char state = ' ';
-        file >> id >> name >> state;
-        return state == 'S';
+        return StateOf(process).state == 'S';
     }
 };
 
@@ -214,8 +211,8 @@ TEST_P(ExamplesAlone, GoesOnWithoutAnLedAndSaysSo)
     EXPECT_TRUE(example.AwaitLine("switched on"));
 }
 
-const auto All = testing::Values(Example{"C", {EXAMPLE_C}}, Example{"Cpp", {EXAMPLE_CPP}},
-                                 Example{"Python", {"python3", EXAMPLES "/LightSwitch.py"}});
+const auto All = testing::Values(Example{"C", {Paths::ExampleC()}}, Example{"Cpp", {Paths::ExampleCpp()}},
+                                 Example{"Python", {"python3", Paths::InSourceTree("Examples/LightSwitch.py")}});
 
 std::string NameOf(const testing::TestParamInfo<Example>& example)
 {
@@ -229,7 +226,7 @@ TEST(ExamplesSources, HaveFewerThan100Lines)
 {
     for (const std::string ending : {".c", ".cpp", ".py"})
     {
-        std::ifstream source(EXAMPLES "/LightSwitch" + ending);
+        std::ifstream source(Paths::InSourceTree("Examples/LightSwitch" + ending));
         std::size_t lines = 0;
         for (std::string line; std::getline(source, line);)
         {

@@ -1,10 +1,11 @@
 // The examples that use the gateway, whose part the tests play.
 
-#include "Await.h"
-#include "ClientProgram.h"
-#include "MessageLimit.h"
+#include "BenchKit/Await.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/MessageLimit.h"
+#include "BenchKit/Paths.h"
+#include "BenchKit/ScriptedGateway.h"
 #include "Overlay.h"
-#include "ScriptedGateway.h"
 
 #include <gmock/gmock.h>
 
@@ -41,21 +42,21 @@ class GatewaySwitch : public testing::Test
 {
 protected:
     ScriptedGateway gateway;
-    Daemon example{{EXAMPLE_GATEWAY, gateway.Path()}, {}};
+    Daemon example{{Paths::ExampleGateway(), gateway.Path()}, {}};
 };
 
 TEST_F(GatewaySwitch, TheButtonSwitchesAndTheStatusIsShown)
 {
     const auto program = gateway.Greet();
-    EXPECT_EQ(program.Take(), AskForStatus);
-    program.Put("ba 00");
-    EXPECT_EQ(program.Take(), Request("03", "81"));
-    program.Put("ba 01");
-    program.Put("29 00 bc e0 11 01 0a 04 01 00 81");
+    EXPECT_EQ(program.Receive(), AskForStatus);
+    program.Send("ba 00");
+    EXPECT_EQ(program.Receive(), Request("03", "81"));
+    program.Send("ba 01");
+    program.Send("29 00 bc e0 11 01 0a 04 01 00 81");
     EXPECT_TRUE(example.AwaitLine("the light is on"));
-    program.Put("ba 00");
-    EXPECT_EQ(program.Take(), Request("03", "80"));
-    program.Put("29 04 03 02 11 22 bc e0 11 01 0a 04 01 00 40"); // the answer to a read counts too
+    program.Send("ba 00");
+    EXPECT_EQ(program.Receive(), Request("03", "80"));
+    program.Send("29 04 03 02 11 22 bc e0 11 01 0a 04 01 00 40"); // the answer to a read counts too
     EXPECT_TRUE(example.AwaitLine("the light is off"));
 }
 
@@ -68,15 +69,15 @@ TEST_F(GatewaySwitch, TelegramsForOthersAndBrokenOnesChangeNothing)
           "29 ff bc e0 11 01 0a 04 01 00 81", "29", "29 00 bc e0 11 01 0a 04 01 03 81", "ba", "bb 00 01", "bc 00",
           "29 04 03 02 11 22 bc 60 11 01 0a 04 01 00 81", "29 04 03 02 11 22 bc e0 11 01 0a"})
     {
-        program.Put(frame);
+        program.Send(frame);
     }
-    program.Put("29 00 bc e0 11 01 0a 04 01 00 81");
+    program.Send("29 00 bc e0 11 01 0a 04 01 00 81");
     EXPECT_TRUE(example.AwaitLine("the light is on"));
     EXPECT_EQ(CountOf(example, "the light is"), 1); // also not for the last one, which the one before would make whole
     EXPECT_EQ(CountOf(example, "not sent"), 0);
-    EXPECT_EQ(program.Take(), AskForStatus);
-    program.Put("ba 00");
-    EXPECT_EQ(program.Take(), Request("03", "81")); // and nothing before
+    EXPECT_EQ(program.Receive(), AskForStatus);
+    program.Send("ba 00");
+    EXPECT_EQ(program.Receive(), Request("03", "81")); // and nothing before
 }
 
 TEST_F(GatewaySwitch, APressFromBeforeTheDaemonRanIsOne)
@@ -84,9 +85,9 @@ TEST_F(GatewaySwitch, APressFromBeforeTheDaemonRanIsOne)
     const auto program = gateway.Greet("b9 ff ff");
     for (int press = 0; press < 3; ++press)
     {
-        program.Put("ba 00");
+        program.Send("ba 00");
     }
-    program.Put("29 00 bc e0 11 01 0a 04 01 00 81"); // comes when all three are read
+    program.Send("29 00 bc e0 11 01 0a 04 01 00 81"); // comes when all three are read
     EXPECT_TRUE(example.AwaitLine("the light is on"));
     EXPECT_EQ(CountOf(example, "switched"), 1);
 }
@@ -95,18 +96,18 @@ TEST_F(GatewaySwitch, AsksForTheStatusOnlyWhenTheLinkIsUsable)
 {
     const auto program = gateway.Greet("b9 ff ff");
     EXPECT_TRUE(example.AwaitLine("the link is lost"));
-    program.Put("ba 00");
-    EXPECT_EQ(program.Take(), Request("03", "81"));
-    program.Put("b9 00 01");
-    EXPECT_EQ(program.Take(), AskForStatus);
+    program.Send("ba 00");
+    EXPECT_EQ(program.Receive(), Request("03", "81"));
+    program.Send("b9 00 01");
+    EXPECT_EQ(program.Receive(), AskForStatus);
 }
 
 TEST_F(GatewaySwitch, SaysThatATelegramWasNotSent)
 {
     const auto program = gateway.Greet();
-    EXPECT_EQ(program.Take(), AskForStatus);
-    program.Put("2e 00 bc e0 00 00 0a 04 01 00 00");
-    program.Put("2e 00 bd e0 00 00 0a 04 01 00 00");
+    EXPECT_EQ(program.Receive(), AskForStatus);
+    program.Send("2e 00 bc e0 00 00 0a 04 01 00 00");
+    program.Send("2e 00 bd e0 00 00 0a 04 01 00 00");
     EXPECT_TRUE(example.AwaitLine("a telegram was not sent"));
     EXPECT_EQ(CountOf(example, "not sent"), 1);
 }
@@ -116,10 +117,10 @@ TEST_F(GatewaySwitch, KnowsWhatItSwitchedAlsoWhenTheGatewayWasStartedAnew)
     for (const char* const service : {"81", "80"})
     {
         const auto program = gateway.Greet();
-        EXPECT_EQ(program.Take(), AskForStatus);
-        program.Put("ba 00");
-        program.Put("ba 01");
-        EXPECT_EQ(program.Take(), Request("03", service));
+        EXPECT_EQ(program.Receive(), AskForStatus);
+        program.Send("ba 00");
+        program.Send("ba 01");
+        EXPECT_EQ(program.Receive(), Request("03", service));
     }
 }
 
@@ -130,7 +131,7 @@ TEST_F(GatewaySwitch, EndsWithOneLineWhereTheGatewayIsNotForIt)
     WithoutCapability(CAP_DAC_OVERRIDE,
                       [&]
                       {
-                          Daemon refused({EXAMPLE_GATEWAY, other.Path()}, {});
+                          Daemon refused({Paths::ExampleGateway(), other.Path()}, {});
                           EXPECT_EQ(refused.Wait(), 1);
                           EXPECT_THAT(refused.Lines(), ElementsAre(other.Path() + ": Permission denied"));
                       });
@@ -138,7 +139,7 @@ TEST_F(GatewaySwitch, EndsWithOneLineWhereTheGatewayIsNotForIt)
 
 TEST(GatewaySwitchSource, HasFewerThan100Lines)
 {
-    std::ifstream source(EXAMPLES "/GatewaySwitch.c");
+    std::ifstream source(Paths::InSourceTree("Examples/GatewaySwitch.c"));
     std::size_t lines = 0;
     for (std::string line; std::getline(source, line);)
     {
@@ -163,72 +164,89 @@ protected:
         Measure(thousandths);
         Start();
         program.emplace(gateway.Greet());
-        EXPECT_EQ(program->Take(), AskForSetPoint);
+        EXPECT_EQ(program->Receive(), AskForSetPoint);
     }
 
     void Start()
     {
-        example = std::make_unique<Daemon>(
-            std::vector<std::string>{"python3", EXAMPLES "/Thermostat.py", directory.File("sensor"), gateway.Path()},
-            Daemon::Environment());
+        example =
+            std::make_unique<Daemon>(std::vector<std::string>{"python3", Paths::InSourceTree("Examples/Thermostat.py"),
+                                                              directory.File("sensor"), gateway.Path()},
+                                     Daemon::Environment());
     }
 
     const std::string AskForSetPoint = Request("0b", "00");
     const TemporaryDirectory directory;
     ScriptedGateway gateway;
     std::unique_ptr<Daemon> example;
-    std::optional<ScriptedGateway::Program> program;
+    std::optional<PacketConnection> program;
 };
 
 TEST_F(Thermostat, TellsTemperatureAndHeatingAndThenWhatChanges)
 {
     Begin("19460"); // 19.5 °C, below the 21 °C at its start
-    EXPECT_EQ(program->Take(), Request("0a", "80", "07 9e"));
-    EXPECT_EQ(program->Take(), Request("0c", "81"));
+    EXPECT_EQ(program->Receive(), Request("0a", "80", "07 9e"));
+    EXPECT_EQ(program->Receive(), Request("0c", "81"));
     Measure("22000");
-    EXPECT_EQ(program->Take(), Request("0a", "80", "0c 4c"));
-    EXPECT_EQ(program->Take(), Request("0c", "80"));
+    EXPECT_EQ(program->Receive(), Request("0a", "80", "0c 4c"));
+    EXPECT_EQ(program->Receive(), Request("0c", "80"));
     Measure("22040"); // no change of a tenth
     Measure("-30000");
-    EXPECT_EQ(program->Take(), Request("0a", "80", "8a 24"));
-    EXPECT_EQ(program->Take(), Request("0c", "81"));
+    EXPECT_EQ(program->Receive(), Request("0a", "80", "8a 24"));
+    EXPECT_EQ(program->Receive(), Request("0c", "81"));
 }
 
 TEST_F(Thermostat, AnswersReads)
 {
     Begin("20000");
-    EXPECT_EQ(program->Take(), Request("0a", "80", "07 d0"));
-    EXPECT_EQ(program->Take(), Request("0c", "81"));
+    EXPECT_EQ(program->Receive(), Request("0a", "80", "07 d0"));
+    EXPECT_EQ(program->Receive(), Request("0c", "81"));
     const std::vector<std::pair<std::string, std::string>> answers{
         {"0a", Request("0a", "40", "07 d0")}, {"0b", Request("0b", "40", "0c 1a")}, {"0c", Request("0c", "41")}};
     for (const auto& [group, answer] : answers)
     {
-        program->Put("29 00 bc e0 11 01 0a " + group + " 01 00 00");
-        EXPECT_EQ(program->Take(), answer);
+        program->Send("29 00 bc e0 11 01 0a " + group + " 01 00 00");
+        EXPECT_EQ(program->Receive(), answer);
     }
+}
+
+TEST_F(Thermostat, AnswersNoOldTemperatureWhileItsSensorCannotBeRead)
+{
+    Begin("20000");
+    EXPECT_EQ(program->Receive(), Request("0a", "80", "07 d0"));
+    EXPECT_EQ(program->Receive(), Request("0c", "81"));
+    std::filesystem::remove(directory.File("sensor"));
+    EXPECT_TRUE(example->AwaitLine("No such file"));
+    program->Send("29 00 bc e0 11 01 0a 0a 01 00 00");
+    program->Send("29 00 bc e0 11 01 0a 0b 01 00 00");
+    EXPECT_EQ(program->Receive(), Request("0b", "40", "0c 1a")); // and nothing before
+    Measure("20000");
+    EXPECT_TRUE(example->AwaitLine("the sensor can be read again"));
+    program->Send("29 00 bc e0 11 01 0a 0a 01 00 00");
+    EXPECT_EQ(program->Receive(), Request("0a", "40", "07 d0"));
 }
 
 TEST_F(Thermostat, HeatsToTheSetPointThatOthersWriteOrAnswer)
 {
     Begin("20000");
-    EXPECT_EQ(program->Take(), Request("0a", "80", "07 d0"));
-    EXPECT_EQ(program->Take(), Request("0c", "81"));
-    program->Put("29 00 bc e0 11 01 0a 0b 03 00 80 07 08"); // 18
-    EXPECT_EQ(program->Take(), Request("0c", "80"));
-    program->Put("29 04 03 02 11 22 bc e0 11 01 0a 0b 03 00 40 0c 1a"); // 21
-    EXPECT_EQ(program->Take(), Request("0c", "81"));
-    program->Put("29 00 bc e0 11 01 0a 0b 03 00 80 07 c6"); // 19.9
-    Measure("20100");                                       // above that, but too near to switch
-    EXPECT_EQ(program->Take(), Request("0a", "80", "07 da"));
-    program->Put("29 00 bc e0 11 01 0a 0c 01 00 00");
-    EXPECT_EQ(program->Take(), Request("0c", "41"));
+    EXPECT_EQ(program->Receive(), Request("0a", "80", "07 d0"));
+    EXPECT_EQ(program->Receive(), Request("0c", "81"));
+    program->Send("29 00 bc e0 11 01 0a 0b 03 00 80 07 08"); // 18
+    EXPECT_EQ(program->Receive(), Request("0c", "80"));
+    program->Send("29 04 03 02 11 22 bc e0 11 01 0a 0b 03 00 40 0c 1a"); // 21
+    EXPECT_EQ(program->Receive(), Request("0c", "81"));
+    program->Send("29 00 bc e0 11 01 0a 0b 03 00 80 07 c6"); // 19.9
+    Measure("20100");                                        // above that, but too near to switch
+    EXPECT_EQ(program->Receive(), Request("0a", "80", "07 da"));
+    program->Send("29 00 bc e0 11 01 0a 0c 01 00 00");
+    EXPECT_EQ(program->Receive(), Request("0c", "41"));
 }
 
 TEST_F(Thermostat, TelegramsForOthersAndBrokenOnesChangeNothing)
 {
     Begin("20000");
-    EXPECT_EQ(program->Take(), Request("0a", "80", "07 d0"));
-    EXPECT_EQ(program->Take(), Request("0c", "81"));
+    EXPECT_EQ(program->Receive(), Request("0a", "80", "07 d0"));
+    EXPECT_EQ(program->Receive(), Request("0c", "81"));
     for (const char* const frame :
          {"29 00 bc 60 11 01 0a 0b 03 00 80 07 08", "29 00 bc e0 11 01 0a 0d 03 00 80 07 08",
           "29 00 bc e0 11 01 0a 0b 03 00 80 7f ff", "29 00 bc e0 11 01 0a 0b 02 00 80 07",
@@ -237,24 +255,24 @@ TEST_F(Thermostat, TelegramsForOthersAndBrokenOnesChangeNothing)
           "2e 00 bc e0 00 00 0a 0b 03 00 80 07 08", "29", "29 ff", "29 00 bc e0 11 01 0a 0b 01 00",
           "29 00 bc e0 11 01 0a 0d 01 00 00", "ba 00", "bc 00 00"})
     {
-        program->Put(frame);
+        program->Send(frame);
     }
-    program->Put("29 00 bc e0 11 01 0a 0b 01 00 00");
-    EXPECT_EQ(program->Take(), Request("0b", "40", "0c 1a")); // and nothing before
+    program->Send("29 00 bc e0 11 01 0a 0b 01 00 00");
+    EXPECT_EQ(program->Receive(), Request("0b", "40", "0c 1a")); // and nothing before
 }
 
 TEST_F(Thermostat, TellsAgainWhatWasNotSent)
 {
     Begin("20000");
     const std::string temperature = Request("0a", "80", "07 d0");
-    EXPECT_EQ(program->Take(), temperature);
-    EXPECT_EQ(program->Take(), Request("0c", "81"));
-    program->Put("2e 00 bd e0 00 00 0a 0a 03 00 80 07 d0");
-    EXPECT_EQ(program->Take(), temperature);
-    program->Put("2e 00 bc e0 00 00 0a 0a 03 00 80 07 d0");
+    EXPECT_EQ(program->Receive(), temperature);
+    EXPECT_EQ(program->Receive(), Request("0c", "81"));
+    program->Send("2e 00 bd e0 00 00 0a 0a 03 00 80 07 d0");
+    EXPECT_EQ(program->Receive(), temperature);
+    program->Send("2e 00 bc e0 00 00 0a 0a 03 00 80 07 d0");
     // What it tells next; the temperature, if it told that again, would come before.
-    program->Put("29 00 bc e0 11 01 0a 0b 03 00 80 07 08");
-    EXPECT_EQ(program->Take(), Request("0c", "80"));
+    program->Send("29 00 bc e0 11 01 0a 0b 03 00 80 07 08");
+    EXPECT_EQ(program->Receive(), Request("0c", "80"));
 }
 
 TEST_F(Thermostat, TellsAllAgainWhenTheLinkIsBackOrTheGatewayWasStartedAnew)
@@ -262,38 +280,38 @@ TEST_F(Thermostat, TellsAllAgainWhenTheLinkIsBackOrTheGatewayWasStartedAnew)
     Begin("20000");
     const auto tellsAll = [&]
     {
-        EXPECT_EQ(program->Take(), Request("0a", "80", "07 d0"));
-        EXPECT_EQ(program->Take(), Request("0c", "81"));
+        EXPECT_EQ(program->Receive(), Request("0a", "80", "07 d0"));
+        EXPECT_EQ(program->Receive(), Request("0c", "81"));
     };
     tellsAll();
-    program->Put("b9 ff ff");
-    program->Put("b9 00 01");
-    EXPECT_EQ(program->Take(), AskForSetPoint);
+    program->Send("b9 ff ff");
+    program->Send("b9 00 01");
+    EXPECT_EQ(program->Receive(), AskForSetPoint);
     tellsAll();
     program.reset();
     program.emplace(gateway.Greet());
-    EXPECT_EQ(program->Take(), AskForSetPoint);
+    EXPECT_EQ(program->Receive(), AskForSetPoint);
     tellsAll();
 }
 
 TEST_F(Thermostat, AsksForTheSetPointWhenMessagesWereDropped)
 {
     Begin("20000");
-    EXPECT_EQ(program->Take(), Request("0a", "80", "07 d0"));
-    EXPECT_EQ(program->Take(), Request("0c", "81"));
-    program->Put("bb 00 05");
-    EXPECT_EQ(program->Take(), AskForSetPoint);
+    EXPECT_EQ(program->Receive(), Request("0a", "80", "07 d0"));
+    EXPECT_EQ(program->Receive(), Request("0c", "81"));
+    program->Send("bb 00 05");
+    EXPECT_EQ(program->Receive(), AskForSetPoint);
 }
 
 TEST_F(Thermostat, SaysNothingOnTheBusUntilItKnowsTheTemperature)
 {
     Start(); // without a sensor
     program.emplace(gateway.Greet());
-    EXPECT_EQ(program->Take(), AskForSetPoint);
+    EXPECT_EQ(program->Receive(), AskForSetPoint);
     EXPECT_TRUE(example->AwaitLine("No such file or directory"));
-    program->Put("29 00 bc e0 11 01 0a 0a 01 00 00"); // a read that it cannot answer
+    program->Send("29 00 bc e0 11 01 0a 0a 01 00 00"); // a read that it cannot answer
     Measure("20000");
-    EXPECT_EQ(program->Take(), Request("0a", "80", "07 d0"));
+    EXPECT_EQ(program->Receive(), Request("0a", "80", "07 d0"));
 }
 
 TEST_F(Thermostat, EndsWithOneLineWhereTheGatewayIsNotForIt)
@@ -328,7 +346,7 @@ protected:
 
     static std::vector<std::string> Command(const std::string& example)
     {
-        return {"python3", EXAMPLES "/" + example};
+        return {"python3", Paths::InSourceTree("Examples/" + example)};
     }
 
     std::unique_ptr<ScriptedGateway> gateway;
@@ -339,7 +357,7 @@ TEST_F(GatewayAtItsPlace, WatchShowsEachMessage)
     Daemon example(Command("GatewayWatch.py"), {});
     {
         const auto program = gateway->Greet();
-        program.Put("29 00 bc");
+        program.Send("29 00 bc");
         EXPECT_TRUE(example.AwaitLine("03 29 00 bc"));
     }
     EXPECT_EQ(example.Wait(), 0);
@@ -354,9 +372,9 @@ TEST_F(GatewayAtItsPlace, SendSaysWhetherItsTelegramWasSent)
     {
         Daemon example(Command("GatewaySend.py"), {});
         const auto program = gateway->Greet();
-        EXPECT_EQ(program.Take(), Request("03", "81"));
-        program.Put("29 00 bd e0 11 01 0a 03 01 00 81");
-        program.Put(answer);
+        EXPECT_EQ(program.Receive(), Request("03", "81"));
+        program.Send("29 00 bd e0 11 01 0a 03 01 00 81");
+        program.Send(answer);
         EXPECT_EQ(example.Wait(), status);
         EXPECT_EQ(example.Lines().size(), static_cast<std::size_t>(status)); // "not sent"
     }

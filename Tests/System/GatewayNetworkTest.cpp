@@ -1,9 +1,11 @@
 // orvel-gateway between KNXnet/IP routing and the board, whose bus is KNXnet/IP too: in another group, with another participant.
 
-#include "GatewayProgram.h"
+#include "BenchKit/GatewayProgram.h"
+#include "BenchKit/GatewayUser.h"
+#include "BenchKit/Messages.h"
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/OwnNetwork.h"
 #include "KnxIp.h"
-#include "OnBoard.h"
-#include "OwnNetwork.h"
 
 #include "Knx/Datagram.h"
 #include "Knx/MulticastSocket.h"
@@ -126,11 +128,11 @@ TEST_F(GatewayNetwork, HearsTheBusAndTheProgramsAndIsHeardByBoth)
 
     Say(bus, "29 00 bc e0 11 01 0a 03 01 00 81");
     EXPECT_EQ(Heard(network), "29 00 bc d0 11 01 0a 03 01 00 81");
-    EXPECT_EQ(program.Receive(), GatewayUser::AsMessage("29 00 bc e0 11 01 0a 03 01 00 81"));
+    EXPECT_EQ(program.Receive(), AsMessage("29 00 bc e0 11 01 0a 03 01 00 81"));
 
     Say(network, "29 00 bc e0 11 02 0a 04 01 00 80");
     EXPECT_EQ(Heard(bus), "29 00 bc d0 11 02 0a 04 01 00 80");
-    EXPECT_EQ(program.Receive(), GatewayUser::AsMessage("29 00 bc d0 11 02 0a 04 01 00 80"));
+    EXPECT_EQ(program.Receive(), AsMessage("29 00 bc d0 11 02 0a 04 01 00 80"));
 
     program.Send("11 00 bc e0 11 03 0a 05 01 00 81");
     EXPECT_EQ(Heard(bus), "29 00 bc e0 11 03 0a 05 01 00 81");
@@ -242,6 +244,22 @@ TEST_F(GatewayNetwork, WaitsForItsInterfaceAndJoinsAnewWhenItIsBack)
     EXPECT_TRUE((*gateway)->AwaitLine("Joined KNXnet/IP routing, 239.0.23.12 on lo"));
     TheCoProcessor().InjectTelegram(FromHex("29 00 bc e0 11 01 0a 03 01 00 81"));
     EXPECT_EQ(Heard(network), "29 00 bc d0 11 01 0a 03 01 00 81");
+}
+
+TEST_F(GatewayNetwork, WaitsForAnInterfaceThatDoesNotExist)
+{
+    const std::string missing = "Not in KNXnet/IP routing: cannot use the network interface knx0: No such device";
+    knxIp.reset();
+    gateway.emplace(std::vector<std::string>{"--knxip", std::string("knx0/") + Group});
+    EXPECT_TRUE((*gateway)->AwaitLine(missing));
+    EXPECT_TRUE((*gateway)->AwaitLine("The link is usable"));
+    Rename("lo", "knx0");
+    EXPECT_TRUE((*gateway)->AwaitLine("Joined KNXnet/IP routing, 239.0.23.12 on knx0"));
+    Rename("knx0", "lo");
+    EXPECT_TRUE((*gateway)->AwaitLine("Lost the network interface knx0, waiting for it"));
+    EXPECT_TRUE((*gateway)->AwaitLine(missing));
+    const GatewayUser program = Connect(); // which it serves meanwhile
+    EXPECT_EQ(program.Receive(), Usable);
 }
 
 TEST_F(GatewayNetwork, NothingThatTheNetworkSendsEndsIt)

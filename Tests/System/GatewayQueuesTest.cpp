@@ -1,7 +1,11 @@
 // orvel-gateway with queues that the test makes in the daemon's place, and with what programs do to it.
 
-#include "GatewayProgram.h"
-#include "MessageLimit.h"
+#include "BenchKit/GatewayProgram.h"
+#include "BenchKit/GatewayUser.h"
+#include "BenchKit/MessageLimit.h"
+#include "BenchKit/Messages.h"
+#include "BenchKit/Paths.h"
+#include "BenchKit/ProcessFiles.h"
 
 #include <gmock/gmock.h>
 
@@ -140,7 +144,7 @@ TEST(GatewayQueues, ThatNobodyReadsLeadToRefusalsInTime)
     {
         EXPECT_EQ(user.Receive(), NotSent);
     }
-    EXPECT_EQ(queues.toLink.Take(), GatewayUser::AsMessage(Request));
+    EXPECT_EQ(queues.toLink.Take(), AsMessage(Request));
     EXPECT_TRUE(gateway->AwaitLine(" of program " + std::to_string(getpid())));
     EXPECT_EQ(gateway->Stop(), 0);
 }
@@ -164,7 +168,7 @@ TEST(GatewayQueues, ThatAreFullTakeTheRestInOrderLater)
     for (int i = 0; i < count; ++i)
     {
         EXPECT_TRUE(Await([&] { return queues.toLink.Waiting() > 0; }));
-        EXPECT_EQ(queues.toLink.Take(), GatewayUser::AsMessage(frame(i)));
+        EXPECT_EQ(queues.toLink.Take(), AsMessage(frame(i)));
     }
     // As soon as there is room, and not once in a second, which would take 13 s.
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(8));
@@ -192,7 +196,7 @@ TEST(GatewayQueues, ThatWereReplacedAreNoticedBeforeARequestGoesIntoTheOldOne)
         }));
     EXPECT_THAT(received, Contains(Lost));
     const bool isRefused = std::count(received.begin(), received.end(), NotSent) == 1;
-    EXPECT_EQ(queues->toLink.Take(), isRefused ? "nothing" : GatewayUser::AsMessage(Request));
+    EXPECT_EQ(queues->toLink.Take(), isRefused ? "nothing" : AsMessage(Request));
     EXPECT_EQ(gateway->Stop(), 0);
 }
 
@@ -208,6 +212,16 @@ TEST(GatewaySocket, IsForItsOwnerAndGroupAndGoesWithTheGateway)
     EXPECT_EQ(gateway->Wait(), 0);
     EXPECT_FALSE(std::filesystem::exists(gateway.Socket()));
     EXPECT_THAT(gateway->Lines(), Contains(HasSubstr("INFO Gateway <> - Stopped by SIGTERM")));
+}
+
+TEST(GatewaySocket, GoesWithAGatewayWhoseTerminalHasGone)
+{
+    GatewayProgram gateway;
+    const GatewayUser user(gateway.Socket());
+    gateway->Signal(SIGHUP);
+    EXPECT_EQ(gateway->Wait(), 0);
+    EXPECT_FALSE(std::filesystem::exists(gateway.Socket()));
+    EXPECT_THAT(gateway->Lines(), Contains(HasSubstr("INFO Gateway <> - Stopped by SIGHUP")));
 }
 
 TEST(GatewaySocket, OfAnotherGatewayIsNotReplaced)
@@ -247,6 +261,23 @@ TEST(GatewaySocket, IsNotMadeInPlaceOfAFile)
     EXPECT_TRUE(std::filesystem::is_regular_file(path));
 }
 
+TEST(GatewaySocket, OfAnotherUserIsNotTakenForServed)
+{
+    const TemporaryDirectory directory;
+    const auto path = directory.File("socket");
+    {
+        const System::Descriptor dead = MakeUnixSocket();
+        const sockaddr_un address = UnixAddress(path);
+        ASSERT_EQ(bind(dead.Number(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    }
+    std::filesystem::permissions(path, std::filesystem::perms::none);
+    Outcome outcome{};
+    WithoutCapability(CAP_DAC_OVERRIDE, [&] { outcome = RunGateway(path); });
+    EXPECT_EQ(outcome.status, 6);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvel-gateway: cannot tell whether another program serves " + path +
+                                           ": Permission denied"));
+}
+
 TEST(GatewaySocket, NeedsADirectoryAndAPathThatFits)
 {
     auto outcome = RunGateway("/nowhere/gateway");
@@ -258,6 +289,35 @@ TEST(GatewaySocket, NeedsADirectoryAndAPathThatFits)
     EXPECT_THAT(outcome.lines, ElementsAre(HasSubstr("--socket takes a path of 1 to 107 bytes")));
 }
 
+TEST(GatewaySocket, InADirectoryWithoutTheRightToWriteEndsTheStart)
+{
+    const TemporaryDirectory directory;
+    std::filesystem::permissions(directory.File("."), std::filesystem::perms(0555));
+    Outcome outcome{};
+    WithoutCapability(CAP_DAC_OVERRIDE, [&] { outcome = RunGateway(directory.File("socket")); });
+    EXPECT_EQ(outcome.status, 6);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvel-gateway: cannot make the socket " + directory.File("socket") +
+                                           ": Permission denied"));
+}
+
+TEST(GatewayAddresses, OutOfFormEndTheStart)
+{
+    const std::vector<std::pair<std::vector<std::string>, std::string>> rejected{
+        {{"--knxip", ""}, "--knxip: '' is no name of a network interface"},
+        {{"--knxip", "lo/10.1.2.3"}, "--knxip: '10.1.2.3' is no IPv4 multicast group, 224.0.0.0 to 239.255.255.255"},
+        {{"--knxip", "lo", "--from-ip", "1/2/256"}, "--from-ip: '1/2/256' is no group address: 256 should be 0 to 255"},
+        {{"--knxip", "lo", "--to-ip", "lamp"},
+         "--to-ip: 'lamp' is no group address or pattern such as 1/2/3, 1/2/* or 1/2/0-9"}};
+    const TemporaryDirectory directory;
+    for (const auto& [options, line] : rejected)
+    {
+        const auto outcome = RunGateway(directory.File("socket"), options);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_THAT(outcome.lines, ElementsAre("orvel-gateway: " + line));
+        EXPECT_FALSE(std::filesystem::exists(directory.File("socket")));
+    }
+}
+
 TEST(GatewaySocket, IsTakenFromTheServiceManager)
 {
     const TemporaryDirectory directory;
@@ -267,8 +327,9 @@ TEST(GatewaySocket, IsTakenFromTheServiceManager)
     ASSERT_EQ(bind(listening.Number(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
     ASSERT_EQ(listen(listening.Number(), 5), 0);
     Daemon gateway(
-        {"sh", "-c", "exec 3<&0 </dev/null; LISTEN_PID=$$ LISTEN_FDS=1 exec " GATEWAY " --socket /nowhere/gateway"}, {},
-        listening.Number());
+        {"sh", "-c",
+         "exec 3<&0 </dev/null; LISTEN_PID=$$ LISTEN_FDS=1 exec " + Paths::Gateway() + " --socket /nowhere/gateway"},
+        {}, listening.Number());
     EXPECT_EQ(GatewayUser(path).Receive(), Lost);
     EXPECT_EQ(gateway.Stop(), 0);
     EXPECT_TRUE(std::filesystem::exists(path)); // it belongs to the service manager
@@ -276,7 +337,7 @@ TEST(GatewaySocket, IsTakenFromTheServiceManager)
 
 TEST(GatewaySocket, FromTheServiceManagerMustBeOne)
 {
-    Daemon gateway({"sh", "-c", "exec 3</dev/null; LISTEN_PID=$$ LISTEN_FDS=1 exec " GATEWAY}, {});
+    Daemon gateway({"sh", "-c", "exec 3</dev/null; LISTEN_PID=$$ LISTEN_FDS=1 exec " + Paths::Gateway()}, {});
     EXPECT_EQ(gateway.Wait(), 1);
     EXPECT_THAT(gateway.Lines(), ElementsAre("orvel-gateway: what was passed to listen on is not one socket with "
                                              "ListenSequentialPacket="));
@@ -310,7 +371,7 @@ TEST(GatewayPrograms, ThatSendGarbageAreServedOn)
     user.SendPacket("");
     user.Send(Request);
     EXPECT_TRUE(Await([&] { return queues.toLink.Waiting() == 1; }));
-    EXPECT_EQ(queues.toLink.Take(), GatewayUser::AsMessage(Request));
+    EXPECT_EQ(queues.toLink.Take(), AsMessage(Request));
     EXPECT_TRUE(gateway->AwaitLine(" from program " + std::to_string(getpid())));
     EXPECT_EQ(gateway->Stop(), 0);
 }
@@ -339,11 +400,11 @@ TEST(GatewayPrograms, CannotFillTheGatewayWithDescriptors)
     EXPECT_EQ(user.Receive(), Usable);
     const auto open = [&]
     {
-        const std::filesystem::directory_iterator all("/proc/" + std::to_string(gateway->Id()) + "/fd");
+        const std::filesystem::directory_iterator all(DirectoryOf(gateway->Id()) / "fd");
         return std::distance(begin(all), end(all));
     };
     const auto before = open();
-    const auto bytes = Knx::FromHex(GatewayUser::AsMessage(Request));
+    const auto bytes = Knx::FromHex(AsMessage(Request));
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
     iovec part{const_cast<uint8_t*>(bytes.data()), bytes.size()};
     msghdr message{};
@@ -377,12 +438,12 @@ TEST(GatewayPrograms, ThatDoNotReadAreToldWhatTheyHaveMissed)
     for (int i = 0; i < count; ++i)
     {
         queues.fromLink.PutFrame(SwitchOn);
-        ASSERT_EQ(reader.Receive(), GatewayUser::AsMessage(SwitchOn)) << i; // slowed down by nobody
+        ASSERT_EQ(reader.Receive(), AsMessage(SwitchOn)) << i; // slowed down by nobody
     }
     EXPECT_EQ(sleeper.Receive(), Usable);
     int received = 0;
     std::string message;
-    while ((message = sleeper.Receive()) == GatewayUser::AsMessage(SwitchOn))
+    while ((message = sleeper.Receive()) == AsMessage(SwitchOn))
     {
         ++received;
     }
@@ -392,25 +453,18 @@ TEST(GatewayPrograms, ThatDoNotReadAreToldWhatTheyHaveMissed)
     EXPECT_GE(received, 1024);
     EXPECT_TRUE(gateway->AwaitLine("lost for program " + std::to_string(getpid())));
     queues.fromLink.PutFrame(SwitchOn);
-    EXPECT_EQ(sleeper.Receive(), GatewayUser::AsMessage(SwitchOn));
+    EXPECT_EQ(sleeper.Receive(), AsMessage(SwitchOn));
     EXPECT_EQ(gateway->Stop(), 0);
 }
 
 TEST(GatewayPrograms, NeedLittleMemoryUnlessTheyFallBehind)
 {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "the thread sanitizer keeps four times as much beside the memory that is used";
+#endif
     const Queues queues;
     GatewayProgram gateway;
-    const auto used = [&]
-    {
-        std::ifstream status("/proc/" + std::to_string(gateway->Id()) + "/status");
-        std::string word;
-        long size = -1;
-        while (status >> word && word != "RssAnon:")
-        {
-        }
-        status >> size;
-        return size; // kB
-    };
+    const auto used = [&] { return std::stol(StatusOf(gateway->Id(), "RssAnon")); }; // kB
     EXPECT_EQ(GatewayUser(gateway.Socket()).Receive(), Usable);
     const long before = used();
     std::list<GatewayUser> users;
@@ -423,7 +477,7 @@ TEST(GatewayPrograms, NeedLittleMemoryUnlessTheyFallBehind)
     {
         queues.fromLink.PutFrame(SwitchOn);
         EXPECT_TRUE(std::all_of(users.begin(), users.end(),
-                                [](const auto& user) { return user.Receive() == GatewayUser::AsMessage(SwitchOn); }));
+                                [](const auto& user) { return user.Receive() == AsMessage(SwitchOn); }));
     }
     EXPECT_GT(before, 0);
     EXPECT_LT(used() - before, 4000); // all of their buffers would be 9,600
@@ -450,12 +504,12 @@ TEST(GatewayPrograms, AreServedInTurn)
         [&]
         {
             message = queues.toLink.Take();
-            if (message == GatewayUser::AsMessage(Request))
+            if (message == AsMessage(Request))
             {
                 ++before;
                 queues.fromLink.PutFrame("2e" + Request.substr(2));
             }
-            return message == GatewayUser::AsMessage("11 00 bc e0 00 00 0a 04 01 00 81");
+            return message == AsMessage("11 00 bc e0 00 00 0a 04 01 00 81");
         }));
     EXPECT_LE(before, 20);
     EXPECT_EQ(gateway->Stop(), 0);

@@ -1,12 +1,18 @@
 // orvel-gateway with the daemon on the board.
 
-#include "GatewayProgram.h"
-#include "OnBoard.h"
+#include "BenchKit/GatewayProgram.h"
+#include "BenchKit/GatewayUser.h"
+#include "BenchKit/Messages.h"
+#include "BenchKit/OnBoard.h"
 
 #include <gmock/gmock.h>
 
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <list>
+#include <optional>
+#include <sstream>
 
 using namespace std::chrono_literals;
 
@@ -54,8 +60,8 @@ TEST_F(Gateway, CarriesTelegramsEachWayAndLetsProgramsHearEachOther)
     EXPECT_THAT(ToKnx(), testing::ElementsAre(Knx::FromHex(Request)));
 
     TheCoProcessor().InjectTelegram(Knx::FromHex(SwitchOn));
-    EXPECT_EQ(one.Receive(), GatewayUser::AsMessage(SwitchOn));
-    EXPECT_EQ(two.Receive(), GatewayUser::AsMessage(SwitchOn));
+    EXPECT_EQ(one.Receive(), AsMessage(SwitchOn));
+    EXPECT_EQ(two.Receive(), AsMessage(SwitchOn));
 
     EXPECT_EQ(gateway->Stop(), 0);
     EXPECT_EQ(daemon.Stop(), 0);
@@ -106,9 +112,20 @@ TEST_F(Gateway, WaitsForTheDaemonAndGoesOverToTheNextOne)
     {
         users.emplace_back(gateway.Socket());
     }
+    // On a busy machine a daemon may lose its link at the start, and tells it. Otherwise nothing comes in between.
     const auto all = [&users](const std::string& message)
-    { return std::all_of(users.begin(), users.end(), [&](const auto& user) { return user.Receive() == message; }); };
-    EXPECT_TRUE(all(Lost));
+    {
+        for (const GatewayUser& user : users)
+        {
+            std::string received = user.Receive();
+            while (received != message && (received == Usable || received == Lost))
+            {
+                received = user.Receive();
+            }
+            EXPECT_EQ(received, message);
+        }
+    };
+    all(Lost);
     users.front().Send(Request);
     EXPECT_EQ(users.front().Receive(), "0b 2e 00 bd e0 00 00 0a 03 01 00 81");
 
@@ -116,12 +133,12 @@ TEST_F(Gateway, WaitsForTheDaemonAndGoesOverToTheNextOne)
     {
         Daemon daemon;
         ASSERT_TRUE(AwaitRunning(daemon));
-        EXPECT_TRUE(all(Usable));
+        all(Usable);
         TheCoProcessor().InjectTelegram(Knx::FromHex(SwitchOn));
-        EXPECT_TRUE(all(GatewayUser::AsMessage(SwitchOn)));
+        all(AsMessage(SwitchOn));
         EXPECT_EQ(daemon.Stop(), 0);
         board->StartPinsAnew();
-        EXPECT_TRUE(all(Lost));
+        all(Lost);
     }
     EXPECT_EQ(gateway->Stop(), 0);
 }
@@ -172,6 +189,43 @@ TEST_F(Gateway, GivesAMonitorAllThatAnApplicationGets)
     }
     EXPECT_EQ(gateway->Stop(), 0);
     EXPECT_EQ(daemon.Stop(), 0);
+}
+
+// Without a program that comes or goes, the file is written every ten seconds.
+TEST_F(Gateway, WritesItsMetricsSoonAfterAProgramHasComeOrGone)
+{
+    const TemporaryDirectory directory;
+    const std::string file = directory.File("metrics");
+    GatewayProgram gateway({"--metrics", file});
+    std::optional<GatewayUser> program;
+    std::filesystem::file_time_type before;
+    for (const char* const programs : {"0", "1", "0"})
+    {
+        const std::string line = std::string("\norvel_gateway_programs ") + programs + "\n";
+        ASSERT_TRUE(Await(
+            [&]
+            {
+                std::ifstream stream(file);
+                std::ostringstream text;
+                text << stream.rdbuf();
+                return text.str().find(line) != std::string::npos;
+            }));
+        const auto written = std::filesystem::last_write_time(file);
+        if (before != std::filesystem::file_time_type())
+        {
+            EXPECT_LT(written - before, std::chrono::seconds(9));
+        }
+        before = written;
+        if (program)
+        {
+            program.reset();
+        }
+        else
+        {
+            program.emplace(gateway.Socket());
+        }
+    }
+    EXPECT_EQ(gateway->Stop(), 0);
 }
 
 TEST_F(Gateway, CarriesWhatAProgramSentThatLeftAtOnce)

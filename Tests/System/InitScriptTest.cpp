@@ -1,7 +1,9 @@
 // The start script of boards without systemd, on a board that has BusyBox and nothing else.
 
-#include "ClientProgram.h"
-#include "OnBoard.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/Paths.h"
+#include "BenchKit/ProcessFiles.h"
 
 #include <gmock/gmock.h>
 
@@ -27,7 +29,9 @@ protected:
         ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
         std::string pattern = (std::filesystem::temp_directory_path() / "orvel-root-XXXXXX").string();
         root = mkdtemp(pattern.data());
-        Daemon made({BUSYBOX_ROOT, root, DRIVER, STAND_IN_LIBRARY, INIT_SCRIPT, PREPARE}, {});
+        Daemon made({Paths::InSourceTree("Tests/System/BusyBoxRoot"), root, Paths::Driver(), Paths::StandInLibrary(),
+                     Paths::InSourceTree("Packaging/Init/orvel"), Paths::Prepare()},
+                    {});
         const int status = made.Wait();
         if (status == 77)
         {
@@ -79,17 +83,6 @@ protected:
     std::vector<std::string> StartedAs() const
     {
         return Says({"orvel: started, as process " + std::to_string(DaemonId())});
-    }
-
-    // The line of /proc/PID/status that begins like this.
-    std::string StatusOfDaemon(const std::string& name) const
-    {
-        std::ifstream status("/proc/" + std::to_string(DaemonId()) + "/status");
-        std::string line;
-        while (std::getline(status, line) && line.rfind(name + ":", 0) != 0)
-        {
-        }
-        return line;
     }
 
     Outcome Script(const std::string& action)
@@ -197,10 +190,10 @@ TEST_F(InitScript, StartsTheDaemonAsItsOwnUser)
         GTEST_SKIP() << "there is no other user in a namespace that was not made by root";
     }
     ASSERT_EQ(Script("start").status, 0);
-    EXPECT_EQ(StatusOfDaemon("Uid"), "Uid:\t4711\t4711\t4711\t4711");
-    EXPECT_EQ(StatusOfDaemon("Gid"), "Gid:\t4712\t4712\t4712\t4712");
-    EXPECT_THAT(StatusOfDaemon("Groups"), testing::AnyOf("Groups:\t4712 ", "Groups:\t "));
-    EXPECT_EQ(StatusOfDaemon("CapEff"), "CapEff:\t0000000000000000");
+    EXPECT_EQ(StatusOf(DaemonId(), "Uid"), "4711\t4711\t4711\t4711");
+    EXPECT_EQ(StatusOf(DaemonId(), "Gid"), "4712\t4712\t4712\t4712");
+    EXPECT_THAT(StatusOf(DaemonId(), "Groups"), testing::AnyOf("4712 ", ""));
+    EXPECT_EQ(StatusOf(DaemonId(), "CapEff"), "0000000000000000");
     EXPECT_TRUE(AwaitEvent(Event::LinkUp));
     struct stat queue = {};
     EXPECT_EQ(stat("/dev/mqueue/cemiToLL", &queue), 0);
@@ -217,7 +210,7 @@ TEST_F(InitScript, StartsTheDaemonAsRootWhereTheBoardHasNoUserForIt)
     const Outcome start = Script("start");
     EXPECT_EQ(start.status, 0);
     EXPECT_THAT(start.lines, ElementsAre(AsRoot, "orvel: started, as process " + std::to_string(DaemonId())));
-    EXPECT_EQ(StatusOfDaemon("Uid"), "Uid:\t0\t0\t0\t0");
+    EXPECT_EQ(StatusOf(DaemonId(), "Uid"), "0\t0\t0\t0");
     EXPECT_TRUE(AwaitEvent(Event::LinkUp));
     EXPECT_EQ(Script("stop").status, 0);
 }
@@ -324,7 +317,7 @@ TEST_F(InitScript, StartsTheDaemonBesideWhatAStrangerMakesOfItsFile)
 TEST_F(InitScript, LetsTheDaemonKeepNoDirectoryOfItsCaller)
 {
     ASSERT_EQ(InRoot({"/bin/sh", "-c", "cd /tmp && /etc/init.d/orvel start"}).status, 0);
-    EXPECT_TRUE(std::filesystem::equivalent("/proc/" + std::to_string(DaemonId()) + "/cwd", File("/")));
+    EXPECT_TRUE(std::filesystem::equivalent(DirectoryOf(DaemonId()) / "cwd", File("/")));
     EXPECT_EQ(Script("stop").status, 0);
 }
 

@@ -2,9 +2,9 @@
 
 #include "KnxIp.h"
 
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/OwnNetwork.h"
 #include "Knx/Telegram.h"
-#include "OnBoard.h"
-#include "OwnNetwork.h"
 
 #include <gmock/gmock.h>
 
@@ -18,6 +18,7 @@ using Knx::FromHex;
 using Knx::MulticastSocket;
 using Simulator::Event;
 using Simulator::KnxIp;
+using Simulator::KnxIpCounters;
 namespace Routing = Knx::Routing;
 
 namespace
@@ -160,8 +161,7 @@ TEST_F(OnKnxIp, MalformedDatagramsChangeNothing)
 TEST_F(OnKnxIp, WithoutItRequestsAreConfirmedByTheCoProcessorAgain)
 {
     knxIp.reset();
-    EXPECT_TRUE(AwaitEvent({Event::KnxIpCounted, "0 sent, 0 received, 0 refused, 0 dropped, 0 lost by others, 0 times "
-                                                 "others busy, 0 malformed, 0 of other services"}));
+    EXPECT_TRUE(AwaitEvent({Event::KnxIpCounted, KnxIpCounters{}}));
     EXPECT_TRUE(toLink.Send(Message("11 00 bc e0 11 02 0a 03 01 00 81")));
     EXPECT_EQ(fromLink.Receive(), Message("2e 00 bc e0 11 02 0a 03 01 00 81"));
     EXPECT_EQ(other.Receive(), std::nullopt);

@@ -1,6 +1,6 @@
 // The LEDs of the kernel's LED class and the co-processor's outputs.
 
-#include "OnBoard.h"
+#include "BenchKit/OnBoard.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,8 @@
 // What reaches the log, and how.
 
-#include "OnBoard.h"
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/Paths.h"
+#include "BenchKit/TemporaryDirectory.h"
 
 #include "System/Process.h"
 
@@ -32,25 +34,14 @@ namespace
 class Log : public OnBoard
 {
 protected:
-    Log()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "orvel-test-XXXXXX").string();
-        directory = mkdtemp(name.data());
-    }
-
-    ~Log() override
-    {
-        std::filesystem::remove_all(directory);
-    }
-
     std::string WriteConfiguration(const std::string& text) const
     {
-        const auto file = directory / "log.properties";
+        std::string file = directory.File("log.properties");
         std::ofstream(file) << text;
         return file;
     }
 
-    std::filesystem::path directory;
+    const TemporaryDirectory directory;
 };
 
 TEST_F(Log, EachLineIsWrittenWhenItHappensAlsoIntoAPipe)
@@ -118,7 +109,7 @@ TEST_F(Log, TheLossOfTheLinkAndGivingItUpAreLinesOfMain)
 
 TEST_F(Log, EachLineTellsItsSourceAndItsFunction)
 {
-    const auto log = directory / "log";
+    const auto log = directory.File("log");
     const auto file = WriteConfiguration("log4cplus.rootLogger=DEBUG,A,F\n"
                                          "log4cplus.appender.A=log4cplus::ConsoleAppender\n"
                                          "log4cplus.appender.A.layout=log4cplus::TTCCLayout\n"
@@ -126,7 +117,7 @@ TEST_F(Log, EachLineTellsItsSourceAndItsFunction)
                                          "log4cplus.appender.F=log4cplus::FileAppender\n"
                                          "log4cplus.appender.F.ImmediateFlush=true\n"
                                          "log4cplus.appender.F.File=" +
-                                         log.string() + "\n" + WithOrigin("F"));
+                                         log + "\n" + WithOrigin("F"));
     auto daemon = Daemon::OnTraceLibrary({"--log_config_file", file});
     ASSERT_TRUE(AwaitRunning(daemon));
     ASSERT_TRUE(daemon.AwaitLine("Set brightness of led prg1 to 0"));
@@ -184,7 +175,7 @@ TEST_F(Log, EachLineIsOneWriteIntoAPipe)
     System::Pipe pipe(O_CLOEXEC | O_DIRECT); // each read gives what one write brought
     System::Process::Start start;
     start.command = {Daemon::Program(), "--version"};
-    start.environment = {{"LD_LIBRARY_PATH", TRACE_LIBRARY}, {"TRACE_OPEN", "0"}};
+    start.environment = {{"LD_LIBRARY_PATH", Paths::TraceLibrary()}, {"TRACE_OPEN", "0"}};
     start.standardOutput = pipe.writing.Number();
     System::Process daemon(start);
     pipe.writing.Close();

@@ -1,6 +1,7 @@
 // A standard output that is not what the daemon needs.
 
-#include "OnBoard.h"
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/Paths.h"
 
 #include "System/Process.h"
 
@@ -23,7 +24,7 @@ System::Process::Start Command(std::vector<std::string> command, int standardOut
 {
     System::Process::Start start;
     start.command = std::move(command);
-    start.environment = {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}};
+    start.environment = {{"LD_LIBRARY_PATH", Paths::StandInLibrary()}};
     start.standardOutput = standardOutput;
     return start;
 }

@@ -1,7 +1,9 @@
 // The program that uses root's rights for what the daemon's user cannot do, on the simulated board.
 
-#include "ClientProgram.h"
-#include "OnBoard.h"
+#include "BenchKit/ClientProgram.h"
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/Paths.h"
+#include "BenchKit/ProcessFiles.h"
 #include "Overlay.h"
 
 #include "Orvel/Protocol.h"
@@ -163,7 +165,7 @@ protected:
 
     static Outcome Run(std::vector<std::string> options = {}, const Daemon::Environment& environment = {})
     {
-        options.insert(options.begin(), PREPARE);
+        options.insert(options.begin(), Paths::Prepare());
         Daemon program(std::move(options), environment);
         const int status = program.Wait();
         return {status, program.Lines()};
@@ -217,7 +219,7 @@ TEST_F(Prepare, LetsTheDaemonRunWithoutAnyRightOfRoots)
         ASSERT_EQ(Run({"--enable_rs485"}).status, 0);
         Daemon daemon({"setpriv", "--reuid=4711", "--regid=4712", "--clear-groups", "--bounding-set=-all",
                        Daemon::Program(), "--enable_rs485"},
-                      {{"LD_LIBRARY_PATH", STAND_IN_LIBRARY}});
+                      {{"LD_LIBRARY_PATH", Paths::StandInLibrary()}});
         ASSERT_TRUE(Await([&] { return HasOpened(daemon); })) << testing::PrintToString(daemon.LogLines());
         EXPECT_TRUE(AwaitEvent(Event::LinkUp));
         EXPECT_THAT(QueuesAre(), ElementsAre(ToLink, FromLink, Button));
@@ -333,7 +335,7 @@ TEST_F(Prepare, SaysNothingOfAQueueThatAnotherHasRemovedHimself)
 
 TEST_F(Prepare, LeavesNoQueueHalfMadeWhenItIsInterrupted)
 {
-    std::vector<std::string> command{PREPARE};
+    std::vector<std::string> command{Paths::Prepare()};
     for (int number = 0; number < 200; ++number)
     {
         command.insert(command.end(), {"-p", "/knob" + std::to_string(number)});
@@ -462,14 +464,9 @@ protected:
     // The program has no child, and waits for something else.
     static bool SleepsAlone(pid_t process)
     {
-        const std::string directoryOfProcess = "/proc/" + std::to_string(process);
-        std::ifstream children(directoryOfProcess + "/task/" + std::to_string(process) + "/children");
-        std::ifstream status(directoryOfProcess + "/stat");
+        std::ifstream children(DirectoryOf(process) / "task" / std::to_string(process) / "children");
         std::string child;
-        std::string number;
-        std::string name;
-        std::string state;
-        return !(children >> child) && (status >> number >> name >> state) && state == "S";
+        return !(children >> child) && StateOf(process).state == 'S';
     }
 
     Daemon::Environment WithModprobe(const std::string& script)
@@ -484,7 +481,7 @@ protected:
 TEST_F(PrepareWithoutLedDevice, LoadsItsModuleAndWaitsForIt)
 {
     const std::string loaded = directory.File("loaded");
-    Daemon program({PREPARE}, WithModprobe("[ \"$*\" = '-q uleds' ] && : >" + loaded));
+    Daemon program({Paths::Prepare()}, WithModprobe("[ \"$*\" = '-q uleds' ] && : >" + loaded));
     ASSERT_TRUE(Await([&] { return std::filesystem::exists(loaded) && SleepsAlone(program.Id()); }));
     std::ofstream("/dev/uleds") << ""; // in the place of udev
     EXPECT_EQ(program.Wait(), 0) << testing::PrintToString(program.Lines());
@@ -535,7 +532,7 @@ TEST_F(Prepare, SaysThatThereIsNoUser)
 
 TEST_F(Prepare, SaysWhatItMayNotDoWithoutRoot)
 {
-    Daemon program({"setpriv", "--reuid=4713", "--regid=4713", "--clear-groups", PREPARE}, {});
+    Daemon program({"setpriv", "--reuid=4713", "--regid=4713", "--clear-groups", Paths::Prepare()}, {});
     EXPECT_EQ(program.Wait(), EX_UNAVAILABLE);
     EXPECT_THAT(program.Lines(),
                 ElementsAre("orvel-prepare: cannot give the daemon /dev/uleds: Operation not permitted; "
@@ -546,7 +543,7 @@ TEST_F(Prepare, SaysThatItNeedsRootWhereItMayGiveDevicesAwayButMakeNoQueues)
 {
     for (const std::string missing : {"-setuid", "-setgid"})
     {
-        Daemon program({"setpriv", "--bounding-set=" + missing, PREPARE}, {});
+        Daemon program({"setpriv", "--bounding-set=" + missing, Paths::Prepare()}, {});
         EXPECT_EQ(program.Wait(), EX_NOPERM) << missing;
         EXPECT_THAT(program.Lines(), ElementsAre("orvel-prepare: cannot make anything for another user: needs root"));
         EXPECT_THAT(QueuesAre(), ElementsAre("nothing", "nothing", "nothing"));

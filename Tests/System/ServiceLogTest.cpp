@@ -1,6 +1,8 @@
 // The log configuration that is installed with the service.
 
-#include "OnBoard.h"
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/Paths.h"
+#include "BenchKit/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 
@@ -20,9 +22,14 @@ namespace
 
 using ServiceLog = OnBoard;
 
+std::string Installed()
+{
+    return Paths::InSourceTree("Packaging/System/log4cplus.properties");
+}
+
 TEST_F(ServiceLog, HasWarningsAndErrorsOnlyEachBehindItsPriority)
 {
-    auto daemon = Daemon::OnTraceLibrary({"--log_config_file", SERVICE_LOG},
+    auto daemon = Daemon::OnTraceLibrary({"--log_config_file", Installed()},
                                          {{"TRACE_CONNECTED", "0"}, {"TRACE_RECONNECT", "0"}});
     EXPECT_EQ(daemon.Wait(), 255);
     const auto lines = daemon.Lines();
@@ -35,7 +42,7 @@ TEST_F(ServiceLog, HasWarningsAndErrorsOnlyEachBehindItsPriority)
 
 TEST_F(ServiceLog, TellsTheLossOfTheLinkAndItsEndAtAPriorityOfTheirOwn)
 {
-    auto daemon = Daemon::OnTraceLibrary({"--log_config_file", SERVICE_LOG},
+    auto daemon = Daemon::OnTraceLibrary({"--log_config_file", Installed()},
                                          {{"TRACE_CONNECTED", "0"}, {"TRACE_RECONNECT", "0"}});
     EXPECT_EQ(daemon.Wait(), 255);
     std::vector<std::string> important;
@@ -54,23 +61,21 @@ TEST_F(ServiceLog, TellsTheLossOfTheLinkAndItsEndAtAPriorityOfTheirOwn)
 
 TEST_F(ServiceLog, HasAllLinesOfTheBuiltInLogWhenItsOneLineIsUncommented)
 {
-    std::ifstream installed(SERVICE_LOG);
+    std::ifstream installed(Installed());
     std::string text(std::istreambuf_iterator<char>(installed), {});
     const auto comment = text.find("#log4cplus.rootLogger=DEBUG");
     ASSERT_NE(comment, std::string::npos);
     text.erase(comment, 1);
-    std::string name = (std::filesystem::temp_directory_path() / "orvel-test-XXXXXX").string();
-    const std::filesystem::path directory = mkdtemp(name.data());
-    const auto file = directory / "log4cplus.properties";
+    const TemporaryDirectory directory;
+    const auto file = directory.File("log4cplus.properties");
     std::ofstream(file) << text;
 
     // This start ends because the serial device cannot be opened, so all lines are the main thread's.
     const Daemon::Environment environment{{"TRACE_OPEN", "0"}, {"TZ", "FAR-14:30"}};
     auto builtIn = Daemon::OnTraceLibrary({}, environment);
     EXPECT_EQ(builtIn.Wait(), 255);
-    auto service = Daemon::OnTraceLibrary({"--log_config_file", file.string()}, environment);
+    auto service = Daemon::OnTraceLibrary({"--log_config_file", file}, environment);
     EXPECT_EQ(service.Wait(), 255);
-    std::filesystem::remove_all(directory);
     EXPECT_EQ(service.LogLines(), builtIn.LogLines());
     EXPECT_THAT(service.Lines(),
                 Each(MatchesRegex("<7>.* DEBUG .*|<4>.* WARN .*|<3>.* ERROR (Nemt|Cemi|Leds|Buttons|Reset) .*|"

@@ -1,7 +1,7 @@
 // The simulated board as the board of the tests.
 
+#include "BenchKit/TestBoard.h"
 #include "Board.h"
-#include "TestBoard.h"
 
 namespace
 {

@@ -1,7 +1,7 @@
 // The command line, the order of the start, and what happens when a part of it fails.
 
-#include "MessageLimit.h"
-#include "OnBoard.h"
+#include "BenchKit/MessageLimit.h"
+#include "BenchKit/OnBoard.h"
 #include "Overlay.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,9 @@
 // The ways out of the supervision loop.
 
-#include "OnBoard.h"
+#include "BenchKit/OnBoard.h"
+#include "BenchKit/Paths.h"
+#include "BenchKit/ProcessFiles.h"
+#include "BenchKit/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 
@@ -35,7 +38,7 @@ bool AwaitSupervising(Daemon& daemon)
 // Whether the main thread sleeps. The kernel shows the number of the call in which it waits.
 bool IsAsleep(pid_t process)
 {
-    std::ifstream file("/proc/" + std::to_string(process) + "/syscall");
+    std::ifstream file(DirectoryOf(process) / "syscall");
     long call = -1;
     file >> call;
     return call == SYS_clock_nanosleep || call == SYS_nanosleep;
@@ -45,33 +48,23 @@ bool IsAsleep(pid_t process)
 // notice a crash.
 std::vector<int> SignalsIn(const std::string& mask, pid_t process)
 {
-    std::ifstream file("/proc/" + std::to_string(process) + "/status");
-    for (std::string line; std::getline(file, line);)
+    const auto bits = std::stoull(StatusOf(process, mask), nullptr, 16);
+    std::vector<int> signals;
+    for (int signal = 1; signal <= 31; ++signal)
     {
-        if (line.rfind(mask + ":", 0) != 0)
+        const bool ofACrash = signal == SIGSEGV || signal == SIGBUS || signal == SIGFPE;
+        if ((bits >> (signal - 1) & 1U) != 0 && !ofACrash)
         {
-            continue;
+            signals.push_back(signal);
         }
-        const auto bits = std::stoull(line.substr(mask.size() + 1), nullptr, 16);
-        std::vector<int> signals;
-        for (int signal = 1; signal <= 31; ++signal)
-        {
-            const bool ofACrash = signal == SIGSEGV || signal == SIGBUS || signal == SIGFPE;
-            if ((bits >> (signal - 1) & 1U) != 0 && !ofACrash)
-            {
-                signals.push_back(signal);
-            }
-        }
-        return signals;
     }
-    ADD_FAILURE() << "no " << mask;
-    return {};
+    return signals;
 }
 
 // Whether another program (an emulator, valgrind) runs the daemon, and catches signals for it.
 bool IsInOtherHands(const Daemon& daemon)
 {
-    return !std::filesystem::equivalent("/proc/" + std::to_string(daemon.Id()) + "/exe", DRIVER);
+    return !std::filesystem::equivalent(DirectoryOf(daemon.Id()) / "exe", Paths::Driver());
 }
 
 // While it exists, the tests ignore none of the signals that they may have inherited as ignored.
@@ -252,9 +245,8 @@ TEST_F(Stop, ASigintDuringTheFirstUseOfTheResetLineEndsTheDaemonOnceItIsBuilt)
 
 TEST_F(Stop, ASigintWhileTheLogIsBeingConfiguredKills)
 {
-    std::string directory = testing::TempDir() + "orvel-stop-XXXXXX";
-    ASSERT_NE(mkdtemp(directory.data()), nullptr);
-    const std::string file = directory + "/log.properties";
+    const TemporaryDirectory directory;
+    const std::string file = directory.File("log.properties");
     EXPECT_EQ(mkfifo(file.c_str(), 0600), 0);
     auto daemon = Daemon::OnTraceLibrary({"--log_config_file", file});
     System::Descriptor writingEnd; // can be opened only while there is a reader, who then waits for a text
@@ -268,7 +260,6 @@ TEST_F(Stop, ASigintWhileTheLogIsBeingConfiguredKills)
     writingEnd.Close();
     EXPECT_EQ(daemon.Wait(), 128 + SIGINT);
     EXPECT_THAT(daemon.Lines(), ElementsAre());
-    std::filesystem::remove_all(directory);
 }
 
 TEST_F(Stop, ASigintDuringTheStartEndsTheDaemonOnceItIsBuilt)

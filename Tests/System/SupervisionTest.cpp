@@ -1,6 +1,6 @@
 // The link is lost, recovers, or is given up.
 
-#include "OnBoard.h"
+#include "BenchKit/OnBoard.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 // The kernel's files as programs see them, the same on the simulated board and on a real kernel.
 
+#include "BenchKit/OnBoard.h"
 #include "MountedFiles.h"
-#include "OnBoard.h"
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,7 @@
 #include "System/MessageQueue.h"
 
+#include "BenchKit/Await.h"
+
 #include <gmock/gmock.h>
 
 #include <poll.h>
@@ -23,7 +25,6 @@ using For = MessageQueue::For;
 using Message = MessageQueue::Message;
 
 constexpr const char* Name = "/messages";
-constexpr auto Patience = 30s; // only a test that fails waits as long
 
 bool IsReadable(const MessageQueue& queue)
 {

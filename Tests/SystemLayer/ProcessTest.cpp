@@ -1,5 +1,7 @@
 #include "System/Process.h"
 
+#include "BenchKit/Await.h"
+
 #include <gmock/gmock.h>
 
 #include <poll.h>
@@ -23,8 +25,6 @@ using namespace std::chrono_literals;
 namespace
 {
 
-constexpr int Patience = 30'000; // ms; only a test that fails waits as long
-
 Process::Start Shell(const std::string& script)
 {
     Process::Start start;
@@ -46,7 +46,7 @@ std::string ReadToEnd(const System::Descriptor& descriptor)
 bool AwaitReadable(int descriptor)
 {
     pollfd entry{descriptor, POLLIN, 0};
-    return poll(&entry, 1, Patience) == 1;
+    return poll(&entry, 1, PatienceMilliseconds) == 1;
 }
 
 TEST(Process, EndsWithItsExitStatusOrWithTheSignalThatKilledIt)

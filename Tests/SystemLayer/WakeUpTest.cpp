@@ -1,9 +1,11 @@
 #include "System/WakeUp.h"
 
+#include "BenchKit/Await.h"
+#include "BenchKit/ResourceLimit.h"
+
 #include <gtest/gtest.h>
 
 #include <poll.h>
-#include <sys/resource.h>
 
 #include <stdexcept>
 #include <string>
@@ -13,8 +15,6 @@ using System::WakeUp;
 
 namespace
 {
-
-constexpr int Patience = 30'000; // ms; only a test that fails waits as long
 
 bool IsReadable(const WakeUp& wakeUp, int timeout = 0)
 {
@@ -27,7 +27,7 @@ TEST(WakeUp, EndsAPollOfAnotherThread)
     const WakeUp wakeUp;
     EXPECT_FALSE(IsReadable(wakeUp));
     std::thread other([&wakeUp] { wakeUp.Signal(); });
-    EXPECT_TRUE(IsReadable(wakeUp, Patience));
+    EXPECT_TRUE(IsReadable(wakeUp, PatienceMilliseconds));
     other.join();
 }
 
@@ -43,35 +43,13 @@ TEST(WakeUp, TakesAllSignalsBackAtOnceAndSaysWhetherThereWereAny)
     EXPECT_TRUE(IsReadable(wakeUp));
 }
 
-// While it lives, this process may open nothing. The sanitizers need descriptors for their checks: nothing else happens then.
-class NothingMayBeOpened
-{
-public:
-    NothingMayBeOpened()
-    {
-        getrlimit(RLIMIT_NOFILE, &before);
-        const rlimit none{0, before.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-
-    ~NothingMayBeOpened()
-    {
-        setrlimit(RLIMIT_NOFILE, &before);
-    }
-
-    NothingMayBeOpened(const NothingMayBeOpened&) = delete;
-    NothingMayBeOpened& operator=(const NothingMayBeOpened&) = delete;
-
-private:
-    rlimit before{};
-};
-
 TEST(WakeUp, SaysThatTheSystemHasNoDescriptorToGive)
 {
     std::string message;
     try
     {
-        const NothingMayBeOpened limit;
+        // Nothing else happens meanwhile: the sanitizers need descriptors for their checks.
+        const ResourceLimit noDescriptors(RLIMIT_NOFILE, 0);
         const WakeUp wakeUp;
     }
     catch (const std::runtime_error& error)

@@ -1,12 +1,10 @@
 #include "CommandLine.h"
 
+#include "BenchKit/ResourceLimit.h"
 #include "ComponentTest.h"
 #include "Output.h"
 #include "Revision.h"
 
-#include <sys/resource.h>
-
-#include <algorithm>
 #include <cctype>
 #include <initializer_list>
 #include <map>
@@ -43,28 +41,6 @@ std::string OnOneLine(const std::string& text)
     }
     return line;
 }
-
-// Lets the main thread's stack grow up to 64 MiB: the frames of a sanitizer's build are larger than those of the daemon.
-class MoreStack
-{
-public:
-    MoreStack()
-    {
-        getrlimit(RLIMIT_STACK, &before);
-        rlimit more = before;
-        more.rlim_cur = std::min(more.rlim_max, std::max(more.rlim_cur, rlim_t{64} << 20U));
-        setrlimit(RLIMIT_STACK, &more);
-    }
-    ~MoreStack()
-    {
-        setrlimit(RLIMIT_STACK, &before);
-    }
-    MoreStack(const MoreStack&) = delete;
-    MoreStack& operator=(const MoreStack&) = delete;
-
-private:
-    rlimit before{};
-};
 
 class CommandLine : public ComponentTest
 {
@@ -282,7 +258,8 @@ TEST_F(CommandLine, RejectsASwitchWithAValueThatIsNoTruthValue)
 
 TEST_F(CommandLine, TakesArgumentsOf16384Bytes)
 {
-    const MoreStack forASanitizersFrames;
+    // The frames of a sanitizer's build are larger than those of the daemon.
+    const ResourceLimit moreStack(RLIMIT_STACK, rlim_t{64} << 20U);
     const std::string option = "--led_green_name=";
     const std::string name(16384 - option.size(), 'x');
     const std::string grouped = "-o" + std::string(16382, 'y');

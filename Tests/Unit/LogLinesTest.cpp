@@ -3,6 +3,7 @@
 
 #include "Applications.h"
 #include "Await.h"
+#include "BenchKit/Paths.h"
 #include "Buttons.h"
 #include "Cemi.h"
 #include "ComponentTest.h"
@@ -37,6 +38,11 @@ const std::string ToLl = "/logLinesTestToLl";
 const std::string Button = "/logLinesTestButton";
 constexpr uint16_t TopicCemi = 256;
 constexpr uint16_t TopicDevice = 257;
+
+std::filesystem::path Sources()
+{
+    return Paths::InSourceTree("Driver/OrvelDriver/Src");
+}
 
 // How many lines a source can write.
 std::size_t LinesIn(const std::filesystem::path& source)
@@ -79,7 +85,7 @@ protected:
                 lines.insert(Spelled(line.function) + ": " + line.text);
             }
         }
-        EXPECT_EQ(lines.size(), LinesIn(std::filesystem::path(DRIVER_SOURCES) / source)) << "a line is missing";
+        EXPECT_EQ(lines.size(), LinesIn(Sources() / source)) << "a line is missing";
         return lines;
     }
 
@@ -227,7 +233,7 @@ TEST_F(LogLines, OfTheResetComeFromTheseFunctions)
 TEST_F(LogLines, ComeFromNoOtherSources)
 {
     std::map<std::string, std::size_t> sources;
-    for (const auto& entry : std::filesystem::directory_iterator(DRIVER_SOURCES))
+    for (const auto& entry : std::filesystem::directory_iterator(Sources()))
     {
         if (const std::size_t lines = LinesIn(entry.path()); lines != 0)
         {

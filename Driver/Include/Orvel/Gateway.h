@@ -29,7 +29,8 @@
 
 /*
  * Lost: 0x03, code, number high byte, number low byte. So many messages had no room in this program's buffer because it
- * did not read them in time. It comes where they are missing. 65,535 means as many or more.
+ * did not read them in time. It comes where they are missing. 65,535 means as many or more. If the last change of the link is
+ * among them, the link state message comes behind, as soon as there is room.
  */
 #define ORVEL_GATEWAY_LOST_CODE 0xBB
 #define ORVEL_GATEWAY_LOST_MESSAGE_SIZE 4 /* bytes, size byte included */

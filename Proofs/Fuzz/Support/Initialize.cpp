@@ -1,6 +1,6 @@
 // For the fuzzers that need queues or mounts.
 
-#include "Sandboxed.h"
+#include "BenchKit/Sandboxed.h"
 
 #include <sys/prctl.h>
 #include <unistd.h>

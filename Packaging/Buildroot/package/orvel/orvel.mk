@@ -9,7 +9,7 @@ ORVEL_VERSION = 1.0.0
 ORVEL_SITE = $(realpath $(BR2_EXTERNAL_ORVEL_PATH)/../..)
 ORVEL_SITE_METHOD = local
 ORVEL_DEPENDENCIES = host-pkgconf cxxopts log4cplus
-ORVEL_DEPENDENCIES += $(if $(BR2_PACKAGE_ORVEL_CLIENT),json-for-modern-cpp pugixml)
+ORVEL_DEPENDENCIES += $(if $(BR2_PACKAGE_ORVEL_CLIENT),cli11 json-for-modern-cpp libpcap ncurses pugixml)
 ORVEL_INSTALL_STAGING = YES # for applications
 ORVEL_NEMT_LIBRARY = $(call qstrip,$(BR2_PACKAGE_ORVEL_NEMT_LIBRARY))
 

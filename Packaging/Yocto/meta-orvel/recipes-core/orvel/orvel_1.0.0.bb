@@ -12,8 +12,8 @@ DEPENDS = "cxxopts log4cplus ${ORVEL_LINK_LIBRARY}"
 inherit cmake pkgconfig systemd update-rc.d useradd
 
 PACKAGECONFIG ??= "client ${@bb.utils.filter('DISTRO_FEATURES', 'systemd sysvinit', d)}"
-PACKAGECONFIG[client] = "-DORVEL_CLIENT=ON,-DORVEL_CLIENT=OFF,nlohmann-json pugixml"
-PACKAGECONFIG[simulator] = "-DORVEL_SIMULATOR=ON,-DORVEL_SIMULATOR=OFF,fuse3 ncurses nlohmann-json pugixml"
+PACKAGECONFIG[client] = "-DORVEL_CLIENT=ON,-DORVEL_CLIENT=OFF,cli11 libpcap ncurses nlohmann-json pugixml"
+PACKAGECONFIG[simulator] = "-DORVEL_SIMULATOR=ON,-DORVEL_SIMULATOR=OFF,cli11 fuse3 ncurses nlohmann-json pugixml"
 PACKAGECONFIG[systemd] = "-DORVEL_SYSTEMD=ON,-DORVEL_SYSTEMD=OFF,,util-linux-nsenter"
 PACKAGECONFIG[sysvinit] = "-DORVEL_INIT=ON,-DORVEL_INIT=OFF"
 EXTRA_OECMAKE = " \
