@@ -86,13 +86,18 @@ void DaemonSide::Look(Time now)
     {
         try
         {
-            if (OpenIfThere() == 0)
+            const int error = OpenIfThere();
+            if (error == 0)
             {
                 if (std::exchange(hasFailed, false))
                 {
                     hub.OnDaemonFound(now);
                 }
                 Read(now);
+            }
+            else if (error == ENOENT)
+            {
+                hasFailed = false; // the daemon has gone after all, and the next one tells of its link
             }
         }
         catch (const std::system_error& failure) // the loop has no room for it at the moment

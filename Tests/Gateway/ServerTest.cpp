@@ -14,6 +14,7 @@
 
 #include <gmock/gmock.h>
 
+#include <mqueue.h>
 #include <sys/epoll.h>
 #include <unistd.h>
 
@@ -61,6 +62,28 @@ int __wrap_epoll_ctl(int epoll, int operation, int descriptor, epoll_event* even
         return -1;
     }
     return __real_epoll_ctl(epoll, operation, descriptor, event);
+}
+
+// The gateway's way to read a queue. It can fail.
+extern "C" ssize_t __wrap_mq_receive(mqd_t queue, char* message, std::size_t size, unsigned* priority);
+extern "C" ssize_t __real_mq_receive(mqd_t queue, char* message, std::size_t size, unsigned* priority);
+
+namespace
+{
+
+std::atomic<bool> nextFails = false;
+
+} // namespace
+
+ssize_t __wrap_mq_receive(mqd_t queue, char* message, std::size_t size, unsigned* priority)
+{
+    const ssize_t received = __real_mq_receive(queue, message, size, priority);
+    if (received != -1 && nextFails.exchange(false))
+    {
+        errno = EBADMSG; // the message is lost
+        return -1;
+    }
+    return received;
 }
 
 namespace
@@ -264,6 +287,37 @@ TEST_F(ServerTest, TellsThatTheDaemonWasKilledAndThatTheNextOneGoesOnWithItsQueu
     EXPECT_EQ(toLink.AwaitMessage(), AsMessage(Request));
     fromLink->PutFrame(Confirmation);
     EXPECT_EQ(user.Receive(), AsMessage(Confirmation));
+}
+
+TEST_F(ServerTest, FindsTheLinkUsableAgainAfterAQueueThatFailedOnce)
+{
+    fromLink->PutFrame(Usable);
+    Start();
+    const GatewayUser user(options.socket);
+    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    nextFails = true;
+    fromLink->PutFrame(SwitchOn);
+    EXPECT_EQ(user.Receive(), AsMessage(Lost));
+    EXPECT_EQ(user.Receive(), AsMessage(Usable)); // nothing has come from the daemon, which is there and has no news
+}
+
+TEST_F(ServerTest, WaitsForTheNextDaemonsLinkWhereOneHasGoneAfterAQueueThatFailed)
+{
+    const auto log = UnitTests::CapturedLog::Attach();
+    fromLink->PutFrame(Usable);
+    Start();
+    const GatewayUser user(options.socket);
+    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    nextFails = true;
+    fromLink->PutFrame(SwitchOn);
+    fromLink.reset();
+    EXPECT_EQ(user.Receive(), AsMessage(Lost));
+    EXPECT_TRUE(log->Await("WARN Daemon No daemon: waiting for its queues"));
+    fromLink.emplace("/cemiFromLL");
+    EXPECT_TRUE(log->Await("INFO Daemon Opened the queues of the daemon", 2));
+    user.Send(Request);
+    EXPECT_THAT(Codes(user, 1), ElementsAre("2e")); // refused, before anything is told of the link
+    EXPECT_EQ(toLink.Take(), "nothing");
 }
 
 TEST_F(ServerTest, ReadsTheNextDaemonsQueueBeforeABusyLineHasFilledIt)
