@@ -257,6 +257,7 @@ private:
         if (expectation.Has("recovers"))
         {
             report.deliveries.clear();
+            mustArrive = true;
             PlayRound();
         }
         if (concernsMetrics)
@@ -365,7 +366,7 @@ private:
             return done();
         };
         const bool arrived = Step(isDone);
-        if (arrived || !expectation.Has("recovers") || HasEnded())
+        if (arrived || mustArrive || !expectation.Has("recovers") || HasEnded())
         {
             return arrived;
         }
@@ -497,6 +498,7 @@ private:
     bool visits = false;
     std::map<std::string, std::string> states; // of the link, the last that each program was told
     int round = 0;
+    bool mustArrive = false; // all of this round: what may be lost has been
 };
 
 } // namespace
