@@ -61,11 +61,13 @@ std::string CapturePacket(const Message& message)
     const std::string content = PacketOf(message);
     const auto size = static_cast<uint32_t>(content.size());
     const auto second = std::chrono::floor<std::chrono::seconds>(message.time);
-    if (size > MaxPacket || second.count() < 0 || second.count() > std::numeric_limits<uint32_t>::max())
+    if (size > MaxPacket)
     {
-        Reject(size > MaxPacket
-                   ? "a capture has no room for a frame of " + std::to_string(message.frame.size()) + " bytes"
-                   : "a capture has no room for times before 1970 or after 2106");
+        Reject("a capture has no room for a frame of " + std::to_string(message.frame.size()) + " bytes");
+    }
+    if (second.count() < 0 || second.count() > std::numeric_limits<uint32_t>::max())
+    {
+        Reject("a capture has no room for times before 1970 or after 2106");
     }
     const std::array<uint32_t, 4> header{static_cast<uint32_t>(second.count()),
                                          static_cast<uint32_t>((message.time - second).count()),
