@@ -27,7 +27,7 @@ prepare_root() {
     --aptopt="$(apt-config dump --format '%F "%v";%n' Acquire::Check-Valid-Until Acquire::Check-Date)" \
     "$suite" "$new" "$mirror" >"$log" 2>&1 || {
     # Leave out the mirror's name, which is this machine's own business.
-    grep '^E: ' "$log" | sed 's|[a-z]*://[^ ]*|(the mirror)|g' >&2
+    grep -e '^E: ' -e '^dpkg: error' -e 'No space left' "$log" | sed 's|[a-z]*://[^ ]*|(the mirror)|g' >&2
     die "cannot make the root; all that was said is in $log"
   }
   echo "$contents" >"$new/orvel-root"
