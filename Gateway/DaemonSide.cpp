@@ -59,6 +59,8 @@ DaemonSide::DaemonSide(Loop& eventLoop, Hub& servedHub, const std::string& butto
         break;
     case EACCES:
         throw Failure(Status::NotAllowed, told);
+    case EBUSY:
+        throw Failure(Status::InUse, "another gateway reads " ORVEL_CEMI_FROM_LL_QUEUE);
     default:
         break;
     }
@@ -99,6 +101,10 @@ void DaemonSide::Look(Time now)
             {
                 hasFailed = false; // the daemon has gone after all, and the next one tells of its link
             }
+            else if (error == EBUSY)
+            {
+                TellOnce("another program has locked " ORVEL_CEMI_FROM_LL_QUEUE); // anybody who may read it can
+            }
         }
         catch (const std::system_error& failure) // the loop has no room for it at the moment
         {
@@ -113,7 +119,7 @@ void DaemonSide::Look(Time now)
     LookSoon(now);
 }
 
-// 0, or why they cannot be opened.
+// 0, or why they cannot be opened. All but EBUSY, another gateway's claim, has been told.
 int DaemonSide::OpenIfThere()
 {
     for (DaemonQueue* const queue : {&fromLink.queue, &toLink.queue})
@@ -127,16 +133,18 @@ int DaemonSide::OpenIfThere()
     }
     if (!fromLink.queue.Claim())
     {
-        throw Failure(Status::InUse, "another gateway reads " ORVEL_CEMI_FROM_LL_QUEUE);
+        fromLink.queue.Close();
+        toLink.queue.Close();
+        return EBUSY;
     }
     fromLink.watch.emplace(loop, fromLink.queue.Descriptor(), [this] { OnLinkReadable(); });
     toLink.watch.emplace(
         loop, toLink.queue.Descriptor(), [] {}, [this] { tell(); });
+    fromLink.watch->AwaitReadable();
+    AwaitWriterEnd();
     told.clear();
     hasStopped = false;
     LOG4CPLUS_INFO(logger, "Opened the queues of the daemon");
-    fromLink.watch->AwaitReadable();
-    AwaitWriterEnd();
     OpenButton();
     return 0;
 }

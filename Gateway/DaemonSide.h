@@ -25,7 +25,7 @@ public:
     DaemonSide(Loop& eventLoop, Hub& servedHub, const std::string& buttonQueue, std::function<void()> onEvent);
 
     /// Nobody tells when a daemon comes or is started anew, so this has to look. To be called once in a second; while a restart is
-    /// likely, it also looks by itself. Throws Failure (InUse).
+    /// likely, it also looks by itself.
     void Look(Time now);
 
     /// Gives the hub what the link has sent.

@@ -135,12 +135,22 @@ const Message* Hub::Next(Id id)
 
 void Hub::Taken(Id id)
 {
+    Remove(id, true);
+}
+
+void Hub::Dropped(Id id)
+{
+    Remove(id, false);
+}
+
+void Hub::Remove(Id id, bool isDelivered)
+{
     Participant& participant = *participants[id];
     const bool couldSend = participant.CanSend();
     if (participant.Messages().Take())
     {
-        ++participant.counters.delivered;
-        ++counters.delivered;
+        participant.counters.delivered += isDelivered ? 1U : 0U;
+        counters.delivered += isDelivered ? 1U : 0U;
         TellState(id); // there may have been no room when it changed
     }
     if (!couldSend)
@@ -227,7 +237,7 @@ void Hub::OnConfirmation(const Message& message, Time now)
     if (!telegram)
     {
         ++counters.unexpected;
-        ToAllBut(Nobody, message);
+        ToAllBut(Places(), message); // the network takes each confirmation for that of a telegram of its own
         return;
     }
     const bool isConfirmed = !telegram->HasFailed();

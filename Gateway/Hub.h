@@ -86,6 +86,9 @@ public:
     /// What Next gave has gone out.
     void Taken(Id id);
 
+    /// What Next gave finds nobody any more.
+    void Dropped(Id id);
+
     /// A participant whose messages have become some, or that can send again; each once until there is news again.
     std::optional<Id> NextWithNews();
 
@@ -131,7 +134,7 @@ public:
         return programs;
     }
 
-    /// All numbers of programs are below this one.
+    /// All numbers of programs are below this one, which is the network's.
     std::size_t Places() const
     {
         return participants.size() - 1;
@@ -149,6 +152,7 @@ private:
     static constexpr Id Nobody = InFlight::Nobody;
 
     void Connect(Id id);
+    void Remove(Id id, bool isDelivered);
     void SetLink(Link state, Time now);
     void TellState(Id id, bool hasChanged = false);
     Time LimitOfFront(const Participant& participant) const;

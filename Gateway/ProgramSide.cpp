@@ -161,7 +161,7 @@ std::size_t ProgramSide::Serve(Hub::Id id)
             break; // until Look, or until there is more for it
         }
         program.isDeaf = result == ProgramSocket::Result::Ended;
-        hub.Taken(id);
+        program.isDeaf ? hub.Dropped(id) : hub.Taken(id);
         ++sent;
     }
     if (!program.isRead && hub.CanSend(id))

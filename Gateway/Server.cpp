@@ -130,6 +130,7 @@ void Server::TellLink()
         return;
     }
     told = hub.State();
+    dueAt = Hub::Time::max(); // the timer may be set for the end of settling, when nothing is due any more
     ++linkChanges;
     if (told == Hub::Link::Usable)
     {

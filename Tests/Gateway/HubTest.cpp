@@ -321,6 +321,30 @@ TEST_F(HubTest, LetsAnIncompleteConfirmationPass)
     EXPECT_THAT(All(one), ElementsAre("04 2e 00 bc e0"));
 }
 
+TEST_F(HubTest, KeepsAnIncompleteConfirmationFromTheNetworkWhichWouldCountIt)
+{
+    const Id network = hub.ConnectNetwork();
+    All(network);
+    FromLink("2e 00 bc e0");
+    FromLink("2e 00");
+    EXPECT_THAT(All(network), IsEmpty());
+}
+
+TEST_F(HubTest, DoesNotCountAsDeliveredWhatNobodyTook)
+{
+    FromLink(Indication(1));
+    FromLink(Indication(2));
+    All(two);
+    const uint64_t before = hub.Count().delivered;
+    ASSERT_NE(hub.Next(one), nullptr);
+    hub.Taken(one);
+    ASSERT_NE(hub.Next(one), nullptr);
+    hub.Dropped(one);
+    EXPECT_EQ(hub.Next(one), nullptr);
+    EXPECT_EQ(hub.Count().delivered, before + 1);
+    EXPECT_EQ(hub.Count(one).delivered, hub.Count(two).delivered - 1);
+}
+
 TEST_F(HubTest, RefusesARequestAtOnceWhileTheLinkIsLost)
 {
     FromLink("b9 ff ff");

@@ -14,8 +14,10 @@
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
 #include <mqueue.h>
 #include <sys/epoll.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -118,16 +120,21 @@ protected:
 
     ~ServerTest() override
     {
-        if (thread.joinable())
-        {
-            std::raise(SIGTERM);
-            thread.join();
-        }
+        Stop();
     }
 
     void Start()
     {
         thread = std::thread([this] { Run(); });
+    }
+
+    void Stop()
+    {
+        if (thread.joinable())
+        {
+            std::raise(SIGTERM);
+            thread.join();
+        }
     }
 
     // How often the gateway has asked for memory so far.
@@ -318,6 +325,47 @@ TEST_F(ServerTest, WaitsForTheNextDaemonsLinkWhereOneHasGoneAfterAQueueThatFaile
     user.Send(Request);
     EXPECT_THAT(Codes(user, 1), ElementsAre("2e")); // refused, before anything is told of the link
     EXPECT_EQ(toLink.Take(), "nothing");
+}
+
+TEST_F(ServerTest, RefusesInTimeAlsoWhereTheLinkHasBecomeUsableEarly)
+{
+    options.hub.confirmTimeout = std::chrono::milliseconds(100);
+    auto shortest = std::chrono::steady_clock::duration::max();
+    for (int starts = 0; starts < 3; ++starts)
+    {
+        Start();
+        Allocations(); // it waits for the link now, for a second
+        fromLink->PutFrame(Usable);
+        const GatewayUser user(options.socket);
+        EXPECT_EQ(user.Receive(), AsMessage(Usable));
+        const auto begin = std::chrono::steady_clock::now();
+        user.Send(Request);
+        EXPECT_THAT(Codes(user, 1), ElementsAre("2e"));
+        shortest = std::min(shortest, std::chrono::steady_clock::now() - begin);
+        Stop();
+    }
+    EXPECT_LT(shortest, std::chrono::milliseconds(700));
+}
+
+TEST_F(ServerTest, WaitsForADaemonWhoseQueueSomebodyElseHasLocked)
+{
+    const auto log = UnitTests::CapturedLog::Attach();
+    fromLink->PutFrame(Usable);
+    Start();
+    const GatewayUser user(options.socket);
+    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    System::Descriptor locked;
+    do // the gateway can be quicker
+    {
+        fromLink.reset();
+        fromLink.emplace("/cemiFromLL");
+        locked = System::Descriptor(mq_open("/cemiFromLL", O_RDONLY | O_CLOEXEC));
+    } while (flock(locked.Number(), LOCK_EX | LOCK_NB) == -1);
+    EXPECT_TRUE(log->Await("WARN Daemon No daemon: another program has locked /cemiFromLL"));
+    locked.Close();
+    EXPECT_EQ(user.Receive(), AsMessage(Lost));
+    fromLink->PutFrame(Usable);
+    EXPECT_EQ(user.Receive(), AsMessage(Usable));
 }
 
 TEST_F(ServerTest, ReadsTheNextDaemonsQueueBeforeABusyLineHasFilledIt)
