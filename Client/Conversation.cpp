@@ -62,18 +62,13 @@ Bus& Conversation::Listened()
 
 void Conversation::Send(const Bytes& request)
 {
-    // A connection to the gateway gives up what waits there when something is sent.
-    while (const auto received = Listened().Receive())
-    {
-        heard.push_back(FromQueue(*received, Now()));
-    }
     sender.Send(request);
 }
 
 void Conversation::SendConfirmed(const Bytes& request, const std::function<bool(const Message&)>& proves)
 {
     // The confirmation of an earlier request looks the same.
-    while (listener && listener->Receive())
+    while (Listened().Receive())
     {
     }
     heard.clear();

@@ -9,15 +9,18 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 namespace OrvelClient
 {
 
 namespace
 {
+
+constexpr std::size_t MostKept = ORVEL_GATEWAY_MESSAGES; // as many as the gateway keeps
 
 [[noreturn]] void Fail(const std::string& path, int error)
 {
@@ -56,6 +59,24 @@ GatewaySocket::GatewaySocket(const std::string& path)
 
 std::optional<Bytes> GatewaySocket::Receive()
 {
+    if (!kept.empty())
+    {
+        Bytes message = std::move(kept.front());
+        kept.pop_front();
+        return message;
+    }
+    if (lost > 0)
+    {
+        const auto shown = static_cast<uint16_t>(std::min<std::size_t>(std::exchange(lost, 0), UINT16_MAX));
+        return Bytes{ORVEL_GATEWAY_LOST_MESSAGE_SIZE - 1, ORVEL_GATEWAY_LOST_CODE, static_cast<uint8_t>(shown >> 8U),
+                     static_cast<uint8_t>(shown & 0xFFU)};
+    }
+    return Take();
+}
+
+// The next message that waits in the socket.
+std::optional<Bytes> GatewaySocket::Take()
+{
     Bytes message(ORVEL_CEMI_MESSAGE_SIZE);
     const ssize_t size = recv(socket.Number(), message.data(), message.size(), 0);
     if (size <= 0)
@@ -74,8 +95,10 @@ std::optional<Bytes> GatewaySocket::Receive()
 
 bool GatewaySocket::Send(const Bytes& message)
 {
-    while (Receive())
+    // The gateway takes no more from a program that does not read.
+    while (auto received = Take())
     {
+        Keep(std::move(*received));
     }
     if (!ended && linkIsLost)
     {
@@ -89,10 +112,20 @@ bool GatewaySocket::Send(const Bytes& message)
     return true;
 }
 
+void GatewaySocket::Keep(Bytes message)
+{
+    if (lost > 0 || kept.size() == MostKept)
+    {
+        ++lost;
+        return;
+    }
+    kept.push_back(std::move(message));
+}
+
 bool GatewaySocket::HasMessage() const
 {
     uint8_t byte = 0;
-    return recv(socket.Number(), &byte, sizeof(byte), MSG_PEEK) > 0;
+    return !kept.empty() || lost > 0 || recv(socket.Number(), &byte, sizeof(byte), MSG_PEEK) > 0;
 }
 
 // Whether the error is the end of the connection. Throws if it is neither that nor a matter of waiting.

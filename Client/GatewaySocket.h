@@ -4,6 +4,7 @@
 
 #include "System/Descriptor.h"
 
+#include <deque>
 #include <string>
 
 namespace OrvelClient
@@ -31,18 +32,22 @@ public:
 
     std::optional<Bytes> Receive() override;
 
-    /// Discards what waits to be received: whoever sends reads what concerns the request before the next one. Throws Failure
-    /// (NotThere) while the gateway has no link.
+    /// Keeps what waits to be received, which poll does not tell any more: receive before you wait. What is too much is lost, and
+    /// a message in its place says how many, as one of the gateway does. Throws Failure (NotThere) while the gateway has no link.
     bool Send(const Bytes& message) override;
 
     /// Whether a message waits.
     bool HasMessage() const;
 
 private:
+    std::optional<Bytes> Take();
+    void Keep(Bytes message);
     bool Fails(int error);
 
     System::Descriptor socket;
     std::string name;
+    std::deque<Bytes> kept;
+    std::size_t lost = 0;    // behind those that are kept
     bool linkIsLost = false; // as far as has been received
     bool ended = false;
 };

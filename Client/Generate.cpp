@@ -75,7 +75,15 @@ void GenerateOptions::AddTo(Arguments::Parser& parser)
 {
     groups.AddTo(parser, "To these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name. There is no default, because telegrams to "
                          "random addresses would switch real lamps and drive real blinds.");
-    parser.Require("--group");
+    parser.Check(
+        [this]
+        {
+            if (groups.IsEmpty())
+            {
+                throw Arguments::Wrong("--group is required: telegrams to random addresses would switch real lamps and "
+                                       "drive real blinds");
+            }
+        });
     parser.Option("--dpt", type, "Values of this datapoint type; without it those of the group's, or random bytes.");
     names.AddTo(parser);
     parser.Number<double>("--rate", rate, 0.001, 100000, "Send so many telegrams a second, default is: 10");

@@ -37,29 +37,29 @@ void GroupPatterns::AddTo(Arguments::Parser& parser, const std::string& text)
         "--group",
         [this](const std::string& group)
         {
-            if (HasName(group))
+            if (!HasName(group))
             {
-                names.push_back(group);
-                return;
+                for (const std::string& part : Parts(group))
+                {
+                    static_cast<void>(Knx::GroupAddressPattern(part)); // wrong ones are refused at once
+                }
             }
-            for (const std::string& part : Parts(group))
-            {
-                patterns.emplace_back(part);
-            }
+            texts.push_back(group);
         },
         text);
 }
 
 void GroupPatterns::Resolve(const Knx::GroupAddresses& groups)
 {
-    for (const std::string& text : names)
+    for (const std::string& text : texts)
     {
-        const bool isName = !groups.Find(text).empty(); // also one with a comma
+        const bool isName =
+            !Knx::LooksLikeGroupAddress(text) && !groups.Find(text).empty(); // also "12-14", or with a comma
         for (const std::string& part : isName ? std::vector<std::string>{text} : Parts(text))
         {
             try
             {
-                patterns.emplace_back(HasName(part) ? Knx::GroupAddress(AddressFrom(part, groups)) : part);
+                patterns.emplace_back(isName || HasName(part) ? Knx::GroupAddress(AddressFrom(part, groups)) : part);
             }
             catch (const Knx::NotAGroupAddress& problem)
             {
@@ -67,7 +67,7 @@ void GroupPatterns::Resolve(const Knx::GroupAddresses& groups)
             }
         }
     }
-    names.clear();
+    texts.clear();
 }
 
 bool GroupPatterns::Contain(uint16_t address) const

@@ -19,13 +19,13 @@ public:
     /// --group, with its text for the help.
     void AddTo(Arguments::Parser& parser, const std::string& text);
 
-    /// Before the others: takes the names for what they mean. Throws Failure (NotUnderstood, WrongOption).
+    /// Before the others: takes the texts for what they mean, which may be names. Throws Failure (NotUnderstood, WrongOption).
     void Resolve(const Knx::GroupAddresses& groups);
 
     /// Whether nothing was given.
     bool IsEmpty() const
     {
-        return patterns.empty() && names.empty();
+        return patterns.empty() && texts.empty();
     }
 
     bool Contain(uint16_t address) const;
@@ -35,7 +35,7 @@ public:
 
 private:
     std::vector<Knx::GroupAddressPattern> patterns;
-    std::vector<std::string> names;
+    std::vector<std::string> texts; // until they are resolved
 };
 
 } // namespace OrvelClient

@@ -7,6 +7,7 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
+#include <array>
 
 namespace OrvelClient
 {
@@ -18,6 +19,14 @@ constexpr const char* Root = "CommunicationLog";
 constexpr const char* Format = "CommonEmi";
 constexpr std::size_t MaxTag = 65536; // bytes
 constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF";
+
+// What is no element, and may have brackets and single quotes in it.
+struct Other
+{
+    std::string_view begin;
+    std::string_view end;
+};
+constexpr std::array<Other, 3> Others{{{"<!--", "-->"}, {"<![CDATA[", "]]>"}, {"<?", "?>"}}};
 
 // "<Telegram Service=...>": "Telegram"; "</Telegram>": "/Telegram"
 std::string NameIn(std::string_view tag)
@@ -100,27 +109,40 @@ bool TelegramLogReader::NextTag(std::string& tag)
 {
     while (SkipTo("<", nullptr))
     {
-        const std::string_view begin = source.Ahead(3).substr(0, 3);
-        tag = "<";
-        if (begin == "!--")
+        const std::string begin = "<" + std::string(source.Ahead(8).substr(0, 8));
+        const auto* const other =
+            std::find_if(Others.begin(), Others.end(),
+                         [&begin](const Other& one) { return begin.compare(0, one.begin.size(), one.begin) == 0; });
+        if (other != Others.end())
         {
-            if (!SkipTo("-->", nullptr))
+            if (!SkipTo(other->end, nullptr))
             {
                 return false;
             }
             continue;
         }
-        bool isQuoted = false; // a bracket may stand between quotes
+        tag = "<";
+        char quote = '\0'; // the one that is open: a bracket may stand between quotes
         do
         {
-            const auto counted = static_cast<std::ptrdiff_t>(tag.size());
+            const std::size_t looked = tag.size();
             if (!SkipTo(">", &tag))
             {
                 return false;
             }
-            isQuoted = isQuoted != (std::count(tag.begin() + counted, tag.end(), '"') % 2 != 0);
-        } while (isQuoted);
-        if (begin.substr(0, 1) != "?" && begin.substr(0, 1) != "!")
+            for (const char character : std::string_view(tag).substr(looked))
+            {
+                if (quote == '\0' && (character == '"' || character == '\''))
+                {
+                    quote = character;
+                }
+                else if (character == quote)
+                {
+                    quote = '\0';
+                }
+            }
+        } while (quote != '\0');
+        if (tag[1] != '!')
         {
             return true;
         }

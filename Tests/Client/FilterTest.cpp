@@ -32,7 +32,8 @@ Filter Made(std::vector<const char*> arguments)
 // Which of the messages pass: "11000" are the first two.
 std::string Chosen(const std::vector<const char*>& arguments)
 {
-    const Filter filter = Made(arguments);
+    Filter filter = Made(arguments);
+    filter.Resolve({});
     std::string chosen;
     for (const std::string& hex : {Write, Read, Confirmation, ToDevice, LinkUsable, LinkLost})
     {
@@ -56,7 +57,7 @@ TEST(Filter, ChoosesByGroupAddressAndNotByThatOfADevice)
     EXPECT_EQ(Chosen({"--group", "1/2/4", "--group", "1/3/3"}), "011000");
 }
 
-// Like Chosen, with names for two groups.
+// Of the write to 1/2/3 and the read of 1/2/4, where three groups have names.
 std::string ChosenByName(const char* text)
 {
     Filter filter = Made({"--group", text});
@@ -66,7 +67,10 @@ std::string ChosenByName(const char* text)
     Knx::NamedGroup temperature;
     temperature.address = 0x0A04;
     temperature.name = "Floor";
-    filter.Resolve(Knx::GroupAddresses({light, temperature}));
+    Knx::NamedGroup range;
+    range.address = 0x0B03;
+    range.name = "2563-2564"; // 1/2/3 and 1/2/4
+    filter.Resolve(Knx::GroupAddresses({light, temperature, range}));
     std::string chosen;
     for (const std::string& hex : {Write, Read})
     {
@@ -87,6 +91,12 @@ TEST(Filter, ChoosesByNamesWhichMayHaveACommaInThem)
                     "no group has the name 'Light'; 'orvelctl names' lists them");
     EXPECT_REJECTED(ChosenByName("Floor,1/2/300"), Status::WrongOption,
                     "--group: '1/2/300' is no group address: 300 should be 0 to 255");
+}
+
+TEST(Filter, TakesANameBeforeARangeOfTheSameCharacters)
+{
+    EXPECT_EQ(ChosenByName("2563-2564"), "00");
+    EXPECT_EQ(ChosenByName("2563-2565"), "11");
 }
 
 TEST(Filter, ChoosesBySource)

@@ -3,6 +3,8 @@
 #include "BenchKit/ScriptedGateway.h"
 #include "Rejection.h"
 
+#include "Orvel/Gateway.h"
+
 #include <unistd.h>
 
 #include <memory>
@@ -54,6 +56,46 @@ TEST(GatewaySocket, SendsEachMessageAsAPacket)
     EXPECT_TRUE(socket.Send(FromHex("01 f1")));
     EXPECT_EQ(program.Receive(), "02 11 00");
     EXPECT_EQ(program.Receive(), "01 f1");
+}
+
+TEST(GatewaySocket, KeepsWhatComesWhileItSends)
+{
+    const ScriptedGateway gateway;
+    GatewaySocket socket(gateway.Path());
+    const auto program = gateway.Greet();
+    program.Send("29 00 bc");
+    EXPECT_TRUE(socket.Send(FromHex("01 f1")));
+    program.Send("29 00 bd");
+    EXPECT_TRUE(socket.Send(FromHex("01 f1")));
+    program.Send("29 00 be");
+    for (const char* const message : {"03 b9 00 01", "03 29 00 bc", "03 29 00 bd", "03 29 00 be", "nothing"})
+    {
+        EXPECT_EQ(Received(socket), message);
+    }
+}
+
+TEST(GatewaySocket, TellsHowManyMessagesWereTooMuchToKeep)
+{
+    const ScriptedGateway gateway;
+    GatewaySocket socket(gateway.Path());
+    const auto program = gateway.Accept();
+    for (int sent = 0; sent < ORVEL_GATEWAY_MESSAGES + 6; ++sent)
+    {
+        program.Send("29 00 bc");
+        EXPECT_TRUE(socket.Send(FromHex("01 f1")));
+        EXPECT_EQ(program.Receive(), "01 f1");
+    }
+    EXPECT_EQ(Received(socket), "03 29 00 bc");
+    program.Send("29 00 bd"); // lost too: it would come before the message about the others
+    EXPECT_TRUE(socket.Send(FromHex("01 f1")));
+    program.Send("29 00 be");
+    for (int received = 1; received < ORVEL_GATEWAY_MESSAGES; ++received)
+    {
+        EXPECT_EQ(Received(socket), "03 29 00 bc");
+    }
+    EXPECT_EQ(Received(socket), "03 bb 00 07");
+    EXPECT_EQ(Received(socket), "03 29 00 be");
+    EXPECT_EQ(Received(socket), "nothing");
 }
 
 TEST(GatewaySocket, SaysWhenThereIsNoRoomAndWhenThereIsAgain)

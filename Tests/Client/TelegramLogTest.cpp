@@ -68,6 +68,21 @@ TEST(TelegramLog, OtherElementsAndWhatMayStandBetweenThemDoNotMatter)
     EXPECT_EQ(recorded.remark, "");
 }
 
+TEST(TelegramLog, MayHaveQuotesWhereverXmlHasThem)
+{
+    for (const char* const other :
+         {"<Connection State='the 19\" rack'/>", "<Connection State=\"the bus' rack\"/>", "<Connection State='\">'/>",
+          "<Connection State='a > b' Name=\"'>\"/>", "<!-- it's 19\" -->", "<?note it's 19\"?>",
+          "<Comment><![CDATA[it's <19\"> ]]></Comment>", "<Comment>it's 19\"</Comment>"})
+    {
+        std::string text = Begin;
+        text.append(other).append(Telegram).append(End);
+        const Recorded recorded = Read(text);
+        EXPECT_EQ(recorded.messages.size(), 1) << other;
+        EXPECT_EQ(recorded.remark, "") << other;
+    }
+}
+
 TEST(TelegramLog, IsUsedUpToWhereItIsCutOff)
 {
     const std::string good = Begin + Telegram;

@@ -158,6 +158,15 @@ TEST_F(ClientGateway, WriteTakesOnlyTheConfirmationOfItsOwnRequest)
     EXPECT_EQ(program.Receive(), "end");
 }
 
+TEST_F(ClientGateway, WriteTakesNoConfirmationThatCameBeforeItsRequest)
+{
+    ClientProgram client(Through({"write", "1/2/3", "on", "--dpt", "1.001"}));
+    const auto program = gateway->Greet("2e 00 bd e0 11 01 0a 03 01 00 81");
+    EXPECT_EQ(program.Receive(), "0b " + SwitchOn);
+    program.Send("2e 00 bc e0 11 01 0a 03 01 00 81");
+    EXPECT_EQ(client.End().status, 0);
+}
+
 TEST_F(ClientGateway, WriteSaysWhyItIsNotConfirmed)
 {
     const std::vector<std::pair<std::string, std::string>> answers{

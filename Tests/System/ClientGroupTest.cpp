@@ -104,10 +104,27 @@ TEST_F(ClientGroup, WriteShowsTheFrameWithPrint)
     EXPECT_EQ(toLink.Take(), "nothing");
 }
 
+TEST_F(ClientGroup, ReadAndAnswerShowTheFrameWithPrint)
+{
+    const std::vector<std::pair<std::vector<std::string>, std::string>> commands{
+        {{"read", "1/2/4", "--print"}, Read},
+        {{"answer", "1/2/4", "21", "--dpt", "9.001", "--print"}, "11 00 bc e0 00 00 0a 04 03 00 40 0c 1a"},
+    };
+    for (const auto& [command, frame] : commands)
+    {
+        const Outcome outcome = RunClient(command);
+        EXPECT_EQ(outcome.status, 0) << frame;
+        EXPECT_THAT(outcome.lines, ElementsAre(frame));
+    }
+    EXPECT_EQ(toLink.Take(), "nothing");
+}
+
 TEST_F(ClientGroup, WriteSaysWhatIsAllowedAndSendsNothing)
 {
     const std::vector<std::tuple<std::vector<std::string>, int, std::string>> wrong{
         {{"write", "1/2/4", "-300", "--dpt", "9.001"}, 3, "9.001: -273 to 670433.28 °C"},
+        {{"write", "1/2/4", "21", "--dpt", "9.999"}, 3, "no datapoint type '9.999'; there are 9.001"},
+        {{"write", "1/2/4", "123456789012345", "--dpt", "16.000"}, 3, "16.000: up to 14 characters of ASCII"},
         {{"write", "1/2/4", "21"}, 3, "the type of 1/2/4 is not known: --dpt names one, such as --dpt 9.001"},
         {{"write", "1/2/5", "21", "--names", house.File()},
          3,
