@@ -77,18 +77,22 @@ const Knx::DatapointType* TypeNamed(const std::string& word)
     return word.find_first_of(".-") == std::string::npos ? nullptr : Knx::FindDatapointType(word);
 }
 
+// The type that stands behind a value, if one does.
+const Knx::DatapointType* TypeBehind(const std::string& text)
+{
+    const std::size_t blank = text.find_last_of(Blanks);
+    return blank == std::string::npos ? nullptr : TypeNamed(text.substr(blank + 1));
+}
+
 // The value, and behind it the type if that is not known.
 Knx::GroupValue ValueFrom(const std::string& text, uint16_t group, const Knx::KnownGroups& groups)
 {
     const Knx::DatapointType* type = groups.Type(group);
     std::string value = text;
-    if (const std::size_t blank = text.find_last_of(Blanks); blank != std::string::npos)
+    if (const auto* const named = TypeBehind(text))
     {
-        if (const auto* const named = TypeNamed(text.substr(blank + 1)))
-        {
-            type = named;
-            value = WithoutMargin(text.substr(0, blank));
-        }
+        type = named;
+        value = WithoutMargin(text.substr(0, text.find_last_of(Blanks)));
     }
     const std::string address = GroupAddress(group, groups.Addresses().Style());
     if (type == nullptr)
@@ -112,8 +116,10 @@ Knx::Bytes FromKnx(uint16_t group, GroupService service, const Knx::GroupValue& 
 Knx::Bytes TelegramFrom(const std::string& text, const Knx::KnownGroups& groups)
 {
     const Words words = Split(text);
-    const bool isGroup =
-        words.isQuoted || words.group.find('/') != std::string::npos || !groups.Addresses().Find(words.group).empty();
+    // A number alone may be a byte of a frame with a mistake in it.
+    const bool isNumberedGroup = Knx::LooksLikeGroupAddress(words.group) && TypeBehind(words.rest) != nullptr;
+    const bool isGroup = words.isQuoted || words.group.find('/') != std::string::npos || isNumberedGroup ||
+                         !groups.Addresses().Find(words.group).empty();
     if (!isGroup || text.find_first_not_of("0123456789abcdefABCDEF: \t") == std::string::npos)
     {
         return FromHex(text);

@@ -20,8 +20,8 @@ public:
 };
 
 /// A telegram from KNX as a person types it: a cEMI frame of 1 to MaxTelegram bytes in hexadecimal digits; or a group, which is
-/// an address with slashes or a name, its value, and the value's type unless `groups` know it: `1/2/3 21.5 9.001`,
-/// `"Living room/Ceiling" on`. Throws NotATelegram.
+/// an address or a name, its value, and the value's type unless `groups` know it: `1/2/3 21.5 9.001`,
+/// `"Living room/Ceiling" on`. An address without slashes needs the type. Throws NotATelegram.
 Knx::Bytes TelegramFrom(const std::string& text, const Knx::KnownGroups& groups);
 
 /// One that reads the value of the group in `text`. Throws NotATelegram.

@@ -19,6 +19,7 @@ constexpr long Unit = 100;
 constexpr long Step = 10;
 constexpr long Tolerance = 20; // around the setpoint
 constexpr long Coldest = 1000; // outside
+constexpr long Hottest = 4000; // that the heating can do
 
 const Knx::DatapointType& Celsius()
 {
@@ -93,7 +94,7 @@ Device::Reports Thermostat::OnTime(Clock::time_point now)
         return {};
     }
     const long before = temperature;
-    temperature = heats ? temperature + Step : std::max(temperature - Step, Coldest);
+    temperature = heats ? std::min(temperature + Step, Hottest) : std::max(temperature - Step, Coldest);
     Reports reports;
     if (temperature != before)
     {

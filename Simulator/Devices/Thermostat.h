@@ -6,7 +6,8 @@ namespace Simulator
 {
 
 /// A room with a thermostat, which heats until the room is as warm as the setpoint wants it. The room gains or loses a tenth of
-/// a degree in each interval. The thermostat tells each new temperature, and when it begins or ends to heat.
+/// a degree in each interval, between 10 and 40 degrees. The thermostat tells each new temperature, and when it begins or ends
+/// to heat.
 class Thermostat : public Device
 {
 public:

@@ -3,6 +3,7 @@
 #include "System/Deadline.h"
 
 #include "TypedTelegram.h"
+#include "TypedText.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -24,7 +25,7 @@ using namespace std::chrono_literals;
 using System::Terminal;
 
 constexpr auto DrawEvery = 50ms;       // at most; more a person does not see
-constexpr std::size_t MaxTyped = 3072; // characters; the longest telegram
+constexpr std::size_t MaxTyped = 3072; // bytes; the longest telegram
 constexpr int MaxPause = 3600;         // seconds; that of the commands
 
 } // namespace
@@ -272,13 +273,13 @@ void LiveBoard::OnPromptKey(int key)
         view.prompt.reset();
         break;
     case Terminal::Backspace:
-        typed.erase(typed.empty() ? 0 : typed.size() - 1);
+        RemoveLast(typed);
         break;
     case Terminal::ClearLine:
         typed.clear();
         break;
     default:
-        if (key >= ' ' && key <= '~' && typed.size() < MaxTyped)
+        if (IsCharacter(key) && typed.size() < MaxTyped)
         {
             typed += static_cast<char>(key);
         }

@@ -1,5 +1,7 @@
 #include "Picture.h"
 
+#include "TypedText.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -202,10 +204,8 @@ Picture Draw(const BoardState& state, const View& view, int rows, int columns)
     {
         // What is being typed is at its end.
         const std::string label = " telegram (Enter, Esc): ";
-        const std::string& typed = *view.prompt;
         const auto room = static_cast<std::size_t>(std::max(columns - static_cast<int>(label.size()) - 1, 0));
-        picture.PutBar(last, label + (typed.size() > room ? typed.substr(typed.size() - room) : typed) + "_",
-                       Style::Bar);
+        picture.PutBar(last, label + EndOf(*view.prompt, room) + "_", Style::Bar);
     }
     else if (view.pause)
     {

@@ -227,6 +227,19 @@ TEST(Picture, WhatIsTypedIsAtTheBottomAndItsEndIsVisible)
     EXPECT_EQ(row.size(), 80U);
 }
 
+TEST(Picture, WhatIsTypedBeginsWithAWholeCharacterWhereItsBeginningHasNoRoom)
+{
+    const WithUtf8 locale;
+    std::string longText;
+    std::string shown;
+    for (int count = 1; count <= 30; ++count)
+    {
+        longText += "\u00fc";
+        shown += count <= 27 ? "\u00fc" : "";
+    }
+    EXPECT_EQ(Draw(Busy(), {"board", false, longText}, 24, 80).Text(23), " telegram (Enter, Esc): " + shown + "_");
+}
+
 TEST(Picture, FitsAnySize)
 {
     for (int rows = 0; rows < 40; ++rows)

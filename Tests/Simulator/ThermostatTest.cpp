@@ -122,4 +122,17 @@ TEST_F(ThermostatTest, ItsRoomBecomesNoColderThanItIsOutside)
     EXPECT_THAT(Next(), IsEmpty());
 }
 
+TEST_F(ThermostatTest, ItsRoomBecomesNoHotterThanTheHeatingCanMakeItWhateverIsWanted)
+{
+    thermostat.OnWrite(Setpoint, Degrees("670433.28"));
+    for (int interval = 0; interval < 205; ++interval)
+    {
+        EXPECT_THAT(Next(), testing::SizeIs(1)) << interval;
+    }
+    EXPECT_EQ(Text(thermostat.ValueOf(Temperature)), "40 \u00b0C");
+    EXPECT_THAT(Next(), IsEmpty());
+    EXPECT_EQ(Text(thermostat.ValueOf(Setpoint)), "670433.28 \u00b0C");
+    EXPECT_THAT(Texts(thermostat.OnWrite(Setpoint, Degrees("21"))), ElementsAre("heating Off"));
+}
+
 } // namespace

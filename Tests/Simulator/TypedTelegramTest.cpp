@@ -61,6 +61,14 @@ TEST(TypedTelegram, IsAGroupItsValueAndTheValuesType)
     EXPECT_EQ(Typed("1/2/3 red=255 green=0 blue=16 232.600", {}), "29 00 bc e0 11 01 0a 03 04 00 80 ff 00 10");
 }
 
+TEST(TypedTelegram, TakesANumberForAGroupWhereATypeStandsBehindItsValue)
+{
+    EXPECT_EQ(Typed("515 21.5 9.001", {}), Typed("0/2/3 21.5 9.001", {}));
+    EXPECT_EQ(Typed("2563 on 1.001"), Typed("1/2/3 on 1.001"));
+    EXPECT_EQ(Typed("2563 00 81"), "25 63 00 81");
+    EXPECT_EQ(Answer("70000 on 1.001"), "'70000' is no group address: 70000 should be 0 to 65535");
+}
+
 TEST(TypedTelegram, TakesNamesAndTypesOfKnownGroups)
 {
     EXPECT_EQ(Typed("1/2/4 21"), "29 00 bc e0 11 01 0a 04 03 00 80 0c 1a");
@@ -87,7 +95,7 @@ TEST(TypedTelegram, ThatIsNoneIsAnsweredInOneLine)
     const std::string hex =
         "'telegram' takes 1 to 1024 bytes of two hexadecimal digits each; blanks and colons may stand between "
         "them; or a group, a value and its type, such as 1/2/3 21.5 9.001";
-    for (const std::string wrong : {"", " ", "1", "29 00 x", "Cellar on"})
+    for (const std::string wrong : {"", " ", "1", "29 00 x", "29 00 1.x", "2563 9.001", "Cellar on"})
     {
         EXPECT_EQ(Answer(wrong), hex) << wrong;
     }
