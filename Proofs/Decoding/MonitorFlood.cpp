@@ -1,8 +1,10 @@
 // Sends telegrams to orvelctl's monitor at a steady pace, as the daemon would, and checks what it shows of them.
 //   monitor-flood ORVELCTL NAMES TELEGRAMS RATE
-// RATE is telegrams a second. Whatever the machine does beside, nothing is left out: where the queue is full, the telegram
-// waits, and the report says how long the last of them was late. Fails when the monitor has not shown each telegram, with the
-// name of its group, in its order.
+// RATE is telegrams a second. Prints how many telegrams the monitor has lost, how many ms the last of them was late, the
+// seconds of the processor that the monitor took, and how many telegrams found the queue full, where the daemon would have
+// dropped them. Here they wait: at 10,000 a second the queue is full after a millisecond, and a busy machine takes the
+// processor from the monitor for longer than that. How late the last telegram is tells whether the monitor keeps up. Fails
+// when the monitor has not shown each telegram, with the name of its group, in its order.
 
 #include "BenchKit/Sandboxed.h"
 #include "Knx/GroupAddress.h"
@@ -77,21 +79,31 @@ void Pause(const System::Process& monitor)
     std::this_thread::sleep_for(glance);
 }
 
-// How late the last one was.
-milliseconds Send(const Job& job, const System::MessageQueue& queue, const System::Process& monitor)
+struct Sent
+{
+    milliseconds late{};      // the last one
+    unsigned long waited = 0; // so many, for room
+};
+
+Sent Send(const Job& job, const System::MessageQueue& queue, const System::Process& monitor)
 {
     const auto begin = steady_clock::now();
     const auto due = [&](unsigned long number) { return begin + nanoseconds(seconds(number)) / job.rate; };
+    Sent sent;
     for (unsigned long number = 0; number < job.telegrams; ++number)
     {
         std::this_thread::sleep_until(due(number));
         const Knx::Bytes telegram = Telegram(number);
-        while (!queue.Send(telegram))
+        bool hasRoom = queue.Send(telegram);
+        sent.waited += hasRoom ? 0 : 1;
+        while (!hasRoom)
         {
             Pause(monitor);
+            hasRoom = queue.Send(telegram);
         }
     }
-    return duration_cast<milliseconds>(steady_clock::now() - due(job.telegrams - 1));
+    sent.late = duration_cast<milliseconds>(steady_clock::now() - due(job.telegrams - 1));
+    return sent;
 }
 
 // How many telegrams the file shows before the first that is not as it was sent.
@@ -132,7 +144,7 @@ int Run(const Job& job)
     }
     const std::string file = directory + "/log";
     unsigned long shown = 0;
-    milliseconds late{};
+    Sent sent;
     {
         const System::OwnMessageQueue queue("/cemiFromLL", System::MessageQueue::For::Writing, 10, 261);
         System::Process::Start start;
@@ -144,14 +156,15 @@ int Run(const Job& job)
         {
             Pause(monitor);
         }
-        late = Send(job, queue, monitor);
+        sent = Send(job, queue, monitor);
         if (monitor.Wait() == 0)
         {
             shown = CountShown(file);
         }
     }
     std::filesystem::remove_all(directory);
-    std::printf("%lu %ld %.3f\n", job.telegrams - shown, static_cast<long>(late.count()), SecondsOfChildren());
+    std::printf("%lu %ld %.3f %lu\n", job.telegrams - shown, static_cast<long>(sent.late.count()), SecondsOfChildren(),
+                sent.waited);
     return shown == job.telegrams ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
