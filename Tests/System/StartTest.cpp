@@ -2,6 +2,7 @@
 
 #include "BenchKit/MessageLimit.h"
 #include "BenchKit/OnBoard.h"
+#include "BenchKit/ResourceLimit.h"
 #include "Overlay.h"
 
 #include <gmock/gmock.h>
@@ -65,6 +66,19 @@ TEST_F(Start, HelpWithTheValueFalseIsHelp)
 TEST_F(Start, HelpIsPrintedBesideANameOf5000Characters)
 {
     auto daemon = Daemon::OnTraceLibrary({"--led_green_name", std::string(5000, 'x'), "--help"});
+    EXPECT_EQ(daemon.Wait(), 0);
+    ASSERT_FALSE(daemon.Lines().empty());
+    EXPECT_EQ(daemon.Lines()[0], "ORVEL userspace driver");
+}
+
+TEST_F(Start, TheLongestArgumentIsReadOnTheUsualStack)
+{
+#if defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
+    GTEST_SKIP() << "the frames of this daemon are larger than those of a product";
+#endif
+    const ResourceLimit usualStack(RLIMIT_STACK, rlim_t{8} << 20U);
+    const std::string option = "--led_green_name=";
+    auto daemon = Daemon::OnTraceLibrary({option + std::string(16384 - option.size(), 'x'), "--help"});
     EXPECT_EQ(daemon.Wait(), 0);
     ASSERT_FALSE(daemon.Lines().empty());
     EXPECT_EQ(daemon.Lines()[0], "ORVEL userspace driver");
