@@ -105,6 +105,13 @@ Process::Process(const Start& start)
     }
     // The C library has it only since lately.
     descriptor = System::Descriptor(static_cast<int>(syscall(SYS_pidfd_open, id, 0)));
+    if (!descriptor.IsOpen())
+    {
+        error = errno;
+        kill(id, SIGKILL);
+        waitpid(id, nullptr, 0);
+        ThrowErrno("cannot watch " + start.command.front(), error);
+    }
 }
 
 Process::~Process()
