@@ -80,6 +80,8 @@ static void onMessage(const uint8_t* message, size_t size) /* the first byte is 
         if (message[3] == ORVEL_LINK_STATE_USABLE)
             sendTelegram(4, 0x00); /* read: what happened meanwhile? */
     }
+    else if (size == ORVEL_GATEWAY_LOST_MESSAGE_SIZE && message[1] == ORVEL_GATEWAY_LOST_CODE)
+        sendTelegram(4, 0x00);             /* read: a report may be among the messages that are missing */
     else if (isLong && message[1] == 0x29) /* an L_Data.ind */
         onTelegram(message + 3 + message[2]);
     else if (isLong && message[1] == 0x2e && (message[3 + message[2]] & 1) != 0) /* an L_Data.con with the error bit */

@@ -66,7 +66,7 @@ TEST_F(GatewaySwitch, TelegramsForOthersAndBrokenOnesChangeNothing)
     for (const char* const frame :
          {"29 00 bc e0 11 01 0a 05 01 00 81", "29 00 bc 60 11 01 0a 04 01 00 81", "29 00 bc e0 11 01 0a 04 01 00 00",
           "2e 00 bc e0 11 01 0a 04 01 00 81", "29 00 bc e0 11 01 0a 04 02 00 80 01", "29 00 bc e0 11 01 0a 04 01 00",
-          "29 ff bc e0 11 01 0a 04 01 00 81", "29", "29 00 bc e0 11 01 0a 04 01 03 81", "ba", "bb 00 01", "bc 00",
+          "29 ff bc e0 11 01 0a 04 01 00 81", "29", "29 00 bc e0 11 01 0a 04 01 03 81", "ba", "bb 00", "bc 00",
           "29 04 03 02 11 22 bc 60 11 01 0a 04 01 00 81", "29 04 03 02 11 22 bc e0 11 01 0a"})
     {
         program.Send(frame);
@@ -99,6 +99,14 @@ TEST_F(GatewaySwitch, AsksForTheStatusOnlyWhenTheLinkIsUsable)
     program.Send("ba 00");
     EXPECT_EQ(program.Receive(), Request("03", "81"));
     program.Send("b9 00 01");
+    EXPECT_EQ(program.Receive(), AskForStatus);
+}
+
+TEST_F(GatewaySwitch, AsksForTheStatusWhenMessagesWereDropped)
+{
+    const auto program = gateway.Greet();
+    EXPECT_EQ(program.Receive(), AskForStatus);
+    program.Send("bb 00 05");
     EXPECT_EQ(program.Receive(), AskForStatus);
 }
 
