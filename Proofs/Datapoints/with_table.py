@@ -71,8 +71,9 @@ def compare_number(ours, field, differ):
         limits = tuple(round(ours[end] * step + ours["offset"], 2) for end in ("lowest", "highest"))
         full = tuple(round(end * step, 2) for end in range_of_bits(field))
         expected = (float(low) if low else full[0], float(high) if high else full[1])
-    if limits != expected:
-        differ("limits", f"{limits} {expected}")
+    for what, limit, other in zip(("lowest", "highest"), limits or (None, None), expected or (None, None)):
+        if limit != other:
+            differ(what, f"{limit} {other}")
 
 
 def compare_texts(ours, field, differ):
