@@ -67,6 +67,7 @@ public:
     {
         const std::lock_guard lock(mutex);
         notice = line;
+        link.clear(); // it is told again by whoever comes
     }
 
     System::Picture Draw(TopView& view, int rows, int columns)

@@ -16,6 +16,7 @@
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 namespace
@@ -198,8 +199,11 @@ TEST_F(ClientTop, FollowsTheSizeOfTheTerminal)
 TEST_F(ClientTop, GoesOverToTheQueueOfADaemonThatWasStartedAnew)
 {
     Start();
+    fromLink->PutFrame("b9 00 01");
+    Await(" orvelctl top: /cemiFromLL, link usable");
     fromLink.reset();
     Await("; /cemiFromLL was removed");
+    EXPECT_THAT(window->Rows().at(0), Not(HasSubstr("link"))); // nobody knows
     fromLink = std::make_unique<MadeQueue>("/cemiFromLL");
     Await("; /cemiFromLL is there again");
     fromLink->PutFrame(Ceiling);
