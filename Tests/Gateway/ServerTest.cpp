@@ -128,6 +128,16 @@ protected:
         thread = std::thread([this] { Run(); });
     }
 
+    // A program that knows that the link is usable.
+    GatewayUser StartWithUsableLink()
+    {
+        fromLink->PutFrame(Usable);
+        Start();
+        GatewayUser user(options.socket);
+        EXPECT_EQ(user.Receive(), AsMessage(Usable));
+        return user;
+    }
+
     void Stop()
     {
         if (thread.joinable())
@@ -241,10 +251,7 @@ TEST_F(ServerTest, GoesOnWithoutTheButtonWhileTheSystemCannotWaitForIt)
 {
     const auto log = UnitTests::CapturedLog::Attach();
     options.buttonQueue = "/doorbell";
-    fromLink->PutFrame(Usable);
-    Start();
-    const GatewayUser user(options.socket);
-    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    const GatewayUser user = StartWithUsableLink();
     isFull = true;
     const MadeQueue doorbell("/doorbell", 6, 1);
     EXPECT_TRUE(log->Await("WARN Daemon No programming button: cannot wait for its queue: assign: No space left on "
@@ -276,10 +283,7 @@ TEST_F(ServerTest, GivesProgramsThatWaitForItWhatWaitsInTheQueue)
 
 TEST_F(ServerTest, TellsThatTheDaemonWasKilledAndThatTheNextOneGoesOnWithItsQueues)
 {
-    fromLink->PutFrame(Usable);
-    Start();
-    const GatewayUser user(options.socket);
-    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    const GatewayUser user = StartWithUsableLink();
     {
         const Queue daemon("/cemiFromLL", Queue::For::Writing); // which is closed, and stays
         EXPECT_TRUE(daemon.Send(WithSize(Knx::FromHex(SwitchOn))));
@@ -298,10 +302,7 @@ TEST_F(ServerTest, TellsThatTheDaemonWasKilledAndThatTheNextOneGoesOnWithItsQueu
 
 TEST_F(ServerTest, FindsTheLinkUsableAgainAfterAQueueThatFailedOnce)
 {
-    fromLink->PutFrame(Usable);
-    Start();
-    const GatewayUser user(options.socket);
-    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    const GatewayUser user = StartWithUsableLink();
     nextFails = true;
     fromLink->PutFrame(SwitchOn);
     EXPECT_EQ(user.Receive(), AsMessage(Lost));
@@ -311,10 +312,7 @@ TEST_F(ServerTest, FindsTheLinkUsableAgainAfterAQueueThatFailedOnce)
 TEST_F(ServerTest, WaitsForTheNextDaemonsLinkWhereOneHasGoneAfterAQueueThatFailed)
 {
     const auto log = UnitTests::CapturedLog::Attach();
-    fromLink->PutFrame(Usable);
-    Start();
-    const GatewayUser user(options.socket);
-    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    const GatewayUser user = StartWithUsableLink();
     nextFails = true;
     fromLink->PutFrame(SwitchOn);
     fromLink.reset();
@@ -350,10 +348,7 @@ TEST_F(ServerTest, RefusesInTimeAlsoWhereTheLinkHasBecomeUsableEarly)
 TEST_F(ServerTest, WaitsForADaemonWhoseQueueSomebodyElseHasLocked)
 {
     const auto log = UnitTests::CapturedLog::Attach();
-    fromLink->PutFrame(Usable);
-    Start();
-    const GatewayUser user(options.socket);
-    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    const GatewayUser user = StartWithUsableLink();
     System::Descriptor locked;
     do // the gateway can be quicker
     {
@@ -370,10 +365,7 @@ TEST_F(ServerTest, WaitsForADaemonWhoseQueueSomebodyElseHasLocked)
 
 TEST_F(ServerTest, ReadsTheNextDaemonsQueueBeforeABusyLineHasFilledIt)
 {
-    fromLink->PutFrame(Usable);
-    Start();
-    const GatewayUser user(options.socket);
-    EXPECT_EQ(user.Receive(), AsMessage(Usable));
+    const GatewayUser user = StartWithUsableLink();
     auto shortest = std::chrono::steady_clock::duration::max();
     for (int restarts = 0; restarts < 10; ++restarts)
     {
