@@ -5,9 +5,11 @@
 #include <term.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <clocale>
 #include <csignal>
+#include <cstdlib>
 #include <stdexcept>
 
 namespace System
@@ -43,9 +45,25 @@ void StartColours()
     init_pair(OrangePair, many ? Orange : short{COLOR_RED}, -1);
 }
 
+// Whether the environment leaves it open which characters the terminal has. An empty variable says nothing.
+bool HasNoLanguage()
+{
+    constexpr std::array Variables{"LC_ALL", "LC_CTYPE", "LANG"};
+    return std::none_of(Variables.begin(), Variables.end(),
+                        [](const char* name)
+                        {
+                            const char* value = std::getenv(name);
+                            return value != nullptr && *value != '\0';
+                        });
+}
+
 screen* OpenScreen()
 {
     std::setlocale(LC_CTYPE, ""); // the characters that the user's terminal has
+    if (HasNoLanguage())
+    {
+        std::setlocale(LC_CTYPE, "C.UTF-8"); // what terminals have if nobody says otherwise, as in a container
+    }
     return newterm(nullptr, stdout, stdin);
 }
 

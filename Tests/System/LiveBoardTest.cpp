@@ -190,6 +190,13 @@ TEST_F(LiveBoard, ShowsANameAsItIsWhereTheTerminalHasItsCharacters)
     Await(" orvel-board: K??che-");
 }
 
+TEST_F(LiveBoard, ShowsANameAsItIsWhereNobodySaysWhichCharactersTheTerminalHas)
+{
+    const std::string name = "K\u00fcche-" + std::to_string(getpid());
+    StartWithLink("--name " + name, "env --unset=LC_ALL --unset=LC_CTYPE LANG=");
+    Await(" orvel-board: " + name);
+}
+
 TEST_F(LiveBoard, NeedsNoColour)
 {
     StartWithLink("", "TERM=vt100");
