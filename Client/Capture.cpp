@@ -32,6 +32,7 @@ constexpr uint32_t MaxPacket = 65535;         // bytes
            "; what may help: tshark -r FILE -Y exported_pdu -w - | editcap -F pcap -T wireshark-upper-pdu - OTHER");
 }
 
+// Where a timeval has 32 bits for the seconds, the library has dropped those above: a time after 2106 is then a wrong one.
 std::chrono::microseconds TimeOf(const timeval& time)
 {
     constexpr int64_t latest = 1000000000000; // s, as in the other forms

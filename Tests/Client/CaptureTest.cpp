@@ -6,6 +6,7 @@
 #include "Rejection.h"
 
 #include <gmock/gmock.h>
+#include <sys/time.h>
 
 #include <cstring>
 
@@ -336,16 +337,19 @@ TEST(CaptureInBlocks, IsUsedUpToABlockThatIsCutOff)
 
 TEST(CaptureInBlocks, SaysWhichPacketIsNotUnderstood)
 {
-    const std::vector<std::pair<std::string, std::string>> wrong{
+    std::vector<std::pair<std::string, std::string>> wrong{
         {Section, "ends within the header of the capture"},
         {(Section + Interface).substr(0, 40), "ends within the header of the capture"},
         {Section + Interface + Block("06000000", "00000000 00000000 00000000 00000000 01000000"),
          "packet 1 is not complete"},
-        {Section + Interface + Block("06000000", "00000000 ffffffff ffffffff 00000000 00000000"),
-         "packet 1 has an impossible time"},
         {Section + Interface + Packet + Block("06000000", "00000000 00000000 00000000 04000000 04000000 000c00ff"),
          "packet 2 has no end of its tags"},
     };
+    if (sizeof(timeval::tv_sec) > sizeof(uint32_t)) // where it is not, the library drops the higher half of a time
+    {
+        wrong.emplace_back(Section + Interface + Block("06000000", "00000000 ffffffff ffffffff 00000000 00000000"),
+                           "packet 1 has an impossible time");
+    }
     for (const auto& each : wrong)
     {
         EXPECT_REJECTED(Read(each.first), Status::NotUnderstood, each.second);
