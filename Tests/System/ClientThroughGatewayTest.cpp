@@ -36,7 +36,7 @@ class ThroughGateway : public OnBoard
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(AwaitRunning(daemon));
+        ASSERT_TRUE(running);
         ASSERT_TRUE(gateway->AwaitLine("The link is usable"));
     }
 
@@ -60,6 +60,7 @@ protected:
     }
 
     Daemon daemon;
+    testing::AssertionResult running = AwaitRunning(daemon); // before the gateway: a restart would lose it the link
     GatewayProgram gateway;
 };
 

@@ -88,9 +88,9 @@ TEST_F(Gateway, TellsEverybodyOfTheButton)
 
 TEST_F(Gateway, KeepsAPressSinceBootForTheFirstProgram)
 {
-    GatewayProgram gateway;
     Daemon daemon;
-    ASSERT_TRUE(AwaitRunning(daemon));
+    ASSERT_TRUE(AwaitRunning(daemon)); // before the gateway: a restart would lose it the link
+    GatewayProgram gateway;
     EXPECT_TRUE(gateway->AwaitLine("The link is usable"));
     TheCoProcessor().Flood(0x101, {0x09, 0x01, 0x01}, 1);
     EXPECT_TRUE(daemon.AwaitLine("Programming button since boot was: pressed"));
