@@ -39,7 +39,7 @@ prepare_root() {
 # prepare_cross_root: makes a Debian 12 (build/cross/root) that builds for Debian's ARM architectures and runs the programs
 # emulated. This machine itself gets no other architecture.
 prepare_cross_root() {
-  contents="$build_packages $test_packages build-essential debhelper mount qemu-user systemd"
+  contents="$build_packages $test_packages build-essential debhelper mount qemu-user systemd ccache"
   for foreign in armhf arm64; do
     contents="$contents crossbuild-essential-$foreign"
     for library in pkgconf liblog4cplus-dev libpugixml-dev libpcap0.8-dev libfuse3-dev libncurses-dev libgtest-dev libgmock-dev; do
