@@ -9,7 +9,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <system_error>
 #include <utility>
 
 namespace OrvelGateway
@@ -86,30 +85,23 @@ void DaemonSide::Look(Time now)
     }
     if (!fromLink.watch)
     {
-        try
+        switch (OpenIfThere())
         {
-            const int error = OpenIfThere();
-            if (error == 0)
+        case 0:
+            if (std::exchange(hasFailed, false))
             {
-                if (std::exchange(hasFailed, false))
-                {
-                    hub.OnDaemonFound(now);
-                }
-                Read(now);
+                hub.OnDaemonFound(now);
             }
-            else if (error == ENOENT)
-            {
-                hasFailed = false; // the daemon has gone after all, and the next one tells of its link
-            }
-            else if (error == EBUSY)
-            {
-                TellOnce("another program has locked " ORVEL_CEMI_FROM_LL_QUEUE); // anybody who may read it can
-            }
-        }
-        catch (const std::system_error& failure) // the loop has no room for it at the moment
-        {
-            TellOnce(std::string("cannot wait for its queues: ") + failure.what());
-            Leave(now);
+            Read(now);
+            break;
+        case ENOENT:
+            hasFailed = false; // the daemon has gone after all, and the next one tells of its link
+            break;
+        case EBUSY:
+            TellOnce("another program has locked " ORVEL_CEMI_FROM_LL_QUEUE); // anybody who may read it can
+            break;
+        default:
+            break;
         }
     }
     else if (!button.watch || button.queue.IsRemoved())
@@ -159,15 +151,8 @@ void DaemonSide::OpenButton()
     }
     else
     {
-        try
-        {
-            button.watch.emplace(loop, button.queue.Descriptor(), [this] { OnButtonReadable(); });
-            AwaitButton();
-        }
-        catch (const std::system_error& failure) // the loop has no room for it at the moment
-        {
-            why = std::string("No programming button: cannot wait for its queue: ") + failure.what();
-        }
+        button.watch.emplace(loop, button.queue.Descriptor(), [this] { OnButtonReadable(); });
+        AwaitButton();
     }
     if (why != toldButton)
     {

@@ -8,17 +8,19 @@ namespace OrvelGateway
 {
 
 /// Waits for everything at once, in one thread, and calls what was asked for. From its making on, SIGINT, SIGTERM and SIGHUP
-/// only end Run, also if they come before it; SIGHUP stays ignored if it was, as by nohup. The event library is hidden in here.
+/// only end Run, also if they come before it; SIGHUP stays ignored if it was, as by nohup. To be made before any thread, because
+/// one that does not block these signals dies of them. The event library is hidden in here.
 class Loop
 {
 public:
+    /// Throws std::system_error if the system cannot wait for anything.
     Loop();
     ~Loop();
 
     Loop(const Loop&) = delete;
     Loop& operator=(const Loop&) = delete;
 
-    /// Until such a signal comes; gives its number.
+    /// Until such a signal comes; gives its number. Throws as the constructor.
     int Run();
 
     struct Implementation;
@@ -31,13 +33,13 @@ private:
 };
 
 /// Waits until a descriptor can be read, or written, or has failed. Somebody else owns and closes it, after this object has
-/// gone. Once made, waiting uses no memory of the heap.
+/// gone. If the system refuses to wait, the loop logs it, and tries again when a timer calls. Once made, waiting uses no memory
+/// of the heap.
 class Watch
 {
 public:
     using Callback = std::function<void()>;
 
-    /// Throws std::system_error if the system cannot wait for it.
     Watch(Loop& loop, int descriptor, Callback onReadable, Callback onWritable = {});
     ~Watch();
 
@@ -61,6 +63,7 @@ class Timer
 public:
     using Time = std::chrono::steady_clock::time_point;
 
+    /// Throws std::system_error if the system has no timer to give.
     Timer(Loop& loop, std::function<void()> onTime);
     ~Timer();
 
@@ -73,7 +76,7 @@ public:
     struct State;
 
 private:
-    std::shared_ptr<State> state;
+    std::unique_ptr<State> state;
 };
 
 } // namespace OrvelGateway

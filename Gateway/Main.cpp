@@ -26,9 +26,9 @@ const char* NameOf(int stopSignal)
 void Run(const Options& options)
 {
     static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); // a log that nobody reads any more does not end the gateway
+    Loop loop;                                        // before the threads of the log
     ConfigureLogging(options.logConfigFile);
     const auto logger = log4cplus::Logger::getInstance("Gateway");
-    Loop loop;
     const ListeningSocket listening(options.socket);
     // cppcheck-suppress unreadVariable ; it serves while the loop runs
     Server server(loop, options, listening);

@@ -95,7 +95,7 @@ void ProgramSide::Admit(System::Descriptor accepted)
         ++changes;
         LOG4CPLUS_DEBUG(logger, "Program " << program->who << " has connected; there are " << hub.Programs());
     }
-    catch (const std::exception& failure) // there is no memory, or the loop has no room
+    catch (const std::exception& failure) // there is no memory
     {
         LOG4CPLUS_ERROR(logger, "Cannot serve a program: " << failure.what());
         if (id)

@@ -12,7 +12,7 @@ die() { printf '%s: %s\n' "$program_name" "$*" >&2; exit 1; }
 # Lists of words.
 # shellcheck disable=SC2034 # used by the other scripts
 {
-  build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplus-dev libcxxopts-dev libcli11-dev nlohmann-json3-dev libpugixml-dev libpcap0.8-dev libasio-dev libfuse3-dev libncurses-dev"
+  build_packages="g++ cmake ninja-build pkg-config git ca-certificates liblog4cplus-dev libcxxopts-dev libcli11-dev nlohmann-json3-dev libpugixml-dev libpcap0.8-dev libuev-dev libfuse3-dev libncurses-dev"
   test_packages="libgtest-dev libgmock-dev python3 tmux zsh busybox-static libxml2-utils"
   kernel_packages="qemu-system-x86 busybox-static gcc make xz-utils binutils"
   check_packages="clang clang-format clang-tidy libclang-dev llvm-dev shellcheck gcovr binutils"

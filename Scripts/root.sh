@@ -42,7 +42,7 @@ prepare_cross_root() {
   contents="$build_packages $test_packages build-essential debhelper mount qemu-user systemd ccache"
   for foreign in armhf arm64; do
     contents="$contents crossbuild-essential-$foreign"
-    for library in pkgconf liblog4cplus-dev libpugixml-dev libpcap0.8-dev libfuse3-dev libncurses-dev libgtest-dev libgmock-dev; do
+    for library in pkgconf liblog4cplus-dev libpugixml-dev libpcap0.8-dev libuev-dev libfuse3-dev libncurses-dev libgtest-dev libgmock-dev; do
       contents="$contents $library:$foreign"
     done
   done

@@ -455,10 +455,6 @@ private:
                 report.deliveries[std::string("state of ") + name].sent = {Lost, Usable, Lost, Usable};
             }
         }
-        if (expectation.Has("parts"))
-        {
-            report.deliveries.erase("parted");
-        }
         for (const std::string& line : program->LogLines())
         {
             const bool isFailure =

@@ -78,8 +78,8 @@ const std::map<int, Kind>& Kinds()
         CALL(epoll_ctl, Watched) CALL(fchmod, Descriptor) CALL(flock, Descriptor) CALL(getsockname, Descriptor)
         CALL(getsockopt, Descriptor) CALL(inotify_add_watch, Descriptor) CALL(inotify_init1, Thread)
         CALL(listen, Descriptor) CALL(pipe2, Thread) CALL(recvfrom, Descriptor) CALL(recvmsg, Descriptor)
-        CALL(sendto, Descriptor) CALL(setsockopt, Descriptor) CALL(socket, Socket) CALL(timerfd_create, Thread)
-        CALL(timerfd_settime, Thread) CALL(umask, Thread) {SYS_epoll_pwait, {"epoll_wait", About::Descriptor}},
+        CALL(sendto, Descriptor) CALL(setsockopt, Descriptor) CALL(signalfd4, Thread) CALL(socket, Socket)
+        CALL(timerfd_create, Thread) CALL(timerfd_settime, Thread) CALL(umask, Thread) {SYS_epoll_pwait, {"epoll_wait", About::Descriptor}},
         // Not every architecture has the older form of these.
         {SYS_ppoll, {"poll", About::Descriptors}},
         {SYS_faccessat, {"access", About::PathAt}},
@@ -126,7 +126,7 @@ std::string Object(std::string path)
         path.erase(mark);
     }
     const auto isBelow = [&path](const char* directory) { return path.rfind(directory, 0) == 0; };
-    for (const char* const nameless : {"eventfd", "eventpoll", "timerfd"})
+    for (const char* const nameless : {"eventfd", "eventpoll", "signalfd", "timerfd"})
     {
         if (path == std::string("anon_inode:[") + nameless + "]")
         {

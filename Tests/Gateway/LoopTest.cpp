@@ -1,9 +1,12 @@
 #include "Loop.h"
 
+#include "CapturedLog.h"
+
 #include "System/Descriptor.h"
 
 #include <gmock/gmock.h>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -36,7 +39,25 @@ private:
     Timer timer;
 };
 
-TEST(Loop, RunsUntilASignalThatAsksForIt)
+// A loop leaves its signals blocked, and one that is blocked cannot be ignored.
+class LoopTest : public testing::Test
+{
+protected:
+    LoopTest()
+    {
+        pthread_sigmask(SIG_BLOCK, nullptr, &before);
+    }
+
+    ~LoopTest() override
+    {
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+
+private:
+    sigset_t before{};
+};
+
+TEST_F(LoopTest, RunsUntilASignalThatAsksForIt)
 {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP})
     {
@@ -47,7 +68,7 @@ TEST(Loop, RunsUntilASignalThatAsksForIt)
     }
 }
 
-TEST(Loop, GoesOnAfterAHangupThatWasIgnoredBefore)
+TEST_F(LoopTest, GoesOnAfterAHangupThatWasIgnoredBefore)
 {
     std::signal(SIGHUP, SIG_IGN);
     {
@@ -59,14 +80,14 @@ TEST(Loop, GoesOnAfterAHangupThatWasIgnoredBefore)
     std::signal(SIGHUP, SIG_DFL);
 }
 
-TEST(Loop, DoesNotRunAfterASignalThatCameBefore)
+TEST_F(LoopTest, DoesNotRunAfterASignalThatCameBefore)
 {
     Loop loop;
     std::raise(SIGTERM);
     EXPECT_EQ(loop.Run(), SIGTERM);
 }
 
-TEST(Loop, CallsOnceForEachWait)
+TEST_F(LoopTest, CallsOnceForEachWait)
 {
     Loop loop;
     const System::Pipe pipe;
@@ -91,7 +112,7 @@ TEST(Loop, CallsOnceForEachWait)
     EXPECT_THAT(read, ElementsAre('a', 'b', 'c'));
 }
 
-TEST(Loop, TellsReadingFromWriting)
+TEST_F(LoopTest, TellsReadingFromWriting)
 {
     Loop loop;
     const System::SocketPair pair;
@@ -105,7 +126,7 @@ TEST(Loop, TellsReadingFromWriting)
     EXPECT_THAT(calls, ElementsAre("writable"));
 }
 
-TEST(Loop, DoesNotCallForAWatchThatHasGone)
+TEST_F(LoopTest, DoesNotCallForAWatchThatHasGone)
 {
     Loop loop;
     const System::Pipe pipe;
@@ -127,7 +148,36 @@ TEST(Loop, DoesNotCallForAWatchThatHasGone)
     EXPECT_EQ(read(pipe.reading.Number(), &byte, 1), 1); // and the descriptor is still its owner's
 }
 
-TEST(Loop, CallsForTheLastTimeThatWasSet)
+TEST_F(LoopTest, TriesAgainToWaitForWhatTheSystemRefuses)
+{
+    const auto log = UnitTests::CapturedLog::Attach();
+    Loop loop;
+    const System::Pipe pipe;
+    EXPECT_EQ(write(pipe.writing.Number(), "a", 1), 1);
+    const System::Descriptor later(open("/dev/null", O_RDONLY | O_CLOEXEC)); // which no system can wait for
+    Watch refused(loop, later.Number(), [] { std::raise(SIGTERM); });
+    refused.AwaitReadable();
+    EXPECT_TRUE(log->Await("WARN Loop Cannot wait for an event, trying again: Operation not permitted"));
+    std::optional<Watch> gone;
+    gone.emplace(loop, later.Number(), [] { ADD_FAILURE() << "called for a watch that has gone"; });
+    gone->AwaitReadable();
+    gone.reset();
+    int times = 0;
+    std::optional<Timer> timer;
+    timer.emplace(loop,
+                  [&]
+                  {
+                      if (++times == 2) // once it was refused again
+                      {
+                          EXPECT_NE(dup2(pipe.reading.Number(), later.Number()), -1);
+                      }
+                      timer->Set(Soon());
+                  });
+    timer->Set(Soon());
+    EXPECT_EQ(loop.Run(), SIGTERM);
+}
+
+TEST_F(LoopTest, CallsForTheLastTimeThatWasSet)
 {
     Loop loop;
     std::vector<std::string> calls;
