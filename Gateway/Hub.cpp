@@ -54,9 +54,9 @@ Hub::Hub(const Settings& hubSettings)
 
 std::optional<Hub::Id> Hub::ConnectProgram()
 {
-    const auto end = participants.end() - 1;
-    const auto place = std::find(participants.begin(), end, nullptr);
-    if (place == end || programs == settings.programs)
+    const auto noPlace = participants.end() - 1;
+    const auto place = std::find(participants.begin(), noPlace, nullptr);
+    if (place == noPlace || programs == settings.programs)
     {
         ++counters.programsRefused;
         return std::nullopt;
@@ -78,6 +78,7 @@ Hub::Id Hub::ConnectNetwork()
 void Hub::Connect(Id id)
 {
     participants[id] = std::make_unique<Participant>();
+    end = std::max(end, id + 1);
     TellState(id);
 }
 
@@ -278,9 +279,9 @@ const Message* Hub::NextToLink()
     {
         return nullptr;
     }
-    for (std::size_t i = 0; i < participants.size(); ++i)
+    for (std::size_t i = 0; i < end; ++i)
     {
-        const Id id = (turn + i) % participants.size();
+        const Id id = (turn + i) % end;
         const Participant* const participant = participants[id].get();
         if (participant != nullptr && participant->HasRequest() &&
             !(inFlight.IsFull() && participant->FrontRequest().HasCode(Request)))
@@ -303,7 +304,7 @@ void Hub::TakenByLink(Time now)
     }
     takenAt = now;
     ++counters.toLink;
-    turn = (id + 1) % participants.size();
+    turn = (id + 1) % end;
     PopRequest(id);
 }
 
@@ -338,7 +339,7 @@ void Hub::OnTime(Time now)
     {
         Refuse(expired->message, expired->sender, true, counters.timedOut);
     }
-    for (Id id = 0; id < participants.size(); ++id)
+    for (Id id = 0; id < end; ++id)
     {
         // The last request of one that has left takes it along.
         while (participants[id] && participants[id]->HasRequest() && LimitOfFront(*participants[id]) <= now)
@@ -369,7 +370,7 @@ void Hub::SetLink(Link state, Time now)
     confirmedAt = now; // what waited for the link to be usable is given its time from now on
     takenAt = now;
     const bool hasChanged = link != Link::Settling && std::exchange(announced, link) != link;
-    for (Id id = 0; id < participants.size(); ++id)
+    for (Id id = 0; id < end; ++id)
     {
         if (participants[id])
         {
@@ -401,7 +402,7 @@ void Hub::RefuseAll()
     {
         Refuse(request->message, request->sender, true, counters.refusedAtOnce);
     }
-    for (Id id = 0; id < participants.size(); ++id)
+    for (Id id = 0; id < end; ++id)
     {
         while (participants[id] && participants[id]->HasRequest())
         {
@@ -439,7 +440,7 @@ void Hub::Refuse(Message message, Id sender, bool wasAdded, uint64_t& why)
 
 void Hub::ToAllBut(Id sender, const Message& message)
 {
-    for (Id id = 0; id < participants.size(); ++id)
+    for (Id id = 0; id < end; ++id)
     {
         if (id != sender && participants[id])
         {
