@@ -17,7 +17,7 @@ namespace OrvelGateway
 namespace
 {
 
-// Messages that are read before others get their turn; more than a queue holds.
+// More than the daemon's queue holds.
 constexpr int Batch = 32;
 
 // While a daemon is expected: its queue holds 14 telegrams, which the bus carries in 0.3 s.
@@ -215,30 +215,41 @@ void DaemonSide::TellOnce(std::string why)
 
 void DaemonSide::Read(Time now)
 {
+    for (int count = 0; count < Batch && ReadOne(now); ++count)
+    {
+    }
+}
+
+// False if there is no more.
+bool DaemonSide::ReadOne(Time now)
+{
+    if (!fromLink.watch)
+    {
+        return false;
+    }
     std::array<uint8_t, ORVEL_CEMI_MESSAGE_SIZE> message;
     std::size_t size = 0;
-    for (int count = 0; fromLink.watch && count < Batch; ++count)
+    switch (fromLink.queue.Receive(message.data(), size))
     {
-        switch (fromLink.queue.Receive(message.data(), size))
-        {
-        case DaemonQueue::Result::Done:
-            hasStopped = false;
-            hub.OnMessage(message.data(), size, now);
-            break;
-        case DaemonQueue::Result::NotNow:
-            return;
-        case DaemonQueue::Result::Failed:
-            LOG4CPLUS_ERROR(logger, "Cannot read " ORVEL_CEMI_FROM_LL_QUEUE ": " << strerror(errno));
-            LeaveFailed(now);
-            return;
-        }
+    case DaemonQueue::Result::Done:
+        hasStopped = false;
+        hub.OnMessage(message.data(), size, now);
+        return true;
+    case DaemonQueue::Result::NotNow:
+        return false;
+    case DaemonQueue::Result::Failed:
+        LOG4CPLUS_ERROR(logger, "Cannot read " ORVEL_CEMI_FROM_LL_QUEUE ": " << strerror(errno));
+        LeaveFailed(now);
+        return false;
     }
+    return false;
 }
 
 void DaemonSide::Write(Time now)
 {
     const Message* message = hub.NextToLink();
-    if (message != nullptr && (!toLink.watch || toLink.queue.IsRemoved()))
+    // Where the end of the daemon is told, what it leaves unread is refused then.
+    if (message != nullptr && (!toLink.watch || (!writerEndWatch && toLink.queue.IsRemoved())))
     {
         Look(now); // the hub has nothing for the link any more unless there is a new daemon
         message = hub.NextToLink();
@@ -261,9 +272,10 @@ void DaemonSide::Write(Time now)
     }
 }
 
+// The bus has seldom a second telegram at once, and to find none costs as much as to find one.
 void DaemonSide::OnLinkReadable()
 {
-    Read(Now());
+    ReadOne(Now());
     tell();
     if (fromLink.watch)
     {
@@ -293,14 +305,10 @@ void DaemonSide::OnButtonReadable()
     }
     uint8_t state = 0;
     std::size_t size = 0;
-    auto result = DaemonQueue::Result::Done;
-    for (int count = 0; count < Batch && hub.Programs() > 0 && result == DaemonQueue::Result::Done; ++count)
+    const auto result = button.queue.Receive(&state, size);
+    if (result == DaemonQueue::Result::Done && size == ORVEL_PROG_BUTTON_MESSAGE_SIZE)
     {
-        result = button.queue.Receive(&state, size);
-        if (result == DaemonQueue::Result::Done && size == ORVEL_PROG_BUTTON_MESSAGE_SIZE)
-        {
-            hub.OnButton(state);
-        }
+        hub.OnButton(state);
     }
     if (result == DaemonQueue::Result::Failed)
     {

@@ -53,6 +53,7 @@ private:
     void Leave(Time now);
     void LeaveFailed(Time now);
     void TellOnce(std::string why);
+    bool ReadOne(Time now);
     void OnLinkReadable();
     void OnWriterEnd();
     void OnButtonReadable();

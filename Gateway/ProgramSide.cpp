@@ -17,7 +17,7 @@ namespace OrvelGateway
 namespace
 {
 
-// Of one program, or of new ones, before others get their turn.
+// New programs, before others get their turn.
 constexpr std::size_t Batch = 16;
 
 // A program that makes trouble has one line of each kind in it, at most.
@@ -106,25 +106,21 @@ void ProgramSide::Admit(System::Descriptor accepted)
     }
 }
 
+// One packet, so that whoever sends many takes no longer turns than others.
 void ProgramSide::OnReadable(Hub::Id id)
 {
     Program& program = *programs[id];
     std::array<uint8_t, ProgramSocket::MaxPacket> packet;
     std::size_t size = 0;
-    auto result = ProgramSocket::Result::Done;
-    for (std::size_t count = 0; count < Batch && hub.CanSend(id); ++count)
+    const auto result = hub.CanSend(id) ? program.socket.Receive(packet.data(), size) : ProgramSocket::Result::NotNow;
+    if (result == ProgramSocket::Result::Ended)
     {
-        result = program.socket.Receive(packet.data(), size);
-        if (result == ProgramSocket::Result::Ended)
-        {
-            Part(id);
-            tell();
-            return;
-        }
-        if (result != ProgramSocket::Result::Done)
-        {
-            break;
-        }
+        Part(id);
+        tell();
+        return;
+    }
+    if (result == ProgramSocket::Result::Done)
+    {
         hub.Send(id, packet.data(), size, std::chrono::steady_clock::now());
     }
     program.isRead = hub.CanSend(id) && result != ProgramSocket::Result::Failed;
