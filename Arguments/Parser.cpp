@@ -105,10 +105,9 @@ std::string Help(const CLI::App& app, const std::string& usage)
     return help;
 }
 
-CLI::Option& AddOption(CLI::App& app, const std::string& names, const Parser::Take& take, const std::string& text,
-                       CLI::MultiOptionPolicy policy = CLI::MultiOptionPolicy::TakeLast)
+CLI::callback_t TakeAll(const std::string& names, const Parser::Take& take)
 {
-    const auto takeAll = [name = names.substr(names.find(',') + 1), take](const CLI::results_t& values)
+    return [name = names.substr(names.find(',') + 1), take](const CLI::results_t& values)
     {
         try
         {
@@ -124,7 +123,6 @@ CLI::Option& AddOption(CLI::App& app, const std::string& names, const Parser::Ta
         }
         return true;
     };
-    return *app.add_option(names, takeAll, text)->type_name("value")->multi_option_policy(policy);
 }
 
 } // namespace
@@ -148,7 +146,12 @@ void Parser::Begin(const std::string& usage)
 {
     Print(
         "-h,--help", [this, usage] { return Help(app, usage); }, "Print this help message and exit.");
-    app.callback([this] { std::for_each(checks.begin(), checks.end(), [](const auto& check) { check(); }); });
+    app.callback(
+        [this]
+        {
+            std::for_each(inOrder.begin(), inOrder.end(), [](const auto& take) { take(); });
+            std::for_each(checks.begin(), checks.end(), [](const auto& check) { check(); });
+        });
 }
 
 // At once, whatever else is wrong.
@@ -178,13 +181,22 @@ void Parser::Flag(const std::string& names, bool& given, const std::string& text
 
 void Parser::Option(const std::string& names, const Take& take, const std::string& text)
 {
-    AddOption(app, names, take, text);
+    app.add_option(names, TakeAll(names, take), text)
+        ->type_name("value")
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
 }
 
 void Parser::Each(const std::string& names, const Take& take, const std::string& text)
 {
-    CLI::Option& option = AddOption(app, names, take, text, CLI::MultiOptionPolicy::TakeAll);
-    option.expected(option.get_positional() ? -1 : 1);
+    const auto takeLater = [this, takeAll = TakeAll(names, take)](const CLI::results_t& values)
+    {
+        inOrder.emplace_back([takeAll, values] { takeAll(values); });
+        return true;
+    };
+    CLI::Option& option = *app.add_option(names, takeLater, text)
+                               ->type_name("value")
+                               ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    option.expected(option.get_positional() ? -1 : 1)->trigger_on_parse(!option.get_positional());
 }
 
 void Parser::List(const std::string& names, const Take& take, const std::string& text)
@@ -202,6 +214,13 @@ void Parser::List(const std::string& names, const Take& take, const std::string&
             } while (list.peek() != EOF);
         },
         text);
+}
+
+void Parser::Divider(const std::string& names, const std::function<void()>& onDivider, const std::string& text)
+{
+    app.add_flag_callback(
+           names, [this, onDivider] { inOrder.push_back(onDivider); }, text)
+        ->trigger_on_parse();
 }
 
 void Parser::Require(const std::string& name)

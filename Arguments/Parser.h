@@ -55,11 +55,16 @@ public:
     template<typename Variable>
     void Option(const std::string& names, Variable& variable, const std::string& text = "");
 
+    // The next three are taken after all others, in the order of the command line.
+
     /// Each of them counts. As an argument: each that is left.
     void Each(const std::string& names, const Take& take, const std::string& text = "");
 
     /// Each of them counts, and each may have several values between commas.
     void List(const std::string& names, const Take& take, const std::string& text);
+
+    /// A flag that parts what is before it from what is behind it. Each of them counts.
+    void Divider(const std::string& names, const std::function<void()>& onDivider, const std::string& text);
 
     /// A decimal number.
     template<typename Value, typename Variable>
@@ -100,6 +105,7 @@ private:
     std::shared_ptr<CLI::App> program; // null for a command
     CLI::App& app;
     bool hasCommands = false;
+    std::vector<std::function<void()>> inOrder; // of the command line
     std::vector<std::function<void()>> checks;
 };
 

@@ -22,6 +22,7 @@ struct Program
     std::vector<std::string> values;
     std::vector<std::string> each;
     std::vector<std::string> list;
+    std::vector<std::string> order;
     std::string text = "usual";
     int number = 3;
     double rate = 1;
@@ -49,7 +50,13 @@ private:
         parser.Number<double>("--rate", rate, 0.001, 100000, "Another one.");
         parser.Choice<char>("--letter", letter, {{"one", 'a'}, {"two", 'b'}, {"three", 'c'}}, "A letter.");
         parser.Each(
-            "--each", [this](const std::string& value) { each.push_back(value); }, "Texts.");
+            "--each",
+            [this](const std::string& value)
+            {
+                each.push_back(value);
+                order.push_back(value);
+            },
+            "Texts.");
         parser.List(
             "--list",
             [this](const std::string& value)
@@ -59,8 +66,11 @@ private:
                     throw std::runtime_error("'wrong' is wrong");
                 }
                 list.push_back(value);
+                order.push_back(value);
             },
             "Texts between commas.");
+        parser.Divider(
+            "--divider", [this] { order.emplace_back("|"); }, "Parts texts.");
         parser.Flag("--flag", flag, "A flag.");
         parser.Flag("--other", other, "Another one.");
         parser.Require("GROUP");
@@ -133,6 +143,15 @@ TEST(Parser, TakesAllOfAList)
     EXPECT_THAT(Program({"go", "1/2/3", "--list", ""}).list, ElementsAre(""));
 }
 
+TEST(Parser, TakesListsAndDividersInTheOrderOfTheCommandLine)
+{
+    EXPECT_THAT(
+        Program({"go", "--list", "a,b", "--divider", "1/2/3", "--each", "c", "--list=d", "--divider", "--each=e"})
+            .order,
+        ElementsAre("a", "b", "|", "c", "d", "|", "e"));
+    EXPECT_THAT(Program({"go", "1/2/3", "--divider", "--divider", "--list", "a"}).order, ElementsAre("|", "|", "a"));
+}
+
 TEST(Parser, TakesDecimalNumbersInTheirRange)
 {
     EXPECT_EQ(Program({"go", "1/2/3", "-n", "010"}).number, 10);
@@ -170,6 +189,7 @@ TEST(Parser, PrintsHelpAndVersionWhateverElseIsWrong)
     EXPECT_EQ(Program({"-v"}).printed, "program 1\n");
     EXPECT_EQ(Program({"--version", "--jump"}).printed, "program 1\n");
     EXPECT_EQ(Program({"go", "-n", "x", "-h"}).printed, Program({"go", "--help"}).printed);
+    EXPECT_EQ(Program({"go", "--list", "wrong", "-h"}).printed, Program({"go", "--help"}).printed);
     EXPECT_EQ(Program({"go", "-h", "-n"}).printed, Program({"go", "--help"}).printed);
     EXPECT_EQ(Program({"--help"}).printed, "Has a command.\n"
                                            "\n"
