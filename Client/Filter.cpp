@@ -93,39 +93,56 @@ bool Contain(const std::vector<Knx::IndividualAddressPattern>& patterns, uint16_
 
 void Filter::AddTo(Arguments::Parser& parser)
 {
-    groups.AddTo(parser, "Only telegrams to these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name.");
+    parser.Each(
+        "--group", [this](const std::string& text) { Present().groups.Add(text); },
+        "Only telegrams to these groups: 1/2/3, 1/2/*, 1/2/0-9, or a name.");
     parser.List(
-        "--source", [this](const std::string& text) { sources.emplace_back(text); },
+        "--source", [this](const std::string& text) { Present().sources.emplace_back(text); },
         "Only telegrams from these devices: 1.1.5, 1.1.*, 1.1.0-9.");
     parser.List(
         "--service",
         [this](const std::string& text)
         {
             const auto meant = ServicesIn(text);
-            services.insert(meant.begin(), meant.end());
+            Present().services.insert(meant.begin(), meant.end());
         },
         "Only telegrams of these services: read, response, write, A_Restart.");
     parser.List(
-        "--kind", [this](const std::string& text) { kinds.push_back(KindIn(text)); },
+        "--kind", [this](const std::string& text) { Present().kinds.push_back(KindIn(text)); },
         "Only messages of these kinds: ind, con, req, link, L_Data.ind.");
-    parser.Flag("--not", inverted, "The other messages, which these options do not choose.");
+    parser.Divider(
+        "--not", [this] { leftOut.emplace_back(); },
+        "Leave out what the ones of these four choose that follow; another --not begins anew.");
     parser.Check(
         [this]
         {
-            if (inverted && groups.IsEmpty() && sources.empty() && services.empty() && kinds.empty())
+            if (std::any_of(leftOut.begin(), leftOut.end(), [](const Conditions& each) { return each.IsEmpty(); }))
             {
-                throw Arguments::Wrong("--not needs --group, --source, --service or --kind");
+                throw Arguments::Wrong("--not needs --group, --source, --service or --kind behind it");
             }
         });
+}
+
+void Filter::Resolve(const Knx::GroupAddresses& named)
+{
+    chosen.groups.Resolve(named);
+    std::for_each(leftOut.begin(), leftOut.end(), [&named](Conditions& each) { each.groups.Resolve(named); });
 }
 
 bool Filter::Passes(const Message& message) const
 {
     // Whoever looks at a part only must not believe that it is whole.
-    return LostMessages(message.frame) || Matches(message) != inverted;
+    return LostMessages(message.frame) || (chosen.Choose(message) && std::none_of(leftOut.begin(), leftOut.end(),
+                                                                                  [&message](const Conditions& each)
+                                                                                  { return each.Choose(message); }));
 }
 
-bool Filter::Matches(const Message& message) const
+bool Filter::Conditions::IsEmpty() const
+{
+    return groups.IsEmpty() && sources.empty() && services.empty() && kinds.empty();
+}
+
+bool Filter::Conditions::Choose(const Message& message) const
 {
     if (!kinds.empty())
     {

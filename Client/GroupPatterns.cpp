@@ -34,19 +34,19 @@ std::vector<std::string> Parts(const std::string& text)
 void GroupPatterns::AddTo(Arguments::Parser& parser, const std::string& text)
 {
     parser.Each(
-        "--group",
-        [this](const std::string& group)
+        "--group", [this](const std::string& group) { Add(group); }, text);
+}
+
+void GroupPatterns::Add(const std::string& text)
+{
+    if (!HasName(text))
+    {
+        for (const std::string& part : Parts(text))
         {
-            if (!HasName(group))
-            {
-                for (const std::string& part : Parts(group))
-                {
-                    static_cast<void>(Knx::GroupAddressPattern(part)); // wrong ones are refused at once
-                }
-            }
-            texts.push_back(group);
-        },
-        text);
+            static_cast<void>(Knx::GroupAddressPattern(part)); // wrong ones are refused at once
+        }
+    }
+    texts.push_back(text);
 }
 
 void GroupPatterns::Resolve(const Knx::GroupAddresses& groups)

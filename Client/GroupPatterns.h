@@ -19,7 +19,10 @@ public:
     /// --group, with its text for the help.
     void AddTo(Arguments::Parser& parser, const std::string& text);
 
-    /// Before the others: takes the texts for what they mean, which may be names. Throws Failure (NotUnderstood, WrongOption).
+    /// What --group has. Throws Knx::NotAGroupAddress.
+    void Add(const std::string& text);
+
+    /// Before those below: takes the texts for what they mean, which may be names. Throws Failure (NotUnderstood, WrongOption).
     void Resolve(const Knx::GroupAddresses& groups);
 
     /// Whether nothing was given.

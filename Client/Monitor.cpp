@@ -337,6 +337,7 @@ Command MonitorCommand()
             "Shows each message from the bus, and the state of the link.\n"
             "\n"
             "  orvelctl monitor --group '1/2/*' --service read,response\n"
+            "  orvelctl monitor --group '1/2/*' --not --group 1/2/7\n"
             "  orvelctl monitor --stats 10\n"
             "  orvelctl monitor --write bus.log --rotate 10M,5\n"
             "  orvelctl monitor --pcap - | tshark -r -",

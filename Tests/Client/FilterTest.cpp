@@ -58,9 +58,9 @@ TEST(Filter, ChoosesByGroupAddressAndNotByThatOfADevice)
 }
 
 // Of the write to 1/2/3 and the read of 1/2/4, where three groups have names.
-std::string ChosenByName(const char* text)
+std::string ChosenByName(const char* text, bool isLeftOut = false)
 {
-    Filter filter = Made({"--group", text});
+    Filter filter = isLeftOut ? Made({"--not", "--group", text}) : Made({"--group", text});
     Knx::NamedGroup light;
     light.address = 0x0A03;
     light.name = "Light, floor";
@@ -87,6 +87,7 @@ TEST(Filter, ChoosesByNamesWhichMayHaveACommaInThem)
     EXPECT_EQ(ChosenByName("1/2/*"), "11");
     EXPECT_EQ(ChosenByName("1/2/3,Floor"), "11");
     EXPECT_EQ(ChosenByName("Floor"), "01");
+    EXPECT_EQ(ChosenByName("Floor", true), "10");
     EXPECT_REJECTED(ChosenByName("Light, Floor,Roof"), Status::NotUnderstood,
                     "no group has the name 'Light'; 'orvelctl names' lists them");
     EXPECT_REJECTED(ChosenByName("Floor,1/2/300"), Status::WrongOption,
@@ -130,10 +131,25 @@ TEST(Filter, NeedsAllKindsOfConditionsAndOneValueOfEach)
     EXPECT_EQ(Chosen({"--source", "1.1.5", "--service", "read"}), "000000");
 }
 
-TEST(Filter, CanChooseTheOthers)
+TEST(Filter, LeavesOutWhatTheConditionsBehindNotChoose)
 {
     EXPECT_EQ(Chosen({"--not", "--group", "1/2/*"}), "001111");
-    EXPECT_EQ(Chosen({"--group", "1/2/3,1/2/4", "--service", "read", "--not"}), "101111");
+    EXPECT_EQ(Chosen({"--not", "--group", "1/2/3,1/2/4", "--service", "read"}), "101111");
+    EXPECT_EQ(Chosen({"--not", "--group", "1/2/4", "--source", "1.1.5"}), "111111");
+}
+
+TEST(Filter, ChoosesByTheConditionsBeforeNotAndLeavesOutByThoseBehindIt)
+{
+    EXPECT_EQ(Chosen({"--group", "1/2/*", "--not", "--group", "1/2/4"}), "100000");
+    EXPECT_EQ(Chosen({"--source", "1.1.*", "--service", "read,write", "--not", "--service", "read"}), "100000");
+    EXPECT_EQ(Chosen({"--kind", "ind", "--not", "--group", "1/2/*", "--source", "1.1.5"}), "010100");
+    EXPECT_EQ(Chosen({"--group", "1/2/3", "--not", "--group", "1/2/3"}), "000000");
+}
+
+TEST(Filter, LeavesOutWhatIsBehindAnyNot)
+{
+    EXPECT_EQ(Chosen({"--not", "--group", "1/2/4", "--not", "--source", "1.1.5"}), "001011");
+    EXPECT_EQ(Chosen({"--kind", "ind,con", "--not", "--group", "1/2/4", "--not", "--group", "1/3/3"}), "100100");
 }
 
 TEST(Filter, AlwaysPassesThatMessagesAreMissing)
@@ -174,7 +190,11 @@ TEST(Filter, SaysWhatItCannotChooseBy)
     EXPECT_EQ(Refusal({"--group", "1/2/300"}), "--group: '1/2/300' is no group address: 300 should be 0 to 255");
     EXPECT_EQ(Refusal({"--source", "1/2/3"}),
               "--source: '1/2/3' is no individual address or pattern such as 1.1.5, 1.1.* or 1.1.0-9");
-    EXPECT_EQ(Refusal({"--not"}), "--not needs --group, --source, --service or --kind");
+    for (const std::vector<const char*>& arguments :
+         {std::vector<const char*>{"--not"}, {"--group", "1/2/3", "--not"}, {"--not", "--not", "--group", "1/2/3"}})
+    {
+        EXPECT_EQ(Refusal(arguments), "--not needs --group, --source, --service or --kind behind it");
+    }
 }
 
 } // namespace
