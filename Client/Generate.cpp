@@ -5,6 +5,7 @@
 #include "FrameSender.h"
 #include "GroupOptions.h"
 #include "Output.h"
+#include "Pace.h"
 #include "RandomTelegrams.h"
 
 #include <random>
@@ -36,18 +37,17 @@ std::vector<RandomTelegrams::Group> GroupsOf(const GenerateOptions& options)
 
 Status Generate(const GenerateOptions& options)
 {
-    using namespace std::chrono;
     const uint32_t seed = options.seed ? *options.seed : std::random_device()();
     const StopSignals stop;
     Output output;
     Notice(output, "seed " + std::to_string(seed) + "; Ctrl-C ends");
     FrameSender sender(options.bus, stop, options.wait);
     RandomTelegrams telegrams(seed, GroupsOf(options));
-    const auto start = steady_clock::now();
+    Pace pace(options.rate);
+    const auto start = std::chrono::steady_clock::now(); // all are ready: those that went late are caught up with
     for (uint64_t count = 0; options.number == 0 || count < options.number; ++count)
     {
-        const auto due = duration<double>(static_cast<double>(count) / options.rate);
-        if (stop.AwaitUntil(start + duration_cast<steady_clock::duration>(due)))
+        if (stop.AwaitUntil(pace.Due(start)))
         {
             if (options.number != 0)
             {
@@ -86,7 +86,8 @@ void GenerateOptions::AddTo(Arguments::Parser& parser)
         });
     parser.Option("--dpt", type, "Values of this datapoint type; without it those of the group's, or random bytes.");
     names.AddTo(parser);
-    parser.Number<double>("--rate", rate, 0.001, 100000, "Send so many telegrams a second, default is: 10");
+    parser.Number<double>("--rate", rate, Pace::Slowest, Pace::Fastest,
+                          "Send so many telegrams a second, default is: 10");
     AddNumber(parser, number, "telegrams");
     parser.Number<uint32_t>("--seed", seed, 0, UINT32_MAX,
                             "The same seed gives the same telegrams; without it they differ each time.");

@@ -6,6 +6,7 @@
 #include "FrameSender.h"
 #include "Input.h"
 #include "Message.h"
+#include "Pace.h"
 
 #include "Knx/CemiMessage.h"
 
@@ -18,22 +19,31 @@ namespace OrvelClient
 namespace
 {
 
-// Sends frames, and waits for their confirmations where these are wanted.
+// Sends frames at the pace that is wanted, and waits for their confirmations where these are.
 class Sender
 {
 public:
-    Sender(const StopSignals& stop, const SendOptions& sendOptions)
+    Sender(const StopSignals& stopSignals, const SendOptions& sendOptions)
         : options(sendOptions)
+        , stop(stopSignals)
         , sender(options.bus, stop, options.wait)
     {
         if (options.confirm)
         {
             conversation.emplace(options.bus, stop, options.wait);
         }
+        if (options.rate)
+        {
+            pace.emplace(*options.rate);
+        }
     }
 
     void Send(const Bytes& frame)
     {
+        if (pace && stop.AwaitUntil(pace->Due(Pace::Clock::now())))
+        {
+            throw Failure(Status::Interrupted, "stopped before it was sent");
+        }
         if (!conversation)
         {
             sender.Send(frame);
@@ -49,8 +59,10 @@ public:
 
 private:
     const SendOptions& options;
+    const StopSignals& stop;
     FrameSender sender;
     std::optional<Conversation> conversation;
+    std::optional<Pace> pace;
 };
 
 void SendLine(Sender& sender, const std::string& line)
@@ -102,6 +114,7 @@ void SendOptions::AddTo(Arguments::Parser& parser)
 {
     parser.Each("HEX", [this](const std::string& part) { digits.push_back(part); });
     parser.Flag("--confirm", confirm, "Wait until the bus has each frame, and fail where it has not.");
+    parser.Number<double>("--rate", rate, Pace::Slowest, Pace::Fastest, "Send at most so many frames a second.");
     AddWait(parser, wait);
     AddBus(parser, bus);
 }
@@ -115,7 +128,7 @@ Command SendCommand()
             "Sends the frame to the bus. Without HEX, each line of standard input is a frame.\n"
             "\n"
             "  orvelctl send --confirm 11 00 bc e0 00 00 0a 03 01 00 81\n"
-            "  orvelctl send --wait 1000 <frames",
+            "  orvelctl send --rate 10 --wait 1000 <frames",
             Define<SendOptions, Send>};
 }
 

@@ -4,6 +4,7 @@
 #include "Command.h"
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ struct SendOptions
 
     std::vector<std::string> digits; ///< of one frame; none: frames come from standard input
     bool confirm = false;            ///< each frame has to be confirmed before the next one
+    std::optional<double> rate;      ///< frames a second at most; none: as fast as the queue takes them
     std::chrono::milliseconds wait{0};
     BusOptions bus;
 };

@@ -60,6 +60,7 @@ void Check(const SendOptions& send)
 {
     ExpectBus(send.bus);
     ExpectWait(send.wait);
+    Fuzz::Expect("a rate that can be kept", !send.rate || (*send.rate >= 0.001 && *send.rate <= 100000));
 }
 
 void Check(const MonitorOptions& monitor)

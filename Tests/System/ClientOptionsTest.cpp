@@ -102,6 +102,7 @@ TEST(ClientOptions, WrongOnesGetOneLineAndStatus2)
         {{"send", "--socket", "", "29"}, "--socket takes a path of 1 to 107 bytes"},
         {{"send", "--socket", std::string(108, 'x'), "29"}, "--socket takes a path of 1 to 107 bytes"},
         {{"monitor", "x"}, "'x' is not understood"},
+        {{"send", "--rate", "0"}, "--rate takes 0.001 to 100000, not '0'"},
         {{"monitor", "--number", "0"}, "--number takes 1 to 1000000000000000, not '0'"},
         {{"monitor", "--time", "local"}, "--time takes absolute, relative, delta or date, not 'local'"},
         {{"monitor", "--json", "--count"}, "--count excludes --json"},

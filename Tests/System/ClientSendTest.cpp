@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <csignal>
 
 using Simulator::Event;
@@ -69,6 +70,22 @@ TEST_F(ClientSend, ALineIsSentBeforeTheNextOneCame)
     const Outcome outcome = client.End();
     EXPECT_EQ(outcome.status, 8);
     EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: stopped before the end of the input"));
+}
+
+TEST_F(ClientSend, KeepsToTheRateAndSendsTheFirstFrameAtOnce)
+{
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(RunClient({"send", "--rate", "20"}, "29 01\n\n# a comment\n29 02\n29 03\n29 04\n29 05\n").status, 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(200));
+    EXPECT_EQ(toLink.Waiting(), 5);
+    ClientProgram client({"send", "--rate", "0.001"});
+    client.Type("29 06\n29 07\n");
+    EXPECT_TRUE(Await([&] { return toLink.Waiting() == 6; }));
+    client->Interrupt();
+    const Outcome outcome = client.End();
+    EXPECT_EQ(outcome.status, 8);
+    EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: line 2: stopped before it was sent"));
+    EXPECT_EQ(toLink.Waiting(), 6);
 }
 
 TEST_F(ClientSend, TheLongestFrameHas255Bytes)
