@@ -7,7 +7,6 @@
 #include "Record.h"
 
 #include <cstdio>
-#include <optional>
 
 namespace OrvelClient
 {
@@ -15,14 +14,30 @@ namespace OrvelClient
 namespace
 {
 
-// Between two looks at whether the daemon or the gateway is there again.
-constexpr std::chrono::milliseconds Glance{250};
-
 bool Asks(const Message& message, uint16_t group)
 {
     const Knx::CemiMessage cemi = Knx::Decode(message.frame);
     return cemi.Is(Knx::MessageCode::LDataInd) && IsGroupTelegram(cemi) && cemi.destination == group &&
            (*cemi.apci & ServiceMask) == static_cast<uint16_t>(GroupService::Read);
+}
+
+// Says so when there is no room for it. Comes before any output: a slow one is no reason to answer late.
+bool Sends(Conversation& conversation, const Bytes& response)
+{
+    try
+    {
+        conversation.Send(response);
+        return true;
+    }
+    catch (const Failure& failure)
+    {
+        if (failure.ExitStatus() != Status::NoRoom)
+        {
+            throw;
+        }
+        std::fprintf(stderr, "orvelctl: not answered: %s\n", failure.what());
+        return false;
+    }
 }
 
 Status Answer(const AnswerOptions& options)
@@ -36,44 +51,21 @@ Status Answer(const AnswerOptions& options)
         return Status::Done;
     }
     const StopSignals stop;
-    std::optional<Conversation> conversation(std::in_place, options.bus, stop, options.wait);
+    Conversation conversation(options.bus, stop, options.wait);
     Notice(output, "answers " + Knx::GroupAddress(group.address) + "; Ctrl-C ends");
     TimeStamper stamper(TimeStamp::Absolute);
     uint64_t count = 0;
-    while (options.number == 0 || count < options.number)
-    {
-        try
+    conversation.GoOn(
+        [&]
         {
-            if (!conversation)
+            const auto message = conversation.Next(std::chrono::steady_clock::now() + std::chrono::hours(1));
+            if (message && Asks(*message, group.address) && Sends(conversation, response))
             {
-                conversation.emplace(options.bus, stop, options.wait);
-            }
-            const auto message = conversation->Next(std::chrono::steady_clock::now() + std::chrono::hours(1));
-            if (message && Asks(*message, group.address))
-            {
-                conversation->Send(response); // first: a slow output is no reason to answer late
                 ++count;
                 output.Write(RecordLine(stamper.Stamp(message->time), *message) + "\n");
             }
-        }
-        catch (const Failure& failure)
-        {
-            if (failure.ExitStatus() == Status::NoRoom && conversation)
-            {
-                std::fprintf(stderr, "orvelctl: not answered: %s\n", failure.what());
-                continue;
-            }
-            if (failure.ExitStatus() != Status::NotThere && failure.ExitStatus() != Status::Interrupted)
-            {
-                throw;
-            }
-            conversation.reset();
-            if (stop.AwaitUntil(std::chrono::steady_clock::now() + Glance))
-            {
-                break;
-            }
-        }
-    }
+            return options.number == 0 || count < options.number;
+        });
     stop.RequireAll(count, options.number);
     return Status::Done;
 }

@@ -23,7 +23,7 @@ constexpr milliseconds ConfirmationTime{3000}; // many times what three repetiti
 // The gateway answers each request in its own time, which somebody may have made longer; only one that hangs does not.
 constexpr milliseconds GatewayTime{60000};
 
-// Between two looks at whether the other side is still there: a queue does not tell.
+// Between two looks at whether the other side is still there, or there again: a queue does not tell.
 constexpr milliseconds Glance{250};
 
 bool IsLinkLost(const Message& message)
@@ -52,6 +52,52 @@ Conversation::Conversation(const BusOptions& bus, const StopSignals& stopSignals
         BusOptions direct = bus;
         direct.direct = true;
         listener.emplace(direct, Bus::For::Messages, stop);
+    }
+}
+
+void Conversation::GoOn(const std::function<bool()>& talk)
+{
+    for (bool isThere = true;;)
+    {
+        try
+        {
+            if (!isThere)
+            {
+                OpenAgain();
+                isThere = true;
+            }
+            if (!talk())
+            {
+                return;
+            }
+        }
+        catch (const NotServed&)
+        {
+            // The service manager's socket is there before the next gateway. As long as it takes.
+            isThere = false;
+        }
+        catch (const Failure& failure)
+        {
+            // A signal is still there for the next wait.
+            if (failure.ExitStatus() != Status::NotThere && failure.ExitStatus() != Status::Interrupted)
+            {
+                throw;
+            }
+            isThere = false;
+        }
+        if (!isThere && stop.AwaitUntil(steady_clock::now() + Glance))
+        {
+            return;
+        }
+    }
+}
+
+void Conversation::OpenAgain()
+{
+    sender.OpenedBus();
+    if (listener && listener->IsRemoved())
+    {
+        listener->Open();
     }
 }
 

@@ -29,7 +29,12 @@ public:
     /// The next message until `time`, nothing when none comes until then. Throws Failure; Interrupted when the program is to stop.
     std::optional<Message> Next(std::chrono::steady_clock::time_point time);
 
+    /// Calls `talk` again and again, until it returns false or the program is to stop. When the other side has gone, this goes on
+    /// once it is there again, the same way as before. Throws what `talk` throws otherwise.
+    void GoOn(const std::function<bool()>& talk);
+
 private:
+    void OpenAgain();
     Bus& Listened();
     std::optional<Message> Receive(std::chrono::steady_clock::time_point time);
 
