@@ -126,4 +126,11 @@ void AddDescription(TextBuffer& text, const Message& message, Detail detail, con
     AddProblems(text, begin, cemi);
 }
 
+bool WasOnBus(const Knx::CemiMessage& cemi)
+{
+    const bool isTelegram = cemi.Is(Knx::MessageCode::LDataInd) ||
+                            (cemi.Is(Knx::MessageCode::LDataCon) && cemi.control1 && !cemi.ErrorBit());
+    return isTelegram && cemi.problems.empty();
+}
+
 } // namespace OrvelClient

@@ -32,4 +32,7 @@ std::string WrongValueText(const Meaning& meaning);
 /// these.
 Knx::CemiMessage TakenApart(const Message& message);
 
+/// Whether it is a telegram that was on the bus: one of a device, or a confirmed one of an application.
+bool WasOnBus(const Knx::CemiMessage& cemi);
+
 } // namespace OrvelClient

@@ -14,13 +14,6 @@ namespace
 
 using Group = GroupTable::Group;
 
-bool WasOnBus(const Knx::CemiMessage& cemi)
-{
-    const bool isTelegram = cemi.Is(Knx::MessageCode::LDataInd) ||
-                            (cemi.Is(Knx::MessageCode::LDataCon) && cemi.control1 && !cemi.ErrorBit());
-    return isTelegram && cemi.problems.empty();
-}
-
 // What comes before what by the order alone.
 bool IsBefore(GroupTable::Order order, const Group& one, const Group& other)
 {

@@ -18,14 +18,6 @@ namespace OrvelClient
 namespace
 {
 
-// Whether the telegram was on the bus: an indication, or a confirmation that it was sent.
-bool WasOnBus(const Knx::CemiMessage& cemi)
-{
-    const bool isTelegram = cemi.Is(Knx::MessageCode::LDataInd) ||
-                            (cemi.Is(Knx::MessageCode::LDataCon) && cemi.control1 && !cemi.ErrorBit());
-    return isTelegram && cemi.problems.empty();
-}
-
 // The most frequent first: "  groups    1/2/3 120  1/2/4 7  and 3 more"
 std::string Row(const char* title, const std::map<std::string, uint64_t>& counts)
 {

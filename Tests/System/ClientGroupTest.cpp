@@ -137,6 +137,7 @@ TEST_F(ClientGroup, WriteSaysWhatIsAllowedAndSendsNothing)
         {{"write", "1/2/3"}, 2, "VALUE is required"},
         {{"read"}, 2, "GROUP is required"},
         {{"read", "1/2/3", "on"}, 2, "'on' is not understood"},
+        {{"read", "1/2/3", "--follow", "--print"}, 2, "--follow excludes --print"},
         {{"read", "1/2/3", "--timeout", "0"}, 2, "--timeout takes 1 to 3600000, not '0'"},
         {{"answer", "1/2/3"}, 2, "VALUE is required"},
     };
@@ -232,6 +233,61 @@ TEST_F(ClientGroup, ReadWithoutAnAnswerHasAStatusOfItsOwn)
     EXPECT_THAT(outcome.lines[0], HasSubstr("the answer 0c1a is none: 1.001"));
 }
 
+TEST_F(ClientGroup, ReadGoesOnWithEachValueThatTheGroupGets)
+{
+    fromLink.PutFrame("29 00 bc e0 11 02 0a 04 03 00 80 0c 00"); // from before
+    ClientProgram client({"read", "Temperature", "--names", house.File(), "--follow"});
+    Answer(Read, {ReadConfirmed, "29 00 bc e0 11 02 0a 04 03 00 40 0c 1a"});
+    EXPECT_TRUE(client->AwaitLine("21 °C"));
+    for (const char* const frame : {"29 00 bc e0 11 02 0a 04 03 00 80 0c 1b",  // a device writes
+                                    "29 00 bc e0 11 02 0a 03 03 00 80 0c 1c",  // to another group
+                                    "29 00 bc 60 11 02 0a 04 03 00 80 0c 1c",  // to a device
+                                    "29 00 bc e0 11 02 0a 04 01 00 00",        // somebody reads
+                                    "2e 00 bd e0 11 01 0a 04 03 00 80 0c 1c",  // not sent
+                                    "2e 00 bc e0 11 01 0a 04 03 00 80 0c 32",  // another application writes
+                                    "29 00 bc e0 11 02 0a 04 01 00 81",        // no value of the type
+                                    "29 00 bc e0 11 02 0a 04 03 00 40 0c 32"}) // answers somebody else
+    {
+        EXPECT_TRUE(Await([&] { return fromLink.Waiting() < 10; }));
+        fromLink.PutFrame(frame);
+    }
+    EXPECT_TRUE(Await([&] { return client->Lines().size() == 5; }));
+    EXPECT_EQ(client->Stop(), 0);
+    const std::vector<std::string> lines = client->Lines();
+    EXPECT_THAT(lines, ElementsAre("21 °C", "21.02 °C", "21.48 °C",
+                                   HasSubstr("orvelctl: the value 0x01 is none: 9.001"), "21.48 °C"));
+    EXPECT_EQ(toLink.Take(), "nothing");
+}
+
+TEST_F(ClientGroup, ReadThatFollowsGoesOnWithoutAnAnswer)
+{
+    ClientProgram client({"read", "1/2/4", "--follow", "--timeout", "20"});
+    Answer(Read, {ReadConfirmed});
+    EXPECT_TRUE(client->AwaitLine("orvelctl: nobody has answered for 20 ms"));
+    fromLink.PutFrame("29 00 bc e0 11 02 0a 04 03 00 80 0c 1b");
+    EXPECT_TRUE(client->AwaitLine("0c1b"));
+    EXPECT_EQ(client->Stop(), 0);
+    EXPECT_EQ(toLink.Take(), "nothing");
+    EXPECT_EQ(client->Lines().size(), 2);
+}
+
+TEST_F(ClientGroup, ReadThatFollowsReadsAgainWhenTheLinkIsUsableAgain)
+{
+    ClientProgram client({"read", "1/2/4", "--follow", "--timeout", "60000"});
+    Answer(Read, {"b9 ff ff"});
+    EXPECT_TRUE(client->AwaitLine("orvelctl: not sent: the link is lost"));
+    for (const std::string value : {"1a", "1b"})
+    {
+        fromLink.PutFrame("b9 00 01");
+        Answer(Read, {ReadConfirmed, "29 00 bc e0 11 02 0a 04 03 00 40 0c " + value});
+        EXPECT_TRUE(client->AwaitLine("0c" + value));
+        fromLink.PutFrame("b9 ff ff");
+    }
+    EXPECT_EQ(client->Stop(), 0);
+    EXPECT_EQ(toLink.Take(), "nothing");
+    EXPECT_THAT(client->Lines(), ElementsAre("orvelctl: not sent: the link is lost", "0c1a", "0c1b"));
+}
+
 TEST_F(ClientGroup, AnswerAnswersWhoeverAsks)
 {
     ClientProgram client({"answer", "1/2/4", "21", "--dpt", "9.001"});
@@ -305,6 +361,28 @@ TEST_F(ClientGroupOnBoard, WriteReachesTheBusAndReadIsAnsweredByADevice)
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.lines, ElementsAre("21 °C"));
     EXPECT_EQ(daemon.Stop(), 0);
+}
+
+TEST_F(ClientGroupOnBoard, ReadThatFollowsReadsAgainWhenTheDaemonWasStartedAnew)
+{
+    Daemon daemon;
+    ASSERT_TRUE(AwaitRunning(daemon));
+    ClientProgram client({"read", "1/2/4", "--dpt", "9.001", "--follow", "--timeout", "60000"});
+    const auto answer = [&](const std::string& value)
+    {
+        EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex(Read)}));
+        TheCoProcessor().InjectTelegram(Knx::FromHex("29 00 bc e0 11 02 0a 04 03 00 40 0c " + value));
+    };
+    answer("1a");
+    EXPECT_TRUE(client->AwaitLine("21 °C"));
+    EXPECT_EQ(daemon.Stop(), 0);
+    board->StartPinsAnew();
+    Daemon another;
+    ASSERT_TRUE(AwaitRunning(another));
+    answer("1b");
+    EXPECT_TRUE(client->AwaitLine("21.02 °C"));
+    EXPECT_EQ(client->Stop(), 0);
+    EXPECT_EQ(another.Stop(), 0);
 }
 
 TEST_F(ClientGroupOnBoard, AnswerGoesOnWhenTheDaemonWasStartedAnew)

@@ -149,6 +149,22 @@ TEST_F(ThroughGateway, ReadWithoutAnAnswerHasAStatusOfItsOwn)
     EXPECT_THAT(outcome.lines, ElementsAre("orvelctl: nobody has answered for 20 ms"));
 }
 
+TEST_F(ThroughGateway, ReadThatFollowsShowsWhatOthersWriteAndReadsAgainWhenTheGatewayWasStartedAnew)
+{
+    ClientProgram client(Through({"read", "1/2/4", "--dpt", "9.001", "--follow", "--timeout", "60000"}));
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex(Read)}));
+    Telegram(AnswerOfADevice);
+    EXPECT_TRUE(client->AwaitLine("21 °C"));
+    EXPECT_EQ(RunClient(Through({"write", "1/2/4", "22", "--dpt", "9.001"})).status, 0);
+    EXPECT_TRUE(client->AwaitLine("22 °C"));
+    gateway->Restart();
+    EXPECT_TRUE(AwaitEvent({Event::TelegramToKnx, Knx::FromHex(Read)}));
+    Telegram("29 00 bc e0 11 02 0a 04 03 00 40 0c 1b");
+    EXPECT_TRUE(client->AwaitLine("21.02 °C"));
+    EXPECT_EQ(client->Stop(), 0);
+    EXPECT_THAT(client->Lines(), ElementsAre("21 °C", "22 °C", "21.02 °C"));
+}
+
 TEST_F(ThroughGateway, OneProgramReadsWhatAnotherAnswers)
 {
     ClientProgram answering(Through({"answer", "1/2/4", "21", "--dpt", "9.001"}));
