@@ -27,9 +27,16 @@ Message FromQueue(const Bytes& received, std::chrono::microseconds time)
 
 Bytes FrameFromText(std::string_view text, std::size_t begin)
 {
+    Bytes frame;
+    FrameFromText(text, begin, frame);
+    return frame;
+}
+
+void FrameFromText(std::string_view text, std::size_t begin, Bytes& frame)
+{
     try
     {
-        return Knx::FromHex(text.substr(0, text.find('#')), begin);
+        Knx::FromHex(text.substr(0, text.find('#')), begin, frame);
     }
     catch (const Knx::NotHex& problem)
     {

@@ -34,6 +34,7 @@ Message FromQueue(const Bytes& received, std::chrono::microseconds time);
 /// A frame as a person types it or as a log has it: hexadecimal digits; what follows '#' is a comment. Throws Failure
 /// (NotUnderstood). The frame begins `begin` characters from the begin of the text.
 Bytes FrameFromText(std::string_view text, std::size_t begin = 0);
+void FrameFromText(std::string_view text, std::size_t begin, Bytes& frame); ///< in the room of an older one
 
 /// The time of day, since the epoch.
 std::chrono::microseconds Now();

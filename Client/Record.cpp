@@ -205,7 +205,7 @@ void RecordParser::Parse(std::string_view line, Message& message)
     }
     message.direction = direction == " tx" ? Direction::ToLink : Direction::FromLink;
     message.sizeByte.reset();
-    message.frame = FrameFromText(line, end + direction.size());
+    FrameFromText(line, end + direction.size(), message.frame);
 }
 
 } // namespace OrvelClient

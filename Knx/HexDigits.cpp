@@ -34,9 +34,25 @@ constexpr std::array<uint8_t, 256> MakeKinds()
 
 constexpr std::array<uint8_t, 256> Kinds = MakeKinds();
 
+uint8_t KindOf(char character)
+{
+    return Kinds[static_cast<unsigned char>(character)];
+}
+
 uint8_t KindAt(std::string_view text, std::size_t position)
 {
-    return position < text.size() ? Kinds[static_cast<unsigned char>(text[position])] : Gap;
+    return position < text.size() ? KindOf(text[position]) : Gap;
+}
+
+uint8_t ByteOf(uint8_t high, uint8_t low)
+{
+    return static_cast<uint8_t>(high << 4U | low);
+}
+
+// Whether the three characters are two digits and a gap.
+bool IsByteWithGap(const char* text)
+{
+    return (KindOf(text[0]) | KindOf(text[1])) < Gap && KindOf(text[2]) == Gap;
 }
 
 // Nobody wants control characters or half a page in an error line.
@@ -80,26 +96,40 @@ std::string HexNumber(uint16_t number, int digits)
 
 Bytes FromHex(std::string_view text, std::size_t position)
 {
-    Bytes bytes((text.size() - std::min(position, text.size())) / 2); // as many as there can be
+    Bytes bytes;
+    FromHex(text, position, bytes);
+    return bytes;
+}
+
+void FromHex(std::string_view text, std::size_t position, Bytes& bytes)
+{
+    bytes.resize((text.size() - std::min(position, text.size())) / 2); // as many as there can be
+    uint8_t* const place = bytes.data();
     std::size_t size = 0;
     while (position < text.size())
     {
+        // Nearly all bytes have a gap behind them. These are read without a look for the end before each character.
+        for (; position + 2 < text.size() && IsByteWithGap(text.data() + position); position += 3)
+        {
+            place[size++] = ByteOf(KindOf(text[position]), KindOf(text[position + 1]));
+        }
         const uint8_t high = KindAt(text, position);
-        if (high == Gap)
+        const uint8_t low = KindAt(text, position + 1);
+        if ((high | low) < Gap)
+        {
+            place[size++] = ByteOf(high, low);
+            position += 2;
+        }
+        else if (high == Gap)
         {
             ++position;
-            continue;
         }
-        const uint8_t low = KindAt(text, position + 1);
-        if (high > Gap || low >= Gap)
+        else
         {
             Reject(text, position, size);
         }
-        bytes[size++] = static_cast<uint8_t>((high << 4U) | low);
-        position += 2;
     }
     bytes.resize(size);
-    return bytes;
 }
 
 } // namespace Knx

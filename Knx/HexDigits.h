@@ -27,4 +27,7 @@ public:
 /// Two digits a byte; blanks and colons may stand between bytes. What is before `position` is not looked at. Throws NotHex.
 Bytes FromHex(std::string_view text, std::size_t position = 0);
 
+/// The same, in the room of bytes that are no longer needed: whoever reads a million texts allocates a few times only.
+void FromHex(std::string_view text, std::size_t position, Bytes& bytes);
+
 } // namespace Knx

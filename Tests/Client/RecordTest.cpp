@@ -10,6 +10,7 @@ using Knx::Bytes;
 using OrvelClient::Direction;
 using OrvelClient::Message;
 using OrvelClient::RecordLine;
+using OrvelClient::RecordParser;
 using OrvelClient::Status;
 using OrvelClient::TextRecordingReader;
 using OrvelClient::TimeStamp;
@@ -60,6 +61,22 @@ TEST(Record, ReadsBackWhatWasWritten)
             EXPECT_EQ(messages[i].frame, (Bytes{0x29, 0x00, 0xBC}));
             EXPECT_EQ(messages[i].direction, Direction::ToLink);
         }
+    }
+}
+
+TEST(Record, OfALineHasNothingOfTheLineBefore)
+{
+    RecordParser parser;
+    Message message;
+    message.sizeByte = 7;
+    for (const auto& [digits, frame] : {std::pair{"29 00 bc", Bytes{0x29, 0x00, 0xBC}},
+                                        {"", Bytes{}},
+                                        {"29 00 bc e0 11", Bytes{0x29, 0x00, 0xBC, 0xE0, 0x11}},
+                                        {"b9 # 00", Bytes{0xB9}}})
+    {
+        parser.Parse(std::string("(0.000000) rx ") + digits, message);
+        EXPECT_EQ(message.frame, frame);
+        EXPECT_FALSE(message.sizeByte);
     }
 }
 

@@ -33,6 +33,19 @@ TEST(HexDigits, ReadsDigitsOfEitherCaseWithBlanksColonsOrNothingBetweenTheBytes)
 {
     EXPECT_EQ(FromHex("29 00:bC\tE0 \r"), (Bytes{0x29, 0x00, 0xBC, 0xE0}));
     EXPECT_EQ(FromHex("2900bce0"), (Bytes{0x29, 0x00, 0xBC, 0xE0}));
+    EXPECT_EQ(FromHex("  29  00 bce0 \t81 "), (Bytes{0x29, 0x00, 0xBC, 0xE0, 0x81}));
+}
+
+TEST(HexDigits, ReadsIntoBytesOfAnyLength)
+{
+    for (const std::size_t length : {0U, 1U, 2U, 3U, 100U})
+    {
+        Bytes bytes(length, 0xFF);
+        FromHex("29 00", 0, bytes);
+        EXPECT_EQ(bytes, (Bytes{0x29, 0x00})) << length;
+        FromHex(" ", 0, bytes);
+        EXPECT_EQ(bytes, Bytes{}) << length;
+    }
 }
 
 TEST(HexDigits, ReadsNothingFromAnEmptyLine)
@@ -64,11 +77,15 @@ TEST(HexDigits, SaysWhichByteHasOneDigitOnly)
     EXPECT_EQ(ProblemOf("29 0"), "byte 2 has one digit only");
     EXPECT_EQ(ProblemOf("29 0 0"), "byte 2 has one digit only");
     EXPECT_EQ(ProblemOf("290 "), "byte 2 has one digit only");
+    EXPECT_EQ(ProblemOf("29 00 bc 0 81"), "byte 4 has one digit only");
 }
 
 TEST(HexDigits, SaysWhatIsNoDigitAndWhere)
 {
     EXPECT_EQ(ProblemOf("29 0g"), "'g' at position 5 is no hexadecimal digit");
+    EXPECT_EQ(ProblemOf("29 00 g0 81"), "'g' at position 7 is no hexadecimal digit");
+    EXPECT_EQ(ProblemOf("29 00 0g 81"), "'g' at position 8 is no hexadecimal digit");
+    EXPECT_EQ(ProblemOf("29 00g81"), "'g' at position 6 is no hexadecimal digit");
     EXPECT_EQ(ProblemOf("0x29"), "'x' at position 2 is no hexadecimal digit");
     EXPECT_EQ(ProblemOf("29\x1b"), "the byte 0x1b at position 3 is no hexadecimal digit");
     EXPECT_EQ(ProblemOf("29\xc3"), "the byte 0xc3 at position 3 is no hexadecimal digit");
