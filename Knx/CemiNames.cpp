@@ -218,11 +218,10 @@ std::string IndividualAddress(uint16_t address)
 
 void AddIndividualAddress(TextBuffer& text, uint16_t address)
 {
-    text.AddNumber(address >> 12U);
-    text.Add('.');
-    text.AddNumber((address >> 8U) & 0x0FU);
-    text.Add('.');
-    text.AddNumber(address & 0xFFU);
+    const unsigned bits = address;
+    text.AddNumbers({static_cast<uint8_t>(bits >> 12U), static_cast<uint8_t>((bits >> 8U) & 0x0FU),
+                     static_cast<uint8_t>(bits & 0xFFU)},
+                    '.');
 }
 
 Service ServiceOf(uint16_t apci)

@@ -113,16 +113,16 @@ void AddGroupAddress(TextBuffer& text, uint16_t address, GroupAddressStyle style
         text.AddNumber(address);
         return;
     }
-    text.AddNumber(address >> 11U);
-    text.Add('/');
+    const unsigned bits = address;
+    const auto main = static_cast<uint8_t>(bits >> 11U);
     if (style == GroupAddressStyle::TwoLevel)
     {
-        text.AddNumber(address & 0x7FFU);
+        text.AddNumber(main);
+        text.Add('/');
+        text.AddNumber(bits & 0x7FFU);
         return;
     }
-    text.AddNumber((address >> 8U) & 0x07U);
-    text.Add('/');
-    text.AddNumber(address & 0xFFU);
+    text.AddNumbers({main, static_cast<uint8_t>((bits >> 8U) & 0x07U), static_cast<uint8_t>(bits & 0xFFU)}, '/');
 }
 
 bool LooksLikeGroupAddress(std::string_view text)

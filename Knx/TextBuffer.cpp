@@ -27,24 +27,61 @@ constexpr std::array<Pair, 256> MakePairs()
 
 constexpr std::array<Pair, 256> Pairs = MakePairs(); // the digits of each byte
 
+// A byte as a decimal number.
+struct Decimal
+{
+    std::array<char, 3> digits; // those behind the size mean nothing
+    uint8_t size;
+};
+
+constexpr std::array<Decimal, 256> MakeDecimals()
+{
+    std::array<Decimal, 256> decimals{};
+    for (std::size_t byte = 0; byte < decimals.size(); ++byte)
+    {
+        Decimal& decimal = decimals[byte];
+        for (std::size_t unit = byte < 10 ? 1 : byte < 100 ? 10 : 100; unit > 0; unit /= 10)
+        {
+            decimal.digits[decimal.size++] = Digits[byte / unit % 10];
+        }
+    }
+    return decimals;
+}
+
+constexpr std::array<Decimal, 256> Decimals = MakeDecimals();
+constexpr std::size_t LongestByte = 3;
+
+// Gives the end of the number. There has to be room for the longest one.
+char* WriteByte(char* place, uint8_t byte)
+{
+    const Decimal& decimal = Decimals[byte];
+    std::copy_n(decimal.digits.begin(), LongestByte, place); // always as many, which is quicker
+    return place + decimal.size;
+}
+
 } // namespace
 
 void TextBuffer::AddNumber(uint64_t number)
 {
-    if (number < 10) // as most are
+    if (number <= UINT8_MAX) // as most are
     {
-        Add(static_cast<char>('0' + number));
-        return;
-    }
-    if (number < 1000)
-    {
-        AddDigits(number, number < 100 ? 2 : 3);
+        EndAt(WriteByte(Take(LongestByte), static_cast<uint8_t>(number)));
         return;
     }
     constexpr std::size_t longest = 20;
     char* const begin = Take(longest);
-    const char* const end = std::to_chars(begin, begin + longest, number).ptr;
-    size -= static_cast<std::size_t>(begin + longest - end);
+    EndAt(std::to_chars(begin, begin + longest, number).ptr);
+}
+
+void TextBuffer::AddNumbers(const std::array<uint8_t, 3>& numbers, char separator)
+{
+    char* place = Take(numbers.size() * (LongestByte + 1));
+    for (const uint8_t number : numbers)
+    {
+        place = WriteByte(place, number);
+        *place++ = separator;
+    }
+    EndAt(place - 1); // there is none behind the last number
 }
 
 void TextBuffer::AddDigits(uint64_t number, std::size_t digits)

@@ -2,6 +2,7 @@
 
 #include "Knx/HexDigits.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -43,6 +44,9 @@ public:
 
     void AddNumber(uint64_t number);
 
+    /// With a separator between: "1.2.3".
+    void AddNumbers(const std::array<uint8_t, 3>& numbers, char separator);
+
     /// So many digits, the first of which may be zeros.
     void AddDigits(uint64_t number, std::size_t digits);
 
@@ -60,6 +64,12 @@ private:
         }
         size += characters;
         return room.data() + (size - characters);
+    }
+
+    // Gives back what is behind it of the place that was taken.
+    void EndAt(const char* place)
+    {
+        size = static_cast<std::size_t>(place - room.data());
     }
 
     void Grow(std::size_t characters);

@@ -47,6 +47,31 @@ TEST(TextBuffer, HasNothingOfTheTextBefore)
     EXPECT_EQ(text.Text(), "7");
 }
 
+TEST(TextBuffer, WritesANumberOfAnySize)
+{
+    for (const uint64_t number : {0ULL, 9ULL, 10ULL, 99ULL, 100ULL, 255ULL, 256ULL, 999ULL, 1000ULL, 1ULL << 32U})
+    {
+        TextBuffer text;
+        text.AddNumber(number);
+        text.Add('.');
+        EXPECT_EQ(text.Text(), std::to_string(number) + ".");
+    }
+}
+
+TEST(TextBuffer, WritesEachByteAsANumberWithASeparatorBetween)
+{
+    for (unsigned number = 0; number <= UINT8_MAX; ++number)
+    {
+        const auto byte = static_cast<uint8_t>(number);
+        TextBuffer text;
+        text.AddNumbers({byte, 0, 255}, '.');
+        EXPECT_EQ(text.Text(), std::to_string(number) + ".0.255");
+        text.Clear();
+        text.AddNumbers({31, 7, byte}, '/');
+        EXPECT_EQ(text.Text(), "31/7/" + std::to_string(number));
+    }
+}
+
 TEST(TextBuffer, WritesSoManyDigits)
 {
     TextBuffer text;
