@@ -29,9 +29,13 @@ public:
         }
         time = message.time;
         Begin();
-        const std::string_view entry = formatter.Entry(message);
-        output.Add(entry);
-        leftOut += entry.empty() ? 1 : 0;
+        output.AddWith(
+            [&](Knx::TextBuffer& text)
+            {
+                const std::size_t before = text.Size();
+                formatter.AddEntry(text, message);
+                leftOut += text.Size() == before ? 1 : 0;
+            });
     }
 
     void End()

@@ -132,9 +132,9 @@ void Filter::Resolve(const Knx::GroupAddresses& named)
 bool Filter::Passes(const Message& message) const
 {
     // Whoever looks at a part only must not believe that it is whole.
-    return LostMessages(message.frame) || (chosen.Choose(message) && std::none_of(leftOut.begin(), leftOut.end(),
-                                                                                  [&message](const Conditions& each)
-                                                                                  { return each.Choose(message); }));
+    const auto chooses = [&message](const Conditions& conditions) { return conditions.Choose(message); };
+    return (chosen.Choose(message) && std::none_of(leftOut.begin(), leftOut.end(), chooses)) ||
+           LostMessages(message.frame);
 }
 
 bool Filter::Conditions::IsEmpty() const

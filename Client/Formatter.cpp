@@ -24,28 +24,33 @@ std::string Formatter::Begin(std::chrono::microseconds time) const
 std::string_view Formatter::Entry(const Message& message)
 {
     entry.Clear();
+    AddEntry(entry, message);
+    return entry.Text();
+}
+
+void Formatter::AddEntry(Knx::TextBuffer& text, const Message& message)
+{
     switch (form)
     {
     case Form::Json:
-        entry.Add(DescribeAsJson(message, groups));
-        entry.Add('\n');
+        text.Add(DescribeAsJson(message, groups));
+        text.Add('\n');
         break;
     case Form::Capture:
-        entry.Add(CapturePacket(message));
+        text.Add(CapturePacket(message));
         break;
     case Form::TelegramLog:
         if (!message.frame.empty() && IsOfTheBus(message.frame))
         {
-            entry.Add(TelegramLogEntry(message));
+            text.Add(TelegramLogEntry(message));
         }
         break;
     default:
-        AddRecordLine(entry, stamper.Stamp(message.time), message,
+        AddRecordLine(text, stamper.Stamp(message.time), message,
                       {look.color, look.terminal == nullptr ? 0 : look.terminal->Columns()}, groups);
-        entry.Add('\n');
+        text.Add('\n');
         break;
     }
-    return entry.Text();
 }
 
 std::string Formatter::End(std::chrono::microseconds time) const

@@ -49,6 +49,9 @@ public:
     /// The message; empty where the form has no place for it. Valid until the next one.
     std::string_view Entry(const Message& message);
 
+    /// The same at the end of a text.
+    void AddEntry(Knx::TextBuffer& text, const Message& message);
+
     /// What a file ends with; the last of its messages was of that time.
     std::string End(std::chrono::microseconds time) const;
 

@@ -52,6 +52,11 @@ void Output::Write(std::string_view text)
 void Output::Add(std::string_view text)
 {
     waiting.Add(text);
+    FlushIfMuch();
+}
+
+void Output::FlushIfMuch()
+{
     if (waiting.Size() >= Block)
     {
         Flush();

@@ -32,6 +32,14 @@ public:
     /// Writes later: with what is added after it, or with Flush.
     void Add(std::string_view text);
 
+    /// The same for what the action adds to the text that it is given. That text may have more in it already.
+    template<typename Action>
+    void AddWith(const Action& add)
+    {
+        add(waiting);
+        FlushIfMuch();
+    }
+
     void Flush();
 
     /// For poll: reports an error when nobody reads it any more.
@@ -43,6 +51,7 @@ public:
     std::size_t Columns() const;
 
 private:
+    void FlushIfMuch();
     bool WriteWaiting();
 
     std::string name;

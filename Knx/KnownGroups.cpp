@@ -33,11 +33,12 @@ const DatapointType* KnownGroups::Type(uint16_t group) const
 Meaning MeaningOf(const CemiMessage& cemi, const KnownGroups& groups)
 {
     Meaning meaning;
-    if (!IsGroupTelegram(cemi))
+    const NamedGroup* const named = IsGroupTelegram(cemi) ? groups.Addresses().At(*cemi.destination) : nullptr;
+    if (named == nullptr)
     {
         return meaning;
     }
-    meaning.name = groups.Name(*cemi.destination);
+    meaning.name = named->name;
     meaning.type = groups.Type(*cemi.destination);
     if (meaning.type == nullptr)
     {
