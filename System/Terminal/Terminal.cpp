@@ -59,10 +59,12 @@ bool HasNoLanguage()
 
 screen* OpenScreen()
 {
-    std::setlocale(LC_CTYPE, ""); // the characters that the user's terminal has
-    if (HasNoLanguage())
+    const bool isKnown = std::setlocale(LC_CTYPE, "") != nullptr; // the characters that the user's terminal has
+    if (!isKnown || HasNoLanguage())
     {
-        std::setlocale(LC_CTYPE, "C.UTF-8"); // what terminals have if nobody says otherwise, as in a container
+        // What terminals have if nobody says otherwise, as in a container, or if ssh has brought along a locale that is not
+        // installed here.
+        std::setlocale(LC_CTYPE, "C.UTF-8");
     }
     return newterm(nullptr, stdout, stdin);
 }

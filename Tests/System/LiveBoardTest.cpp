@@ -197,6 +197,14 @@ TEST_F(LiveBoard, ShowsANameAsItIsWhereNobodySaysWhichCharactersTheTerminalHas)
     Await(" orvel-board: " + name);
 }
 
+// As for somebody who comes by ssh, which brings the locale of another machine along.
+TEST_F(LiveBoard, ShowsANameAsItIsWhereTheLocaleIsNotInstalled)
+{
+    const std::string name = "K\u00fcche-" + std::to_string(getpid());
+    StartWithLink("--name " + name, "env --unset=LC_ALL --unset=LC_CTYPE LANG=xx_XX.UTF-8");
+    Await(" orvel-board: " + name);
+}
+
 TEST_F(LiveBoard, NeedsNoColour)
 {
     StartWithLink("", "TERM=vt100");
