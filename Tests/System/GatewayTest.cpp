@@ -89,7 +89,7 @@ TEST_F(Gateway, TellsEverybodyOfTheButton)
 TEST_F(Gateway, KeepsAPressSinceBootForTheFirstProgram)
 {
     Daemon daemon;
-    ASSERT_TRUE(AwaitRunning(daemon)); // before the gateway: a restart would lose it the link
+    ASSERT_TRUE(AwaitRunning(daemon));
     GatewayProgram gateway;
     EXPECT_TRUE(gateway->AwaitLine("The link is usable"));
     TheCoProcessor().Flood(0x101, {0x09, 0x01, 0x01}, 1);
