@@ -186,8 +186,12 @@ TEST_F(LiveBoard, ShowsANameAsItIsWhereTheTerminalHasItsCharacters)
     const std::string name = "K\u00fcche-" + std::to_string(getpid());
     StartWithLink("--name " + name, "LC_ALL=C.UTF-8");
     Await(" orvel-board: " + name);
-    StartWithLink("--name " + name, "LC_ALL=C");
-    Await(" orvel-board: K??che-");
+    for (const std::string language :
+         {"LC_ALL=C", "env --unset=LC_ALL LC_CTYPE=C LANG=", "env --unset=LC_ALL --unset=LC_CTYPE LANG=C"})
+    {
+        StartWithLink("--name " + name, language);
+        Await(" orvel-board: K??che-");
+    }
 }
 
 TEST_F(LiveBoard, ShowsANameAsItIsWhereNobodySaysWhichCharactersTheTerminalHas)
