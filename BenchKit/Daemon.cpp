@@ -44,7 +44,8 @@ Daemon::Daemon(std::vector<std::string> command, Environment environment, int st
     start.environment = std::move(environment);
     start.standardInput = standardInput;
 #ifdef __SANITIZE_THREAD__
-    start.environment.emplace_back("LD_PRELOAD", Paths::LateThreads());
+    // First, so that the test's own environment wins.
+    start.environment.insert(start.environment.begin(), {"LD_PRELOAD", Paths::LateThreads()});
 #endif
     Begin();
 }

@@ -178,6 +178,29 @@ protected:
         added.pop_back();
     }
 
+    // A copy for another user. Other users may be unable to reach the build tree, as in root's home, or to read its files.
+    std::string CopyForAll(const std::filesystem::path& file) const
+    {
+        const std::filesystem::path copy = directory.Path() / file.filename();
+        std::filesystem::copy_file(file, copy);
+        std::filesystem::permissions(copy, std::filesystem::perms{0755});
+        return copy;
+    }
+
+    // The environment in which another user runs such a copy.
+    Daemon::Environment ForAll() const
+    {
+        std::filesystem::permissions(directory.Path(), std::filesystem::perms{0711});
+        CopyForAll(Paths::StandInLibrary() + "/libNemt.so");
+        Daemon::Environment environment{{"LD_LIBRARY_PATH", directory.Path()}};
+#ifdef __SANITIZE_THREAD__
+        const std::string suppressions = CopyForAll(Paths::InSourceTree("Tests/Suppressions/tsan.txt"));
+        environment.emplace_back("TSAN_OPTIONS", "suppressions=" + suppressions);
+        environment.emplace_back("LD_PRELOAD", CopyForAll(Paths::LateThreads()));
+#endif
+        return environment;
+    }
+
     TemporaryDirectory directory;
 
 private:
@@ -214,18 +237,15 @@ TEST_F(Prepare, MakesTheButtonQueuesThatTheOptionsName)
 
 TEST_F(Prepare, LetsTheDaemonRunWithoutAnyRightOfRoots)
 {
-    // The build can be where other users have no way to, as in root's home.
-    std::filesystem::copy(Daemon::Program(), directory.Path() / "orvel");
-    std::filesystem::copy(Paths::StandInLibrary() + "/libNemt.so", directory.Path());
-    std::filesystem::permissions(directory.Path(), std::filesystem::perms::others_exec,
-                                 std::filesystem::perm_options::add);
+    const std::string program = CopyForAll(Daemon::Program());
+    const Daemon::Environment environment = ForAll();
     bool hasLeds = false;
     for (int starts = 0; starts < MaxStarts && !hasLeds; ++starts) // a busy machine can let a start lose them
     {
         ASSERT_EQ(Run({"--enable_rs485"}).status, 0);
-        Daemon daemon({"setpriv", "--reuid=4711", "--regid=4712", "--clear-groups", "--bounding-set=-all",
-                       directory.File("orvel"), "--enable_rs485"},
-                      {{"LD_LIBRARY_PATH", directory.Path()}});
+        Daemon daemon({"setpriv", "--reuid=4711", "--regid=4712", "--clear-groups", "--bounding-set=-all", program,
+                       "--enable_rs485"},
+                      environment);
         ASSERT_TRUE(Await([&] { return HasOpened(daemon); })) << testing::PrintToString(daemon.LogLines());
         EXPECT_TRUE(AwaitEvent(Event::LinkUp));
         EXPECT_THAT(QueuesAre(), ElementsAre(ToLink, FromLink, Button));
@@ -538,7 +558,8 @@ TEST_F(Prepare, SaysThatThereIsNoUser)
 
 TEST_F(Prepare, SaysWhatItMayNotDoWithoutRoot)
 {
-    Daemon program({"setpriv", "--reuid=4713", "--regid=4713", "--clear-groups", Paths::Prepare()}, {});
+    Daemon program({"setpriv", "--reuid=4713", "--regid=4713", "--clear-groups", CopyForAll(Paths::Prepare())},
+                   ForAll());
     EXPECT_EQ(program.Wait(), EX_UNAVAILABLE);
     EXPECT_THAT(program.Lines(),
                 ElementsAre("orvel-prepare: cannot give the daemon /dev/uleds: Operation not permitted; "
