@@ -165,7 +165,10 @@ struct Watch::State : std::enable_shared_from_this<State>
             uev_io_stop(&watcher);
         }
         told = awaited;
-        if (awaited != 0 && uev_io_init(&loop.context, &watcher, OnEvent, this, descriptor, awaited) == -1)
+        // The library always waits for the other end to close one direction, too. That lasts, so it is told only once to whoever
+        // does not read.
+        const int how = awaited == UEV_WRITE ? static_cast<int>(UEV_WRITE | UEV_EDGE) : awaited;
+        if (awaited != 0 && uev_io_init(&loop.context, &watcher, OnEvent, this, descriptor, how) == -1)
         {
             loop.OnRefused(*this);
         }
@@ -211,7 +214,8 @@ struct Watch::State : std::enable_shared_from_this<State>
 
 void Loop::Implementation::TryRefusedAgain()
 {
-    for (Watch::State* const watch : std::exchange(refused, {}))
+    const auto again = std::exchange(refused, {});
+    for (Watch::State* const watch : again)
     {
         watch->Tell();
     }

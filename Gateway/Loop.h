@@ -8,8 +8,8 @@ namespace OrvelGateway
 {
 
 /// Waits for everything at once, in one thread, and calls what was asked for. From its making on, SIGINT, SIGTERM and SIGHUP
-/// only end Run, also if they come before it; SIGHUP stays ignored if it was, as by nohup. To be made before any thread, because
-/// one that does not block these signals dies of them. The event library is hidden in here.
+/// only end Run, also if they come before it; SIGHUP stays ignored if it was, as by nohup. To be made before any thread:
+/// these signals would end the program in one that does not block them. The event library is hidden in here.
 class Loop
 {
 public:
@@ -33,8 +33,8 @@ private:
 };
 
 /// Waits until a descriptor can be read, or written, or has failed. Somebody else owns and closes it, after this object has
-/// gone. If the system refuses to wait, the loop logs it, and tries again when a timer calls. Once made, waiting uses no memory
-/// of the heap.
+/// gone. Once made, waiting uses no memory of the heap. If the system refuses to wait, the loop logs it, and tries again when a
+/// timer calls, with memory.
 class Watch
 {
 public:
@@ -57,7 +57,7 @@ private:
     std::shared_ptr<State> state;
 };
 
-/// Calls once when a time comes.
+/// Calls once when a time comes. It must not end while it calls.
 class Timer
 {
 public:

@@ -2,11 +2,13 @@
 
 #include "CapturedLog.h"
 
+#include "BenchKit/ProcessFiles.h"
 #include "System/Descriptor.h"
 
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -16,6 +18,7 @@
 using namespace OrvelGateway;
 using namespace std::chrono_literals;
 using testing::ElementsAre;
+using testing::UnorderedElementsAre;
 
 namespace
 {
@@ -23,6 +26,14 @@ namespace
 auto Soon()
 {
     return std::chrono::steady_clock::now();
+}
+
+// Until nothing more can be sent.
+void Fill(const System::Descriptor& socket)
+{
+    while (send(socket.Number(), "a", 1, MSG_DONTWAIT) == 1)
+    {
+    }
 }
 
 // Ends the loop after everything that was due before.
@@ -146,6 +157,95 @@ TEST_F(LoopTest, DoesNotCallForAWatchThatHasGone)
     EXPECT_EQ(calls, 1);
     char byte = 0;
     EXPECT_EQ(read(pipe.reading.Number(), &byte, 1), 1); // and the descriptor is still its owner's
+}
+
+TEST_F(LoopTest, DoesNotCallForAWatchThatHasGoneInAnothersCall)
+{
+    Loop loop;
+    const System::Pipe first;
+    const System::Pipe second;
+    std::optional<Watch> one;
+    std::optional<Watch> other;
+    int calls = 0;
+    const auto endBoth = [&]
+    {
+        ++calls;
+        one.reset();
+        other.reset();
+    };
+    one.emplace(loop, first.reading.Number(), endBoth);
+    other.emplace(loop, second.reading.Number(), endBoth);
+    one->AwaitReadable();
+    other->AwaitReadable();
+    EXPECT_EQ(write(first.writing.Number(), "a", 1), 1);
+    EXPECT_EQ(write(second.writing.Number(), "a", 1), 1);
+    const End end(loop);
+    loop.Run();
+    EXPECT_EQ(calls, 1);
+}
+
+TEST_F(LoopTest, GivesWhatWasSentBeforeTheOtherEndWasClosed)
+{
+    Loop loop;
+    System::SocketPair pair(SOCK_SEQPACKET | SOCK_CLOEXEC);
+    std::string read;
+    std::optional<Watch> watch;
+    watch.emplace(loop, pair.one.Number(),
+                  [&]
+                  {
+                      char byte = '.';
+                      read += recv(pair.one.Number(), &byte, 1, MSG_DONTWAIT) == 0 ? '.' : byte;
+                      if (byte != '.')
+                      {
+                          watch->AwaitReadable();
+                      }
+                  });
+    EXPECT_EQ(write(pair.other.Number(), "a", 1), 1);
+    EXPECT_EQ(write(pair.other.Number(), "b", 1), 1);
+    pair.other.Close();
+    watch->AwaitReadable();
+    const End end(loop);
+    loop.Run();
+    EXPECT_EQ(read, "ab.");
+}
+
+TEST_F(LoopTest, CallsWhereOnlyAFailureIsLeft)
+{
+    Loop loop;
+    System::Pipe empty;
+    System::Pipe full(O_CLOEXEC | O_NONBLOCK);
+    while (write(full.writing.Number(), "a", 1) == 1)
+    {
+    }
+    std::vector<std::string> calls;
+    Watch reading(loop, empty.reading.Number(), [&] { calls.emplace_back("readable"); });
+    Watch writing(
+        loop, full.writing.Number(), [] {}, [&] { calls.emplace_back("writable"); });
+    reading.AwaitReadable();
+    writing.AwaitWritable();
+    empty.writing.Close();
+    full.reading.Close();
+    const End end(loop);
+    loop.Run();
+    EXPECT_THAT(calls, UnorderedElementsAre("readable", "writable"));
+}
+
+TEST_F(LoopTest, RestsWhileTheOtherEndOnlyCannotSendAnyMore)
+{
+    Loop loop;
+    const System::SocketPair pair(SOCK_SEQPACKET | SOCK_CLOEXEC);
+    Fill(pair.one);
+    int calls = 0;
+    Watch watch(
+        loop, pair.one.Number(), [] {}, [&] { ++calls; });
+    watch.AwaitWritable();
+    EXPECT_EQ(shutdown(pair.other.Number(), SHUT_WR), 0);
+    const auto sleeps = [] { return std::stol(StatusOf(getpid(), "voluntary_ctxt_switches")); };
+    const long sleepsBefore = sleeps();
+    const End end(loop);
+    loop.Run();
+    EXPECT_EQ(calls, 0);
+    EXPECT_GT(sleeps(), sleepsBefore); // instead of being told again and again
 }
 
 TEST_F(LoopTest, TriesAgainToWaitForWhatTheSystemRefuses)
