@@ -107,6 +107,11 @@ private:
             send();
             limit = Clock::now() + options.timeout;
         }
+        catch (const NotServed&)
+        {
+            hasAsked = false; // the next one is asked
+            throw;
+        }
         catch (const Failure& failure)
         {
             const Status status = failure.ExitStatus();
