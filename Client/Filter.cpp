@@ -112,7 +112,7 @@ void Filter::AddTo(Arguments::Parser& parser)
         "Only messages of these kinds: ind, con, req, link, L_Data.ind.");
     parser.Divider(
         "--not", [this] { leftOut.emplace_back(); },
-        "Leave out what the ones of these four choose that follow; another --not begins anew.");
+        "Leave out what --group, --source, --service and --kind behind it choose; another --not begins anew.");
     parser.Check(
         [this]
         {
