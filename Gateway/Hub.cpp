@@ -315,11 +315,11 @@ std::optional<Hub::Time> Hub::Due() const
         return settledAt; // before any request's limit, which it delays
     }
     auto due = inFlight.Due();
-    for (const auto& participant : participants)
+    for (Id id = 0; id < end && waiting > 0; ++id)
     {
-        if (participant && participant->HasRequest())
+        if (participants[id] && participants[id]->HasRequest())
         {
-            due = std::min(due.value_or(Time::max()), LimitOfFront(*participant));
+            due = std::min(due.value_or(Time::max()), LimitOfFront(*participants[id]));
         }
     }
     return due;

@@ -177,7 +177,7 @@ private:
     Counters counters;
     std::vector<std::unique_ptr<Participant>> participants; // by id, the network last; null where there is none
     std::vector<Id> news;                                   // has room for all from the beginning
-    std::size_t end = 1;                                    // behind the last place that was ever used
+    std::size_t end = 1; // behind the last place that was ever used; the network's is the last of all
     std::size_t programs = 0;
     std::size_t staying = 0; // programs
     std::size_t waiting = 0; // requests of all, not counting those in flight
