@@ -1,9 +1,14 @@
 #include "Conversation.h"
 
+#include "BenchKit/Await.h"
 #include "BenchKit/MadeQueue.h"
+#include "BenchKit/ProcessFiles.h"
 #include "BenchKit/ScriptedGateway.h"
 #include "Rejection.h"
 
+#include <unistd.h>
+
+#include <atomic>
 #include <filesystem>
 #include <thread>
 
@@ -48,14 +53,23 @@ TEST(Conversation, GoesOnWithTheNextGatewayAndNotWithTheQueueOfTheDaemon)
     BusOptions options;
     options.socket = gateway.Path();
     std::vector<std::string> heard;
-    std::thread client([&] { heard = Heard(options); });
+    std::atomic<pid_t> clientThread = 0;
+    std::thread client(
+        [&]
+        {
+            clientThread = gettid();
+            heard = Heard(options);
+        });
     {
         const PacketConnection program = gateway.Greet();
         program.Send(Frame);
         gateway.Die();
         std::filesystem::remove(gateway.Path());
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(300)); // longer than between two looks for a gateway
+    // It sleeps between two looks for a gateway.
+    const auto sleeps = [&] { return std::stol(StatusOf(clientThread, "voluntary_ctxt_switches")); };
+    const long before = sleeps();
+    EXPECT_TRUE(Await([&] { return sleeps() > before + 3; }));
     const ScriptedGateway next(options.socket);
     static_cast<void>(next.Accept()); // starts, and does not serve yet
     next.Greet().Send(LastFrame);
