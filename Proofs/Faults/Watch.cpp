@@ -77,7 +77,7 @@ const std::map<int, Kind>& Kinds()
         CALL(accept4, Descriptor) CALL(bind, Descriptor) CALL(connect, Descriptor) CALL(epoll_create1, Thread)
         CALL(epoll_ctl, Watched) CALL(fchmod, Descriptor) CALL(flock, Descriptor) CALL(getsockname, Descriptor)
         CALL(getsockopt, Descriptor) CALL(inotify_add_watch, Descriptor) CALL(inotify_init1, Thread)
-        CALL(listen, Descriptor) CALL(pipe2, Thread) CALL(recvfrom, Descriptor) CALL(recvmsg, Descriptor)
+        CALL(listen, Descriptor) CALL(recvfrom, Descriptor) CALL(recvmsg, Descriptor)
         CALL(sendto, Descriptor) CALL(setsockopt, Descriptor) CALL(signalfd4, Thread) CALL(socket, Socket)
         CALL(timerfd_create, Thread) CALL(timerfd_settime, Thread) CALL(umask, Thread) {SYS_epoll_pwait, {"epoll_wait", About::Descriptor}},
         // Not every architecture has the older form of these.
@@ -136,10 +136,6 @@ std::string Object(std::string path)
     if (path == "anon_inode:inotify")
     {
         return "inotify";
-    }
-    if (isBelow("pipe:"))
-    {
-        return "pipe";
     }
     if (isBelow("/proc/") && std::filesystem::path(path).filename() == "comm")
     {
